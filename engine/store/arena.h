@@ -1,0 +1,55 @@
+// engine/store/arena.h: one stretch of address space that holds all stored state.
+//
+// DESCRIPTION  Everything stored is addressed by a Ref, a 32-bit count of 16-byte units from the arena's start, so the
+// same bytes can be mapped at another address by another process. Address space is reserved once and touched as it is
+// used; the arena never moves and never shrinks. Tables take extents from it and manage them themselves (heap.h).
+//
+// THREADS  takeExtent may be called from any thread. at() is an addition.
+#ifndef FIBDB_ENGINE_STORE_ARENA_H
+#define FIBDB_ENGINE_STORE_ARENA_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace fibdb::store {
+
+// A place in the arena in units of kRefUnit bytes; kNoRef is nowhere.
+using Ref = uint32_t;
+inline constexpr Ref kNoRef = 0;
+inline constexpr uint64_t kRefUnit = 16;
+inline constexpr uint64_t kMaxArenaBytes = kRefUnit << 32;
+
+// Extents are aligned to their size, so the start of one follows from any place inside it.
+inline constexpr uint64_t kExtentBytes = 256 * 1024;
+
+class Arena {
+ public:
+  // Reserves up to `bytes` of address space, less where the system refuses; valid() says whether any was had.
+  explicit Arena(uint64_t bytes);
+  ~Arena();
+  Arena(const Arena&) = delete;
+  Arena& operator=(const Arena&) = delete;
+
+  bool valid() const { return base_ != nullptr; }
+  uint64_t reservedBytes() const { return bytes_; }
+  uint64_t usedBytes() const;
+
+  template <class T>
+  T* at(Ref ref) const {
+    return reinterpret_cast<T*>(base_ + uint64_t{ref} * kRefUnit);
+  }
+
+  // A zeroed extent of kExtentBytes, or kNoRef when the arena is exhausted.
+  Ref takeExtent();
+
+  // Forgets everything: the memory reads as zero again. REQUIRES: nobody uses the arena.
+  void clear();
+
+ private:
+  std::byte* base_ = nullptr;
+  uint64_t bytes_ = 0;
+};
+
+}  // namespace fibdb::store
+
+#endif

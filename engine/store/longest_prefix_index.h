@@ -1,0 +1,58 @@
+// engine/store/longest_prefix_index.h: IPv4 prefixes with one value each, as a compressed multibit trie.
+//
+// DESCRIPTION  A direct root over the first bits, then nodes of six bits: a node has a 64-bit map of the prefixes that
+// end inside it and a 64-bit map of its children, and the values and children of the set bits stand behind them in
+// order, found by counting bits. insert and erase copy the node they change, publish the copy with one store and retire
+// the original; changing a value is one store.
+//
+// COST    match: at most one node per six bits below the root. insert, erase: one node copied, plus new nodes on the
+//         way to a prefix that nothing shared before.
+// THREADS one writer (REQUIRES the table's lock); find and match from any thread, inside readStable.
+#ifndef FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
+#define FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
+
+#include <cstdint>
+
+#include "engine/store/heap.h"
+
+namespace fibdb::store {
+
+// The stored part; lives in the arena, zero is an empty trie. A table has one per set of leading key columns (VRF).
+struct LongestPrefixState {
+  Ref root;
+};
+
+// What one address can match: up to 33 prefixes, longest first.
+struct PrefixMatches {
+  uint32_t count = 0;
+  uint32_t values[33];
+  uint8_t lengths[33];
+};
+
+class LongestPrefixIndex {
+ public:
+  static constexpr uint32_t kMaxWriteBytes = 16 * 1024;
+
+  LongestPrefixIndex(Heap& heap, LongestPrefixState& state) : heap_(&heap), state_(&state) {}
+
+  // Prefixes are addr with bits below length ignored; length is at most 32, a value is not 0.
+  // Sets the value of a prefix and returns the one it had, or 0.
+  uint32_t insert(uint32_t addr, uint8_t length, uint32_t value);
+  // Removes a prefix and returns the value it had, or 0 when it was not there. An empty trie holds no memory.
+  uint32_t erase(uint32_t addr, uint8_t length);
+
+  // The value of exactly this prefix, or 0.
+  uint32_t find(uint32_t addr, uint8_t length) const;
+  // The value of the longest prefix that covers addr and is no longer than maxLength, or 0.
+  uint32_t longest(uint32_t addr, uint8_t maxLength) const;
+  // All prefixes that cover addr and are no longer than maxLength, longest first.
+  void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const;
+
+ private:
+  Heap* heap_;
+  LongestPrefixState* state_;
+};
+
+}  // namespace fibdb::store
+
+#endif

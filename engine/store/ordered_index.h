@@ -1,0 +1,70 @@
+// engine/store/ordered_index.h: a set of fixed-size entries in ascending order, as a B+tree of immutable nodes.
+//
+// DESCRIPTION  Entry is a plain value with a total order (operator<), a multiple of four bytes. insert and erase copy
+// the leaf they change (and the inner nodes above it that split or empty), publish the copy with one store and retire
+// the original, so a reader always descends through a consistent tree. There are no links between leaves: an iteration
+// continues by asking for the entries above the last one it saw.
+//
+// COST    insert, erase, above: O(log n), one node copied per change.
+// MEMORY  entries + 4 to 40 %; a load in ascending order leaves full nodes.
+// THREADS one writer (REQUIRES the table's lock); above() from any thread, inside readStable.
+#ifndef FIBDB_ENGINE_STORE_ORDERED_INDEX_H
+#define FIBDB_ENGINE_STORE_ORDERED_INDEX_H
+
+#include <compare>
+#include <cstdint>
+
+#include "engine/store/heap.h"
+
+namespace fibdb::store {
+
+// The stored part; lives in the arena, zero is an empty tree.
+struct OrderedIndexState {
+  Ref root;
+  uint32_t height;  // levels below the root; stored with the root's level in the node, see ordered_index.cc
+};
+
+template <class Entry>
+class OrderedIndex {
+ public:
+  // The most that one insert or erase allocates; what a write hands to Heap::ensure.
+  static constexpr uint32_t kMaxWriteBytes = 16 * 1024;
+
+  OrderedIndex(Heap& heap, OrderedIndexState& state) : heap_(&heap), state_(&state) {}
+
+  // False when the entry was there (insert) or not there (erase); then nothing changed.
+  bool insert(const Entry& entry);
+  bool erase(const Entry& entry);
+
+  bool contains(const Entry& entry) const;
+
+  // Copies up to `most` entries that are > bound (or >= bound when inclusive) to `out` in ascending order, all from
+  // one leaf or two; 0 only when there is none.
+  uint32_t above(const Entry& bound, bool inclusive, Entry* out, uint32_t most) const;
+
+ private:
+  Heap* heap_;
+  OrderedIndexState* state_;
+};
+
+// The two kinds of entries that tables use; ordered_index.cc instantiates them.
+
+// A record under a secondary key: key is the Ref of the key's block, record the Ref of the record.
+struct PostingEntry {
+  uint32_t key;
+  uint32_t record;
+
+  friend auto operator<=>(const PostingEntry&, const PostingEntry&) = default;
+};
+
+// A record under an ordered key of up to 16 bytes, normalised so that comparing numbers compares keys.
+struct OrderedEntry {
+  uint32_t words[4];  // most significant first
+  uint32_t record;
+
+  friend auto operator<=>(const OrderedEntry&, const OrderedEntry&) = default;
+};
+
+}  // namespace fibdb::store
+
+#endif

@@ -1,0 +1,68 @@
+// engine/store/word.h: words that a writer stores while readers load them.
+//
+// Stored state is plain bytes in the arena, so it is accessed through these, never through std::atomic members of
+// larger structures: relaxed copies for content (a block before it is published, a record under its version), and
+// publish/follow for the reference that makes content reachable.
+#ifndef FIBDB_ENGINE_STORE_WORD_H
+#define FIBDB_ENGINE_STORE_WORD_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace fibdb::store {
+
+template <class Word>
+Word load(const Word& word) {
+  return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
+template <class Word>
+void store(Word& word, Word value) {
+  __atomic_store_n(&word, value, __ATOMIC_RELAXED);
+}
+
+// Everything stored before is seen by whoever follows the word.
+template <class Word>
+void publish(Word& word, Word value) {
+  __atomic_store_n(&word, value, __ATOMIC_RELEASE);
+}
+
+template <class Word>
+Word follow(const Word& word) {
+  return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
+}
+
+// Copies out of and into shared memory, word by word. REQUIRES: the shared side is 4-byte aligned; bytes may be any
+// number, the shared side has room up to the next multiple of four.
+inline void copyOut(void* to, const void* shared, size_t bytes) {
+  const auto* from = static_cast<const uint32_t*>(shared);
+  auto* out = static_cast<unsigned char*>(to);
+  for (; bytes >= sizeof(uint32_t); bytes -= sizeof(uint32_t), ++from, out += sizeof(uint32_t)) {
+    const uint32_t word = load(*from);
+    std::memcpy(out, &word, sizeof word);
+  }
+  if (bytes > 0) {
+    const uint32_t word = load(*from);
+    std::memcpy(out, &word, bytes);
+  }
+}
+
+inline void copyIn(void* shared, const void* from, size_t bytes) {
+  auto* to = static_cast<uint32_t*>(shared);
+  const auto* in = static_cast<const unsigned char*>(from);
+  for (; bytes >= sizeof(uint32_t); bytes -= sizeof(uint32_t), ++to, in += sizeof(uint32_t)) {
+    uint32_t word;
+    std::memcpy(&word, in, sizeof word);
+    store(*to, word);
+  }
+  if (bytes > 0) {
+    uint32_t word = 0;
+    std::memcpy(&word, in, bytes);
+    store(*to, word);
+  }
+}
+
+}  // namespace fibdb::store
+
+#endif
