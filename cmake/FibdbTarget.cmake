@@ -1,0 +1,18 @@
+# How every target of the project is compiled.
+include_guard(GLOBAL)
+
+function(fibdb_target target)
+  target_compile_features(${target} PRIVATE cxx_std_20)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Werror)
+  # Includes are written from the project's root: "runtime/ops.h", "engine/store/table.h".
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_STANDARD 11 C_EXTENSIONS OFF)
+endfunction()
+
+# Code of the two shipped libraries: no exceptions, no RTTI, nothing visible but what a header exports.
+function(fibdb_library_code target)
+  fibdb_target(${target})
+  target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+                                             POSITION_INDEPENDENT_CODE ON)
+endfunction()
