@@ -1,0 +1,25 @@
+// runtime/diagnostics.h: the shape shared by all result processors.
+#ifndef FIBDB_RUNTIME_DIAGNOSTICS_H
+#define FIBDB_RUNTIME_DIAGNOSTICS_H
+
+#include <cstdint>
+
+#include "runtime/text.h"
+
+namespace fibdb {
+
+// A result processor: database code and operation in, the library's status out.
+using Settle = uint32_t(uint32_t code, uint32_t oper);
+
+// What a processor says about a failure: the operation's name, and the code.
+using FailureText = Text<const char*, uint32_t>;
+
+// Writes, updates and removals: success and publication are FIB_DB_OK, a failure stays the database's own code.
+uint32_t settleWrite(FibDbTableId table, uint32_t code, uint32_t oper, const FailureText& failed);
+
+// Reads: a missing record is FIB_DB_NOT_FOUND and nobody's fault, any other failure is FIB_DB_ERR.
+uint32_t settleRead(FibDbTableId table, uint32_t code, uint32_t oper, const FailureText& failed);
+
+}  // namespace fibdb
+
+#endif

@@ -1,0 +1,59 @@
+// runtime/text.h: message texts that know their arguments.
+#ifndef FIBDB_RUNTIME_TEXT_H
+#define FIBDB_RUNTIME_TEXT_H
+
+#include <concepts>
+#include <cstdint>
+
+#include "fibdb/runtime.h"
+
+namespace fibdb {
+
+// A printf format for arguments of the types Args. The constructor counts and checks the conversions at compile time,
+// so a text that lost its %d does not compile; at run time a Text is a pointer. An empty Text says nothing.
+template <class... Args>
+class Text {
+ public:
+  constexpr Text() = default;
+  // NOLINTNEXTLINE(google-explicit-constructor): a text is written as a string literal.
+  consteval Text(const char* format) : format_(format) {
+    if (!fits(format)) textDoesNotFitItsArguments();
+  }
+
+  // Hooks are fetched at the moment of each message; without a hook the message is dropped.
+  void error(Args... args) const { say(FIB_DB_GetErrLogCallBack, args...); }
+  void info(Args... args) const { say(FIB_DB_GetInfoLogCallBack, args...); }
+
+ private:
+  // Not constexpr: to call it in the constructor is the compile error.
+  static void textDoesNotFitItsArguments();
+
+  template <class Arg>
+  static constexpr bool takes(const char*& at) {
+    if constexpr (std::same_as<Arg, uint32_t>) return *at == 'd' || *at == 'u' || *at == 'x';
+    if constexpr (std::same_as<Arg, double>) return *at == 'f';
+    if constexpr (std::same_as<Arg, const char*>) return *at == 's';
+    if constexpr (std::same_as<Arg, uint64_t>) return *at == 'l' && *++at == 'u';
+    return false;
+  }
+
+  static constexpr bool toNextConversion(const char*& at) {
+    while (*at != '\0' && *at != '%') ++at;
+    return *at != '\0' && *++at != '\0';
+  }
+
+  static constexpr bool fits(const char* at) {
+    return (... && (toNextConversion(at) && takes<Args>(at))) && !toNextConversion(at);
+  }
+
+  void say(FibDbLogFunc (*hookNow)(), Args... args) const {
+    if (format_ == nullptr) return;
+    if (const FibDbLogFunc hook = hookNow()) hook(format_, args...);
+  }
+
+  const char* format_ = nullptr;
+};
+
+}  // namespace fibdb
+
+#endif
