@@ -20,6 +20,11 @@ class Text {
     if (!fits(format)) textDoesNotFitItsArguments();
   }
 
+  // Whether the conversions of a format are those of Args, in order.
+  static constexpr bool fits(const char* format) {
+    return (... && (toNextConversion(format) && takes<Args>(format))) && !toNextConversion(format);
+  }
+
   // Hooks are fetched at the moment of each message; without a hook the message is dropped.
   void error(Args... args) const { say(FIB_DB_GetErrLogCallBack, args...); }
   void info(Args... args) const { say(FIB_DB_GetInfoLogCallBack, args...); }
@@ -40,10 +45,6 @@ class Text {
   static constexpr bool toNextConversion(const char*& at) {
     while (*at != '\0' && *at != '%') ++at;
     return *at != '\0' && *++at != '\0';
-  }
-
-  static constexpr bool fits(const char* at) {
-    return (... && (toNextConversion(at) && takes<Args>(at))) && !toNextConversion(at);
   }
 
   void say(FibDbLogFunc (*hookNow)(), Args... args) const {

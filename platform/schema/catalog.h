@@ -90,7 +90,7 @@ constexpr const Field* findField(std::span<const Field> fields, std::string_view
 }
 
 // "a", or "a[2]" for an element of an array.
-constexpr Column columnNamed(std::span<const Field> fields, std::string_view text) {
+consteval Column columnNamed(std::span<const Field> fields, std::string_view text) {
   const size_t bracket = text.find('[');
   const Field* field = findField(fields, text.substr(0, bracket));
   if (field == nullptr) columnNamesNoField();
@@ -104,7 +104,7 @@ constexpr Column columnNamed(std::span<const Field> fields, std::string_view tex
   return column;
 }
 
-constexpr Index indexOf(std::span<const Field> fields, uint8_t number, IndexKind kind, std::string_view columns) {
+consteval Index indexOf(std::span<const Field> fields, uint8_t number, IndexKind kind, std::string_view columns) {
   Index index{number, kind, 0, 0, {}};
   while (!columns.empty()) {
     const size_t comma = columns.find(", ");
@@ -162,7 +162,7 @@ inline constexpr Table kTables[] = {
 inline constexpr size_t kTableCount = std::size(kTables);
 
 // Where a named field stands, for checks of records that mirror a row: offsetOf(kFields_nhp, "vr_id").
-constexpr size_t offsetOf(std::span<const Field> fields, std::string_view name) {
+consteval size_t offsetOf(std::span<const Field> fields, std::string_view name) {
   const Field* field = findField(fields, name);
   if (field == nullptr) columnNamesNoField();
   return field->offset;

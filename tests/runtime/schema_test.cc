@@ -1,0 +1,66 @@
+// tests/runtime/schema_test.cc: what the schema expands to, on a table of this test and on the real ones.
+#include "schema/catalog.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+namespace fibdb::schema {
+namespace {
+
+constexpr auto kToy = laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"byte", FieldKind::kNumber, 1, 1},
+                               Field{"", FieldKind::kPad, 1, 2}, Field{"words", FieldKind::kNumber, 4, 3},
+                               Field{"block", FieldKind::kBytes, 1, 5}});
+
+TEST(Schema, lays_fields_out_without_gaps) {
+  EXPECT_EQ(offsetOf(kToy, "index"), 0u);
+  EXPECT_EQ(offsetOf(kToy, "byte"), 4u);
+  EXPECT_EQ(offsetOf(kToy, "words"), 7u);
+  EXPECT_EQ(offsetOf(kToy, "block"), 19u);
+  EXPECT_EQ(rowLengthOf(kToy), 24u);
+}
+
+TEST(Schema, packs_number_kind_and_key_length_into_the_index_id) {
+  constexpr Index index = indexOf(kToy, 3, IndexKind::kSecondary, "byte, words[1], block");
+  EXPECT_EQ(index.id(), 0x0309000Au);
+  ASSERT_EQ(index.columnCount, 3);
+  EXPECT_EQ(index.columns[1].offset, 11u);
+  EXPECT_EQ(index.columns[1].size, 4u);
+  EXPECT_EQ(index.columns[2].size, 5u);
+}
+
+TEST(Schema, has_seventeen_tables_each_named_once) {
+  std::set<std::string_view> names;
+  for (const Table& table : kTables) names.insert(table.name);
+  EXPECT_EQ(names.size(), kTableCount);
+  EXPECT_EQ(kTableCount, 17u);
+}
+
+// Row lengths as the callers of the flat calls know them.
+TEST(Schema, rows_have_their_lengths) {
+  struct {
+    const char* table;
+    uint16_t length;
+  } const expected[] = {{"ip4forward", 124},     {"ar_group_attr", 120},  {"nhp_ext", 136},
+                        {"nhp_ext_label", 96},   {"nhp_vpnsid", 256},     {"nhp_group_node", 76},
+                        {"pri_attr", 40},        {"fib_dod_aging", 22},   {"fib_dod_rule", 104},
+                        {"vrf_class_data", 72},  {"ip_force_frag", 20},   {"virtual_meth_host_route", 20},
+                        {"fwd_vs_vpn", 88},      {"fib_special_ip", 16},  {"fib_special_ip_sub", 80}};
+  for (const auto& row : expected) {
+    const auto* const table = std::ranges::find(kTables, std::string_view(row.table), &Table::name);
+    ASSERT_NE(table, std::end(kTables)) << row.table;
+    EXPECT_EQ(table->rowLength, row.length) << row.table;
+  }
+}
+
+TEST(Schema, index_numbers_are_unique_within_a_table) {
+  for (const Table& table : kTables) {
+    std::set<uint8_t> numbers;
+    for (const Index& index : table.indexes) EXPECT_TRUE(numbers.insert(index.number).second) << table.name;
+  }
+}
+
+}  // namespace
+}  // namespace fibdb::schema
