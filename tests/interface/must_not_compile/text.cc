@@ -1,0 +1,10 @@
+// A text that lost a conversion.
+#include "runtime/text.h"
+
+#ifdef WRONG
+constexpr fibdb::Text<uint32_t> kText = "ret: gone";
+#else
+constexpr fibdb::Text<uint32_t> kText = "ret: %d";
+#endif
+
+const void* use() { return &kText; }

@@ -1,0 +1,10 @@
+#!/bin/sh
+# Every source file belongs to a target.   orphans.sh ROOT COMPILE_COMMANDS
+set -eu
+cd "$1"
+failed=0
+for file in $(find runtime route nexthop config registered engine tools tests -name '*.cc'); do
+  case $file in tests/interface/must_not_compile/* | tests/fuzz/*) continue ;; esac
+  grep -q "/$file\"" "$2" || { echo "$file belongs to no target" && failed=1; }
+done
+exit $failed
