@@ -3,7 +3,7 @@
 
 #include "fibdb/fibdb.h"
 
-static int logLine(const char *fmt, ...) { return fprintf(stderr, "fibdb: %s\n", fmt); }
+static int logLine(const char* fmt, ...) { return fprintf(stderr, "fibdb: %s\n", fmt); }
 
 int main(void) {
   FibDbLogHooks hooks = {NULL, logLine};

@@ -115,9 +115,9 @@ uint32_t FIB_DB_RemoveNhp(const FibDbNhpItem* item) {
 }
 
 uint32_t FIB_DB_UpdateNhpFields(const FibDbNhpItem* item, FibDbFieldSetter setter) {
-  return fibdb::update(kNhp, item, setter,
-                       {.createFailed = "UpdateNhpFields failed, create object failed. ret: %d",
-                        .settle = settleUpdate});
+  return fibdb::update(
+      kNhp, item, setter,
+      {.createFailed = "UpdateNhpFields failed, create object failed. ret: %d", .settle = settleUpdate});
 }
 
 uint32_t FIB_DB_SetNhpRefCount(uint64_t obj, const FibDbNhpItem* item) {
@@ -148,12 +148,16 @@ uint32_t FIB_DB_SetNhpSmoothID(uint64_t obj, const FibDbNhpItem* item) {
   return FIB_DB_ERR;
 }
 
-uint32_t FIB_DB_UpdateNhpRefCount(const FibDbNhpItem* item) { return updateWith<FIB_DB_SetNhpRefCount>(item); }
+uint32_t FIB_DB_UpdateNhpRefCount(const FibDbNhpItem* item) {
+  return updateWith<FIB_DB_SetNhpRefCount>(item);
+}
 uint32_t FIB_DB_UpdateNhpFlags(const FibDbNhpItem* item) { return updateWith<FIB_DB_SetNhpFlags>(item); }
 uint32_t FIB_DB_UpdateNhpNumAndSmoothID(const FibDbNhpItem* item) {
   return updateWith<FIB_DB_SetNhpNumAndSmoothID>(item);
 }
-uint32_t FIB_DB_UpdateNhpSmoothID(const FibDbNhpItem* item) { return updateWith<FIB_DB_SetNhpSmoothID>(item); }
+uint32_t FIB_DB_UpdateNhpSmoothID(const FibDbNhpItem* item) {
+  return updateWith<FIB_DB_SetNhpSmoothID>(item);
+}
 
 FibDbIterator* FIB_DB_CreateNhpIterator(uint32_t property) {
   return fibdb::createIterator(kNhp,

@@ -11,10 +11,10 @@
 extern "C" {
 #endif
 
-FIBDB_API int memcpy_s(void *dst, size_t dstMax, const void *src, size_t count);
-FIBDB_API int memset_s(void *dst, size_t dstMax, int value, size_t count);
-FIBDB_API int strcpy_s(char *dst, size_t dstMax, const char *src);
-FIBDB_API int strncpy_s(char *dst, size_t dstMax, const char *src, size_t count);
+FIBDB_API int memcpy_s(void* dst, size_t dstMax, const void* src, size_t count);
+FIBDB_API int memset_s(void* dst, size_t dstMax, int value, size_t count);
+FIBDB_API int strcpy_s(char* dst, size_t dstMax, const char* src);
+FIBDB_API int strncpy_s(char* dst, size_t dstMax, const char* src, size_t count);
 
 #ifdef __cplusplus
 }

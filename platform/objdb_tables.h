@@ -12,21 +12,21 @@
 extern "C" {
 #endif
 
-#define TABLE(t)                                                                                \
-  FIBDB_API uint32_t db_create_##t##_obj(uint32_t kind, uint32_t zero, uint64_t *outObj); \
+#define TABLE(t)                                                                          \
+  FIBDB_API uint32_t db_create_##t##_obj(uint32_t kind, uint32_t zero, uint64_t* outObj); \
   FIBDB_API uint32_t db_release_##t##_object(uint64_t obj);
 #define RESET(t) FIBDB_API uint32_t db_reset_##t##_object(uint64_t obj, uint32_t kind);
-#define SET_ALL(t) FIBDB_API uint32_t db_set_##t##_all_fields(uint64_t obj, const void *row, uint32_t len);
-#define GET_ALL(t) FIBDB_API uint32_t db_get_##t##_all_fields(uint64_t obj, void *row, uint32_t len);
-#define BATCH(t)                                                                                            \
-  FIBDB_API uint32_t db_create_##t##_obj_specific_conn(uint32_t kind, uint64_t conn, uint64_t *outObj); \
+#define SET_ALL(t) FIBDB_API uint32_t db_set_##t##_all_fields(uint64_t obj, const void* row, uint32_t len);
+#define GET_ALL(t) FIBDB_API uint32_t db_get_##t##_all_fields(uint64_t obj, void* row, uint32_t len);
+#define BATCH(t)                                                                                        \
+  FIBDB_API uint32_t db_create_##t##_obj_specific_conn(uint32_t kind, uint64_t conn, uint64_t* outObj); \
   FIBDB_API uint32_t db_reset_##t##_batch_object(uint64_t obj, uint32_t kind);
 #define SET_SCALAR(t, name, type) FIBDB_API uint32_t db_set_##t##_##name(uint64_t obj, type value);
-#define GET_SCALAR(t, name, type) FIBDB_API uint32_t db_get_##t##_##name(uint64_t obj, type *out);
+#define GET_SCALAR(t, name, type) FIBDB_API uint32_t db_get_##t##_##name(uint64_t obj, type* out);
 #define SET_BYTES(t, name, count) \
-  FIBDB_API uint32_t db_set_##t##_##name(uint64_t obj, const void *data, uint32_t len);
+  FIBDB_API uint32_t db_set_##t##_##name(uint64_t obj, const void* data, uint32_t len);
 #define GET_BYTES(t, name, count) \
-  FIBDB_API uint32_t db_get_##t##_##name(uint64_t obj, const void **out, uint32_t *len);
+  FIBDB_API uint32_t db_get_##t##_##name(uint64_t obj, const void** out, uint32_t* len);
 #include "schema/tables.def"
 
 #ifdef __cplusplus

@@ -13,21 +13,21 @@ extern "C" {
 #endif
 
 /* Stages the changed fields on obj; ctx is what UFIB_DB_Update was given. */
-typedef uint32_t (*FibDbUfibSetter)(const FibDbUfibData *ctx, uint64_t obj);
+typedef uint32_t (*FibDbUfibSetter)(const FibDbUfibData* ctx, uint64_t obj);
 
-FIBDB_API uint32_t UFIB_DB_TableRegister(uint32_t id, const FibDbTableDesc *desc);
-FIBDB_API uint32_t UFIB_DB_Create(uint32_t id, const FibDbUfibData *entry);
-FIBDB_API uint32_t UFIB_DB_Read(uint32_t id, const FibDbUfibKey *key, FibDbUfibData *entry);
-FIBDB_API uint32_t UFIB_DB_ReadUniqueHash(uint32_t id, const FibDbUfibKey *key, FibDbUfibData *entry);
-FIBDB_API uint32_t UFIB_DB_Update(uint32_t id, const FibDbUfibKey *key, const FibDbUfibData *ctx,
+FIBDB_API uint32_t UFIB_DB_TableRegister(uint32_t id, const FibDbTableDesc* desc);
+FIBDB_API uint32_t UFIB_DB_Create(uint32_t id, const FibDbUfibData* entry);
+FIBDB_API uint32_t UFIB_DB_Read(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry);
+FIBDB_API uint32_t UFIB_DB_ReadUniqueHash(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry);
+FIBDB_API uint32_t UFIB_DB_Update(uint32_t id, const FibDbUfibKey* key, const FibDbUfibData* ctx,
                                   FibDbUfibSetter setter);
-FIBDB_API uint32_t UFIB_DB_Delete(uint32_t id, const FibDbUfibKey *key);
-FIBDB_API uint32_t UFIB_DB_CountByKey(uint32_t id, const FibDbUfibKey *key, uint32_t *count);
+FIBDB_API uint32_t UFIB_DB_Delete(uint32_t id, const FibDbUfibKey* key);
+FIBDB_API uint32_t UFIB_DB_CountByKey(uint32_t id, const FibDbUfibKey* key, uint32_t* count);
 /* The iterator, or NULL. */
-FIBDB_API void *UFIB_DB_CreateIterator(uint32_t id, uint32_t property);
-FIBDB_API void *UFIB_DB_CreateIteratorByKey(uint32_t id, uint32_t property, const FibDbUfibKey *key);
-FIBDB_API uint32_t UFIB_DB_GetNextEntry(uint32_t id, void *iter, FibDbUfibData *entry);
-FIBDB_API uint32_t UFIB_DB_ReleaseIterator(uint32_t id, void *iter);
+FIBDB_API void* UFIB_DB_CreateIterator(uint32_t id, uint32_t property);
+FIBDB_API void* UFIB_DB_CreateIteratorByKey(uint32_t id, uint32_t property, const FibDbUfibKey* key);
+FIBDB_API uint32_t UFIB_DB_GetNextEntry(uint32_t id, void* iter, FibDbUfibData* entry);
+FIBDB_API uint32_t UFIB_DB_ReleaseIterator(uint32_t id, void* iter);
 /* Microseconds since the Unix epoch. */
 FIBDB_API uint64_t UFIB_DB_GetSysTime(void);
 

@@ -17,7 +17,8 @@ static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_a
 #define FIELD_AT(name) \
   (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_ar_group_attr, #name))
 static_assert(FIELD_AT(originType) && FIELD_AT(attrWord1) && FIELD_AT(groupType) && FIELD_AT(attrBytes1));
-static_assert(FIELD_AT(attrBytes2) && FIELD_AT(attrBytes3) && FIELD_AT(attrBytes4) && FIELD_AT(table_smooth_id));
+static_assert(FIELD_AT(attrBytes2) && FIELD_AT(attrBytes3) && FIELD_AT(attrBytes4) &&
+              FIELD_AT(table_smooth_id));
 static_assert(FIELD_AT(time_stamp_create) && FIELD_AT(time_stamp_smooth));
 #undef FIELD_AT
 
@@ -99,7 +100,8 @@ void FIB_DB_SetArGroupAttrAttrIdHashKey(const FibDbArGroupAttrItem* item, uint32
   fibdb::putKeyField(at, item->keyWord2);
 }
 
-void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key) {
+void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId,
+                                              void* key) {
   setOriginKey(FIB_DB_AR_GROUP_ATTR_BY_ORIGINATOR_ID, item->originType, item->originatorId, indexId, key);
 }
 

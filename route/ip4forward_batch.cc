@@ -72,7 +72,8 @@ uint32_t FIB_DB_GetIp4forwardBatchAsyncObject(uint64_t* outObject) {
   return FIB_DB_OK;
 }
 
-uint32_t FIB_DB_BatchAddOperWriteIp4forward(uint64_t* object, const FibDbIp4forwardItem* item, uint32_t updateFlag) {
+uint32_t FIB_DB_BatchAddOperWriteIp4forward(uint64_t* object, const FibDbIp4forwardItem* item,
+                                            uint32_t updateFlag) {
   if (isNull(object, item)) return FIB_DB_ERR;
   return updateFlag == 0 ? FIB_DB_WriteIp4forward(*object, item) : FIB_DB_UpdateIp4forward(*object, item);
 }

@@ -22,8 +22,8 @@ struct RegisteredTable {
   using Item = ItemT;
   using Row = RowT;
 
-  uint32_t id;                                 // the service's own number
-  void (*pack)(const Item* item, void* row);   // into a zeroed row
+  uint32_t id;                                // the service's own number
+  void (*pack)(const Item* item, void* row);  // into a zeroed row
   void (*unpack)(const void* row, Item* item);
 };
 

@@ -1,10 +1,13 @@
 // engine/store/arena.h: one stretch of address space that holds all stored state.
 //
-// DESCRIPTION  Everything stored is addressed by a Ref, a 32-bit count of 16-byte units from the arena's start, so the
-// same bytes can be mapped at another address by another process. Address space is reserved once and touched as it is
-// used; the arena never moves and never shrinks. Tables take extents from it and manage them themselves (heap.h).
+// DESCRIPTION  Everything stored is addressed by a Ref, a 32-bit count of 16-byte units from the arena's
+// start, so the same bytes can be mapped at another address by another process. Address space is reserved
+// once and touched as it is used; the arena never moves and never shrinks. Tables take extents from it and
+// manage them themselves (heap.h).
 //
-// THREADS  takeExtent may be called from any thread. at() is an addition.
+// COST         takeExtent: O(1), and the page faults of whoever touches the extent.
+// THREADS      takeExtent may be called from any thread. at() is an addition.
+// INVARIANTS   What the arena knows about itself stands in its own first extent, which is never handed out.
 #ifndef FIBDB_ENGINE_STORE_ARENA_H
 #define FIBDB_ENGINE_STORE_ARENA_H
 
@@ -32,12 +35,17 @@ class Arena {
 
   bool valid() const { return base_ != nullptr; }
   uint64_t reservedBytes() const { return bytes_; }
+  // In extents taken.
   uint64_t usedBytes() const;
 
   template <class T>
   T* at(Ref ref) const {
     return reinterpret_cast<T*>(base_ + uint64_t{ref} * kRefUnit);
   }
+
+  // Whether kExtentBytes can be read from ref on. A reader that may have been overtaken asks before it
+  // follows a word that may by now be something else than a Ref.
+  bool readable(Ref ref) const { return uint64_t{ref} * kRefUnit < bytes_; }
 
   // A zeroed extent of kExtentBytes, or kNoRef when the arena is exhausted.
   Ref takeExtent();

@@ -1,19 +1,297 @@
 // engine/store/hash_index.h: references by the hash of what they refer to, growing one bucket at a time.
 //
-// DESCRIPTION  Linear hashing: buckets of one cache line (tags and references, overflow by chaining), and a split
-// pointer that moves on by one bucket whenever the load passes the bound, so no insert ever stalls. The index does not
-// know keys: callers hand in a hash and, to look up, a predicate that says whether a reference is the one they want.
+// DESCRIPTION  Linear hashing: buckets of one cache line (tags and references, overflow by chaining), and one
+// bucket more, split off the oldest, whenever the load passes the bound, so no insert ever stalls. The index
+// does not know keys: callers hand in a hash and, to look up, a predicate that says whether a reference is
+// the one they want.
 //
-// COST    find, insert, erase: O(1), one or two cache lines beside what the predicate touches.
-// MEMORY  seven to eight bytes per reference.
-// THREADS one writer (REQUIRES the table's lock); find from any thread, inside readStable: a hit is a hit, a miss is
-//         checked against a split that happened meanwhile.
+// COST     find, insert, erase: O(1), one or two cache lines beside what the predicate touches.
+//          A split asks for the hashes of the references of one bucket, nine or so.
+// MEMORY   Ten bytes per reference. What it has taken it keeps: buckets never become fewer.
+// THREADS  One writer (REQUIRES the table's lock); find from any thread, inside readStable: a hit is a hit, a
+//          miss is checked against a split that happened meanwhile.
+// INVARIANTS
+//   A reference stays where it is until it is erased or its bucket is split; a split enters it in the new
+//   bucket, publishes the number of buckets, and only then clears it in the old one.
+//   Only the last bucket of a chain is ever unlinked, once empty, and it serves again as an overflow bucket
+//   of this index only: a reader that still looks at it has nothing more to see in its own chain, and sees a
+//   bucket.
 #ifndef FIBDB_ENGINE_STORE_HASH_INDEX_H
 #define FIBDB_ENGINE_STORE_HASH_INDEX_H
 
-// The store's author completes this file: HashIndexState (arena-resident, zero is empty), class HashIndex with
-//   template <class IsIt> Ref find(uint64_t hash, IsIt&& isIt) const;
-//   void insert(uint64_t hash, Ref ref);   bool erase(uint64_t hash, Ref ref);
-// and kMaxWriteBytes. Splitting needs hashes again: a callable Ref -> hash given at construction.
+#include <bit>
+#include <cstdint>
+
+#include "engine/store/heap.h"
+#include "engine/store/word.h"
+
+namespace fibdb::store {
+
+// The stored part; lives in the arena, zero is empty.
+struct HashIndexState {
+  Ref directory;     // kNoRef: there are no buckets yet
+  uint32_t buckets;  // how many a hash can go to
+  uint64_t count;    // references held
+  Ref freeOverflow;  // overflow buckets without a chain
+};
+
+struct HashBucket {
+  static constexpr uint32_t kTagWords = 3;
+  static constexpr uint32_t kSlots = kTagWords * sizeof(uint32_t);
+
+  uint32_t tags[kTagWords];  // a byte of each reference's hash
+  Ref refs[kSlots];          // kNoRef: a hole
+  Ref next;
+};
+static_assert(sizeof(HashBucket) == 64);
+
+// HashOf: callable as uint64_t(Ref), the hash under which a reference was inserted.
+template <class HashOf>
+class HashIndex {
+ public:
+  // The most that one insert allocates. prepare() and grow() ask the heap themselves.
+  static constexpr uint32_t kMaxWriteBytes = sizeof(HashBucket);
+
+  HashIndex(Heap& heap, HashIndexState& state, HashOf hashOf)
+      : heap_(&heap), state_(&state), hashOf_(hashOf) {}
+
+  // The reference inserted under hash that isIt accepts, or kNoRef. isIt may be asked about references with
+  // other hashes, and about references that are being erased.
+  template <class IsIt>
+  Ref find(uint64_t hash, IsIt&& isIt) const;
+
+  // Makes the first buckets: 0, or the heap's code. A write calls it before it changes anything.
+  uint32_t prepare();
+  // REQUIRES: prepared.
+  void insert(uint64_t hash, Ref ref);
+  bool erase(uint64_t hash, Ref ref);
+
+  // Splits a bucket when the index has become crowded, unless memory is short: crowded, it only gets slower.
+  // A write calls it last, when it needs no more memory of its own.
+  void grow();
+
+ private:
+  static constexpr uint32_t kBucketsPerBlock = kMaxBlockBytes / sizeof(HashBucket);
+  static constexpr uint32_t kRefsPerBlock = kMaxBlockBytes / sizeof(Ref);
+  static constexpr uint32_t kMaxBuckets = kBucketsPerBlock * kRefsPerBlock * kRefsPerBlock;
+  // The directory's root and leaf, and a block of buckets.
+  static constexpr uint32_t kMaxNewBucketBytes = 3 * kMaxBlockBytes;
+  // References per bucket, on average, above which the index grows.
+  static constexpr uint32_t kCrowded = 9;
+  static_assert(std::has_single_bit(kBucketsPerBlock) && std::has_single_bit(kRefsPerBlock));
+  static_assert(kCrowded < HashBucket::kSlots);
+
+  static uint32_t bucketOf(uint64_t hash, uint32_t buckets);
+  static uint32_t tagPattern(uint64_t hash) { return static_cast<uint32_t>(hash >> 56) * 0x01010101; }
+  static uint32_t equalBytes(uint32_t word, uint32_t pattern);
+
+  HashBucket* bucketAt(uint32_t number) const;
+  Ref zeroedBlock();
+  void makeBucket(uint32_t number);
+  HashBucket* appendOverflow(HashBucket* last);
+  void place(HashBucket* chain, uint64_t hash, Ref ref);
+  void trim(HashBucket* chain);
+  void split(uint32_t from);
+
+  template <class IsIt>
+  Ref findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt) const;
+
+  Heap* heap_;
+  HashIndexState* state_;
+  HashOf hashOf_;
+};
+
+template <class HashOf>
+uint32_t HashIndex<HashOf>::bucketOf(uint64_t hash, uint32_t buckets) {
+  const uint32_t mask = std::bit_ceil(buckets) - 1;
+  const uint32_t bucket = static_cast<uint32_t>(hash) & mask;
+  return bucket < buckets ? bucket : bucket & mask >> 1;
+}
+
+// The high bit of every byte in which word and pattern agree, exactly.
+template <class HashOf>
+uint32_t HashIndex<HashOf>::equalBytes(uint32_t word, uint32_t pattern) {
+  const uint32_t differ = word ^ pattern;
+  return ~(((differ & 0x7F7F7F7F) + 0x7F7F7F7F) | differ | 0x7F7F7F7F);
+}
+
+template <class HashOf>
+HashBucket* HashIndex<HashOf>::bucketAt(uint32_t number) const {
+  const uint32_t block = number / kBucketsPerBlock;
+  const Ref* root = heap_->at<Ref>(follow(state_->directory));
+  const Ref* leaf = heap_->at<Ref>(follow(root[block / kRefsPerBlock]));
+  return heap_->at<HashBucket>(follow(leaf[block % kRefsPerBlock])) + number % kBucketsPerBlock;
+}
+
+template <class HashOf>
+template <class IsIt>
+Ref HashIndex<HashOf>::findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt) const {
+  const uint32_t pattern = tagPattern(hash);
+  for (;;) {
+    for (uint32_t word = 0; word < HashBucket::kTagWords; ++word) {
+      for (uint32_t hits = equalBytes(load(chain->tags[word]), pattern); hits != 0; hits &= hits - 1) {
+        const uint32_t byte = static_cast<uint32_t>(std::countr_zero(hits)) / 8;
+        const Ref ref = follow(chain->refs[word * sizeof(uint32_t) + byte]);
+        if (ref != kNoRef && isIt(ref)) return ref;
+      }
+    }
+    const Ref next = follow(chain->next);
+    if (next == kNoRef) return kNoRef;
+    chain = heap_->at<HashBucket>(next);
+  }
+}
+
+template <class HashOf>
+template <class IsIt>
+Ref HashIndex<HashOf>::find(uint64_t hash, IsIt&& isIt) const {
+  uint32_t buckets = follow(state_->buckets);
+  while (buckets != 0) {
+    const uint32_t bucket = bucketOf(hash, buckets);
+    const Ref found = findIn(bucketAt(bucket), hash, isIt);
+    if (found != kNoRef) return found;
+    // Had a split taken the reference away before we looked, we would see now that hashes go elsewhere.
+    std::atomic_thread_fence(std::memory_order_acquire);
+    const uint32_t now = follow(state_->buckets);
+    if (bucketOf(hash, now) == bucket) return kNoRef;
+    buckets = now;
+  }
+  return kNoRef;
+}
+
+template <class HashOf>
+Ref HashIndex<HashOf>::zeroedBlock() {
+  const Ref block = heap_->allocate(kMaxBlockBytes);
+  auto* words = heap_->at<uint32_t>(block);
+  for (uint32_t i = 0; i < kMaxBlockBytes / sizeof(uint32_t); ++i) store(words[i], 0U);
+  return block;
+}
+
+// Makes sure that the bucket's memory exists; it reads as empty.
+template <class HashOf>
+void HashIndex<HashOf>::makeBucket(uint32_t number) {
+  if (number % kBucketsPerBlock != 0) return;  // the block came with its first bucket
+  const uint32_t block = number / kBucketsPerBlock;
+  if (state_->directory == kNoRef) publish(state_->directory, zeroedBlock());
+  Ref& leaf = heap_->at<Ref>(state_->directory)[block / kRefsPerBlock];
+  if (leaf == kNoRef) publish(leaf, zeroedBlock());
+  publish(heap_->at<Ref>(leaf)[block % kRefsPerBlock], zeroedBlock());
+}
+
+template <class HashOf>
+HashBucket* HashIndex<HashOf>::appendOverflow(HashBucket* last) {
+  Ref ref = state_->freeOverflow;
+  if (ref == kNoRef) {
+    ref = heap_->allocate(sizeof(HashBucket));
+  } else {
+    state_->freeOverflow = heap_->at<HashBucket>(ref)->next;
+  }
+  auto* bucket = heap_->at<HashBucket>(ref);
+  for (uint32_t& tags : bucket->tags) store(tags, 0U);
+  for (Ref& hole : bucket->refs) store(hole, kNoRef);
+  publish(bucket->next, kNoRef);
+  publish(last->next, ref);
+  return bucket;
+}
+
+template <class HashOf>
+void HashIndex<HashOf>::place(HashBucket* chain, uint64_t hash, Ref ref) {
+  for (;;) {
+    for (uint32_t slot = 0; slot < HashBucket::kSlots; ++slot) {
+      if (chain->refs[slot] != kNoRef) continue;
+      const uint32_t shift = slot % sizeof(uint32_t) * 8;
+      uint32_t& tags = chain->tags[slot / sizeof(uint32_t)];
+      store(tags, (tags & ~(0xFFU << shift)) | (tagPattern(hash) & 0xFFU << shift));
+      publish(chain->refs[slot], ref);
+      return;
+    }
+    chain = chain->next == kNoRef ? appendOverflow(chain) : heap_->at<HashBucket>(chain->next);
+  }
+}
+
+template <class HashOf>
+uint32_t HashIndex<HashOf>::prepare() {
+  if (state_->buckets != 0) return 0;
+  if (const uint32_t code = heap_->ensure(kMaxNewBucketBytes)) return code;
+  makeBucket(0);
+  publish(state_->buckets, kBucketsPerBlock);
+  return 0;
+}
+
+template <class HashOf>
+void HashIndex<HashOf>::insert(uint64_t hash, Ref ref) {
+  place(bucketAt(bucketOf(hash, state_->buckets)), hash, ref);
+  ++state_->count;
+}
+
+template <class HashOf>
+bool HashIndex<HashOf>::erase(uint64_t hash, Ref ref) {
+  if (state_->buckets == 0) return false;
+  HashBucket* const chain = bucketAt(bucketOf(hash, state_->buckets));
+  for (HashBucket* bucket = chain;; bucket = heap_->at<HashBucket>(bucket->next)) {
+    for (Ref& held : bucket->refs) {
+      if (held != ref) continue;
+      publish(held, kNoRef);
+      --state_->count;
+      trim(chain);
+      return true;
+    }
+    if (bucket->next == kNoRef) return false;
+  }
+}
+
+// Unlinks empty buckets from the end of a chain.
+template <class HashOf>
+void HashIndex<HashOf>::trim(HashBucket* chain) {
+  while (chain->next != kNoRef) {
+    HashBucket* before = chain;
+    while (heap_->at<HashBucket>(before->next)->next != kNoRef) before = heap_->at<HashBucket>(before->next);
+    const Ref last = before->next;
+    for (const Ref held : heap_->at<HashBucket>(last)->refs) {
+      if (held != kNoRef) return;
+    }
+    publish(before->next, kNoRef);
+    store(heap_->at<HashBucket>(last)->next, state_->freeOverflow);
+    state_->freeOverflow = last;
+  }
+}
+
+template <class HashOf>
+void HashIndex<HashOf>::grow() {
+  const uint32_t buckets = state_->buckets;
+  if (state_->count <= uint64_t{buckets} * kCrowded || buckets >= kMaxBuckets) return;
+  const uint32_t from = bucketOf(buckets, buckets);
+  uint32_t bytes = kMaxNewBucketBytes;
+  for (const HashBucket* bucket = bucketAt(from);; bucket = heap_->at<HashBucket>(bucket->next)) {
+    bytes += sizeof(HashBucket);
+    for (const Ref ref : bucket->refs) __builtin_prefetch(heap_->at<void>(ref));
+    if (bucket->next == kNoRef) break;
+  }
+  if (heap_->ensure(bytes) == 0) split(from);
+}
+
+// Moves what belongs to the next new bucket there, out of the one whose hashes it takes over.
+template <class HashOf>
+void HashIndex<HashOf>::split(uint32_t from) {
+  const uint32_t to = state_->buckets;
+  makeBucket(to);
+  HashBucket* const chain = bucketAt(from);
+  HashBucket* const fresh = bucketAt(to);
+  const auto eachMoving = [&](auto&& visit) {
+    for (HashBucket* bucket = chain;; bucket = heap_->at<HashBucket>(bucket->next)) {
+      for (Ref& ref : bucket->refs) {
+        if (ref == kNoRef) continue;
+        const uint64_t hash = hashOf_(ref);
+        if (bucketOf(hash, to + 1) == to) visit(hash, ref);
+      }
+      if (bucket->next == kNoRef) return;
+    }
+  };
+  eachMoving([&](uint64_t hash, Ref& ref) { place(fresh, hash, ref); });
+  publish(state_->buckets, to + 1);
+  eachMoving([&](uint64_t, Ref& ref) { publish(ref, kNoRef); });
+  trim(chain);
+}
+
+}  // namespace fibdb::store
 
 #endif

@@ -1,13 +1,16 @@
 // engine/store/longest_prefix_index.h: IPv4 prefixes with one value each, as a compressed multibit trie.
 //
-// DESCRIPTION  A direct root over the first bits, then nodes of six bits: a node has a 64-bit map of the prefixes that
-// end inside it and a 64-bit map of its children, and the values and children of the set bits stand behind them in
-// order, found by counting bits. insert and erase copy the node they change, publish the copy with one store and retire
-// the original; changing a value is one store.
+// DESCRIPTION  Nodes of six bits: a node has a 64-bit map of its children and a 64-bit map of the prefixes
+// that end inside it, and the children and values of the set bits stand behind them in order, found by
+// counting bits. The levels are laid so that /6, /12, /18, /24 and /30 are the longest prefixes of their
+// nodes, and neighbours share one. insert and erase copy the node they change, publish the copy with one
+// store and retire the original; changing a value is one store.
 //
-// COST    match: at most one node per six bits below the root. insert, erase: one node copied, plus new nodes on the
-//         way to a prefix that nothing shared before.
-// THREADS one writer (REQUIRES the table's lock); find and match from any thread, inside readStable.
+// COST    match: at most seven nodes, one for every six bits. insert, erase: one node copied, plus new nodes
+// on the way
+//         to a prefix that nothing shared before.
+// MEMORY  four bytes per prefix and per node, and 16 bytes in every node, rounded up to 16.
+// THREADS one writer (REQUIRES the table's lock); find, longest and match from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
 #define FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
 
@@ -17,21 +20,24 @@
 
 namespace fibdb::store {
 
-// The stored part; lives in the arena, zero is an empty trie. A table has one per set of leading key columns (VRF).
+// The stored part; lives in the arena, zero is an empty trie. A table has one per set of leading key columns
+// (VRF).
 struct LongestPrefixState {
   Ref root;
 };
 
-// What one address can match: up to 33 prefixes, longest first.
+// What one address can match: a prefix of every length, longest first.
+inline constexpr uint32_t kMaxMatches = 33;
 struct PrefixMatches {
   uint32_t count = 0;
-  uint32_t values[33];
-  uint8_t lengths[33];
+  uint32_t values[kMaxMatches];
+  uint8_t lengths[kMaxMatches];
 };
 
 class LongestPrefixIndex {
  public:
-  static constexpr uint32_t kMaxWriteBytes = 16 * 1024;
+  // The most that one insert or erase allocates; what a write hands to Heap::ensure.
+  static constexpr uint32_t kMaxWriteBytes = 1024;
 
   LongestPrefixIndex(Heap& heap, LongestPrefixState& state) : heap_(&heap), state_(&state) {}
 

@@ -1,13 +1,17 @@
-// engine/store/ordered_index.h: a set of fixed-size entries in ascending order, as a B+tree of immutable nodes.
+// engine/store/ordered_index.h: a set of fixed-size entries in ascending order, as a B+tree of copied nodes.
 //
-// DESCRIPTION  Entry is a plain value with a total order (operator<), a multiple of four bytes. insert and erase copy
-// the leaf they change (and the inner nodes above it that split or empty), publish the copy with one store and retire
-// the original, so a reader always descends through a consistent tree. There are no links between leaves: an iteration
-// continues by asking for the entries above the last one it saw.
+// DESCRIPTION  Entry is a plain value with a total order (operator<=>), a multiple of four bytes. insert and
+// erase copy the leaf they change (and the inner nodes above it that split or empty), publish the copy with
+// one store and retire the original, so a reader always descends through a consistent tree. An entry that
+// goes to the end of a leaf is written behind the others and published by the leaf's count, without a copy.
+// There are no links between leaves: an iteration continues by asking for the entries above the last one it
+// saw.
 //
-// COST    insert, erase, above: O(log n), one node copied per change.
-// MEMORY  entries + 4 to 40 %; a load in ascending order leaves full nodes.
-// THREADS one writer (REQUIRES the table's lock); above() from any thread, inside readStable.
+// COST    insert, erase, above: O(log n), about one node copied per change, none per insert at the end of a
+// leaf. MEMORY  entries + 4 to 40 %. Entries that arrive in ascending order, or in several ascending runs,
+// leave full nodes;
+//         nodes that erasing left thin are merged.
+// THREADS one writer (REQUIRES the table's lock); above() and contains() from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_ORDERED_INDEX_H
 #define FIBDB_ENGINE_STORE_ORDERED_INDEX_H
 
@@ -18,17 +22,17 @@
 
 namespace fibdb::store {
 
-// The stored part; lives in the arena, zero is an empty tree.
+// The stored part; lives in the arena, zero is an empty tree. A node knows its level, so the root tells the
+// height.
 struct OrderedIndexState {
   Ref root;
-  uint32_t height;  // levels below the root; stored with the root's level in the node, see ordered_index.cc
 };
 
 template <class Entry>
 class OrderedIndex {
  public:
   // The most that one insert or erase allocates; what a write hands to Heap::ensure.
-  static constexpr uint32_t kMaxWriteBytes = 16 * 1024;
+  static constexpr uint32_t kMaxWriteBytes = 13 * 1024;
 
   OrderedIndex(Heap& heap, OrderedIndexState& state) : heap_(&heap), state_(&state) {}
 
@@ -38,8 +42,8 @@ class OrderedIndex {
 
   bool contains(const Entry& entry) const;
 
-  // Copies up to `most` entries that are > bound (or >= bound when inclusive) to `out` in ascending order, all from
-  // one leaf or two; 0 only when there is none.
+  // Copies up to `most` entries that are > bound (or >= bound when inclusive) to `out` in ascending order,
+  // all from one leaf; 0 only when there is none. REQUIRES: most > 0.
   uint32_t above(const Entry& bound, bool inclusive, Entry* out, uint32_t most) const;
 
  private:
@@ -64,6 +68,9 @@ struct OrderedEntry {
 
   friend auto operator<=>(const OrderedEntry&, const OrderedEntry&) = default;
 };
+
+extern template class OrderedIndex<PostingEntry>;
+extern template class OrderedIndex<OrderedEntry>;
 
 }  // namespace fibdb::store
 

@@ -1,21 +1,36 @@
-// engine/store/table.h: one table: its records, its indexes, and the promises that writers and readers rely on.
+// engine/store/table.h: one table: its records, its indexes, what writers and readers can rely on.
 //
-// DESCRIPTION  A record is a slot: a 32-bit version, then the row. The version says whether the slot is live and whether
-// its row is being changed; changing it is the single store that makes a write visible, in all indexes at once:
-//   insert   fill the slot, enter it in every index (readers pass over slots that are not live), then make it live
-//   update   enter it under changed keys, change the row under its version, then take it out of the old keys
+// DESCRIPTION  A record is a slot: a 32-bit version, then the row. The version says whether the slot is live
+// and whether its row is being changed; changing it is the single store that makes a write visible, in all
+// indexes at once:
+//
+//   insert   fill the slot, enter it in every index (readers pass over slots that are not live), make it live
+//   update   enter it under its new keys, change the row under its version, take it out of its old keys
 //   remove   make it dead, take it out of every index, retire the slot
-// While a row is being changed its previous content stands in the table's shadow row, so readers never wait.
-// Every record also has a birth stamp (the heap's clock); a cursor returns only records born before it was opened, in
-// an order that does not change, which is why it returns none twice and misses none that stays.
 //
-// THREADS  writers of one table are serialised by a lock in the arena; readers take none.
+// While a row is being changed its previous content stands in the table's shadow row, so readers never wait.
+// Every record also has a birth stamp (the heap's clock); a cursor returns only records born before it was
+// opened, in an order that does not change, which is why it returns none twice and misses none that stays.
+//
+// COST     A write: one hash index changed, and each further index that knows the record.
+//          A read by primary key, and countByKey: O(1).
+// THREADS  Writers of one table are serialised by a lock in the arena; readers take none.
 #ifndef FIBDB_ENGINE_STORE_TABLE_H
 #define FIBDB_ENGINE_STORE_TABLE_H
 
-#include <cstdint>
+#include <pthread.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "engine/store/hash_index.h"
 #include "engine/store/heap.h"
+#include "engine/store/key.h"
+#include "engine/store/ordered_index.h"
+#include "engine/store/prefix_tables.h"
+#include "engine/store/records.h"
+#include "engine/store/secondary_index.h"
 #include "schema/catalog.h"
 
 namespace fibdb::store {
@@ -25,7 +40,7 @@ enum class Change : uint8_t { kInserted, kReplaced, kUpdated, kRemoved };
 
 struct Limits {
   uint64_t records = 0;  // 0: none
-  uint64_t bytes = 0;    // 0: none
+  uint64_t bytes = 0;    // 0: none; counted in extents
 };
 
 struct TableStats {
@@ -37,24 +52,44 @@ struct TableStats {
 // One bit per field of the schema, in its order.
 using FieldSet = uint64_t;
 
-struct TableState;  // lives in the arena
+inline constexpr size_t kMaxIndexes = 8;
 
-// Rows are the schema's packed rows; keys the packed keys of an index. Codes are those of fibdb/engine.h; 0 is success.
+// The stored part of an index; each kind uses what it needs. Lives in the arena, zero is empty.
+struct IndexState {
+  HashIndexState hash;
+  OrderedIndexState order;
+};
+
+// The stored part of a table; lives in the arena, zero but for the lock is empty.
+struct TableState {
+  pthread_mutex_t writers;
+  HeapState heap;
+  RecordsState records;
+  IndexState indexes[kMaxIndexes];
+  uint64_t count;
+  uint64_t recordLimit;
+  uint64_t inserted, replaced, updated, removed, refused;
+};
+
+// Rows are the schema's packed rows; keys the packed keys of an index. Codes are those of fibdb/engine.h.
 class Table {
  public:
   const schema::Table& layout() const { return *layout_; }
   // The index with this id, or nullptr.
   const schema::Index* findIndex(uint32_t indexId) const;
 
-  // Inserts the row or replaces the record with its primary key.
+  // Inserts the row or replaces the record with its primary key. DB_ERR_BAD_KEY for a mask above 32 in a
+  // longest-prefix key; DB_ERR_RECORD_LIMIT, DB_ERR_MEMORY_LIMIT, DB_ERR_NO_MEMORY: nothing changed.
   uint32_t write(const uint8_t* row, Change& change);
-  // Changes the fields in `staged` of the record with this primary key to row's. DB_ERR_NO_DATA when there is none,
-  // DB_ERR_KEY_MISMATCH when a staged field of the primary key differs from the key.
+  // Changes the fields in `staged` of the record with this primary key to row's. DB_ERR_NO_DATA when there is
+  // none, DB_ERR_KEY_MISMATCH when a staged field of the primary key differs from the key.
   uint32_t update(const uint8_t* primaryKey, const uint8_t* row, FieldSet staged);
-  // Removes the record, or all records, with this key (primary or secondary). DB_ERR_NO_DATA when there is none.
+  // Removes the record, or all records, with this key (primary or secondary); each removal is a write of its
+  // own. DB_ERR_NO_DATA when there is none.
   uint32_t remove(const schema::Index& index, const uint8_t* key, uint64_t& removed);
 
-  // Copies the record with this key; of several under a secondary key the first in primary-key order.
+  // Copies the record with this key; of several under a secondary key the first in primary-key order, which
+  // takes a look at each of them.
   uint32_t read(const schema::Index& index, const uint8_t* key, uint8_t* row) const;
 
   uint64_t count() const;
@@ -66,18 +101,57 @@ class Table {
  private:
   friend class Store;
   friend class Cursor;
+
+  // What the schema says about an index, worked out.
+  struct Plan {
+    schema::IndexKind kind = schema::IndexKind::kPrimary;
+    KeyShape shape;
+    // Longest prefix only: the columns before address and mask, and where those two stand in the row.
+    KeyShape leading;
+    uint16_t addrOffset = 0, maskOffset = 0;
+
+    Prefix prefixIn(const uint8_t* row) const;
+  };
+  struct HashOfRecord {
+    const Table* table;
+    uint64_t operator()(Ref record) const;
+  };
+  using PrimaryIndex = HashIndex<HashOfRecord>;
+  class Writer;
+
+  void attach(const schema::Table& layout, Arena& arena, TableState& state);
+
+  size_t numberOf(const schema::Index& index) const;
+  bool masksAreValid(const uint8_t* row) const;
+
+  // Views of the stored parts.
+  Heap heap() const { return Heap(*arena_, state_->heap); }
+  Records records(Heap& heap) const { return Records(heap, state_->records, recordLayout_); }
+  PrimaryIndex primary(Heap& heap) const;
+  SecondaryIndex secondary(Heap& heap, size_t index) const;
+  OrderedIndex<OrderedEntry> ordered(Heap& heap, size_t index) const;
+  PrefixTables prefixes(Heap& heap, size_t index) const;
+
+  Ref find(Heap& heap, const Key& primaryKey) const;
+  uint32_t readFirst(const schema::Index& index, const uint8_t* key, uint8_t* row) const;
+
   const schema::Table* layout_ = nullptr;
   Arena* arena_ = nullptr;
   TableState* state_ = nullptr;
+  RecordLayout recordLayout_;
+  Plan plans_[kMaxIndexes];
+  size_t planCount_ = 0;
+  uint32_t insertBytes_ = 0, removeBytes_ = 0;  // what such a write hands to Heap::ensure
 };
 
 // A walk over records. Needs no release; takes no memory. One thread at a time.
-// open... return 0, DB_ERR_BAD_INDEX or DB_ERR_BAD_KEY.
+// open... return 0, DB_ERR_BAD_INDEX or DB_ERR_BAD_KEY. A cursor must not be used before it is opened.
 class Cursor {
  public:
   // The whole table.
   void openAll(const Table& table);
-  // Primary or secondary key: the records under it. Longest prefix: the prefixes that cover the key, longest first.
+  // Primary or secondary key: the records under it. Longest prefix: the prefixes that cover the key's address
+  // and are no longer than its mask, longest first; those that differ only below the mask, by address.
   uint32_t openKey(const Table& table, const schema::Index& index, const uint8_t* key);
   // Ordered index: the records between two keys, both included, in ascending key order.
   uint32_t openRange(const Table& table, const schema::Index& index, const uint8_t* low, const uint8_t* high);
@@ -87,6 +161,46 @@ class Cursor {
 
   // Copies the next record to row: 0, or DB_ERR_ITER_END, then and for ever after.
   uint32_t next(uint8_t* row);
+
+ private:
+  enum class Kind : uint8_t { kEnded, kAll, kOne, kUnderKey, kRange, kPrefixes };
+
+  void open(const Table& table, Kind kind, size_t index);
+  bool step(uint8_t* row);
+  bool stepAll(uint8_t* row);
+  bool stepOne(uint8_t* row);
+  bool stepRun(uint8_t* row);
+  bool stepPrefixes(uint8_t* row);
+  bool stepPrefixesOneByOne(uint8_t* row);
+  bool readSharer(Heap& heap, uint8_t length, uint8_t* row);
+  void passPrefix(uint8_t length);
+  uint32_t refillUnderKey();
+  uint32_t refillRange();
+  bool keeps(const uint8_t* row) const;
+
+  static constexpr uint32_t kRun = 24;
+
+  const Table* table_;
+  uint64_t openedAt_;  // the heap's clock
+  Kind kind_;
+  bool filtered_;
+  uint16_t filterOffset_;
+  uint32_t filterValue_;
+  uint8_t index_;
+
+  // Longest prefix: prefixes longer than this have been seen; of this length perhaps some of several.
+  bool amidSharers_;
+  uint8_t maxLength_;
+  uint32_t addr_;
+  PostingEntry sharer_;
+
+  RecordPosition slot_;  // whole table
+  Key key_;              // under a key; the leading columns of a longest-prefix key
+
+  // Under a key and range: references read ahead. The last one seen is where reading goes on.
+  uint32_t runNext_, runCount_;
+  Ref run_[kRun];
+  OrderedEntry last_, high_;
 };
 
 // All tables of a schema in one arena.
@@ -95,18 +209,26 @@ class Store {
   // The engine's own store, over schema::kTables.
   static Store& instance();
 
+  // REQUIRES: tables outlives the store. A schema that tables cannot serve, or no memory: not valid().
   Store(std::span<const schema::Table> tables, uint64_t reserveBytes);
   ~Store();
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  bool valid() const;
-  size_t tableCount() const;
-  Table& table(size_t number);
-  const Arena& arena() const;
+  bool valid() const { return tables_ != nullptr; }
+  size_t tableCount() const { return schema_.size(); }
+  Table& table(size_t number) { return tables_[number]; }
+  const Arena& arena() const { return arena_; }
 
-  // Empties everything. REQUIRES: nobody uses the store.
+  // Empties everything, limits included. REQUIRES: nobody uses the store.
   void clear();
+
+ private:
+  bool makeStates();
+
+  Arena arena_;
+  std::span<const schema::Table> schema_;
+  Table* tables_ = nullptr;
 };
 
 }  // namespace fibdb::store

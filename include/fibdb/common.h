@@ -39,10 +39,10 @@ enum {
 
 /* Object database codes with a meaning of their own; any other non-zero code is a failure. */
 enum {
-  DB_ERR_FIELD_ABSENT = 10058,  /* the record never had this child node */
-  DB_ERR_RETRY = 10740,         /* not taken now, may be retried: the batch is full */
-  DB_RET_PUB_STATUS = 13044,    /* success, and the change waits for publication */
-  DB_ERR_NO_DATA = 15005,       /* no record has this key */
+  DB_ERR_FIELD_ABSENT = 10058,     /* the record never had this child node */
+  DB_ERR_RETRY = 10740,            /* not taken now, may be retried: the batch is full */
+  DB_RET_PUB_STATUS = 13044,       /* success, and the change waits for publication */
+  DB_ERR_NO_DATA = 15005,          /* no record has this key */
   DB_ERR_BATCH_QUEUE_FULL = 60003, /* the batch was not taken: too many are waiting */
   DB_ERR_BATCH_BUSY = 60023,       /* the batch was not taken: the connection is busy */
   DB_ERR_ITER_END = 110012         /* the iteration has ended */
@@ -117,30 +117,30 @@ typedef struct FibDbIterator {
 
 /* Stages the fields that a partial update changes: obj is the table object, item the caller's item record of the
  * table. A setter that is exported for one table takes that table's item type; cast it to pass it on. */
-typedef uint32_t (*FibDbFieldSetter)(uint64_t obj, const void *item);
+typedef uint32_t (*FibDbFieldSetter)(uint64_t obj, const void* item);
 
 /* Key request of the table service: which index, and the packed key. */
 typedef struct FibDbUfibKey {
-  const FibDbKeyDesc *desc;
+  const FibDbKeyDesc* desc;
   uint32_t descLen; /* always sizeof(FibDbKeyDesc) */
-  const void *key;
+  const void* key;
   uint32_t keyLen; /* bytes */
 } FibDbUfibKey;
 
 /* Entry buffer of the table service: a flat row and its length. The update context has the same shape; there it
  * points at the caller's item. */
 typedef struct FibDbUfibData {
-  void *data;
+  void* data;
   uint32_t len; /* bytes */
 } FibDbUfibData;
 
 /* How the table service reaches a registered table. */
 typedef struct FibDbTableDesc {
-  const char *name;
-  uint32_t (*create)(uint32_t kind, uint32_t zero, uint64_t *outObj);
+  const char* name;
+  uint32_t (*create)(uint32_t kind, uint32_t zero, uint64_t* outObj);
   uint32_t (*release)(uint64_t obj);
   uint32_t (*reset)(uint64_t obj, uint32_t kind);
-  uint32_t (*setAllFields)(uint64_t obj, const void *row, uint32_t len);
+  uint32_t (*setAllFields)(uint64_t obj, const void* row, uint32_t len);
   uint64_t zero1;
   uint64_t zero2;
 } FibDbTableDesc;

@@ -1,5 +1,6 @@
-/* fibdb/engine.h: administration of the embedded engine (libfibdb-engine): its codes, statistics, limits, completion
- * of batches, a look at any table, test faults. The database itself is reached through the platform's db_* calls.
+/* fibdb/engine.h: administration of the embedded engine (libfibdb-engine): its codes, statistics, limits,
+ * completion of batches, a look at any table, test faults. The database itself is reached through the
+ * platform's db_* calls.
  *
  * Functions return 0 or a code of this header or of common.h. Any thread may call them at any time.
  */
@@ -16,53 +17,53 @@ extern "C" {
 
 /* Codes of the engine beside those of common.h; fibdb_engine_error_text has a line for each. */
 enum {
-  DB_ERR_BAD_HANDLE = 20001,      /* zero, stale, or a handle of another kind */
-  DB_ERR_WRONG_TABLE = 20002,     /* the object belongs to another table */
-  DB_ERR_WRONG_KIND = 20003,      /* the object was not created for this operation */
-  DB_ERR_NULL_ARGUMENT = 20004,   /* a pointer that must not be NULL is NULL */
-  DB_ERR_BAD_INDEX = 20005,       /* the table has no index with this id, or it cannot serve this operation */
-  DB_ERR_BAD_KEY = 20006,         /* the key is outside its index: a mask above 32 */
-  DB_ERR_KEY_MISMATCH = 20007,    /* a staged key field differs from the key of the update */
-  DB_ERR_BAD_LENGTH = 20008,      /* a field, row or buffer of the wrong length */
-  DB_ERR_BAD_PROPERTY = 20009,    /* not property 0, not four bytes, or a table without vr_id */
-  DB_ERR_NO_CURRENT = 20010,      /* the object stands on no record */
-  DB_ERR_BAD_STATEMENT = 20011,   /* an unknown statement or condition kind, or no complete statement */
-  DB_ERR_OBJECT_LIMIT = 20012,    /* too many objects exist */
-  DB_ERR_NO_MEMORY = 20013,       /* the arena is exhausted */
-  DB_ERR_MEMORY_LIMIT = 20014,    /* the table's memory limit is reached */
-  DB_ERR_RECORD_LIMIT = 20015,    /* the table's record limit is reached */
-  DB_ERR_BATCH_EMPTY_OBJECT = 20016, /* the batch object has no operation staged */
+  DB_ERR_BAD_HANDLE = 20001,    /* zero, stale, or a handle of another kind */
+  DB_ERR_WRONG_TABLE = 20002,   /* the object belongs to another table */
+  DB_ERR_WRONG_KIND = 20003,    /* the object was not created for this operation */
+  DB_ERR_NULL_ARGUMENT = 20004, /* a pointer that must not be NULL is NULL */
+  DB_ERR_BAD_INDEX = 20005,     /* the table has no index with this id, or it cannot serve this operation */
+  DB_ERR_BAD_KEY = 20006,       /* the key is outside its index: a mask above 32 */
+  DB_ERR_KEY_MISMATCH = 20007,  /* a staged key field differs from the key of the update */
+  DB_ERR_BAD_LENGTH = 20008,    /* a field, row or buffer of the wrong length */
+  DB_ERR_BAD_PROPERTY = 20009,  /* not property 0, not four bytes, or a table without vr_id */
+  DB_ERR_NO_CURRENT = 20010,    /* the object stands on no record */
+  DB_ERR_BAD_STATEMENT = 20011, /* an unknown statement or condition kind, or no complete statement */
+  DB_ERR_OBJECT_LIMIT = 20012,  /* too many objects or connections exist */
+  DB_ERR_NO_MEMORY = 20013,     /* the arena is exhausted */
+  DB_ERR_MEMORY_LIMIT = 20014,  /* the table's memory limit is reached */
+  DB_ERR_RECORD_LIMIT = 20015,  /* the table's record limit is reached */
+  DB_ERR_BATCH_EMPTY_OBJECT = 20016, /* the batch object has no operation begun */
   DB_ERR_CONNECTION_CLOSED = 20017,  /* the connection of this batch object is closed */
   DB_ERR_NOT_SUPPORTED = 20018,      /* a call that no table of this engine supports yet */
   DB_ERR_NOT_REGISTERED = 20019,     /* table service: no table is registered under this id */
   DB_ERR_ALREADY_REGISTERED = 20020, /* table service: the id belongs to another table */
-  DB_ERR_BAD_DESCRIPTOR = 20021,     /* table service: a descriptor without name or functions, or of no known table */
+  DB_ERR_BAD_DESCRIPTOR = 20021,     /* table service: no name, a missing function, or an id above 63 */
   DB_ERR_EXISTS = 20022              /* table service: a record with this primary key exists */
 };
 
 /* A line of text for any code that a db_* or UFIB_DB_* call of the engine returns; never NULL. */
-FIBDB_API const char *fibdb_engine_error_text(uint32_t code);
+FIBDB_API const char* fibdb_engine_error_text(uint32_t code);
 
-/* How many tables the schema has; their numbers are 0 to count - 1. */
+/* How many tables the schema has; their numbers are 0 to count - 1. Others are DB_ERR_WRONG_TABLE. */
 FIBDB_API uint32_t fibdb_engine_table_count(void);
 /* The number of the table with that name, or UINT32_MAX. */
-FIBDB_API uint32_t fibdb_engine_find_table(const char *name);
+FIBDB_API uint32_t fibdb_engine_find_table(const char* name);
 
 typedef struct FibDbEngineTableStats {
-  const char *name;
-  uint32_t rowLength;    /* bytes */
+  const char* name;
+  uint32_t rowLength; /* bytes */
   uint32_t indexCount;
   uint64_t records;
-  uint64_t bytes;        /* memory the table holds: records, indexes, free and resting blocks */
-  uint64_t recordLimit;  /* 0: none */
-  uint64_t memoryLimit;  /* bytes, 0: none */
-  uint64_t inserted;     /* operations since start, by outcome */
+  uint64_t bytes;       /* memory the table holds: records, indexes, free and resting blocks */
+  uint64_t recordLimit; /* 0: none */
+  uint64_t memoryLimit; /* bytes, 0: none */
+  uint64_t inserted;    /* operations since start, by outcome */
   uint64_t replaced;
   uint64_t updated;
   uint64_t removed;
-  uint64_t refused;      /* writes refused at a limit */
+  uint64_t refused; /* writes refused at a limit */
 } FibDbEngineTableStats;
-FIBDB_API uint32_t fibdb_engine_table_stats(uint32_t table, FibDbEngineTableStats *out);
+FIBDB_API uint32_t fibdb_engine_table_stats(uint32_t table, FibDbEngineTableStats* out);
 
 /* Limits of one table; 0 lifts a limit. What is stored already stays. */
 FIBDB_API uint32_t fibdb_engine_set_limits(uint32_t table, uint64_t records, uint64_t bytes);
@@ -73,27 +74,28 @@ typedef enum FibDbEngineColumnKind {
 } FibDbEngineColumnKind;
 
 typedef struct FibDbEngineColumn {
-  const char *name;
+  const char* name;
   FibDbEngineColumnKind kind;
   uint32_t offset; /* in the row */
   uint32_t width;
   uint32_t count;
 } FibDbEngineColumn;
 FIBDB_API uint32_t fibdb_engine_column_count(uint32_t table);
-FIBDB_API uint32_t fibdb_engine_column(uint32_t table, uint32_t column, FibDbEngineColumn *out);
+/* DB_ERR_NO_DATA: there is no such column. */
+FIBDB_API uint32_t fibdb_engine_column(uint32_t table, uint32_t column, FibDbEngineColumn* out);
 
-/* Calls visit for every row of a table until it returns non-zero, and returns 0. The row is a copy that lives until
- * visit returns; visit may write to the table. Same promises as a root iterator. */
-typedef int (*FibDbEngineVisit)(const void *row, uint32_t length, void *context);
-FIBDB_API uint32_t fibdb_engine_walk(uint32_t table, FibDbEngineVisit visit, void *context);
+/* Calls visit for every row of a table until it returns non-zero, and returns 0. The row is a copy that lives
+ * until visit returns; visit may write to the table. Same promises as a root iterator. */
+typedef int (*FibDbEngineVisit)(const void* row, uint32_t length, void* context);
+FIBDB_API uint32_t fibdb_engine_walk(uint32_t table, FibDbEngineVisit visit, void* context);
 
 typedef struct FibDbEngineArenaStats {
-  uint64_t reserved;  /* bytes of address space */
-  uint64_t used;      /* bytes handed to tables */
-  uint64_t objects;   /* table objects alive */
+  uint64_t reserved; /* bytes of address space */
+  uint64_t used;     /* bytes handed to tables */
+  uint64_t objects;  /* table objects alive */
   uint64_t connections;
 } FibDbEngineArenaStats;
-FIBDB_API uint32_t fibdb_engine_arena_stats(FibDbEngineArenaStats *out);
+FIBDB_API uint32_t fibdb_engine_arena_stats(FibDbEngineArenaStats* out);
 
 /* What became of one batch. code: the first failure, or 0. */
 typedef struct FibDbBatchResult {
@@ -106,33 +108,34 @@ typedef struct FibDbBatchResult {
   uint32_t code;
 } FibDbBatchResult;
 
-/* A completion record: its address, as a 64-bit value, is the execution argument of a batch. done is called once,
- * on the engine's thread, after the batch was applied; the record must live until then. */
+/* A completion record: its address, as a 64-bit value, is the execution argument of a batch. done is called
+ * once, on the engine's thread, after the batch was applied; the record must live until then. */
 typedef struct FibDbBatchCompletion {
-  void (*done)(void *context, const FibDbBatchResult *result);
-  void *context;
+  void (*done)(void* context, const FibDbBatchResult* result);
+  void* context;
 } FibDbBatchCompletion;
 
 typedef struct FibDbEngineConnectionStats {
-  uint64_t batchLimit;     /* operations in one batch */
-  uint64_t queueLimit;     /* batches waiting */
-  uint64_t waiting;        /* batches handed over and not yet applied */
-  uint64_t batches;        /* batches applied */
-  uint64_t operations;     /* operations applied, failed ones included */
+  uint64_t batchLimit; /* operations in one batch */
+  uint64_t queueLimit; /* batches waiting */
+  uint64_t waiting;    /* batches handed over and not yet applied */
+  uint64_t batches;    /* batches applied */
+  uint64_t operations; /* operations applied, failed ones included */
   uint64_t failed;
   uint64_t refusedBatches; /* times the queue was full */
 } FibDbEngineConnectionStats;
-FIBDB_API uint32_t fibdb_engine_connection_stats(uint64_t connection, FibDbEngineConnectionStats *out);
+FIBDB_API uint32_t fibdb_engine_connection_stats(uint64_t connection, FibDbEngineConnectionStats* out);
 
-/* Waits until every batch handed over so far has been applied. */
+/* Waits until every batch handed over so far has been applied and its completion has returned.
+ * DB_ERR_BATCH_BUSY, as from db_disconnect, when such a completion asks for it. */
 FIBDB_API uint32_t fibdb_engine_drain(uint64_t connection);
 
-/* For tests: the next `count` calls that commit a write, update or removal of the table apply it and then return code
- * instead of 0 (13044, say). count 0 ends it. */
+/* For tests: the next `count` calls that commit a write, update or removal of the table apply it and then
+ * return code instead of 0 (13044, say). count 0 ends it. Operations of a batch are not such calls. */
 FIBDB_API uint32_t fibdb_engine_fault(uint32_t table, uint32_t code, uint32_t count);
 
-/* For tests: empties every table, lifts limits, ends faults and forgets registrations. No other thread may be inside
- * the engine; objects and connections must be released first. */
+/* For tests: empties every table, lifts limits, ends faults and forgets registrations. No other thread may be
+ * inside the engine; objects must be released first. DB_ERR_BATCH_BUSY while a connection is open. */
 FIBDB_API uint32_t fibdb_engine_reset(void);
 
 #ifdef __cplusplus

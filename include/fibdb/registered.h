@@ -72,37 +72,41 @@ typedef struct FibDbArGroupAttrRow {
 #pragma pack(pop)
 
 /* Packs item into row (FibDbArGroupAttrRow, zeroed by the caller) and stamps it; returns the stamp. */
-FIBDB_API uint64_t FIB_DB_SetArGroupAttrFields(const FibDbArGroupAttrItem *item, void *row);
-FIBDB_API void FIB_DB_GetArGroupAttrFields(const void *row, FibDbArGroupAttrItem *item);
+FIBDB_API uint64_t FIB_DB_SetArGroupAttrFields(const FibDbArGroupAttrItem* item, void* row);
+FIBDB_API void FIB_DB_GetArGroupAttrFields(const void* row, FibDbArGroupAttrItem* item);
 
 /* Key builders: the index id and the packed key (8 or 9 bytes). */
-FIBDB_API void FIB_DB_SetArGroupAttrPriKey(const FibDbArGroupAttrItem *item, uint32_t *indexId, void *key);
-FIBDB_API void FIB_DB_SetArGroupAttrAttrIdHashKey(const FibDbArGroupAttrItem *item, uint32_t *indexId, void *key);
-FIBDB_API void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem *item, uint32_t *indexId,
-                                                        void *key);
-FIBDB_API void FIB_DB_SetArGroupAttrOriginAsnHashKey(const FibDbArGroupAttrItem *item, uint32_t *indexId, void *key);
+FIBDB_API void FIB_DB_SetArGroupAttrPriKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key);
+FIBDB_API void FIB_DB_SetArGroupAttrAttrIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId,
+                                                  void* key);
+FIBDB_API void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId,
+                                                        void* key);
+FIBDB_API void FIB_DB_SetArGroupAttrOriginAsnHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId,
+                                                     void* key);
 /* Prepares query: group type 1, item's originType and the origin value that goes with it. */
-FIBDB_API void FIB_DB_SetArGroupAttrGroupTypeHashKey(FibDbArGroupAttrItem *query, const FibDbArGroupAttrItem *item);
+FIBDB_API void FIB_DB_SetArGroupAttrGroupTypeHashKey(FibDbArGroupAttrItem* query,
+                                                     const FibDbArGroupAttrItem* item);
 /* Update callback: stages smooth id and smooth time stamp. 1 for a NULL ctx, else 0 or the database's code. */
-FIBDB_API uint32_t FIB_DB_SetArGroupAttrSmoothID(const FibDbUfibData *ctx, uint64_t obj);
+FIBDB_API uint32_t FIB_DB_SetArGroupAttrSmoothID(const FibDbUfibData* ctx, uint64_t obj);
 
 /* A second create with the same primary key is the service's error, not a replace. */
-FIBDB_API uint32_t FIB_DB_CreateArGroupAttr(const FibDbArGroupAttrItem *item);
+FIBDB_API uint32_t FIB_DB_CreateArGroupAttr(const FibDbArGroupAttrItem* item);
 /* Reads fill item and leave it untouched on any failure. A missing record is 15005. */
-FIBDB_API uint32_t FIB_DB_ReadArGroupAttr(FibDbArGroupAttrItem *item);
-FIBDB_API uint32_t FIB_DB_ReadArGroupAttrByAttrIdHash(FibDbArGroupAttrItem *item);
-FIBDB_API uint32_t FIB_DB_ReadArGroupAttrByGroupTypeHash(FibDbArGroupAttrItem *item);
-FIBDB_API uint32_t FIB_DB_UpdateArGroupAttrSmoothId(const FibDbArGroupAttrItem *item);
-FIBDB_API uint32_t FIB_DB_DeleteArGroupAttr(const FibDbArGroupAttrItem *item);
+FIBDB_API uint32_t FIB_DB_ReadArGroupAttr(FibDbArGroupAttrItem* item);
+FIBDB_API uint32_t FIB_DB_ReadArGroupAttrByAttrIdHash(FibDbArGroupAttrItem* item);
+FIBDB_API uint32_t FIB_DB_ReadArGroupAttrByGroupTypeHash(FibDbArGroupAttrItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateArGroupAttrSmoothId(const FibDbArGroupAttrItem* item);
+FIBDB_API uint32_t FIB_DB_DeleteArGroupAttr(const FibDbArGroupAttrItem* item);
 /* count must not be NULL. */
-FIBDB_API uint32_t FIB_DB_CountArGroupAttrByGroupTypeHash(const FibDbArGroupAttrItem *item, uint32_t *count);
+FIBDB_API uint32_t FIB_DB_CountArGroupAttrByGroupTypeHash(const FibDbArGroupAttrItem* item, uint32_t* count);
 
 /* The service's iterator, or NULL. */
-FIBDB_API void *FIB_DB_CreateArGroupAttrIterator(uint32_t property);
-FIBDB_API void *FIB_DB_CreateArGroupAttrIteratorByOriginValue(const FibDbArGroupAttrItem *item, uint32_t property);
-FIBDB_API uint32_t FIB_DB_GetNextArGroupAttrEntry(void *iter, FibDbArGroupAttrItem *item);
+FIBDB_API void* FIB_DB_CreateArGroupAttrIterator(uint32_t property);
+FIBDB_API void* FIB_DB_CreateArGroupAttrIteratorByOriginValue(const FibDbArGroupAttrItem* item,
+                                                              uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextArGroupAttrEntry(void* iter, FibDbArGroupAttrItem* item);
 /* 0 for NULL. */
-FIBDB_API uint32_t FIB_DB_ReleaseArGroupAttrIterator(void *iter);
+FIBDB_API uint32_t FIB_DB_ReleaseArGroupAttrIterator(void* iter);
 
 #ifdef __cplusplus
 }

@@ -15,11 +15,11 @@ extern "C" {
 
 /* Index ids of the table. */
 enum {
-  FIB_DB_IP4FORWARD_PRIMARY = 0x0001000D,     /* route key */
-  FIB_DB_IP4FORWARD_BY_GROUP = 0x01090008,    /* next-hop group, second word */
-  FIB_DB_IP4FORWARD_BY_VRF = 0x0209000C,      /* vr_id, vrf_index, third word */
-  FIB_DB_IP4FORWARD_LONGEST = 0x0305000D,     /* route key, longest prefix match */
-  FIB_DB_IP4FORWARD_DICTIONARY = 0x0402000D   /* route key, in key order */
+  FIB_DB_IP4FORWARD_PRIMARY = 0x0001000D,   /* route key */
+  FIB_DB_IP4FORWARD_BY_GROUP = 0x01090008,  /* next-hop group, second word */
+  FIB_DB_IP4FORWARD_BY_VRF = 0x0209000C,    /* vr_id, vrf_index, third word */
+  FIB_DB_IP4FORWARD_LONGEST = 0x0305000D,   /* route key, longest prefix match */
+  FIB_DB_IP4FORWARD_DICTIONARY = 0x0402000D /* route key, in key order */
 };
 
 /* Bounds of FIB_DB_ReadIp4forwardByLpm and of the dictionary iterator. */
@@ -107,46 +107,46 @@ extern FIBDB_API uint64_t g_fibAsyncBatchObject;
 extern FIBDB_API uint32_t g_ip4WriteDbSetDataRetry;
 extern FIBDB_API uint32_t g_ip4RemoveDbAddOperRetry;
 
-FIBDB_API void FIB_DB_SetIp4forwardKey(FibDbIp4forwardKey *key, uint32_t vrId, uint32_t vrfIndex,
+FIBDB_API void FIB_DB_SetIp4forwardKey(FibDbIp4forwardKey* key, uint32_t vrId, uint32_t vrfIndex,
                                        uint32_t destIpAddr, uint8_t maskLen);
 /* Nothing when either pointer is NULL. */
-FIBDB_API void FIB_DB_GetIp4forwardKey(const FibDbIp4forwardKey *src, FibDbIp4forwardKey *dst);
+FIBDB_API void FIB_DB_GetIp4forwardKey(const FibDbIp4forwardKey* src, FibDbIp4forwardKey* dst);
 /* Conversions; nothing when either pointer is NULL. The first also sets g_fibSourcePid. */
-FIBDB_API void FIB_DB_SetIp4forwardItem(const FibDbIp4forwardItem *item, FibDbIp4forwardRecord *record);
-FIBDB_API void FIB_DB_GetIp4forwardItem(const FibDbIp4forwardRecord *record, FibDbIp4forwardItem *item);
-FIBDB_API void FIB_DB_SetIp4forwardKeyField(FibDbKeyDesc *desc, FibDbIp4forwardKey *key,
-                                            const FibDbIp4forwardItem *item);
+FIBDB_API void FIB_DB_SetIp4forwardItem(const FibDbIp4forwardItem* item, FibDbIp4forwardRecord* record);
+FIBDB_API void FIB_DB_GetIp4forwardItem(const FibDbIp4forwardRecord* record, FibDbIp4forwardItem* item);
+FIBDB_API void FIB_DB_SetIp4forwardKeyField(FibDbKeyDesc* desc, FibDbIp4forwardKey* key,
+                                            const FibDbIp4forwardItem* item);
 
 /* The route with exactly the item's key replaces the item. 60 when there is none; other read failures give 1. */
-FIBDB_API uint32_t FIB_DB_ReadIp4forward(FibDbIp4forwardItem *item);
+FIBDB_API uint32_t FIB_DB_ReadIp4forward(FibDbIp4forwardItem* item);
 
 /* The longest prefix that covers the item's dest_ip_addr, no longer than its mask_len, replaces the item.
  * FIB_DB_NO_ROUTE (10003, not 60) when none does. FIB_DB_ERR when vr_id is above 16 or vrf_index above 16384. */
-FIBDB_API uint32_t FIB_DB_ReadIp4forwardByLpm(FibDbIp4forwardItem *item);
+FIBDB_API uint32_t FIB_DB_ReadIp4forwardByLpm(FibDbIp4forwardItem* item);
 
-FIBDB_API uint32_t FIB_DB_CountIp4forward(uint32_t *count);
+FIBDB_API uint32_t FIB_DB_CountIp4forward(uint32_t* count);
 /* Routes whose high_status equals status; walks the whole table. count must not be NULL. */
-FIBDB_API uint32_t FIB_DB_CountIp4forwardByHighStatus(uint8_t status, uint32_t *count);
+FIBDB_API uint32_t FIB_DB_CountIp4forwardByHighStatus(uint8_t status, uint32_t* count);
 
 /* Iterators; NULL on failure. property: a vr_id, or FIB_DB_NO_PROPERTY. */
-FIBDB_API FibDbIterator *FIB_DB_CreateIp4forwardIterator(uint32_t property);
-FIBDB_API FibDbIterator *FIB_DB_CreateDictionaryIterator(uint32_t property); /* in route-key order */
-FIBDB_API FibDbIterator *FIB_DB_CreateIp4forwardIteratorByVrf(uint32_t vrId, uint32_t vrfIndex, uint32_t word3,
-                                                              uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateIp4forwardIterator(uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateDictionaryIterator(uint32_t property); /* in route-key order */
+FIBDB_API FibDbIterator* FIB_DB_CreateIp4forwardIteratorByVrf(uint32_t vrId, uint32_t vrfIndex,
+                                                              uint32_t word3, uint32_t property);
 /* property -1: none. */
-FIBDB_API FibDbIterator *FIB_DB_CreateIp4forwardIteratorByNhpGrpId(uint32_t nhpGroupId, uint32_t word2,
+FIBDB_API FibDbIterator* FIB_DB_CreateIp4forwardIteratorByNhpGrpId(uint32_t nhpGroupId, uint32_t word2,
                                                                    int32_t property);
 
 /* 0 with the next route in item, 60 at the end (every time it is asked), 1 on failure. */
-FIBDB_API uint32_t FIB_DB_GetNextIp4forward(FibDbIterator *handle, FibDbIp4forwardItem *item);
+FIBDB_API uint32_t FIB_DB_GetNextIp4forward(FibDbIterator* handle, FibDbIp4forwardItem* item);
 
 /* Fills items (bufLen: bytes of the array) and adds the number filled to *count, which the caller sets first.
  * 1: the array is full, call again for more (also: bufLen holds no item). 0: the iteration ended or failed
  * (also: items is NULL). handle must not be NULL. */
-FIBDB_API uint32_t FIB_DB_GetNextIp4forwardByNhpGrpId(FibDbIterator *handle, uint32_t bufLen,
-                                                      FibDbIp4forwardItem *items, uint32_t *count);
-FIBDB_API void FIB_DB_ReleaseIp4forwardIterator(FibDbIterator *handle);
-FIBDB_API void FIB_DB_ReleaseIp4forwardByNhpGrpId(FibDbIterator *handle);
+FIBDB_API uint32_t FIB_DB_GetNextIp4forwardByNhpGrpId(FibDbIterator* handle, uint32_t bufLen,
+                                                      FibDbIp4forwardItem* items, uint32_t* count);
+FIBDB_API void FIB_DB_ReleaseIp4forwardIterator(FibDbIterator* handle);
+FIBDB_API void FIB_DB_ReleaseIp4forwardByNhpGrpId(FibDbIterator* handle);
 
 /* The parameters reach db_connect in swapped order. With the embedded engine: param2 is the most operations in one
  * batch, param1 the most batches waiting; 0 takes the default. */
@@ -156,21 +156,21 @@ FIBDB_API void FIB_DB_DestroyAsyncConnect(void);
 FIBDB_API uint64_t FIB_DB_GetAsyncConn(void);
 
 /* The cached batch object, reset, or a new one. FIB_DB_ERR without a connection. outObject must not be NULL. */
-FIBDB_API uint32_t FIB_DB_GetIp4forwardBatchAsyncObject(uint64_t *outObject);
+FIBDB_API uint32_t FIB_DB_GetIp4forwardBatchAsyncObject(uint64_t* outObject);
 
 /* Adds an insert-or-replace (updateFlag 0) or an update of table_smooth_id and time_stamp_svc (any other value).
  * DB_ERR_RETRY (10740) when the batch is full. */
-FIBDB_API uint32_t FIB_DB_BatchAddOperWriteIp4forward(uint64_t *object, const FibDbIp4forwardItem *item,
+FIBDB_API uint32_t FIB_DB_BatchAddOperWriteIp4forward(uint64_t* object, const FibDbIp4forwardItem* item,
                                                       uint32_t updateFlag);
 /* The same two on a batch object handle that is not checked. */
-FIBDB_API uint32_t FIB_DB_WriteIp4forward(uint64_t object, const FibDbIp4forwardItem *item);
-FIBDB_API uint32_t FIB_DB_UpdateIp4forward(uint64_t object, const FibDbIp4forwardItem *item);
+FIBDB_API uint32_t FIB_DB_WriteIp4forward(uint64_t object, const FibDbIp4forwardItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateIp4forward(uint64_t object, const FibDbIp4forwardItem* item);
 /* A refused removal is logged through the info hook. */
-FIBDB_API uint32_t FIB_DB_BatchAddOperRemoveIp4forward(uint64_t *object, const FibDbIp4forwardItem *item);
+FIBDB_API uint32_t FIB_DB_BatchAddOperRemoveIp4forward(uint64_t* object, const FibDbIp4forwardItem* item);
 
 /* Hands the batch over; argument points at 0 or at the address of a completion record (engine.h) as a 64-bit value.
  * FIB_DB_BATCH_NOT_EXECUTED (10001): not now, the batch is kept, try again. Other failures give 1. */
-FIBDB_API uint32_t FIB_DB_BatchExecuteAsync(uint64_t *object, uint64_t *argument);
+FIBDB_API uint32_t FIB_DB_BatchExecuteAsync(uint64_t* object, uint64_t* argument);
 
 #ifdef __cplusplus
 }

@@ -16,12 +16,12 @@ extern "C" {
 
 /* size: bytes, never above 32 bits wide. Initially malloc and free of the C library. */
 typedef struct FibDbMemHooks {
-  void *(*alloc)(size_t size);
-  void (*free)(void *block);
+  void* (*alloc)(size_t size);
+  void (*free)(void* block);
 } FibDbMemHooks;
 
 /* printf-style; no message ends with a newline. The returned value is not looked at. */
-typedef int (*FibDbLogFunc)(const char *fmt, ...);
+typedef int (*FibDbLogFunc)(const char* fmt, ...);
 
 /* A NULL member drops the messages of that severity; both are NULL initially. */
 typedef struct FibDbLogHooks {
@@ -59,19 +59,19 @@ extern FIBDB_API uint32_t (*const g_fibDbTableRegister[15])(void);
 
 /* Takes over both members unchecked: hooks must be non-NULL, and so must its members. Do not replace hooks while
  * blocks of the old pair are alive. */
-FIBDB_API void FIB_DB_InitMem(const FibDbMemHooks *hooks);
+FIBDB_API void FIB_DB_InitMem(const FibDbMemHooks* hooks);
 
 /* size: bytes. NULL for 0 (the hook is not called), else what the alloc hook returns. */
-FIBDB_API void *FIB_DB_Malloc(uint32_t size);
+FIBDB_API void* FIB_DB_Malloc(uint32_t size);
 
 /* Hands block to the free hook, NULL included. */
-FIBDB_API void FIB_DB_Free(void *block);
+FIBDB_API void FIB_DB_Free(void* block);
 
 /* A block of count * size bytes, all equal to fill; NULL when it cannot be had or not be filled. */
-FIBDB_API void *FIB_DB_MemCalloc(uint32_t count, uint64_t size, uint8_t fill);
+FIBDB_API void* FIB_DB_MemCalloc(uint32_t count, uint64_t size, uint8_t fill);
 
 /* FIB_DB_ERR for NULL, else FIB_DB_OK. NULL members are accepted: they switch that severity off. */
-FIBDB_API uint32_t FIB_DB_LogFuncInit(const FibDbLogHooks *hooks);
+FIBDB_API uint32_t FIB_DB_LogFuncInit(const FibDbLogHooks* hooks);
 FIBDB_API FibDbLogFunc FIB_DB_GetInfoLogCallBack(void);
 FIBDB_API FibDbLogFunc FIB_DB_GetErrLogCallBack(void);
 
@@ -81,7 +81,7 @@ FIBDB_API uint32_t FIB_DB_GetSourcePid(void);
 FIBDB_API void FIB_DB_RecordErrStat(uint32_t tableId, uint32_t oper);
 
 /* The operation's name ("READ", "PUB", ...); never NULL. */
-FIBDB_API const char *FIB_DB_GetDbErrOprStr(uint32_t oper);
+FIBDB_API const char* FIB_DB_GetDbErrOprStr(uint32_t oper);
 
 /* g_fibGetDbOperTickCost. */
 FIBDB_API uint32_t FIB_DB_GetTickCost(void);

@@ -19,8 +19,8 @@ enum class FieldKind : uint8_t { kNumber, kBytes, kPad };
 struct Field {
   std::string_view name;  // empty: padding
   FieldKind kind;
-  uint8_t width;    // bytes of one element
-  uint16_t count;   // elements: more than one for byte blocks and arrays
+  uint8_t width;   // bytes of one element
+  uint16_t count;  // elements: more than one for byte blocks and arrays
   uint16_t offset = 0;
 
   constexpr uint16_t size() const { return static_cast<uint16_t>(width * count); }
@@ -104,7 +104,8 @@ consteval Column columnNamed(std::span<const Field> fields, std::string_view tex
   return column;
 }
 
-consteval Index indexOf(std::span<const Field> fields, uint8_t number, IndexKind kind, std::string_view columns) {
+consteval Index indexOf(std::span<const Field> fields, uint8_t number, IndexKind kind,
+                        std::string_view columns) {
   Index index{number, kind, 0, 0, {}};
   while (!columns.empty()) {
     const size_t comma = columns.find(", ");
@@ -139,12 +140,13 @@ inline constexpr IndexKind SECONDARY = IndexKind::kSecondary;
 #define TABLE(t) inline constexpr Index kIndexes_##t[] = {
 #define INDEX(t, number, kind_, id, columns) indexOf(kFields_##t, number, kind::kind_, columns),
 #define END_TABLE(t) \
-  };                 \
+  }                  \
+  ;                  \
   static_assert(kIndexes_##t[0].kind == IndexKind::kPrimary);
 #include "schema/tables.def"
 
 // The id literals say what the columns add up to.
-#define INDEX(t, number, kind_, id_, columns)                                     \
+#define INDEX(t, number, kind_, id_, columns)                                      \
   static_assert(indexOf(kFields_##t, number, kind::kind_, columns).id() == (id_)); \
   static_assert(((id_)&0xFFFF) <= kMaxKeyLength);
 #include "schema/tables.def"

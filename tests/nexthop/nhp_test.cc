@@ -74,15 +74,16 @@ TEST_F(NhpTest, SetNhpKeyField_leaves_the_rest_of_the_descriptor) {
 // Write: an object, fifteen fields in their order, one write, the release.
 TEST_F(NhpTest, WriteNhp_stages_every_field_and_writes_once) {
   EXPECT_EQ(FIB_DB_WriteNhp(&item), 0u);
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_create_nhp_obj(0)", "db_set_nhp_nhp_index(#1, 42)", "db_set_nhp_vr_id(#1, 1)",
-                          "db_set_nhp_vrf_index(#1, 2)", "db_set_nhp_origin_nhp(#1, 3)", "db_set_nhp_nhp_flag(#1, 5)",
-                          "db_set_nhp_nhp_num(#1, 4)", "db_set_nhp_ref_cnt(#1, 6)", "db_set_nhp_flags(#1, 7)",
-                          "db_set_nhp_iid_flags(#1, 8)", "db_set_nhp_app_source_id(#1, 9)",
-                          "db_set_nhp_table_smooth_id(#1, 10)", "db_set_nhp_app_obj_id(#1, 73014444032)",
-                          "db_set_nhp_app_version(#1, 12)", "db_set_nhp_time_stamp_app(#1, 81604378624)",
-                          "db_set_nhp_time_stamp_svc(#1, 85899345920)", "db_write_obj(#1)",
-                          "db_release_nhp_object(#1)"));
+  EXPECT_THAT(
+      platform.calls,
+      ElementsAre("db_create_nhp_obj(0)", "db_set_nhp_nhp_index(#1, 42)", "db_set_nhp_vr_id(#1, 1)",
+                  "db_set_nhp_vrf_index(#1, 2)", "db_set_nhp_origin_nhp(#1, 3)", "db_set_nhp_nhp_flag(#1, 5)",
+                  "db_set_nhp_nhp_num(#1, 4)", "db_set_nhp_ref_cnt(#1, 6)", "db_set_nhp_flags(#1, 7)",
+                  "db_set_nhp_iid_flags(#1, 8)", "db_set_nhp_app_source_id(#1, 9)",
+                  "db_set_nhp_table_smooth_id(#1, 10)", "db_set_nhp_app_obj_id(#1, 73014444032)",
+                  "db_set_nhp_app_version(#1, 12)", "db_set_nhp_time_stamp_app(#1, 81604378624)",
+                  "db_set_nhp_time_stamp_svc(#1, 85899345920)", "db_write_obj(#1)",
+                  "db_release_nhp_object(#1)"));
   EXPECT_EQ(platform.staged(TableId::nhp), rowOf(item));
 }
 
@@ -127,14 +128,15 @@ TEST_F(NhpTest, ReadNhp_fills_every_field) {
   FibDbNhpItem out{.nhp_index = 42};
   EXPECT_EQ(FIB_DB_ReadNhp(&out), 0u);
   EXPECT_EQ(rowOf(out), rowOf(fullItem()));
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_create_nhp_obj(3)", "db_read_obj(#1, 0x00010004 2a000000)", "db_get_nhp_nhp_index(#1)",
-                          "db_get_nhp_vr_id(#1)", "db_get_nhp_vrf_index(#1)", "db_get_nhp_origin_nhp(#1)",
-                          "db_get_nhp_nhp_flag(#1)", "db_get_nhp_nhp_num(#1)", "db_get_nhp_ref_cnt(#1)",
-                          "db_get_nhp_flags(#1)", "db_get_nhp_iid_flags(#1)", "db_get_nhp_app_source_id(#1)",
-                          "db_get_nhp_table_smooth_id(#1)", "db_get_nhp_app_obj_id(#1)", "db_get_nhp_app_version(#1)",
-                          "db_get_nhp_time_stamp_app(#1)", "db_get_nhp_time_stamp_svc(#1)",
-                          "db_release_nhp_object(#1)"));
+  EXPECT_THAT(
+      platform.calls,
+      ElementsAre("db_create_nhp_obj(3)", "db_read_obj(#1, 0x00010004 2a000000)", "db_get_nhp_nhp_index(#1)",
+                  "db_get_nhp_vr_id(#1)", "db_get_nhp_vrf_index(#1)", "db_get_nhp_origin_nhp(#1)",
+                  "db_get_nhp_nhp_flag(#1)", "db_get_nhp_nhp_num(#1)", "db_get_nhp_ref_cnt(#1)",
+                  "db_get_nhp_flags(#1)", "db_get_nhp_iid_flags(#1)", "db_get_nhp_app_source_id(#1)",
+                  "db_get_nhp_table_smooth_id(#1)", "db_get_nhp_app_obj_id(#1)", "db_get_nhp_app_version(#1)",
+                  "db_get_nhp_time_stamp_app(#1)", "db_get_nhp_time_stamp_svc(#1)",
+                  "db_release_nhp_object(#1)"));
 }
 
 TEST_F(NhpTest, ReadNhp_overwrites_the_index_with_the_records_own) {
@@ -255,13 +257,12 @@ TEST_P(NhpUpdate, of_a_missing_record_is_15005_uncounted_and_silent) {
 
 INSTANTIATE_TEST_SUITE_P(
     Fields, NhpUpdate,
-    testing::Values(
-        Update{"RefCount", FIB_DB_UpdateNhpRefCount, {"db_set_nhp_ref_cnt(#1, 6)"}},
-        Update{"Flags", FIB_DB_UpdateNhpFlags, {"db_set_nhp_flags(#1, 7)"}},
-        Update{"NumAndSmoothID",
-               FIB_DB_UpdateNhpNumAndSmoothID,
-               {"db_set_nhp_nhp_num(#1, 4)", "db_set_nhp_table_smooth_id(#1, 10)"}},
-        Update{"SmoothID", FIB_DB_UpdateNhpSmoothID, {"db_set_nhp_table_smooth_id(#1, 10)"}}),
+    testing::Values(Update{"RefCount", FIB_DB_UpdateNhpRefCount, {"db_set_nhp_ref_cnt(#1, 6)"}},
+                    Update{"Flags", FIB_DB_UpdateNhpFlags, {"db_set_nhp_flags(#1, 7)"}},
+                    Update{"NumAndSmoothID",
+                           FIB_DB_UpdateNhpNumAndSmoothID,
+                           {"db_set_nhp_nhp_num(#1, 4)", "db_set_nhp_table_smooth_id(#1, 10)"}},
+                    Update{"SmoothID", FIB_DB_UpdateNhpSmoothID, {"db_set_nhp_table_smooth_id(#1, 10)"}}),
     [](const auto& info) { return info.param.name; });
 
 TEST_F(NhpTest, UpdateNhpFields_hands_the_item_to_the_callers_setter) {
@@ -371,8 +372,8 @@ TEST_F(NhpTest, CreateNhpIterator_sets_any_property_but_the_one_that_means_none)
 
 TEST_F(NhpTest, CreateNhpIteratorByVrf_passes_its_words_in_order) {
   FibDbIterator* const iterator = FIB_DB_CreateNhpIteratorByVrf(1, 2, 3, 0xFFFFFFFF);
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_create_nhp_obj(5)", "db_create_root_iter(#1, 0x0109000C 010000000200000003000000)"));
+  EXPECT_THAT(platform.calls, ElementsAre("db_create_nhp_obj(5)",
+                                          "db_create_root_iter(#1, 0x0109000C 010000000200000003000000)"));
   FIB_DB_ReleaseNhpIterator(iterator);
 }
 

@@ -193,10 +193,9 @@ TEST_F(ArGroupAttrTest, CountArGroupAttrByGroupTypeHash_goes_by_the_origin_key) 
 // Update of the smooth id.
 TEST_F(ArGroupAttrTest, UpdateArGroupAttrSmoothId_stages_smooth_id_and_stamp_through_the_service) {
   EXPECT_EQ(FIB_DB_UpdateArGroupAttrSmoothId(&item), 0u);
-  EXPECT_THAT(platform.calls,
-              ElementsAre("UFIB_DB_Update(11, 0x00010009 111111113333333344, 136)",
-                          "db_set_ar_group_attr_table_smooth_id(#0, 2576980377)",
-                          "db_set_ar_group_attr_time_stamp_smooth(#0, 1700000000000000)"));
+  EXPECT_THAT(platform.calls, ElementsAre("UFIB_DB_Update(11, 0x00010009 111111113333333344, 136)",
+                                          "db_set_ar_group_attr_table_smooth_id(#0, 2576980377)",
+                                          "db_set_ar_group_attr_time_stamp_smooth(#0, 1700000000000000)"));
 }
 
 TEST_F(ArGroupAttrTest, SetArGroupAttrSmoothID_of_NULL_returns_1_after_asking_the_time) {

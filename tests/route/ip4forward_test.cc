@@ -204,7 +204,8 @@ TEST_F(Ip4forwardTest, SetIp4forwardKeyField_names_the_primary_key) {
 
 // Keyed read.
 TEST_F(Ip4forwardTest, ReadIp4forward_replaces_the_whole_item) {
-  FibDbIp4forwardItem out{.vr_id = 1, .vrf_index = 2, .dest_ip_addr = 0x0A000000, .mask_len = 8, .attr_word_b = 1};
+  FibDbIp4forwardItem out{
+      .vr_id = 1, .vrf_index = 2, .dest_ip_addr = 0x0A000000, .mask_len = 8, .attr_word_b = 1};
   EXPECT_EQ(FIB_DB_ReadIp4forward(&out), 0u);
   EXPECT_EQ(rowOf(out), rowOf(fullItem()));
   EXPECT_THAT(platform.calls,
@@ -370,7 +371,8 @@ const Creator kCreators[] = {
      {"db_create_root_iter(#1, NULL)"},
      "db_create_root_iter",
      {"CreateIp4forwardIterator malloc failed", "CreateIp4forwardIterator createObj failed, ret: 9",
-      "CreateIp4forwardIterator createIter failed, ret: 9", "CreateIp4forwardIterator setProperty failed, ret: 9"}},
+      "CreateIp4forwardIterator createIter failed, ret: 9",
+      "CreateIp4forwardIterator setProperty failed, ret: 9"}},
     {"Dictionary",
      FIB_DB_CreateDictionaryIterator,
      {"db_create_stmt(#1, 2, ip4forward)",
@@ -418,8 +420,8 @@ TEST_P(Ip4forwardIterator, opens_its_records_and_sets_a_property_only_when_there
 }
 
 TEST_P(Ip4forwardIterator, creation_failures_say_which_step_and_give_NULL) {
-  for (const char* const call : {"alloc", "db_create_ip4forward_obj", GetParam().opener,
-                                 "db_set_root_iterator_property"}) {
+  for (const char* const call :
+       {"alloc", "db_create_ip4forward_obj", GetParam().opener, "db_set_root_iterator_property"}) {
     platform.fail(call, 9);
     EXPECT_EQ(GetParam().create(0), nullptr) << call;
   }

@@ -10,9 +10,10 @@
 namespace fibdb::schema {
 namespace {
 
-constexpr auto kToy = laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"byte", FieldKind::kNumber, 1, 1},
-                               Field{"", FieldKind::kPad, 1, 2}, Field{"words", FieldKind::kNumber, 4, 3},
-                               Field{"block", FieldKind::kBytes, 1, 5}});
+constexpr auto kToy =
+    laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"byte", FieldKind::kNumber, 1, 1},
+             Field{"", FieldKind::kPad, 1, 2}, Field{"words", FieldKind::kNumber, 4, 3},
+             Field{"block", FieldKind::kBytes, 1, 5}});
 
 TEST(Schema, lays_fields_out_without_gaps) {
   EXPECT_EQ(offsetOf(kToy, "index"), 0u);
@@ -43,11 +44,11 @@ TEST(Schema, rows_have_their_lengths) {
   struct {
     const char* table;
     uint16_t length;
-  } const expected[] = {{"ip4forward", 124},     {"ar_group_attr", 120},  {"nhp_ext", 136},
-                        {"nhp_ext_label", 96},   {"nhp_vpnsid", 256},     {"nhp_group_node", 76},
-                        {"pri_attr", 40},        {"fib_dod_aging", 22},   {"fib_dod_rule", 104},
-                        {"vrf_class_data", 72},  {"ip_force_frag", 20},   {"virtual_meth_host_route", 20},
-                        {"fwd_vs_vpn", 88},      {"fib_special_ip", 16},  {"fib_special_ip_sub", 80}};
+  } const expected[] = {{"ip4forward", 124},    {"ar_group_attr", 120}, {"nhp_ext", 136},
+                        {"nhp_ext_label", 96},  {"nhp_vpnsid", 256},    {"nhp_group_node", 76},
+                        {"pri_attr", 40},       {"fib_dod_aging", 22},  {"fib_dod_rule", 104},
+                        {"vrf_class_data", 72}, {"ip_force_frag", 20},  {"virtual_meth_host_route", 20},
+                        {"fwd_vs_vpn", 88},     {"fib_special_ip", 16}, {"fib_special_ip_sub", 80}};
   for (const auto& row : expected) {
     const auto* const table = std::ranges::find(kTables, std::string_view(row.table), &Table::name);
     ASSERT_NE(table, std::end(kTables)) << row.table;

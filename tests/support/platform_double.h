@@ -56,7 +56,7 @@ class PlatformDouble {
   std::vector<std::string> infoLines;
   // The row staged by setters or set-all calls since the object was made.
   Row& staged(schema::TableId table);
-  std::vector<Row> created;  // rows handed to UFIB_DB_Create
+  std::vector<Row> created;         // rows handed to UFIB_DB_Create
   FibDbTableDesc lastDescriptor{};  // handed to UFIB_DB_TableRegister
   // Objects, iterators and blocks that are still alive, and releases of what was not.
   std::string leaks() const;

@@ -2,7 +2,8 @@
 #include "schema/catalog.h"
 
 using namespace fibdb::schema;
-constexpr auto kFields = laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"kind", FieldKind::kNumber, 1, 1}});
+constexpr auto kFields =
+    laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"kind", FieldKind::kNumber, 1, 1}});
 
 #ifdef WRONG
 constexpr uint32_t kId = 0x01090004;

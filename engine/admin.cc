@@ -1,0 +1,178 @@
+// engine/admin.cc: administration: texts of codes, statistics, limits, walks over any table, test faults.
+#include <cstring>
+
+#include "engine/client/batch.h"
+#include "engine/client/faults.h"
+#include "engine/client/object.h"
+#include "engine/service/table_service.h"
+#include "fibdb/engine.h"
+#include "platform/objdb.h"
+
+namespace fibdb {
+namespace {
+
+struct ErrorText {
+  uint32_t code;
+  const char* text;
+};
+
+constexpr ErrorText kErrorTexts[] = {
+    {FIB_DB_OK, "success"},
+    {DB_ERR_FIELD_ABSENT, "the record never had this node"},
+    {DB_ERR_RETRY, "not taken now, may be retried: the batch is full"},
+    {DB_RET_PUB_STATUS, "success, and the change waits for publication"},
+    {DB_ERR_NO_DATA, "no record has this key"},
+    {DB_ERR_BATCH_QUEUE_FULL, "the batch was not taken: too many are waiting"},
+    {DB_ERR_BATCH_BUSY, "not taken: the connection is busy"},
+    {DB_ERR_ITER_END, "the iteration has ended"},
+    {DB_ERR_BAD_HANDLE, "the handle is zero, stale or of another kind"},
+    {DB_ERR_WRONG_TABLE, "the object belongs to another table"},
+    {DB_ERR_WRONG_KIND, "the object was not created for this operation"},
+    {DB_ERR_NULL_ARGUMENT, "a pointer that must not be NULL is NULL"},
+    {DB_ERR_BAD_INDEX, "the table has no such index, or it cannot serve this operation"},
+    {DB_ERR_BAD_KEY, "the key is outside its index: a mask above 32"},
+    {DB_ERR_KEY_MISMATCH, "a staged key field differs from the key of the update"},
+    {DB_ERR_BAD_LENGTH, "a field, row, key or buffer has the wrong length"},
+    {DB_ERR_BAD_PROPERTY, "not property 0, not four bytes, or a table without vr_id"},
+    {DB_ERR_NO_CURRENT, "the object stands on no record"},
+    {DB_ERR_BAD_STATEMENT, "an unknown statement or condition, or no complete statement"},
+    {DB_ERR_OBJECT_LIMIT, "too many objects or connections exist"},
+    {DB_ERR_NO_MEMORY, "out of memory"},
+    {DB_ERR_MEMORY_LIMIT, "the table's memory limit is reached"},
+    {DB_ERR_RECORD_LIMIT, "the table's record limit is reached"},
+    {DB_ERR_BATCH_EMPTY_OBJECT, "the batch object has no operation begun"},
+    {DB_ERR_CONNECTION_CLOSED, "the connection of this batch object is closed"},
+    {DB_ERR_NOT_SUPPORTED, "no table supports this call yet"},
+    {DB_ERR_NOT_REGISTERED, "no table is registered under this id"},
+    {DB_ERR_ALREADY_REGISTERED, "the id belongs to another table"},
+    {DB_ERR_BAD_DESCRIPTOR, "a table descriptor without name or a function, or an id above 63"},
+    {DB_ERR_EXISTS, "a record with this primary key exists"},
+};
+
+// 0 and the table, or DB_ERR_WRONG_TABLE for a number that no table has.
+uint32_t findTable(uint32_t number, store::Table*& out) {
+  if (number >= schema::kTableCount) return DB_ERR_WRONG_TABLE;
+  store::Store& store = store::Store::instance();
+  if (!store.valid()) return DB_ERR_NO_MEMORY;
+  out = &store.table(number);
+  return 0;
+}
+
+// Padding is no column.
+bool isColumn(const schema::Field& field) { return field.kind != schema::FieldKind::kPad; }
+
+const schema::Field* findColumn(const schema::Table& layout, uint32_t column) {
+  for (const schema::Field& field : layout.fields) {
+    if (isColumn(field) && column-- == 0) return &field;
+  }
+  return nullptr;
+}
+
+}  // namespace
+}  // namespace fibdb
+
+using namespace fibdb;
+
+const char* fibdb_engine_error_text(uint32_t code) {
+  for (const ErrorText& entry : kErrorTexts) {
+    if (entry.code == code) return entry.text;
+  }
+  return "unknown code";
+}
+
+uint32_t fibdb_engine_table_count(void) { return schema::kTableCount; }
+
+uint32_t fibdb_engine_find_table(const char* name) {
+  for (uint32_t i = 0; name != nullptr && i < schema::kTableCount; ++i) {
+    if (schema::kTables[i].name == name) return i;
+  }
+  return UINT32_MAX;
+}
+
+uint32_t fibdb_engine_table_stats(uint32_t table, FibDbEngineTableStats* out) {
+  store::Table* found = nullptr;
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  if (const uint32_t code = findTable(table, found)) return code;
+  const store::TableStats stats = found->stats();
+  *out = {
+      .name = found->layout().name.data(),
+      .rowLength = found->layout().rowLength,
+      .indexCount = static_cast<uint32_t>(found->layout().indexes.size()),
+      .records = stats.records,
+      .bytes = stats.bytes,
+      .recordLimit = stats.limits.records,
+      .memoryLimit = stats.limits.bytes,
+      .inserted = stats.inserted,
+      .replaced = stats.replaced,
+      .updated = stats.updated,
+      .removed = stats.removed,
+      .refused = stats.refused,
+  };
+  return 0;
+}
+
+uint32_t fibdb_engine_set_limits(uint32_t table, uint64_t records, uint64_t bytes) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  found->setLimits({.records = records, .bytes = bytes});
+  return 0;
+}
+
+uint32_t fibdb_engine_column_count(uint32_t table) {
+  if (table >= schema::kTableCount) return 0;
+  uint32_t count = 0;
+  for (const schema::Field& field : schema::kTables[table].fields) count += isColumn(field);
+  return count;
+}
+
+uint32_t fibdb_engine_column(uint32_t table, uint32_t column, FibDbEngineColumn* out) {
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  if (table >= schema::kTableCount) return DB_ERR_WRONG_TABLE;
+  const schema::Field* field = findColumn(schema::kTables[table], column);
+  if (field == nullptr) return DB_ERR_NO_DATA;
+  const bool bytes = field->kind == schema::FieldKind::kBytes;
+  *out = {field->name.data(), bytes ? FIBDB_ENGINE_BYTES : FIBDB_ENGINE_NUMBER, field->offset, field->width,
+          field->count};
+  return 0;
+}
+
+uint32_t fibdb_engine_walk(uint32_t table, FibDbEngineVisit visit, void* context) {
+  store::Table* found = nullptr;
+  if (visit == nullptr) return DB_ERR_NULL_ARGUMENT;
+  if (const uint32_t code = findTable(table, found)) return code;
+  store::Cursor cursor;
+  cursor.openAll(*found);
+  alignas(8) uint8_t row[schema::kMaxRowLength];
+  while (cursor.next(row) == 0 && visit(row, found->layout().rowLength, context) == 0) {
+  }
+  return 0;
+}
+
+uint32_t fibdb_engine_arena_stats(FibDbEngineArenaStats* out) {
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  const store::Arena& arena = store::Store::instance().arena();
+  *out = {arena.reservedBytes(), arena.usedBytes(), client::countObjects(), client::countConnections()};
+  return 0;
+}
+
+uint32_t fibdb_engine_connection_stats(uint64_t connection, FibDbEngineConnectionStats* out) {
+  return out == nullptr ? uint32_t{DB_ERR_NULL_ARGUMENT} : client::connectionStats(connection, *out);
+}
+
+uint32_t fibdb_engine_drain(uint64_t connection) { return client::drain(connection); }
+
+uint32_t fibdb_engine_fault(uint32_t table, uint32_t code, uint32_t count) {
+  if (table >= schema::kTableCount) return DB_ERR_WRONG_TABLE;
+  client::armFault(static_cast<schema::TableId>(table), code, count);
+  return 0;
+}
+
+uint32_t fibdb_engine_reset(void) {
+  if (client::countConnections() != 0) return DB_ERR_BATCH_BUSY;
+  store::Store& store = store::Store::instance();
+  if (!store.valid()) return DB_ERR_NO_MEMORY;
+  store.clear();
+  client::endFaults();
+  service::forgetTables();
+  return 0;
+}

@@ -1,0 +1,446 @@
+// engine/client/batch.cc: connections, their threads and queues; building, handing over and applying batches.
+#include "engine/client/batch.h"
+
+#include <pthread.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "engine/client/mutex.h"
+#include "platform/objdb.h"
+
+namespace fibdb::client {
+namespace {
+
+constexpr schema::TableId kBatchTables[] = {
+#define BATCH(t) TableId::t,
+#include "schema/tables.def"
+};
+
+consteval size_t longestRow() {
+  size_t longest = 0;
+  for (const TableId table : kBatchTables) {
+    longest = std::max<size_t>(longest, schema::kTables[static_cast<size_t>(table)].rowLength);
+  }
+  return longest;
+}
+
+consteval size_t longestKey() {
+  size_t longest = 0;
+  for (const TableId table : kBatchTables) {
+    for (const schema::Index& index : schema::kTables[static_cast<size_t>(table)].indexes) {
+      longest = std::max<size_t>(longest, index.keyLength);
+    }
+  }
+  return longest;
+}
+
+// One entry of a batch.
+struct Operation {
+  const schema::Index* index;  // updates and removals: what key belongs to
+  store::FieldSet staged;      // updates
+  uint8_t kind;
+  uint8_t key[longestKey()];
+  uint8_t row[longestRow()];  // writes and updates
+};
+
+}  // namespace
+
+// The operations follow in memory.
+struct Batch {
+  Batch* next;
+  store::Table* table;
+  uint64_t argument;
+  uint32_t count;
+  uint32_t capacity;
+
+  Operation* operations() { return reinterpret_cast<Operation*>(this + 1); }
+};
+static_assert(sizeof(Batch) % alignof(Operation) == 0);
+
+struct Connection {
+  std::atomic<uint64_t> handle{kNoHandle};  // changes under mutex
+
+  Mutex mutex;
+  Condition work;     // a batch was handed over, or the connection closes
+  Condition applied;  // a batch was applied
+  // All under mutex. Both counts run on from one connection in this slot to the next, so that no one who
+  // waits for a count is ever left behind.
+  uint64_t batchesTaken = 0;
+  uint64_t batchesDone = 0;
+  Batch* first = nullptr;  // handed over, oldest first
+  Batch* last = nullptr;
+  Batch* spare = nullptr;
+  FibDbEngineConnectionStats stats{};
+  pthread_t thread{};
+
+  uint64_t generation = 0;  // under slotsMutex
+  bool slotTaken = false;   // under slotsMutex
+
+  bool isOpenAs(uint64_t expected) const { return handle.load(std::memory_order_acquire) == expected; }
+  bool isClosing() const { return isOpenAs(kNoHandle); }
+};
+
+namespace {
+
+Mutex slotsMutex;
+Connection connections[kMaxConnections];
+
+// The slot that a handle names, to be locked and then checked.
+Connection* slotFor(uint64_t handle) {
+  const uint32_t slot = slotOf(handle);
+  return slot < kMaxConnections && handle != kNoHandle ? &connections[slot] : nullptr;
+}
+
+// The batch that an object builds, made when it has none: 0 or DB_ERR_NO_MEMORY.
+uint32_t ensureBatch(BatchBuilding& building) {
+  if (building.batch != nullptr) return 0;
+  auto* batch = static_cast<Batch*>(std::malloc(sizeof(Batch) + building.limit * sizeof(Operation)));
+  if (batch == nullptr) return DB_ERR_NO_MEMORY;
+  batch->count = 0;
+  batch->capacity = building.limit;
+  building.batch = batch;
+  return 0;
+}
+
+void freeAll(Batch* batch) {
+  while (batch != nullptr) {
+    Batch* next = batch->next;
+    std::free(batch);
+    batch = next;
+  }
+}
+
+// REQUIRES: the connection's mutex is held.
+Batch* takeSpare(Connection& connection) {
+  Batch* batch = connection.spare;
+  if (batch == nullptr) return nullptr;
+  connection.spare = batch->next;
+  batch->count = 0;
+  return batch;
+}
+
+// REQUIRES: the connection's mutex is held.
+void putSpare(Connection& connection, Batch* batch) {
+  batch->next = connection.spare;
+  connection.spare = batch;
+}
+
+uint32_t applyWrite(store::Table& table, const Operation& operation, FibDbBatchResult& result) {
+  store::Change change{};
+  if (const uint32_t code = table.write(operation.row, change)) return code;
+  ++(change == store::Change::kInserted ? result.inserted : result.replaced);
+  return 0;
+}
+
+uint32_t applyUpdate(store::Table& table, const Operation& operation, FibDbBatchResult& result) {
+  if (const uint32_t code = table.update(operation.key, operation.row, operation.staged)) return code;
+  ++result.updated;
+  return 0;
+}
+
+uint32_t applyRemoval(store::Table& table, const Operation& operation, FibDbBatchResult& result) {
+  uint64_t removed = 0;
+  if (const uint32_t code = table.remove(*operation.index, operation.key, removed)) return code;
+  result.removed += static_cast<uint32_t>(removed);
+  return 0;
+}
+
+uint32_t applyOne(store::Table& table, const Operation& operation, FibDbBatchResult& result) {
+  switch (operation.kind) {
+    case FIB_DB_OBJ_OP_WRITE:
+      return applyWrite(table, operation, result);
+    case FIB_DB_OBJ_OP_UPDATE:
+      return applyUpdate(table, operation, result);
+    default:
+      return applyRemoval(table, operation, result);
+  }
+}
+
+FibDbBatchResult applyAll(Batch& batch) {
+  FibDbBatchResult result{};
+  result.operations = batch.count;
+  for (const Operation& operation : std::span(batch.operations(), batch.count)) {
+    const uint32_t code = applyOne(*batch.table, operation, result);
+    if (code == 0) continue;
+    ++result.failed;
+    if (result.code == 0) result.code = code;
+  }
+  return result;
+}
+
+void complete(const Batch& batch, const FibDbBatchResult& result) {
+  const auto* completion = reinterpret_cast<const FibDbBatchCompletion*>(batch.argument);
+  if (completion != nullptr && completion->done != nullptr) completion->done(completion->context, &result);
+}
+
+// The oldest batch, waiting for one; nullptr when the connection closes and all are applied.
+Batch* nextBatch(Connection& connection) {
+  Lock lock(connection.mutex);
+  while (connection.first == nullptr && !connection.isClosing()) connection.work.wait(lock);
+  Batch* batch = connection.first;
+  if (batch != nullptr) connection.first = batch->next;
+  return batch;
+}
+
+void finish(Connection& connection, Batch* batch, const FibDbBatchResult& result) {
+  const Lock lock(connection.mutex);
+  ++connection.batchesDone;
+  ++connection.stats.batches;
+  connection.stats.operations += result.operations;
+  connection.stats.failed += result.failed;
+  putSpare(connection, batch);
+  connection.applied.wakeAll();
+}
+
+void* work(void* argument) {
+  Connection& connection = *static_cast<Connection*>(argument);
+  while (Batch* batch = nextBatch(connection)) {
+    const FibDbBatchResult result = applyAll(*batch);
+    complete(*batch, result);
+    finish(connection, batch, result);
+  }
+  return nullptr;
+}
+
+// The process's signals are its own threads' business. REQUIRES: the connection's mutex is held.
+bool startThread(Connection& connection) {
+  sigset_t all, before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  const int failed = pthread_create(&connection.thread, nullptr, work, &connection);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  return failed == 0;
+}
+
+Connection* takeSlot() {
+  const Lock lock(slotsMutex);
+  for (Connection& connection : connections) {
+    if (connection.slotTaken) continue;
+    connection.slotTaken = true;
+    ++connection.generation;
+    return &connection;
+  }
+  return nullptr;
+}
+
+void leaveSlot(Connection& connection) {
+  const Lock lock(slotsMutex);
+  connection.slotTaken = false;
+}
+
+bool onOwnThread(const Connection& connection) {
+  return pthread_equal(connection.thread, pthread_self()) != 0;
+}
+
+uint32_t openConnection(Connection& connection, uint64_t batchLimit, uint64_t queueLimit) {
+  const auto slot = static_cast<uint32_t>(&connection - connections);
+  const Lock lock(connection.mutex);
+  connection.stats = {};
+  connection.stats.batchLimit = batchLimit;
+  connection.stats.queueLimit = queueLimit;
+  const uint64_t handle = makeHandle(HandleTag::kConnection, connection.generation, slot);
+  connection.handle.store(handle, std::memory_order_release);
+  if (startThread(connection)) return 0;
+  connection.handle.store(kNoHandle, std::memory_order_release);
+  return DB_ERR_NO_MEMORY;
+}
+
+// From here on the handle is stale; the thread still applies what was handed over, then ends.
+uint32_t closeConnection(Connection& connection, uint64_t handle) {
+  const Lock lock(connection.mutex);
+  if (!connection.isOpenAs(handle)) return DB_ERR_BAD_HANDLE;
+  if (onOwnThread(connection)) return DB_ERR_BATCH_BUSY;
+  connection.handle.store(kNoHandle, std::memory_order_release);
+  connection.work.wakeOne();
+  return 0;
+}
+
+// What every call on a batch object begins with.
+uint32_t checkConnection(const Object& object) {
+  const BatchBuilding& building = object.building;
+  return building.connection->isOpenAs(building.connectionHandle) ? 0 : uint32_t{DB_ERR_CONNECTION_CLOSED};
+}
+
+bool isFull(const BatchBuilding& building) {
+  return building.batch != nullptr && building.batch->count == building.batch->capacity;
+}
+
+uint32_t findBatchObject(uint64_t handle, Object*& out) {
+  if (const uint32_t code = findObject(handle, only(FIB_DB_OBJ_OP_BATCH), out)) return code;
+  return checkConnection(*out);
+}
+
+// Writes need no key; updates go by the primary key, removals by any key that a direct removal takes.
+uint32_t findOperationIndex(const Object& object, const FibDbKeyDesc* desc, const void* key,
+                            const schema::Index*& out) {
+  if (object.building.operation == FIB_DB_OBJ_OP_WRITE) return 0;
+  if (const uint32_t code = findIndex(object, desc, key, out)) return code;
+  const bool serves =
+      out->kind == schema::IndexKind::kPrimary ||
+      (out->kind == schema::IndexKind::kSecondary && object.building.operation == FIB_DB_OBJ_OP_REMOVE);
+  return serves ? 0 : uint32_t{DB_ERR_BAD_INDEX};
+}
+
+void fill(Operation& operation, Object& object, const schema::Index* index, const void* key) {
+  operation.index = index;
+  operation.staged = object.staged;
+  operation.kind = static_cast<uint8_t>(object.building.operation);
+  if (index != nullptr) std::memcpy(operation.key, key, index->keyLength);
+  if (object.building.operation == FIB_DB_OBJ_OP_REMOVE) return;
+  std::memcpy(operation.row, stagedRowOf(object), object.table->layout().rowLength);
+}
+
+}  // namespace
+
+uint32_t createBatchObject(TableId table, uint32_t kind, uint64_t connection, uint64_t* out) {
+  if (kind != FIB_DB_OBJ_OP_BATCH) return DB_ERR_WRONG_KIND;
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  FibDbEngineConnectionStats stats;
+  if (const uint32_t code = connectionStats(connection, stats)) return code;
+  Object* object = nullptr;
+  if (const uint32_t code = takeObject(table, kind, object)) return code;
+  object->building = {&connections[slotOf(connection)], connection, static_cast<uint32_t>(stats.batchLimit),
+                      kNoOperation, nullptr};
+  *out = object->handle.load(std::memory_order_relaxed);
+  return 0;
+}
+
+uint32_t beginOperation(uint64_t handle, TableId table, uint32_t kind) {
+  Object* object = nullptr;
+  if (const uint32_t code = findObject(handle, table, only(FIB_DB_OBJ_OP_BATCH), object)) return code;
+  if (const uint32_t code = checkConnection(*object)) return code;
+  if (kind != FIB_DB_OBJ_OP_WRITE && kind != FIB_DB_OBJ_OP_UPDATE && kind != FIB_DB_OBJ_OP_REMOVE) {
+    return DB_ERR_WRONG_KIND;
+  }
+  object->staged = 0;
+  object->building.operation = kind;
+  return 0;
+}
+
+uint32_t checkStaging(const Object& object) {
+  if (const uint32_t code = checkConnection(object)) return code;
+  if (object.building.operation == kNoOperation) return DB_ERR_BATCH_EMPTY_OBJECT;
+  if (object.building.operation == FIB_DB_OBJ_OP_REMOVE) return DB_ERR_WRONG_KIND;
+  return isFull(object.building) ? uint32_t{DB_ERR_RETRY} : 0;
+}
+
+uint32_t emptyBatch(Object& object) {
+  if (const uint32_t code = checkConnection(object)) return code;
+  if (object.building.batch != nullptr) object.building.batch->count = 0;
+  object.building.operation = kNoOperation;
+  object.staged = 0;
+  return 0;
+}
+
+void dropBatch(Object& object) {
+  const BatchBuilding& building = object.building;
+  if (building.batch == nullptr) return;
+  {
+    const Lock lock(building.connection->mutex);
+    if (building.connection->isOpenAs(building.connectionHandle)) {
+      putSpare(*building.connection, building.batch);
+      return;
+    }
+  }
+  std::free(building.batch);
+}
+
+uint32_t connectionStats(uint64_t handle, FibDbEngineConnectionStats& out) {
+  Connection* connection = slotFor(handle);
+  if (connection == nullptr) return DB_ERR_BAD_HANDLE;
+  const Lock lock(connection->mutex);
+  if (!connection->isOpenAs(handle)) return DB_ERR_BAD_HANDLE;
+  out = connection->stats;
+  out.waiting = connection->batchesTaken - connection->batchesDone;
+  return 0;
+}
+
+uint32_t drain(uint64_t handle) {
+  Connection* connection = slotFor(handle);
+  if (connection == nullptr) return DB_ERR_BAD_HANDLE;
+  Lock lock(connection->mutex);
+  if (!connection->isOpenAs(handle)) return DB_ERR_BAD_HANDLE;
+  if (onOwnThread(*connection)) return DB_ERR_BATCH_BUSY;
+  const uint64_t taken = connection->batchesTaken;
+  while (connection->batchesDone < taken) connection->applied.wait(lock);
+  return 0;
+}
+
+uint64_t countConnections() {
+  const Lock lock(slotsMutex);
+  return static_cast<uint64_t>(std::count_if(std::begin(connections), std::end(connections),
+                                             [](const Connection& slot) { return slot.slotTaken; }));
+}
+
+}  // namespace fibdb::client
+
+using namespace fibdb;
+using namespace fibdb::client;
+
+uint32_t db_connect(uint64_t mostOperations, uint64_t mostWaiting, uint64_t* outConn) {
+  if (outConn == nullptr) return DB_ERR_NULL_ARGUMENT;
+  if (mostOperations == 0) mostOperations = kDefaultBatchLimit;
+  if (mostWaiting == 0) mostWaiting = kDefaultQueueLimit;
+  if (mostOperations > kMostBatchLimit) return DB_ERR_NO_MEMORY;
+  Connection* connection = takeSlot();
+  if (connection == nullptr) return DB_ERR_OBJECT_LIMIT;
+  if (const uint32_t code = openConnection(*connection, mostOperations, mostWaiting)) {
+    leaveSlot(*connection);
+    return code;
+  }
+  *outConn = connection->handle.load(std::memory_order_relaxed);
+  return 0;
+}
+
+uint32_t db_disconnect(uint64_t conn) {
+  Connection* connection = slotFor(conn);
+  if (connection == nullptr) return DB_ERR_BAD_HANDLE;
+  if (const uint32_t code = closeConnection(*connection, conn)) return code;
+  pthread_join(connection->thread, nullptr);
+  freeAll(connection->spare);
+  connection->spare = nullptr;
+  leaveSlot(*connection);
+  return 0;
+}
+
+uint32_t db_batch_add_oper(uint64_t obj, const FibDbKeyDesc* desc, const void* key) {
+  Object* object = nullptr;
+  if (const uint32_t code = findBatchObject(obj, object)) return code;
+  BatchBuilding& building = object->building;
+  if (building.operation == kNoOperation) return DB_ERR_BATCH_EMPTY_OBJECT;
+  const schema::Index* index = nullptr;
+  if (const uint32_t code = findOperationIndex(*object, desc, key, index)) return code;
+  if (isFull(building)) return DB_ERR_RETRY;
+  if (const uint32_t code = ensureBatch(building)) return code;
+  fill(building.batch->operations()[building.batch->count++], *object, index, key);
+  building.operation = kNoOperation;
+  object->staged = 0;
+  return 0;
+}
+
+uint32_t db_batch_exec_async(uint64_t obj, uint64_t argument) {
+  Object* object = nullptr;
+  if (const uint32_t code = findBatchObject(obj, object)) return code;
+  BatchBuilding& building = object->building;
+  Connection& connection = *building.connection;
+  if (const uint32_t code = ensureBatch(building)) return code;
+  building.batch->table = object->table;
+  building.batch->argument = argument;
+  building.batch->next = nullptr;
+
+  const Lock lock(connection.mutex);
+  if (const uint32_t code = checkConnection(*object)) return code;
+  if (connection.batchesTaken - connection.batchesDone >= connection.stats.queueLimit) {
+    ++connection.stats.refusedBatches;
+    return DB_ERR_BATCH_QUEUE_FULL;
+  }
+  (connection.first == nullptr ? connection.first : connection.last->next) = building.batch;
+  connection.last = building.batch;
+  ++connection.batchesTaken;
+  building.batch = takeSpare(connection);
+  connection.work.wakeOne();
+  return 0;
+}

@@ -1,0 +1,33 @@
+// engine/client/handle.h: what the opaque 64-bit words that callers hold are made of.
+//
+// DESCRIPTION  A handle is a tag (what it stands for), a generation, and the slot it lives in. Slots are
+// never unmapped and every use of a slot has a generation of its own, so any word can be checked: one that is
+// zero, stale, or of another kind differs from the word that the slot holds now.
+#ifndef FIBDB_ENGINE_CLIENT_HANDLE_H
+#define FIBDB_ENGINE_CLIENT_HANDLE_H
+
+#include <cstdint>
+
+namespace fibdb::client {
+
+// Never zero, so a handle never is. A child node's tag will be 4.
+enum class HandleTag : uint8_t { kObject = 1, kIterator = 2, kConnection = 3, kServiceIterator = 5 };
+
+inline constexpr uint64_t kNoHandle = 0;
+
+// Few slots leave many generations: a slot taken ten million times a second repeats a handle after 20 days.
+inline constexpr unsigned kTagBits = 4;
+inline constexpr unsigned kSlotBits = 16;
+inline constexpr unsigned kGenerationBits = 64 - kTagBits - kSlotBits;
+inline constexpr uint64_t kGenerationMask = (uint64_t{1} << kGenerationBits) - 1;
+
+constexpr uint64_t makeHandle(HandleTag tag, uint64_t generation, uint32_t slot) {
+  return static_cast<uint64_t>(tag) << (kGenerationBits + kSlotBits) |
+         (generation & kGenerationMask) << kSlotBits | slot;
+}
+
+constexpr uint32_t slotOf(uint64_t handle) { return static_cast<uint32_t>(handle & ((1U << kSlotBits) - 1)); }
+
+}  // namespace fibdb::client
+
+#endif

@@ -1,0 +1,154 @@
+// engine/client/object.h: table objects: what stages one operation and stands on one record. And their pool.
+//
+// DESCRIPTION  An object belongs to one table and one kind of operation. It has a row where fields are
+// staged, a row it stands on after a read or a step of its iterator, one root iterator and one statement; a
+// batch object also builds a batch (batch.h). Slots come in chunks that are never given back, so a lookup
+// needs no lock; free slots wait in a list per thread, filled from and emptied to a common one.
+//
+// COST        create, find, reset, release: O(1), and no allocation once as many objects existed together.
+// THREADS     Any thread may create, find and release. An object belongs to one thread at a time; a handle
+//             that is used after its release, from any thread, is refused.
+// INVARIANTS  handle is 0 exactly while the slot is free. Whatever else a free slot holds has no meaning:
+//             create resets only what an operation reads before it writes it.
+#ifndef FIBDB_ENGINE_CLIENT_OBJECT_H
+#define FIBDB_ENGINE_CLIENT_OBJECT_H
+
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+
+#include "engine/client/handle.h"
+#include "engine/store/table.h"
+#include "fibdb/engine.h"
+#include "schema/catalog.h"
+
+namespace fibdb::client {
+
+using schema::TableId;
+
+struct Batch;
+struct Connection;
+
+// Sets of operation kinds.
+using Kinds = uint32_t;
+constexpr Kinds only(uint32_t kind) { return Kinds{1} << kind; }
+inline constexpr Kinds kAnyKind = ~Kinds{0};
+
+inline constexpr uint32_t kNoOperation = 0xFF;
+
+// What a batch object has beside the rows.
+struct BatchBuilding {
+  Connection* connection;
+  uint64_t connectionHandle;  // as it was at creation: tells a connection from a later one in the same slot
+  uint32_t limit;             // operations per batch
+  uint32_t operation;         // the kind begun and not yet added, or kNoOperation
+  Batch* batch;               // nullptr: none needed yet
+};
+
+enum class StatementState : uint8_t { kNone, kStarted, kComplete };
+
+struct alignas(64) Object {
+  std::atomic<uint64_t> handle;
+  std::atomic<uint64_t> iterator;  // the live root iterator, or kNoHandle
+  store::Table* table;
+  store::FieldSet staged;  // which fields of stagedRow count; stagedRow has no meaning while this is empty
+  uint64_t generation;
+  uint64_t iterations;  // generations of root iterators
+  uint32_t slot;
+  TableId tableId;
+  uint8_t kind;
+  bool standing;  // row is a record
+  StatementState statement;
+  BatchBuilding building;  // of batch objects
+  Object* nextFree;
+
+  alignas(8) uint8_t row[schema::kMaxRowLength];
+  store::Cursor cursor;  // of the live root iterator
+  alignas(8) uint8_t stagedRow[schema::kMaxRowLength];
+  const schema::Index* rangeIndex;  // of a complete statement, with both ends
+  uint8_t low[schema::kMaxKeyLength];
+  uint8_t high[schema::kMaxKeyLength];
+};
+
+inline constexpr uint32_t kObjectsPerChunk = 64;
+inline constexpr uint32_t kMaxChunks = 1024;
+inline constexpr uint32_t kMaxObjects = kObjectsPerChunk * kMaxChunks;
+static_assert(kMaxObjects <= uint32_t{1} << kSlotBits);
+
+extern std::atomic<Object*> objectChunks[kMaxChunks];
+
+// The slot that a handle names, whatever it holds now; nullptr when there is none.
+inline Object* slotAt(uint64_t handle) {
+  const uint32_t slot = slotOf(handle);
+  if (slot >= kMaxObjects) return nullptr;
+  Object* chunk = objectChunks[slot / kObjectsPerChunk].load(std::memory_order_acquire);
+  return chunk == nullptr ? nullptr : chunk + slot % kObjectsPerChunk;
+}
+
+// 0 with the live object of one of these kinds, DB_ERR_BAD_HANDLE or DB_ERR_WRONG_KIND.
+inline uint32_t findObject(uint64_t handle, Kinds kinds, Object*& out) {
+  Object* object = slotAt(handle);
+  if (object == nullptr || object->handle.load(std::memory_order_relaxed) != handle || handle == kNoHandle) {
+    return DB_ERR_BAD_HANDLE;
+  }
+  out = object;
+  return (only(object->kind) & kinds) != 0 ? 0 : uint32_t{DB_ERR_WRONG_KIND};
+}
+
+// The same, of one table: DB_ERR_WRONG_TABLE.
+inline uint32_t findObject(uint64_t handle, TableId table, Kinds kinds, Object*& out) {
+  const uint32_t code = findObject(handle, kinds, out);
+  if (code == DB_ERR_BAD_HANDLE) return code;
+  return out->tableId == table ? code : uint32_t{DB_ERR_WRONG_TABLE};
+}
+
+// 0 with the object whose live root iterator this is, or DB_ERR_BAD_HANDLE.
+inline uint32_t findIterator(uint64_t handle, Object*& out) {
+  Object* object = slotAt(handle);
+  if (object == nullptr || object->iterator.load(std::memory_order_relaxed) != handle ||
+      handle == kNoHandle) {
+    return DB_ERR_BAD_HANDLE;
+  }
+  out = object;
+  return 0;
+}
+
+// An object of any kind, batch objects included: 0, DB_ERR_OBJECT_LIMIT or DB_ERR_NO_MEMORY.
+uint32_t takeObject(TableId table, uint32_t kind, Object*& out);
+
+// db_create_<t>_obj, db_release_<t>_object, db_reset_<t>_object.
+uint32_t createObject(TableId table, uint32_t kind, uint64_t* out);
+uint32_t releaseObject(uint64_t handle, TableId table);
+uint32_t resetObject(uint64_t handle, TableId table, uint32_t kind);
+
+// How many objects are alive; exact when none is made or released meanwhile.
+uint64_t countObjects();
+
+// Ends the root iterator, forgets the record the object stands on.
+inline void endIteration(Object& object) {
+  object.iterator.store(kNoHandle, std::memory_order_relaxed);
+  object.standing = false;
+}
+
+// The index that a key descriptor names, with the key's presence checked: 0, DB_ERR_NULL_ARGUMENT or
+// DB_ERR_BAD_INDEX.
+inline uint32_t findIndex(const Object& object, const FibDbKeyDesc* desc, const void* key,
+                          const schema::Index*& out) {
+  if (desc == nullptr || key == nullptr) return DB_ERR_NULL_ARGUMENT;
+  out = object.table->findIndex(desc->indexId);
+  return out != nullptr ? 0 : uint32_t{DB_ERR_BAD_INDEX};
+}
+
+// The staged row. Fields that are not staged have their initial value, zero.
+inline uint8_t* stagedRowOf(Object& object) {
+  if (object.staged == 0) std::memset(object.stagedRow, 0, object.table->layout().rowLength);
+  return object.stagedRow;
+}
+
+// The primary key of the row staged on a write object, packed to key (kMaxKeyLength bytes), with its
+// descriptor: what the table service cannot learn through db_* calls.
+uint32_t stagedPrimaryKey(uint64_t handle, FibDbKeyDesc& desc, uint8_t* key);
+
+}  // namespace fibdb::client
+
+#endif

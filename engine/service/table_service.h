@@ -1,0 +1,12 @@
+// engine/service/table_service.h: what administration needs of the table service beside its calls.
+#ifndef FIBDB_ENGINE_SERVICE_TABLE_SERVICE_H
+#define FIBDB_ENGINE_SERVICE_TABLE_SERVICE_H
+
+namespace fibdb::service {
+
+// Forgets all registrations. REQUIRES: nobody uses the service.
+void forgetTables();
+
+}  // namespace fibdb::service
+
+#endif

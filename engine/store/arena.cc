@@ -1,0 +1,76 @@
+// engine/store/arena.cc: reserving the arena and handing out its extents.
+#include "engine/store/arena.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+
+namespace fibdb::store {
+namespace {
+
+// At the start of the first extent; zero is an arena of which nothing was taken.
+struct Header {
+  std::atomic<uint64_t> extentsTaken;
+};
+static_assert(std::atomic<uint64_t>::is_always_lock_free);
+
+constexpr uint64_t kLeastBytes = uint64_t{64} << 20;
+
+// Lookups jump about in the whole arena, so it is laid out to be backed by huge pages where the system has
+// them.
+constexpr uint64_t kHugePageBytes = uint64_t{2} << 20;
+constexpr uint64_t kAlignment = std::max(kHugePageBytes, kExtentBytes);
+static_assert(kAlignment % kExtentBytes == 0);
+
+// Mapped behind the last extent, so that a stray read that starts in the arena ends in mapped memory; see
+// readable().
+constexpr uint64_t kTailBytes = kExtentBytes;
+
+std::byte* reserve(uint64_t bytes) {
+  const uint64_t mapped = bytes + kTailBytes;
+  void* start = mmap(nullptr, mapped + kAlignment, PROT_READ | PROT_WRITE,
+                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (start == MAP_FAILED) return nullptr;
+  auto* first = static_cast<std::byte*>(start);
+  const uint64_t before = -reinterpret_cast<uintptr_t>(start) % kAlignment;
+  if (before > 0) munmap(first, before);
+  if (before < kAlignment) munmap(first + before + mapped, kAlignment - before);
+  madvise(first + before, bytes, MADV_HUGEPAGE);
+  return first + before;
+}
+
+}  // namespace
+
+Arena::Arena(uint64_t bytes) {
+  bytes = std::min(bytes, kMaxArenaBytes) / kExtentBytes * kExtentBytes;
+  const uint64_t least = std::min(bytes, kLeastBytes);
+  for (; bytes > 0 && bytes >= least; bytes = bytes / 2 / kExtentBytes * kExtentBytes) {
+    base_ = reserve(bytes);
+    if (base_ == nullptr) continue;
+    bytes_ = bytes;
+    return;
+  }
+}
+
+Arena::~Arena() {
+  if (base_ != nullptr) munmap(base_, bytes_ + kTailBytes);
+}
+
+uint64_t Arena::usedBytes() const {
+  return at<Header>(0)->extentsTaken.load(std::memory_order_relaxed) * kExtentBytes;
+}
+
+Ref Arena::takeExtent() {
+  std::atomic<uint64_t>& extentsTaken = at<Header>(0)->extentsTaken;
+  uint64_t taken = extentsTaken.load(std::memory_order_relaxed);
+  do {
+    if ((taken + 2) * kExtentBytes > bytes_) return kNoRef;
+  } while (!extentsTaken.compare_exchange_weak(taken, taken + 1, std::memory_order_relaxed));
+  return static_cast<Ref>((taken + 1) * (kExtentBytes / kRefUnit));
+}
+
+void Arena::clear() { madvise(base_, usedBytes() + kExtentBytes, MADV_DONTNEED); }
+
+}  // namespace fibdb::store

@@ -1,0 +1,222 @@
+// engine/store/cursor.cc: the walks: over slots, under a key, along an ordered index, up covering prefixes.
+#include <cstring>
+
+#include "engine/store/table.h"
+#include "engine/store/word.h"
+#include "fibdb/engine.h"
+
+namespace fibdb::store {
+
+using schema::IndexKind;
+
+// What was read ahead needs no second look at its index: a record that is live and old enough is the one that
+// was found there, and whether it still has the key, its row tells.
+
+void Cursor::open(const Table& table, Kind kind, size_t index) {
+  table_ = &table;
+  openedAt_ = table.heap().clock();
+  kind_ = kind;
+  filtered_ = false;
+  index_ = static_cast<uint8_t>(index);
+  runNext_ = runCount_ = 0;
+}
+
+void Cursor::openAll(const Table& table) {
+  open(table, Kind::kAll, 0);
+  Heap heap = table.heap();
+  slot_ = table.records(heap).first();
+}
+
+uint32_t Cursor::openKey(const Table& table, const schema::Index& index, const uint8_t* key) {
+  kind_ = Kind::kEnded;
+  const size_t number = table.numberOf(index);
+  const Table::Plan& plan = table.plans_[number];
+  switch (index.kind) {
+    case IndexKind::kOrdered:
+      return DB_ERR_BAD_INDEX;
+    case IndexKind::kPrimary:
+      open(table, Kind::kOne, number);
+      plan.shape.fromPacked(key, key_);
+      return 0;
+    case IndexKind::kSecondary:
+      open(table, Kind::kUnderKey, number);
+      plan.shape.fromPacked(key, key_);
+      last_.record = kNoRef;
+      return 0;
+    case IndexKind::kLongest:
+      const uint8_t* addr = key + plan.leading.length();
+      if (addr[sizeof addr_] > kMaxPrefixLength) return DB_ERR_BAD_KEY;
+      open(table, Kind::kPrefixes, number);
+      plan.leading.fromPacked(key, key_);
+      std::memcpy(&addr_, addr, sizeof addr_);
+      maxLength_ = addr[sizeof addr_];
+      amidSharers_ = false;
+      return 0;
+  }
+  return DB_ERR_BAD_INDEX;
+}
+
+uint32_t Cursor::openRange(const Table& table, const schema::Index& index, const uint8_t* low,
+                           const uint8_t* high) {
+  kind_ = Kind::kEnded;
+  if (index.kind != IndexKind::kOrdered) return DB_ERR_BAD_INDEX;
+  const size_t number = table.numberOf(index);
+  open(table, Kind::kRange, number);
+  last_ = table.plans_[number].shape.ordered(low, kNoRef);
+  high_ = table.plans_[number].shape.ordered(high, ~Ref{0});
+  return 0;
+}
+
+void Cursor::keepOnly(uint16_t offset, uint32_t value) {
+  filtered_ = true;
+  filterOffset_ = offset;
+  filterValue_ = value;
+}
+
+bool Cursor::keeps(const uint8_t* row) const {
+  return !filtered_ || std::memcmp(row + filterOffset_, &filterValue_, sizeof filterValue_) == 0;
+}
+
+uint32_t Cursor::next(uint8_t* row) {
+  while (step(row)) {
+    if (keeps(row)) return 0;
+  }
+  kind_ = Kind::kEnded;
+  return DB_ERR_ITER_END;
+}
+
+bool Cursor::step(uint8_t* row) {
+  switch (kind_) {
+    case Kind::kEnded:
+      return false;
+    case Kind::kAll:
+      return stepAll(row);
+    case Kind::kOne:
+      return stepOne(row);
+    case Kind::kUnderKey:
+    case Kind::kRange:
+      return stepRun(row);
+    case Kind::kPrefixes:
+      return stepPrefixes(row);
+  }
+  return false;
+}
+
+bool Cursor::stepAll(uint8_t* row) {
+  Heap heap = table_->heap();
+  const Records records = table_->records(heap);
+  while (const Ref record = records.next(slot_)) {
+    if (records.read(record, openedAt_, row)) return true;
+  }
+  return false;
+}
+
+bool Cursor::stepOne(uint8_t* row) {
+  kind_ = Kind::kEnded;
+  Heap heap = table_->heap();
+  const Ref record = readStable(heap, [&] { return table_->find(heap, key_); });
+  return record != kNoRef && table_->records(heap).read(record, openedAt_, row);
+}
+
+bool Cursor::stepRun(uint8_t* row) {
+  Heap heap = table_->heap();
+  const Records records = table_->records(heap);
+  for (;;) {
+    if (runNext_ == runCount_) {
+      runNext_ = 0;
+      runCount_ = kind_ == Kind::kRange ? refillRange() : refillUnderKey();
+      if (runCount_ == 0) return false;
+    }
+    const Ref record = run_[runNext_++];
+    if (!records.read(record, openedAt_, row)) continue;
+    if (kind_ == Kind::kRange || table_->plans_[index_].shape.isIn(row, key_.bytes)) return true;
+  }
+}
+
+uint32_t Cursor::refillUnderKey() {
+  Heap heap = table_->heap();
+  const SecondaryIndex index = table_->secondary(heap, index_);
+  const uint32_t got = readStable(heap, [&] { return index.next(key_, last_.record, run_, kRun); });
+  if (got > 0) last_.record = run_[got - 1];
+  return got;
+}
+
+uint32_t Cursor::refillRange() {
+  Heap heap = table_->heap();
+  const auto index = table_->ordered(heap, index_);
+  OrderedEntry entries[kRun];
+  const uint32_t got = readStable(heap, [&] { return index.above(last_, false, entries, kRun); });
+  uint32_t count = 0;
+  while (count < got && entries[count] <= high_) {
+    run_[count] = entries[count].record;
+    last_ = entries[count++];
+  }
+  return count;
+}
+
+bool Cursor::stepPrefixes(uint8_t* row) {
+  if (amidSharers_) return stepPrefixesOneByOne(row);
+  Heap heap = table_->heap();
+  const PrefixTables tables = table_->prefixes(heap, index_);
+  const PrefixValue value = readStable(heap, [&] { return tables.longest(key_, addr_, maxLength_); });
+  if (value.none()) return false;
+  if (value.isSeveral() || !table_->records(heap).read(value.ref(), openedAt_, row)) {
+    return stepPrefixesOneByOne(row);
+  }
+  passPrefix(row[table_->plans_[index_].maskOffset]);
+  return true;
+}
+
+// Prefixes longer than `length` and that one itself are done with.
+void Cursor::passPrefix(uint8_t length) {
+  amidSharers_ = false;
+  if (length == 0) {
+    kind_ = Kind::kEnded;
+  } else {
+    maxLength_ = static_cast<uint8_t>(length - 1);
+  }
+}
+
+// The way for prefixes that several records share, or whose record is not for this cursor.
+bool Cursor::stepPrefixesOneByOne(uint8_t* row) {
+  Heap heap = table_->heap();
+  const PrefixTables tables = table_->prefixes(heap, index_);
+  const Records records = table_->records(heap);
+  PrefixMatches matches;
+  readStable(heap, [&] {
+    tables.match(key_, addr_, maxLength_, matches);
+    return 0;
+  });
+  for (uint32_t i = 0; i < matches.count; ++i) {
+    const PrefixValue value(matches.values[i]);
+    const uint8_t length = matches.lengths[i];
+    if (value.isSeveral()) {
+      if (readSharer(heap, length, row)) return true;
+    } else if (records.read(value.ref(), openedAt_, row)) {
+      passPrefix(length);
+      return true;
+    }
+    passPrefix(length);
+  }
+  return false;
+}
+
+bool Cursor::readSharer(Heap& heap, uint8_t length, uint8_t* row) {
+  const PrefixTables tables = table_->prefixes(heap, index_);
+  const Records records = table_->records(heap);
+  if (!amidSharers_ || length != maxLength_) sharer_ = {0, kNoRef};
+  maxLength_ = length;
+  amidSharers_ = true;
+  for (;;) {
+    PostingEntry at;
+    const Ref record = readStable(heap, [&] {
+      at = sharer_;
+      return tables.nextSharer(key_, {addr_, length}, at);
+    });
+    if (record == kNoRef) return false;
+    sharer_ = at;
+    if (records.read(record, openedAt_, row)) return true;
+  }
+}
+
+}  // namespace fibdb::store

@@ -1,0 +1,87 @@
+// engine/store/key_directory.h: what is kept once per key of an index: a payload, found by the key.
+//
+// DESCRIPTION  Every key in use has a block {payload, key bytes}; a hash index leads to it. The payload is
+// the index's own: how many records stand under the key, or the trie of a VRF.
+//
+// COST     find, enter, remove: O(1).
+// THREADS  One writer (REQUIRES the table's lock); find from any thread, inside readStable.
+#ifndef FIBDB_ENGINE_STORE_KEY_DIRECTORY_H
+#define FIBDB_ENGINE_STORE_KEY_DIRECTORY_H
+
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "engine/store/hash_index.h"
+#include "engine/store/heap.h"
+#include "engine/store/key.h"
+#include "engine/store/word.h"
+
+namespace fibdb::store {
+
+// Payload: stored state for which zero is the start.
+template <class Payload>
+class KeyDirectory {
+  static_assert(std::is_trivially_copyable_v<Payload> && sizeof(Payload) % sizeof(uint32_t) == 0);
+
+  struct HashOfBlock {
+    const KeyDirectory* directory;
+    uint64_t operator()(Ref block) const {
+      Key key;
+      directory->shape_->fromPacked(directory->keyBytes(block), key);
+      return key.hash;
+    }
+  };
+  using Blocks = HashIndex<HashOfBlock>;
+
+ public:
+  static constexpr uint32_t kMaxWriteBytes =
+      Blocks::kMaxWriteBytes + sizeof(Payload) + schema::kMaxKeyLength + kRefUnit;
+
+  KeyDirectory(Heap& heap, HashIndexState& state, const KeyShape& shape)
+      : heap_(&heap), state_(&state), shape_(&shape) {}
+
+  Payload* payload(Ref block) const { return heap_->at<Payload>(block); }
+
+  // The block of this key, or kNoRef.
+  Ref find(const Key& key) const {
+    return blocks().find(key.hash, [&](Ref block) {
+      uint8_t bytes[schema::kMaxKeyLength];
+      copyOut(bytes, keyBytes(block), key.length);
+      return std::memcmp(bytes, key.bytes, key.length) == 0;
+    });
+  }
+
+  uint32_t prepare() { return blocks().prepare(); }
+  // The same, made when there was none. REQUIRES: prepared.
+  Ref enter(const Key& key) {
+    const Ref known = find(key);
+    if (known != kNoRef) return known;
+    const Ref block = heap_->allocate(blockBytes());
+    const Payload start{};
+    copyIn(payload(block), &start, sizeof start);
+    copyIn(payload(block) + 1, key.bytes, key.length);
+    blocks().insert(key.hash, block);
+    return block;
+  }
+
+  void remove(const Key& key, Ref block) {
+    blocks().erase(key.hash, block);
+    heap_->retire(block, blockBytes());
+  }
+
+  void grow() { blocks().grow(); }
+
+ private:
+  Blocks blocks() const { return Blocks(*heap_, *state_, HashOfBlock{this}); }
+  uint32_t blockBytes() const { return static_cast<uint32_t>(sizeof(Payload)) + shape_->length(); }
+  const uint8_t* keyBytes(Ref block) const { return reinterpret_cast<const uint8_t*>(payload(block) + 1); }
+
+  Heap* heap_;
+  HashIndexState* state_;
+  const KeyShape* shape_;
+};
+
+}  // namespace fibdb::store
+
+#endif

@@ -1,0 +1,344 @@
+// engine/store/longest_prefix_index.cc: walking and rebuilding the nodes of a longest-prefix trie.
+//
+// An address is read as chunks of six bits, after five zero bits that stand before it so that the levels fall
+// where the header says: the root ends at /0, then come /1 to /6, /7 to /12 and so on, and the last level has
+// /31 and /32. In a node a prefix whose last r bits (0 to 5) lie in the node's chunk has the place 1 << r |
+// those bits, as in a heap: a longer prefix has a higher place, and the longest that covers a chunk is the
+// highest set bit among its ancestors.
+#include "engine/store/longest_prefix_index.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "engine/store/word.h"
+
+namespace fibdb::store {
+namespace {
+
+constexpr uint32_t kChunkBits = 6;
+constexpr uint32_t kChunks = 1 << kChunkBits;
+constexpr uint32_t kLeadingBits = kChunkBits - 1;
+constexpr uint32_t kMaxLength = 32;
+constexpr uint32_t kLevels = (kLeadingBits + kMaxLength) / kChunkBits + 1;
+
+// Behind a node stand the Refs of its children, then the values of its prefixes, in the order of their bits.
+struct Node {
+  uint64_t children;
+  uint64_t prefixes;
+};
+constexpr uint32_t kMaxRefs = kChunks + kChunks - 1;
+constexpr uint32_t bytesFor(uint32_t refs) { return uint32_t{sizeof(Node)} + refs * uint32_t{sizeof(Ref)}; }
+static_assert(bytesFor(kMaxRefs) <= kMaxBlockBytes);
+
+// A write copies one node, or begins a branch of nodes with one Ref each.
+constexpr uint32_t roundedUp(uint32_t bytes) {
+  return (bytes + uint32_t{kRefUnit} - 1) & ~(uint32_t{kRefUnit} - 1);
+}
+static_assert(roundedUp(bytesFor(kMaxRefs)) + kLevels * roundedUp(bytesFor(1)) <=
+              LongestPrefixIndex::kMaxWriteBytes);
+
+Ref* refsOf(Node& node) { return reinterpret_cast<Ref*>(&node + 1); }
+const Ref* refsOf(const Node& node) { return reinterpret_cast<const Ref*>(&node + 1); }
+
+constexpr uint64_t bitOf(uint32_t place) { return uint64_t{1} << place; }
+constexpr uint64_t bitsBelow(uint32_t place) { return bitOf(place) - 1; }
+
+constexpr uint32_t chunkOf(uint32_t addr, uint32_t level) {
+  return static_cast<uint32_t>(uint64_t{addr} << (32 - kLeadingBits) >>
+                               (64 - kChunkBits - kChunkBits * level)) %
+         kChunks;
+}
+
+// The places of the prefixes that cover a chunk.
+constexpr std::array<uint64_t, kChunks> kAncestors = [] {
+  std::array<uint64_t, kChunks> ancestors{};
+  for (uint32_t chunk = 0; chunk < kChunks; ++chunk) {
+    for (uint32_t place = (kChunks | chunk) >> 1; place > 0; place >>= 1) ancestors[chunk] |= bitOf(place);
+  }
+  return ancestors;
+}();
+
+// Where prefixes of one length stand: the level of the node, and how many bits of its chunk they use.
+struct Depth {
+  uint32_t level;
+  uint32_t bits;
+
+  explicit constexpr Depth(uint32_t length)
+      : level((length + kLeadingBits) / kChunkBits), bits((length + kLeadingBits) % kChunkBits) {}
+
+  uint32_t placeOf(uint32_t addr) const { return (kChunks | chunkOf(addr, level)) >> (kChunkBits - bits); }
+  // The places in a node of this level that are no deeper.
+  uint64_t reach() const { return bits + 1 == kChunkBits ? ~uint64_t{0} : bitsBelow(2u << bits); }
+};
+static_assert(Depth(0).level == 0 && Depth(0).bits == 5 && Depth(24).bits == 5 && Depth(25).level == 5);
+static_assert(Depth(kMaxLength).level == kLevels - 1);
+
+constexpr uint8_t lengthAt(uint32_t level, uint32_t place) {
+  return static_cast<uint8_t>(level * kChunkBits + static_cast<uint32_t>(std::bit_width(place)) - 1 -
+                              kLeadingBits);
+}
+
+// The number of bits set. Spelt out because the baseline x86-64 has no instruction for it and the compiler
+// would call its own library; where the target has one (see counting below) it recognises the idiom.
+constexpr uint32_t countOf(uint64_t bits) {
+  bits -= bits >> 1 & 0x5555555555555555;
+  bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
+  bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
+  return static_cast<uint32_t>(bits * 0x0101010101010101 >> 56);
+}
+static_assert(countOf(0) == 0 && countOf(~uint64_t{0}) == 64 && countOf(0x8000000000000101) == 3);
+
+constexpr uint32_t highestOf(uint64_t bits) { return static_cast<uint32_t>(std::bit_width(bits)) - 1; }
+
+// Which of the Refs behind a node belongs to a child or a prefix that is there.
+constexpr uint32_t childRank(uint64_t children, uint32_t chunk) {
+  return countOf(children & bitsBelow(chunk));
+}
+constexpr uint32_t valueRank(uint64_t children, uint64_t prefixes, uint32_t place) {
+  return countOf(children) + countOf(prefixes & bitsBelow(place));
+}
+
+uint32_t bytesOf(const Node& node) { return bytesFor(countOf(node.children) + countOf(node.prefixes)); }
+
+Ref& childOf(Node& node, uint32_t chunk) { return refsOf(node)[childRank(node.children, chunk)]; }
+uint32_t& valueOf(Node& node, uint32_t place) {
+  return refsOf(node)[valueRank(node.children, node.prefixes, place)];
+}
+
+// A node in the making.
+class Draft {
+ public:
+  Draft() : maps_{0, 0}, count_(0) {}
+  explicit Draft(const Node& node) : maps_(node), count_(countOf(node.children) + countOf(node.prefixes)) {
+    std::memcpy(refs_, refsOf(node), count_ * sizeof(Ref));
+  }
+
+  bool empty() const { return count_ == 0; }
+  void addChild(uint32_t chunk, Ref child) {
+    add(childRank(maps_.children, chunk), child);
+    maps_.children |= bitOf(chunk);
+  }
+  void removeChild(uint32_t chunk) {
+    remove(childRank(maps_.children, chunk));
+    maps_.children &= ~bitOf(chunk);
+  }
+  void addPrefix(uint32_t place, uint32_t value) {
+    add(valueRank(maps_.children, maps_.prefixes, place), value);
+    maps_.prefixes |= bitOf(place);
+  }
+  void removePrefix(uint32_t place) {
+    remove(valueRank(maps_.children, maps_.prefixes, place));
+    maps_.prefixes &= ~bitOf(place);
+  }
+
+  Ref commit(Heap& heap) const {
+    const Ref ref = heap.allocate(bytesFor(count_));
+    Node& node = *heap.at<Node>(ref);
+    store(node.children, maps_.children);
+    store(node.prefixes, maps_.prefixes);
+    copyIn(refsOf(node), refs_, count_ * sizeof(Ref));
+    return ref;
+  }
+
+ private:
+  void add(uint32_t rank, Ref ref) {
+    std::memmove(refs_ + rank + 1, refs_ + rank, (count_ - rank) * sizeof(Ref));
+    refs_[rank] = ref;
+    ++count_;
+  }
+  void remove(uint32_t rank) {
+    --count_;
+    std::memmove(refs_ + rank, refs_ + rank + 1, (count_ - rank) * sizeof(Ref));
+  }
+
+  Node maps_;
+  uint32_t count_;
+  Ref refs_[kMaxRefs];
+};
+
+// Puts the draft in the place of the node that the link leads to, or nothing if nothing is left in it.
+void replace(Heap& heap, Ref& link, const Draft& draft) {
+  const Ref replaced = link;
+  const uint32_t bytes = bytesOf(*heap.at<Node>(replaced));
+  publish(link, draft.empty() ? kNoRef : draft.commit(heap));
+  heap.retire(replaced, bytes);
+}
+
+// Sets a value that readers may be looking at and returns the one before.
+uint32_t exchange(uint32_t& value, uint32_t to) {
+  const uint32_t before = value;
+  publish(value, to);
+  return before;
+}
+
+// New nodes from `level` down to the one that holds the prefix.
+Ref branch(Heap& heap, uint32_t level, uint32_t addr, Depth depth, uint32_t value) {
+  Draft last;
+  last.addPrefix(depth.placeOf(addr), value);
+  Ref top = last.commit(heap);
+  for (uint32_t above = depth.level; above > level; --above) {
+    Draft node;
+    node.addChild(chunkOf(addr, above - 1), top);
+    top = node.commit(heap);
+  }
+  return top;
+}
+
+// Calls visit(level, node, covering) for the nodes on the way to addr, from the root on; covering has the
+// places of the prefixes in the node that cover addr and are no longer than the depth. What a reader meets
+// may be garbage if it was overtaken: it goes no further than the last level and follows no Ref out of the
+// arena.
+template <class Visit>
+[[gnu::always_inline]] inline void walk(const Arena& arena, Ref root, uint32_t addr, Depth depth,
+                                        Visit&& visit) {
+  Ref ref = root;
+  for (uint32_t level = 0; ref != kNoRef && arena.readable(ref); ++level) {
+    const Node& node = *arena.at<Node>(ref);
+    const uint32_t chunk = chunkOf(addr, level);
+    const uint64_t children = load(node.children);
+    const uint64_t covering = load(node.prefixes) & kAncestors[chunk];
+    if (level == depth.level) return visit(level, node, covering & depth.reach());
+    visit(level, node, covering);
+    if ((children & bitOf(chunk)) == 0) return;
+    ref = follow(refsOf(node)[childRank(children, chunk)]);
+  }
+}
+
+[[gnu::always_inline]] inline uint32_t valueAt(const Node& node, uint32_t place) {
+  return follow(refsOf(node)[valueRank(load(node.children), load(node.prefixes), place)]);
+}
+
+// Runs a lookup compiled for a machine that counts bits in one instruction, if this is one: on x86-64 all are
+// since 2008, but the baseline does not promise it. REQUIRES: lookup is always_inline.
+#if defined(__x86_64__)
+template <class Lookup>
+[[gnu::target("popcnt")]] auto runCounting(Lookup& lookup) {
+  return lookup();
+}
+template <class Lookup>
+auto counting(Lookup lookup) {
+  return __builtin_cpu_supports("popcnt") ? runCounting(lookup) : lookup();
+}
+#else
+template <class Lookup>
+auto counting(Lookup lookup) {
+  return lookup();
+}
+#endif
+
+}  // namespace
+
+uint32_t LongestPrefixIndex::insert(uint32_t addr, uint8_t length, uint32_t value) {
+  const Depth depth(length);
+  Ref* link = &state_->root;
+  for (uint32_t level = 0; *link != kNoRef; ++level) {
+    Node& node = *heap_->at<Node>(*link);
+    if (level == depth.level) {
+      const uint32_t place = depth.placeOf(addr);
+      if ((node.prefixes & bitOf(place)) != 0) return exchange(valueOf(node, place), value);
+      Draft draft(node);
+      draft.addPrefix(place, value);
+      replace(*heap_, *link, draft);
+      return 0;
+    }
+    const uint32_t chunk = chunkOf(addr, level);
+    if ((node.children & bitOf(chunk)) == 0) {
+      Draft draft(node);
+      draft.addChild(chunk, branch(*heap_, level + 1, addr, depth, value));
+      replace(*heap_, *link, draft);
+      return 0;
+    }
+    link = &childOf(node, chunk);
+  }
+  publish(*link, branch(*heap_, 0, addr, depth, value));
+  return 0;
+}
+
+uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
+  const Depth depth(length);
+  Ref* links[kLevels];
+  Ref* link = &state_->root;
+  for (uint32_t level = 0; level < depth.level; ++level) {
+    if (*link == kNoRef) return 0;
+    Node& node = *heap_->at<Node>(*link);
+    const uint32_t chunk = chunkOf(addr, level);
+    if ((node.children & bitOf(chunk)) == 0) return 0;
+    links[level] = link;
+    link = &childOf(node, chunk);
+  }
+  if (*link == kNoRef) return 0;
+  Node& node = *heap_->at<Node>(*link);
+  const uint32_t place = depth.placeOf(addr);
+  if ((node.prefixes & bitOf(place)) == 0) return 0;
+  const uint32_t value = valueOf(node, place);
+
+  Draft draft(node);
+  draft.removePrefix(place);
+  uint32_t level = depth.level;
+  // An emptied node leaves its parent, which may be emptied by that.
+  for (; draft.empty() && level > 0; --level) {
+    heap_->retire(*link, bytesOf(*heap_->at<Node>(*link)));
+    link = links[level - 1];
+    draft = Draft(*heap_->at<Node>(*link));
+    draft.removeChild(chunkOf(addr, level - 1));
+  }
+  replace(*heap_, *link, draft);
+  return value;
+}
+
+uint32_t LongestPrefixIndex::find(uint32_t addr, uint8_t length) const {
+  const Depth depth(length);
+  uint32_t value = 0;
+  walk(heap_->arena(), follow(state_->root), addr, depth,
+       [&](uint32_t level, const Node& node, uint64_t covering) {
+         const uint32_t place = depth.placeOf(addr);
+         if (level == depth.level && (covering & bitOf(place)) != 0) value = valueAt(node, place);
+       });
+  return value;
+}
+
+uint32_t LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const {
+  return counting([&]() __attribute__((always_inline))->uint32_t {
+    const Node* best = nullptr;
+    uint64_t bestCovering = 0;
+    walk(heap_->arena(), follow(state_->root), addr, Depth(maxLength),
+         [&](uint32_t, const Node& node, uint64_t covering) {
+           best = covering != 0 ? &node : best;
+           bestCovering = covering != 0 ? covering : bestCovering;
+         });
+    return best == nullptr ? 0 : valueAt(*best, highestOf(bestCovering));
+  });
+}
+
+void LongestPrefixIndex::match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {
+  struct Stop {
+    const Node* node;
+    uint64_t covering;
+  };
+  out.count = counting([&]() __attribute__((always_inline)) {
+    Stop stops[kLevels];
+    uint32_t levels = 0;
+    walk(heap_->arena(), follow(state_->root), addr, Depth(maxLength),
+         [&](uint32_t level, const Node& node, uint64_t covering) {
+           stops[level] = {&node, covering};
+           levels = level + 1;
+         });
+    uint32_t count = 0;
+    while (levels > 0) {
+      const Node& node = *stops[--levels].node;
+      // That there may be too many matters only to a reader of garbage.
+      for (uint64_t left = stops[levels].covering; left != 0 && count < kMaxMatches; ++count) {
+        const uint32_t place = highestOf(left);
+        left &= ~bitOf(place);
+        out.values[count] = valueAt(node, place);
+        out.lengths[count] = lengthAt(levels, place);
+      }
+    }
+    return count;
+  });
+}
+
+}  // namespace fibdb::store

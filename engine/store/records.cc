@@ -1,0 +1,152 @@
+// engine/store/records.cc: slots cut from extents, and the protocol of their versions.
+#include "engine/store/records.h"
+
+#include "engine/store/word.h"
+
+namespace fibdb::store {
+
+namespace {
+
+constexpr uint32_t kExtentUnits = kExtentBytes / kRefUnit;
+
+// An extent of records: this head, the slots, then a birth stamp for each slot.
+struct ExtentHead {
+  Ref next;
+  uint32_t cut;  // slots in use so far
+  uint8_t unused[56];
+};
+static_assert(sizeof(ExtentHead) == 64, "slots of whole cache lines stay on cache lines");
+constexpr uint32_t kHeadUnits = sizeof(ExtentHead) / kRefUnit;
+
+// Bits of a version; the rest counts changes.
+constexpr uint32_t kChanging = 1;
+constexpr uint32_t kLive = 2;
+constexpr uint32_t kOneChange = 4;
+
+// A slot is words: the version, then the row. The row of a slot that rests holds the reference of the one
+// that was retired next, and its stamp says since when it rests.
+constexpr size_t kVersion = 0;
+constexpr size_t kRow = 1;
+constexpr size_t kNextResting = kRow;
+
+}  // namespace
+
+RecordLayout::RecordLayout(uint16_t length) : rowLength(length) {
+  slotUnits = static_cast<uint32_t>((sizeof(uint32_t) + length + kRefUnit - 1) / kRefUnit);
+  slotsPerExtent =
+      static_cast<uint32_t>((kExtentBytes - sizeof(ExtentHead)) / (slotUnits * kRefUnit + sizeof(uint64_t)));
+}
+
+uint64_t* Records::stamp(Ref record) const {
+  const Ref extent = record & ~(kExtentUnits - 1);
+  const uint32_t slot = (record - extent - kHeadUnits) / layout_->slotUnits;
+  return heap_->at<uint64_t>(extent + kHeadUnits + layout_->slotsPerExtent * layout_->slotUnits) + slot;
+}
+
+bool Records::hasRested(Ref record) const { return heap_->clock() - *stamp(record) >= kRestingWrites; }
+
+// The slot that has rested longest, if that is long enough.
+Ref Records::rested() {
+  const Ref oldest = state_->oldestResting;
+  if (oldest == kNoRef || !hasRested(oldest)) return kNoRef;
+  state_->oldestResting = heap_->at<uint32_t>(oldest)[kNextResting];
+  if (state_->oldestResting == kNoRef) state_->newestResting = kNoRef;
+  return oldest;
+}
+
+// A slot that was never used.
+Ref Records::cut() {
+  Ref extent = state_->lastExtent;
+  if (extent == kNoRef || heap_->at<ExtentHead>(extent)->cut == layout_->slotsPerExtent) {
+    const Ref fresh = heap_->takeExtent();
+    if (fresh == kNoRef) return kNoRef;
+    publish(extent == kNoRef ? state_->firstExtent : heap_->at<ExtentHead>(extent)->next, fresh);
+    extent = state_->lastExtent = fresh;
+  }
+  auto* head = heap_->at<ExtentHead>(extent);
+  const Ref slot = extent + kHeadUnits + head->cut * layout_->slotUnits;
+  publish(head->cut, head->cut + 1);
+  return slot;
+}
+
+Ref Records::take(const uint8_t* row) {
+  Ref record = rested();
+  if (record == kNoRef) record = cut();
+  if (record == kNoRef && state_->oldestResting != kNoRef) {
+    // Memory is short, but a slot rests: let the clock run on. Whoever still looks at it will look again.
+    while (!hasRested(state_->oldestResting)) heap_->beginWrite();
+    record = rested();
+  }
+  if (record == kNoRef) return kNoRef;
+  store(*stamp(record), heap_->clock());
+  copyIn(heap_->at<uint32_t>(record) + kRow, row, layout_->rowLength);
+  return record;
+}
+
+void Records::enliven(Ref record) {
+  uint32_t* slot = heap_->at<uint32_t>(record);
+  publish(slot[kVersion], (slot[kVersion] + kOneChange) | kLive);
+}
+
+void Records::change(Ref record, const uint8_t* row) {
+  uint32_t* slot = heap_->at<uint32_t>(record);
+  // Fences keep each step behind the version that announces it, for readers, who look at the version last.
+  std::atomic_thread_fence(std::memory_order_release);
+  for (uint32_t i = 0; i * sizeof(uint32_t) < layout_->rowLength; ++i)
+    store(state_->shadow[i], slot[kRow + i]);
+  publish(slot[kVersion], slot[kVersion] | kChanging);
+  std::atomic_thread_fence(std::memory_order_release);
+  copyIn(slot + kRow, row, layout_->rowLength);
+  publish(slot[kVersion], (slot[kVersion] + kOneChange) & ~kChanging);
+}
+
+void Records::bury(Ref record) {
+  uint32_t* slot = heap_->at<uint32_t>(record);
+  publish(slot[kVersion], (slot[kVersion] + kOneChange) & ~kLive);
+  // Whatever is stored over the row is seen after the version.
+  std::atomic_thread_fence(std::memory_order_release);
+}
+
+void Records::retire(Ref record) {
+  uint32_t* slot = heap_->at<uint32_t>(record);
+  store(slot[kNextResting], kNoRef);
+  store(*stamp(record), heap_->clock());
+  if (state_->newestResting == kNoRef) {
+    state_->oldestResting = record;
+  } else {
+    store(heap_->at<uint32_t>(state_->newestResting)[kNextResting], record);
+  }
+  state_->newestResting = record;
+}
+
+const uint8_t* Records::row(Ref record) const {
+  return reinterpret_cast<const uint8_t*>(heap_->at<uint32_t>(record) + kRow);
+}
+
+bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
+  const uint32_t* slot = heap_->at<uint32_t>(record);
+  for (;;) {
+    const uint32_t version = follow(slot[kVersion]);
+    if ((version & kLive) == 0) return false;
+    const bool inTime = latest == kAnyTime || load(*stamp(record)) <= latest;
+    if (inTime) copyOut(row, (version & kChanging) != 0 ? state_->shadow : slot + kRow, layout_->rowLength);
+    std::atomic_thread_fence(std::memory_order_acquire);
+    if (load(slot[kVersion]) == version) return inTime;
+  }
+}
+
+RecordPosition Records::first() const { return {follow(state_->firstExtent), 0}; }
+
+Ref Records::next(RecordPosition& position) const {
+  while (position.extent != kNoRef) {
+    const auto* head = heap_->at<ExtentHead>(position.extent);
+    if (position.slot < follow(head->cut)) {
+      return position.extent + kHeadUnits + position.slot++ * layout_->slotUnits;
+    }
+    // An extent that is still being cut is the last one.
+    position = {follow(head->next), 0};
+  }
+  return kNoRef;
+}
+
+}  // namespace fibdb::store

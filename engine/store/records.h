@@ -1,0 +1,92 @@
+// engine/store/records.h: the records of one table: slots, their versions and births.
+//
+// DESCRIPTION  A record is a slot: a 32-bit version, then the row. Slots are cut from extents that hold
+// nothing else, so a slot is a slot for ever: what once was a reference to a record can always be looked at,
+// and the version and the birth stamp tell whether it still is the record that was meant. The version says
+// whether the slot is live and whether its row is being changed; while it is, the row's previous content
+// stands in the table's shadow row.
+//
+// COST     take, retire, read: O(1).
+// MEMORY   Rows and their versions, rounded up to 16 bytes, and 8 bytes for each birth.
+// THREADS  One writer (REQUIRES the table's lock); read, row and the walk from any thread.
+// INVARIANTS
+//   Every change of a slot changes its version, which comes round only after 2^30 of them.
+//   Extents are linked in ascending order; slots that were never cut read as not live.
+//   A retired slot rests (heap.h) in a queue that runs through the dead slots themselves: whoever still
+//   copies such a row finds that the version has changed.
+#ifndef FIBDB_ENGINE_STORE_RECORDS_H
+#define FIBDB_ENGINE_STORE_RECORDS_H
+
+#include <cstdint>
+
+#include "engine/store/heap.h"
+#include "schema/catalog.h"
+
+namespace fibdb::store {
+
+// The stored part; lives in the arena, zero is empty.
+struct RecordsState {
+  Ref firstExtent, lastExtent;
+  Ref oldestResting, newestResting;
+  uint32_t shadow[schema::kMaxRowLength / sizeof(uint32_t)];
+};
+static_assert(schema::kMaxRowLength % sizeof(uint32_t) == 0);
+
+// How the slots of a table lie in an extent; follows from the length of its rows.
+struct RecordLayout {
+  uint16_t rowLength = 0;
+  uint32_t slotUnits = 0;
+  uint32_t slotsPerExtent = 0;
+
+  RecordLayout() = default;
+  explicit RecordLayout(uint16_t rowLength);
+};
+
+// Where a walk over all slots stands: it has seen the slots of the extent below this one.
+struct RecordPosition {
+  Ref extent = kNoRef;
+  uint32_t slot = 0;
+};
+
+class Records {
+ public:
+  // Any birth.
+  static constexpr uint64_t kAnyTime = ~uint64_t{0};
+
+  Records(Heap& heap, RecordsState& state, const RecordLayout& layout)
+      : heap_(&heap), state_(&state), layout_(&layout) {}
+
+  // A slot for a new record, born now, with this row but not live; kNoRef when memory is short.
+  Ref take(const uint8_t* row);
+  // Makes the record live: from here on readers see it.
+  void enliven(Ref record);
+  // Changes the row of a live record.
+  void change(Ref record, const uint8_t* row);
+  // Makes the record dead: readers pass over it.
+  void bury(Ref record);
+  // Gives the slot of a dead record back.
+  void retire(Ref record);
+
+  // The row, which may be changing or dead: for looking at keys before read() decides.
+  const uint8_t* row(Ref record) const;
+  // Copies the row of a live record that was born at `latest` or before; false when it is not such a record.
+  bool read(Ref record, uint64_t latest, uint8_t* row) const;
+
+  RecordPosition first() const;
+  // The next slot, live or not, and moves past it; kNoRef at the end.
+  Ref next(RecordPosition& position) const;
+
+ private:
+  uint64_t* stamp(Ref record) const;
+  bool hasRested(Ref record) const;
+  Ref rested();
+  Ref cut();
+
+  Heap* heap_;
+  RecordsState* state_;
+  const RecordLayout* layout_;
+};
+
+}  // namespace fibdb::store
+
+#endif

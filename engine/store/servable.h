@@ -1,0 +1,114 @@
+// engine/store/servable.h: which schemas tables can serve, and how much memory their writes can need.
+#ifndef FIBDB_ENGINE_STORE_SERVABLE_H
+#define FIBDB_ENGINE_STORE_SERVABLE_H
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "engine/store/heap.h"
+#include "engine/store/table.h"
+#include "schema/catalog.h"
+
+namespace fibdb::store {
+
+// The column of the primary key that is this column, or nullptr.
+constexpr const schema::Column* inPrimary(const schema::Table& table, const schema::Column& column) {
+  for (const schema::Column& part : table.primary().parts()) {
+    if (part.offset == column.offset && part.size == column.size && part.kind == column.kind) return &part;
+  }
+  return nullptr;
+}
+
+// The most that a write allocates for one index of a kind: to enter a record, and to take one out.
+constexpr uint32_t enterBytes(schema::IndexKind kind) {
+  switch (kind) {
+    case schema::IndexKind::kPrimary:
+      return sizeof(HashBucket);
+    case schema::IndexKind::kSecondary:
+      return SecondaryIndex::kMaxEnterBytes;
+    case schema::IndexKind::kOrdered:
+      return OrderedIndex<OrderedEntry>::kMaxWriteBytes;
+    case schema::IndexKind::kLongest:
+      return PrefixTables::kMaxWriteBytes;
+  }
+  return 0;
+}
+
+constexpr uint32_t leaveBytes(schema::IndexKind kind) {
+  switch (kind) {
+    case schema::IndexKind::kPrimary:
+      return 0;
+    case schema::IndexKind::kSecondary:
+      return SecondaryIndex::kMaxLeaveBytes;
+    case schema::IndexKind::kOrdered:
+      return OrderedIndex<OrderedEntry>::kMaxWriteBytes;
+    case schema::IndexKind::kLongest:
+      return PrefixTables::kMaxWriteBytes;
+  }
+  return 0;
+}
+
+// What entering the last of several secondary keys of one record allocates, and leaving as many.
+constexpr uint32_t moveBytes(size_t keys) {
+  return SecondaryIndex::kMaxEnterBytes + static_cast<uint32_t>(keys) * SecondaryIndex::kMaxLeaveBytes;
+}
+
+constexpr uint32_t sumOver(const schema::Table& table, uint32_t (*bytesOf)(schema::IndexKind)) {
+  uint32_t sum = 0;
+  for (const schema::Index& index : table.indexes) sum += bytesOf(index.kind);
+  return sum;
+}
+
+// Whether any write to the table stays within what the heap can promise it.
+constexpr bool writesFit(const schema::Table& table) {
+  const auto secondary =
+      std::ranges::count(table.indexes, schema::IndexKind::kSecondary, &schema::Index::kind);
+  return sumOver(table, enterBytes) <= kMaxEnsureBytes && sumOver(table, leaveBytes) <= kMaxEnsureBytes &&
+         moveBytes(static_cast<size_t>(secondary)) <= kMaxEnsureBytes;
+}
+
+// Ordered and longest-prefix keys must be made of columns of the primary key: they then never change while a
+// record lives. If they did, a walk in their order could meet a record twice, or never.
+constexpr bool neverChanges(const schema::Table& table, const schema::Index& index) {
+  return std::ranges::all_of(
+      index.parts(), [&](const schema::Column& column) { return inPrimary(table, column) != nullptr; });
+}
+
+// The last two columns of a longest-prefix key are the address and the mask.
+constexpr bool endsInPrefix(const schema::Index& index) {
+  const auto columns = index.parts();
+  return columns.size() >= 2 && columns[columns.size() - 2].size == sizeof Prefix::addr &&
+         columns[columns.size() - 1].size == sizeof Prefix::length;
+}
+
+constexpr bool servable(const schema::Table& table, const schema::Index& index) {
+  if (index.keyLength > schema::kMaxKeyLength) return false;
+  for (const schema::Column& column : index.parts()) {
+    if (column.kind == schema::FieldKind::kNumber && column.size > sizeof(uint64_t)) return false;
+  }
+  switch (index.kind) {
+    case schema::IndexKind::kPrimary:
+      return &index == &table.primary();
+    case schema::IndexKind::kSecondary:
+      return true;
+    case schema::IndexKind::kOrdered:
+      return neverChanges(table, index) && index.keyLength <= KeyShape::kMaxOrderedKey;
+    case schema::IndexKind::kLongest:
+      return neverChanges(table, index) && endsInPrefix(index);
+  }
+  return false;
+}
+
+// Whether a table can serve this schema.
+constexpr bool isServable(const schema::Table& table) {
+  return !table.indexes.empty() && table.indexes.size() <= kMaxIndexes &&
+         table.primary().kind == schema::IndexKind::kPrimary && table.rowLength <= schema::kMaxRowLength &&
+         table.fields.size() <= schema::kMaxFields && writesFit(table) &&
+         std::ranges::all_of(table.indexes,
+                             [&](const schema::Index& index) { return servable(table, index); });
+}
+
+}  // namespace fibdb::store
+
+#endif

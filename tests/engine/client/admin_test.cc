@@ -1,0 +1,236 @@
+// tests/engine/client/admin_test.cc: texts, statistics, limits, walks over any table, faults, and starting
+// afresh.
+#include <set>
+
+#include "engine_fixture.h"
+
+namespace fibdb::testing {
+namespace {
+
+class Admin : public EngineTest {};
+
+TEST_F(Admin, every_code_has_a_text_of_its_own) {
+  std::set<std::string> texts;
+  std::vector<uint32_t> codes = {FIB_DB_OK,         DB_ERR_FIELD_ABSENT, DB_ERR_RETRY,
+                                 DB_RET_PUB_STATUS, DB_ERR_NO_DATA,      DB_ERR_BATCH_QUEUE_FULL,
+                                 DB_ERR_BATCH_BUSY, DB_ERR_ITER_END};
+  for (uint32_t code = DB_ERR_BAD_HANDLE; code <= DB_ERR_EXISTS; ++code) codes.push_back(code);
+  for (const uint32_t code : codes) {
+    const std::string text = fibdb_engine_error_text(code);
+    EXPECT_NE(text, "unknown code") << code;
+    EXPECT_EQ(text.find('\n'), std::string::npos);
+    EXPECT_TRUE(texts.insert(text).second) << text;
+  }
+  for (const uint32_t code : {1u, 60u, uint32_t{DB_ERR_EXISTS} + 1, UINT32_MAX}) {
+    EXPECT_STREQ(fibdb_engine_error_text(code), "unknown code");
+  }
+}
+
+TEST_F(Admin, tables_are_found_by_name) {
+  ASSERT_EQ(fibdb_engine_table_count(), schema::kTableCount);
+  for (uint32_t i = 0; i < fibdb_engine_table_count(); ++i) {
+    EXPECT_EQ(fibdb_engine_find_table(schema::kTables[i].name.data()), i);
+  }
+  EXPECT_EQ(fibdb_engine_find_table("ip4"), UINT32_MAX);
+  EXPECT_EQ(fibdb_engine_find_table("ip4forward "), UINT32_MAX);
+  EXPECT_EQ(fibdb_engine_find_table(""), UINT32_MAX);
+  EXPECT_EQ(fibdb_engine_find_table(nullptr), UINT32_MAX);
+}
+
+TEST_F(Admin, columns_describe_the_row_without_its_padding) {
+  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {
+    const schema::Table& layout = schema::kTables[table];
+    uint32_t column = 0;
+    for (const schema::Field& field : layout.fields) {
+      if (field.kind == schema::FieldKind::kPad) continue;
+      FibDbEngineColumn out{};
+      ASSERT_EQ(fibdb_engine_column(table, column++, &out), 0u);
+      EXPECT_EQ(out.name, field.name);
+      EXPECT_EQ(out.kind, field.kind == schema::FieldKind::kBytes ? FIBDB_ENGINE_BYTES : FIBDB_ENGINE_NUMBER);
+      EXPECT_EQ(out.offset, field.offset);
+      EXPECT_EQ(out.width * out.count, field.size());
+    }
+    EXPECT_EQ(fibdb_engine_column_count(table), column);
+    FibDbEngineColumn out{};
+    EXPECT_EQ(fibdb_engine_column(table, column, &out), DB_ERR_NO_DATA);
+    EXPECT_EQ(fibdb_engine_column(table, 0, nullptr), DB_ERR_NULL_ARGUMENT);
+  }
+}
+
+TEST_F(Admin, a_number_that_no_table_has_is_refused) {
+  const uint32_t none = fibdb_engine_table_count();
+  FibDbEngineTableStats stats{};
+  FibDbEngineColumn column{};
+  const FibDbEngineVisit visit = [](const void*, uint32_t, void*) { return 0; };
+  EXPECT_EQ(fibdb_engine_table_stats(none, &stats), DB_ERR_WRONG_TABLE);
+  EXPECT_EQ(fibdb_engine_set_limits(none, 1, 1), DB_ERR_WRONG_TABLE);
+  EXPECT_EQ(fibdb_engine_column_count(none), 0u);
+  EXPECT_EQ(fibdb_engine_column(none, 0, &column), DB_ERR_WRONG_TABLE);
+  EXPECT_EQ(fibdb_engine_walk(none, visit, nullptr), DB_ERR_WRONG_TABLE);
+  EXPECT_EQ(fibdb_engine_fault(none, 1, 1), DB_ERR_WRONG_TABLE);
+}
+
+TEST_F(Admin, null_is_refused) {
+  EXPECT_EQ(fibdb_engine_table_stats(0, nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(fibdb_engine_walk(0, nullptr, nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(fibdb_engine_arena_stats(nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(fibdb_engine_connection_stats(0, nullptr), DB_ERR_NULL_ARGUMENT);
+}
+
+TEST_F(Admin, statistics_count_operations_by_outcome) {
+  ASSERT_EQ(writeRoute(route(0x01000000, 8)), 0u);
+  ASSERT_EQ(writeRoute(route(0x02000000, 8)), 0u);
+  ASSERT_EQ(writeRoute(route(0x02000000, 8)), 0u);
+  ASSERT_EQ(removeRoutes(routeKey(0x01000000, 8)), 0u);
+  {
+    RouteObject object(FIB_DB_OBJ_OP_UPDATE);
+    const Key key = routeKey(0x02000000, 8);
+    ASSERT_EQ(db_set_ip4forward_table_smooth_id(object, 1), 0u);
+    ASSERT_EQ(db_update_obj(object, &key.desc, key.data()), 0u);
+  }
+  const FibDbEngineTableStats stats = statsOf(TableId::ip4forward);
+  EXPECT_STREQ(stats.name, "ip4forward");
+  EXPECT_EQ(stats.rowLength, 124u);
+  EXPECT_EQ(stats.indexCount, 5u);
+  EXPECT_EQ(stats.records, 1u);
+  EXPECT_GT(stats.bytes, 0u);
+  EXPECT_EQ(stats.inserted, 2u);
+  EXPECT_EQ(stats.replaced, 1u);
+  EXPECT_EQ(stats.updated, 1u);
+  EXPECT_EQ(stats.removed, 1u);
+  EXPECT_EQ(stats.refused, 0u);
+}
+
+TEST_F(Admin, at_a_record_limit_writes_are_refused_and_everything_stored_stays) {
+  const uint32_t table = numberOf(TableId::ip4forward);
+  for (uint32_t i = 0; i < 5; ++i) ASSERT_EQ(writeRoute(route(i << 8, 24)), 0u);
+  ASSERT_EQ(fibdb_engine_set_limits(table, 5, 0), 0u);
+  EXPECT_EQ(statsOf(TableId::ip4forward).recordLimit, 5u);
+  EXPECT_EQ(writeRoute(route(0xFF00, 24)), DB_ERR_RECORD_LIMIT);
+  EXPECT_EQ(writeRoute(route(0, 24, 9)), 0u) << "a replacement needs no room";
+  EXPECT_EQ(statsOf(TableId::ip4forward).refused, 1u);
+  EXPECT_EQ(countRoutes(), 5u);
+  ASSERT_EQ(removeRoutes(routeKey(0, 24)), 0u);
+  EXPECT_EQ(writeRoute(route(0xFF00, 24)), 0u);
+  ASSERT_EQ(fibdb_engine_set_limits(table, 0, 0), 0u);
+  EXPECT_EQ(writeRoute(route(0, 24)), 0u);
+}
+
+TEST_F(Admin, at_a_memory_limit_writes_are_refused_and_everything_stored_stays) {
+  const uint32_t table = numberOf(TableId::ip4forward);
+  ASSERT_EQ(writeRoute(route(0, 24)), 0u);
+  ASSERT_EQ(fibdb_engine_set_limits(table, 0, statsOf(TableId::ip4forward).bytes + (1 << 20)), 0u);
+  uint32_t stored = 1;
+  uint32_t code = 0;
+  while ((code = writeRoute(route(stored << 8, 24, stored))) == 0) ++stored;
+  EXPECT_EQ(code, DB_ERR_MEMORY_LIMIT);
+  EXPECT_EQ(countRoutes(), stored);
+  EXPECT_EQ(statsOf(TableId::ip4forward).refused, 1u);
+  Row row(TableId::ip4forward);
+  for (uint32_t i = 0; i < stored; ++i) ASSERT_EQ(readRoute(routeKey(i << 8, 24), row), 0u);
+  EXPECT_EQ(readRoute(routeKey(stored << 8, 24), row), DB_ERR_NO_DATA);
+  for (uint32_t i = 0; i < stored; ++i) ASSERT_EQ(removeRoutes(routeKey(i << 8, 24)), 0u);
+  EXPECT_EQ(countRoutes(), 0u);
+}
+
+TEST_F(Admin, a_walk_visits_every_row_until_told_to_stop_and_may_write) {
+  for (uint32_t i = 0; i < 100; ++i) ASSERT_EQ(writeRoute(route(i << 8, 24)), 0u);
+  const uint32_t table = numberOf(TableId::ip4forward);
+  std::set<std::string> seen;
+  ASSERT_EQ(fibdb_engine_walk(
+                table,
+                [](const void* row, uint32_t length, void* context) {
+                  EXPECT_EQ(length, 124u);
+                  Row copy(TableId::ip4forward);
+                  std::memcpy(copy.data(), row, length);
+                  EXPECT_TRUE(static_cast<std::set<std::string>*>(context)->insert(copy.bytes()).second);
+                  EXPECT_EQ(removeRoutes(keyOfRow(TableId::ip4forward, kRouteKey, copy)), 0u);
+                  return 0;
+                },
+                &seen),
+            0u);
+  EXPECT_EQ(seen.size(), 100u);
+  EXPECT_EQ(countRoutes(), 0u);
+  for (uint32_t i = 0; i < 100; ++i) ASSERT_EQ(writeRoute(route(i << 8, 24)), 0u);
+  int visits = 0;
+  ASSERT_EQ(
+      fibdb_engine_walk(
+          table,
+          [](const void*, uint32_t, void* context) { return ++*static_cast<int*>(context) == 7 ? 1 : 0; },
+          &visits),
+      0u);
+  EXPECT_EQ(visits, 7);
+}
+
+TEST_F(Admin, objects_and_memory_are_counted) {
+  FibDbEngineArenaStats before{};
+  ASSERT_EQ(fibdb_engine_arena_stats(&before), 0u);
+  {
+    RouteObject a(FIB_DB_OBJ_OP_READ), b(FIB_DB_OBJ_OP_READ);
+    uint64_t connection = 0;
+    ASSERT_EQ(db_connect(0, 0, &connection), 0u);
+    FibDbEngineArenaStats during{};
+    ASSERT_EQ(fibdb_engine_arena_stats(&during), 0u);
+    EXPECT_EQ(during.objects, before.objects + 2);
+    EXPECT_EQ(during.connections, before.connections + 1);
+    ASSERT_EQ(db_disconnect(connection), 0u);
+  }
+  ASSERT_EQ(writeRoute(route(0, 8)), 0u);
+  FibDbEngineArenaStats after{};
+  ASSERT_EQ(fibdb_engine_arena_stats(&after), 0u);
+  EXPECT_EQ(after.objects, before.objects);
+  EXPECT_EQ(after.connections, before.connections);
+  EXPECT_GT(after.used, 0u);
+  EXPECT_LE(after.used, after.reserved);
+}
+
+// A fault replaces the success of calls that commit; the change is there all the same.
+
+TEST_F(Admin, a_fault_replaces_the_code_of_that_many_commits) {
+  const uint32_t table = numberOf(TableId::ip4forward);
+  ASSERT_EQ(fibdb_engine_fault(table, DB_RET_PUB_STATUS, 2), 0u);
+  EXPECT_EQ(removeRoutes(routeKey(0x01000000, 8)), DB_ERR_NO_DATA) << "nothing was committed";
+  EXPECT_EQ(writeNhp(1), 0u) << "another table";
+  EXPECT_EQ(writeRoute(route(0x01000000, 8)), DB_RET_PUB_STATUS);
+  EXPECT_EQ(countRoutes(), 1u);
+  EXPECT_EQ(removeRoutes(routeKey(0x01000000, 8)), DB_RET_PUB_STATUS);
+  EXPECT_EQ(countRoutes(), 0u);
+  EXPECT_EQ(writeRoute(route(0x01000000, 8)), 0u);
+  ASSERT_EQ(fibdb_engine_fault(table, 77, 1), 0u);
+  RouteObject object(FIB_DB_OBJ_OP_UPDATE);
+  const Key key = routeKey(0x01000000, 8);
+  ASSERT_EQ(db_set_ip4forward_table_smooth_id(object, 1), 0u);
+  EXPECT_EQ(db_update_obj(object, &key.desc, key.data()), 77u);
+  ASSERT_EQ(fibdb_engine_fault(table, 77, 5), 0u);
+  ASSERT_EQ(fibdb_engine_fault(table, 77, 0), 0u);
+  EXPECT_EQ(db_update_obj(object, &key.desc, key.data()), 0u);
+}
+
+TEST_F(Admin, reset_empties_tables_and_lifts_limits_faults_and_registrations) {
+  const uint32_t table = numberOf(TableId::ip4forward);
+  const FibDbTableDesc desc{"ip4forward",
+                            db_create_ip4forward_obj,
+                            db_release_ip4forward_object,
+                            db_reset_ip4forward_object,
+                            db_set_ip4forward_all_fields,
+                            0,
+                            0};
+  ASSERT_EQ(writeRoute(route(0, 8)), 0u);
+  ASSERT_EQ(writeNhp(1), 0u);
+  ASSERT_EQ(fibdb_engine_set_limits(table, 1, 0), 0u);
+  ASSERT_EQ(fibdb_engine_fault(table, 77, 5), 0u);
+  ASSERT_EQ(UFIB_DB_TableRegister(3, &desc), 0u);
+  ASSERT_EQ(fibdb_engine_reset(), 0u);
+  EXPECT_EQ(countRoutes(), 0u);
+  EXPECT_EQ(statsOf(TableId::nhp).records, 0u);
+  EXPECT_EQ(statsOf(TableId::ip4forward).inserted, 0u);
+  for (uint32_t i = 0; i < 3; ++i) EXPECT_EQ(writeRoute(route(i << 8, 24)), 0u);
+  EXPECT_EQ(UFIB_DB_CreateIterator(3, FIB_DB_NO_PROPERTY), nullptr);
+  uint64_t connection = 0;
+  ASSERT_EQ(db_connect(0, 0, &connection), 0u);
+  EXPECT_EQ(fibdb_engine_reset(), DB_ERR_BATCH_BUSY) << "a connection is open";
+  ASSERT_EQ(db_disconnect(connection), 0u);
+}
+
+}  // namespace
+}  // namespace fibdb::testing

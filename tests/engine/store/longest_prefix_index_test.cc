@@ -1,0 +1,312 @@
+// tests/engine/store/longest_prefix_index_test.cc: the trie against the linear scan.
+#include "engine/store/longest_prefix_index.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <stop_token>
+#include <thread>
+#include <vector>
+
+#include "tests/support/index_twins.h"
+
+namespace fibdb::store {
+namespace {
+
+constexpr uint32_t maskOf(uint32_t length) { return length == 0 ? 0 : ~uint32_t{0} << (32 - length); }
+constexpr uint32_t ip(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
+  return a << 24 | (b & 255) << 16 | (c & 255) << 8 | (d & 255);
+}
+
+template <class Index>
+class PrefixContract : public testing::Test {
+ protected:
+  std::vector<uint32_t> matches(uint32_t addr, uint8_t maxLength) const {
+    PrefixMatches out;
+    index.match(addr, maxLength, out);
+    return {out.values, out.values + out.count};
+  }
+  Index index;
+};
+using Implementations = testing::Types<StoredPrefixes, LinearPrefixes>;
+TYPED_TEST_SUITE(PrefixContract, Implementations);
+
+TYPED_TEST(PrefixContract, an_empty_index_matches_nothing) {
+  EXPECT_EQ(this->index.longest(ip(10, 0, 0, 1), 32), 0u);
+  EXPECT_EQ(this->index.find(0, 0), 0u);
+  EXPECT_EQ(this->index.erase(0, 0), 0u);
+  EXPECT_TRUE(this->matches(0, 32).empty());
+}
+
+TYPED_TEST(PrefixContract, the_default_route_matches_every_address_at_every_length) {
+  EXPECT_EQ(this->index.insert(ip(1, 2, 3, 4), 0, 7), 0u);
+  EXPECT_EQ(this->index.find(0, 0), 7u);
+  for (const uint32_t addr : {0u, ip(1, 2, 3, 4), ~0u}) {
+    for (uint8_t length = 0; length <= 32; ++length) EXPECT_EQ(this->index.longest(addr, length), 7u);
+  }
+}
+
+TYPED_TEST(PrefixContract, a_host_route_matches_its_address_alone_and_only_at_length_32) {
+  this->index.insert(~0u, 32, 7);
+  EXPECT_EQ(this->index.longest(~0u, 32), 7u);
+  EXPECT_EQ(this->index.longest(~0u, 31), 0u);
+  EXPECT_EQ(this->index.longest(~0u - 1, 32), 0u);
+}
+
+TYPED_TEST(PrefixContract, bits_below_the_length_are_ignored) {
+  this->index.insert(ip(10, 1, 2, 3), 16, 7);
+  EXPECT_EQ(this->index.insert(ip(10, 1, 200, 0), 16, 8), 7u) << "the same prefix";
+  EXPECT_EQ(this->index.find(ip(10, 1, 9, 9), 16), 8u);
+  EXPECT_EQ(this->index.erase(ip(10, 1, 77, 0), 16), 8u);
+  EXPECT_EQ(this->index.find(ip(10, 1, 0, 0), 16), 0u);
+}
+
+TYPED_TEST(PrefixContract, a_prefix_of_every_length_matches_longest_first) {
+  const uint32_t addr = ip(203, 0, 113, 77);
+  for (uint8_t length = 0; length <= 32; ++length) this->index.insert(addr, length, 100 + length);
+  for (uint8_t most = 0; most <= 32; ++most) {
+    EXPECT_EQ(this->index.longest(addr, most), 100u + most);
+    const std::vector<uint32_t> found = this->matches(addr, most);
+    ASSERT_EQ(found.size(), most + 1u);
+    for (uint32_t i = 0; i < found.size(); ++i) EXPECT_EQ(found[i], 100 + most - i);
+  }
+  for (uint8_t differing = 1; differing <= 32; ++differing) {
+    const uint32_t other = addr ^ 1u << (32 - differing);
+    EXPECT_EQ(this->index.longest(other, 32), 99u + differing) << "agrees in all but bit " << int{differing};
+  }
+}
+
+void expectSameAnswers(const StoredPrefixes& index, const LinearPrefixes& twin, uint32_t addr,
+                       uint8_t maxLength) {
+  PrefixMatches expected, found;
+  twin.match(addr, maxLength, expected);
+  index.match(addr, maxLength, found);
+  ASSERT_EQ(found.count, expected.count) << std::hex << addr << "/" << std::dec << int{maxLength};
+  ASSERT_EQ(std::memcmp(found.values, expected.values, found.count * sizeof found.values[0]), 0);
+  ASSERT_EQ(std::memcmp(found.lengths, expected.lengths, found.count), 0);
+  ASSERT_EQ(index.longest(addr, maxLength), expected.count == 0 ? 0 : expected.values[0]);
+  ASSERT_EQ(index.find(addr, maxLength), twin.find(addr, maxLength));
+}
+
+// Every set of prefixes over addresses of four bits, which stand `shift` bits below the top of an address.
+// Sets are grown and shrunk by one prefix, so erasing is exhausted with inserting.
+class Exhaustive {
+ public:
+  explicit Exhaustive(uint32_t shift) : shift_(shift) {}
+
+  void everySetUpTo(uint32_t size) {
+    grow(0, size);
+    index_.rest();
+    EXPECT_EQ(index_.bytesInUse(), 0u);
+  }
+
+ private:
+  static constexpr uint32_t kPrefixes = 31;  // as in a heap: number 1 is /0, 2 and 3 are /1, ...
+  static constexpr uint32_t kAbove = 0xc3a55a3c;
+
+  uint32_t place(uint32_t bits, uint32_t length) const {
+    const uint32_t low = 32 - shift_ - length;
+    return (kAbove & maskOf(shift_)) | (low == 32 ? 0 : bits << low);
+  }
+
+  void grow(uint32_t last, uint32_t room) {
+    check();
+    if (room == 0 || testing::Test::HasFatalFailure()) return;
+    for (uint32_t number = last + 1; number <= kPrefixes; ++number) {
+      const auto bits = static_cast<uint32_t>(std::bit_width(number)) - 1;
+      const uint32_t addr = place(number - (1u << bits), bits);
+      const auto length = static_cast<uint8_t>(shift_ + bits);
+      ASSERT_EQ(index_.insert(addr, length, number), twin_.insert(addr, length, number));
+      grow(number, room - 1);
+      ASSERT_EQ(index_.erase(addr, length), twin_.erase(addr, length));
+    }
+    check();
+  }
+
+  void check() {
+    for (uint32_t bits = 0; bits < 16; ++bits) {
+      for (uint32_t length = 0; length <= 4; ++length) {
+        expectSameAnswers(index_, twin_, place(bits, 4), static_cast<uint8_t>(shift_ + length));
+        if (testing::Test::HasFatalFailure()) return;
+      }
+    }
+  }
+
+  const uint32_t shift_;
+  StoredPrefixes index_;
+  LinearPrefixes twin_;
+};
+
+TEST(LongestPrefixIndex, every_set_of_two_prefixes_at_every_depth_answers_like_the_scan) {
+  for (uint32_t shift = 0; shift <= 28; ++shift) {
+    SCOPED_TRACE(shift);
+    Exhaustive(shift).everySetUpTo(2);
+  }
+}
+
+TEST(LongestPrefixIndex, every_set_of_three_prefixes_across_node_boundaries_answers_like_the_scan) {
+  for (const uint32_t shift : {0u, 5u, 22u, 28u}) {
+    SCOPED_TRACE(shift);
+    Exhaustive(shift).everySetUpTo(3);
+  }
+}
+
+// A prefix that is likely to have others above and below it.
+struct RandomPrefix {
+  uint32_t addr;
+  uint8_t length;
+
+  explicit RandomPrefix(Random& random) {
+    static constexpr uint8_t kUsual[] = {8, 16, 20, 22, 24, 24, 24, 24};
+    length = static_cast<uint8_t>(random() % 4 == 0 ? random() % 33 : kUsual[random() % 8]);
+    addr = ip(10, random() % 4, random() % 8, random());
+  }
+};
+
+TEST(LongestPrefixIndex, random_inserts_and_erases_answer_like_the_scan) {
+  Random random;
+  StoredPrefixes index;
+  LinearPrefixes twin;
+  for (uint32_t step = 1; step <= 12000; ++step) {
+    const RandomPrefix prefix(random);
+    const bool growing = step / 3000 % 2 == 0;
+    if (random() % 3 < (growing ? 2u : 1u)) {
+      ASSERT_EQ(index.insert(prefix.addr, prefix.length, step),
+                twin.insert(prefix.addr, prefix.length, step));
+    } else {
+      ASSERT_EQ(index.erase(prefix.addr, prefix.length), twin.erase(prefix.addr, prefix.length));
+    }
+    const RandomPrefix probe(random);
+    expectSameAnswers(index, twin, probe.addr, static_cast<uint8_t>(random() % 33));
+    if (HasFatalFailure()) return;
+  }
+}
+
+TEST(LongestPrefixIndex, erasing_a_hundred_thousand_prefixes_gives_back_all_memory) {
+  Random random;
+  std::vector<uint32_t> networks(100000);
+  StoredPrefixes index;
+  for (uint32_t& network : networks) {
+    network = random() & maskOf(24);
+    index.insert(network, 24, 1);
+  }
+  EXPECT_GT(index.bytesInUse(), networks.size() * sizeof(uint32_t));
+  std::shuffle(networks.begin(), networks.end(), random);
+  for (const uint32_t network : networks) index.erase(network, 24);
+  index.rest();
+  EXPECT_EQ(index.bytesInUse(), 0u);
+}
+
+TEST(LongestPrefixIndex, changing_a_value_copies_nothing) {
+  StoredPrefixes index;
+  index.insert(ip(192, 0, 2, 0), 24, 1);
+  const uint64_t before = index.bytesInUse();
+  for (uint32_t value = 2; value < 100; ++value)
+    EXPECT_EQ(index.insert(ip(192, 0, 2, 0), 24, value), value - 1);
+  EXPECT_EQ(index.bytesInUse(), before);
+}
+
+TEST(LongestPrefixIndex, a_reader_keeps_its_state_for_kRestingWrites_less_one) {
+  StoredPrefixes index;
+  index.insert(0, 0, 7);
+  index.insert(ip(10, 0, 0, 0), 8, 8);
+  LongestPrefixState held = index.held();
+  const LongestPrefixIndex view(index.heap, held);
+  for (uint64_t write = 0; write < kRestingWrites; ++write) {
+    // The default route stands in the root, so every other write replaces the root.
+    if (write % 2 == 0) {
+      ASSERT_NE(index.erase(0, 0), 0u);
+    } else {
+      ASSERT_EQ(index.insert(0, 0, 100), 0u);
+    }
+    ASSERT_EQ(view.longest(ip(192, 0, 2, 1), 32), 7u) << "after " << write + 1 << " writes";
+    ASSERT_EQ(view.longest(ip(10, 0, 0, 1), 32), 8u) << "after " << write + 1 << " writes";
+  }
+}
+
+// A node that has everything and leads nowhere but to itself.
+TEST(LongestPrefixIndex, reading_a_node_that_is_its_own_child_ends_within_bounds) {
+  Ground ground;
+  const Ref node = ground.heap.takeExtent();
+  auto* words = ground.heap.at<uint32_t>(node);
+  for (uint32_t i = 0; i < 4; ++i) words[i] = ~0u;
+  for (uint32_t i = 4; i < kMaxBlockBytes / 4; ++i) words[i] = node;
+  LongestPrefixState root{node};
+  const LongestPrefixIndex index(ground.heap, root);
+  PrefixMatches matches;
+  index.match(ip(192, 0, 2, 1), 32, matches);
+  EXPECT_EQ(matches.count, kMaxMatches);
+  EXPECT_EQ(index.longest(ip(192, 0, 2, 1), 32), node);
+}
+
+// A reader that was overtaken sees reused memory. It may answer anything, but it must answer.
+TEST(LongestPrefixIndex, reading_garbage_ends_within_bounds) {
+  Random random;
+  constexpr uint64_t kBytes = 8 * kExtentBytes;
+  constexpr uint32_t kStrayRefs = kBytes / kRefUnit + 2;
+  Ground ground(kBytes);
+  std::vector<Ref> extents;
+  for (Ref extent = ground.arena.takeExtent(); extent != kNoRef; extent = ground.arena.takeExtent()) {
+    extents.push_back(extent);
+    auto* words = ground.arena.at<uint32_t>(extent);
+    for (uint32_t i = 0; i < kExtentBytes / 4; ++i) {
+      const uint32_t kind = random() % 4;
+      words[i] = kind == 0 ? random() : kind == 1 ? ~0u : random() % kStrayRefs;
+    }
+  }
+  uint64_t answers = 0;
+  for (int read = 0; read < 50000; ++read) {
+    LongestPrefixState root{random() % kStrayRefs};
+    const LongestPrefixIndex index(ground.heap, root);
+    PrefixMatches matches;
+    index.match(random(), static_cast<uint8_t>(random() % 33), matches);
+    ASSERT_LE(matches.count, kMaxMatches);
+    answers += index.longest(random(), 32) != 0;
+    answers += index.find(random(), static_cast<uint8_t>(random() % 33)) != 0;
+  }
+  EXPECT_GT(answers, 0u) << "the garbage was not interesting enough to be followed";
+}
+
+// Prefixes of 10.0.0.0/8 come and go; each value says which prefix it belongs to.
+TEST(LongestPrefixIndex, readers_beside_a_writer_get_a_prefix_that_covers_the_address) {
+  const uint32_t seed = testSeed();
+  StoredPrefixes index;
+  const auto valueOf = [](uint32_t addr, uint32_t length) {
+    return (addr & maskOf(length)) | (32 - length) | 0x80;
+  };
+  index.insert(ip(10, 0, 0, 0), 8, valueOf(ip(10, 0, 0, 0), 8));
+  std::jthread writer([&](std::stop_token stop) {
+    Random random(seed);
+    while (!stop.stop_requested()) {
+      const uint32_t addr = ip(10, random() % 2, random(), 0);
+      const auto length = static_cast<uint8_t>(16 + random() % 9);
+      if (random() % 2 == 0) {
+        index.insert(addr, length, valueOf(addr, length));
+      } else {
+        index.erase(addr, length);
+      }
+    }
+  });
+  Random random(seed + 1);
+  for (int read = 0; read < 100000; ++read) {
+    const uint32_t addr = ip(10, random() % 2, random(), random());
+    const uint32_t value = readStable(index.heap, [&] { return index.longest(addr, 32); });
+    ASSERT_NE(value, 0u) << "10.0.0.0/8 is always there";
+    const uint32_t length = 32 - (value & 0x1f);
+    ASSERT_EQ(value, valueOf(addr, length));
+    const PrefixMatches matches = readStable(index.heap, [&] {
+      PrefixMatches out;
+      index.match(addr, 20, out);
+      return out;
+    });
+    ASSERT_GT(matches.count, 0u);
+    for (uint32_t i = 0; i < matches.count; ++i)
+      ASSERT_EQ(matches.values[i], valueOf(addr, matches.lengths[i]));
+    ASSERT_EQ(matches.lengths[matches.count - 1], 8);
+  }
+}
+
+}  // namespace
+}  // namespace fibdb::store

@@ -1,0 +1,155 @@
+// tools/fibdb/main.cc: the fibdb program: options, start-up of the library, where the commands come from.
+#include <fcntl.h>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+#include "fibdb/fibdb.h"
+#include "tools/fibdb/prompt.h"
+#include "tools/fibdb/routes.h"
+#include "tools/fibdb/shell.h"
+
+namespace fibdb::program {
+namespace {
+
+struct Options {
+  std::vector<std::string> commands;
+  std::string script;
+  bool interactive = false;
+  bool keepGoing = false;
+  bool json = false;
+};
+
+// The library's hooks take no context.
+Output* logOutput = nullptr;
+
+__attribute__((format(printf, 1, 2))) int logLine(const char* format, ...) {
+  char line[1024];
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = std::vsnprintf(line, sizeof line, format, arguments);
+  va_end(arguments);
+  if (logOutput != nullptr) logOutput->log(line);
+  return length;
+}
+
+void startLibrary(Output& output) {
+  logOutput = &output;
+  const FibDbLogHooks hooks{logLine, logLine};
+  FIB_DB_LogFuncInit(&hooks);
+  FIB_DB_TableRegisterInit();
+}
+
+// A file opened later must not get the number of a standard stream that the caller has closed. Standard
+// output is held by a descriptor that cannot be written, so that answers are refused instead of lost.
+void holdStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) == -1 && errno == EBADF) {
+      (void)!open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
+    }
+  }
+}
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
+
+bool isColorTerminal() {
+  const char* terminal = std::getenv("TERM");
+  const bool dumb = terminal == nullptr || std::strcmp(terminal, "dumb") == 0;
+  return isatty(STDOUT_FILENO) == 1 && !dumb && !isSet("NO_COLOR");
+}
+
+Status runCommands(Shell& shell, const Options& options) {
+  if (!options.script.empty() && options.script != "-") {
+    std::ifstream script(options.script);
+    if (script) return shell.runScript(script, options.script);
+    shell.session().output.complain({std::strerror(errno), {options.script, 0}});
+    return Status::kFailed;
+  }
+  if (!options.commands.empty()) return shell.runAll(options.commands);
+  const bool terminal = isatty(STDIN_FILENO) == 1 && options.script.empty();
+  if (terminal) return Status::kOk;
+  shell.session().commandsOnInput = true;
+  return shell.runScript(std::cin, "stdin");
+}
+
+bool endsAtPrompt(const Options& options) {
+  const bool nothingElse = options.commands.empty() && options.script.empty();
+  return (nothingElse || options.interactive) && options.script != "-" && isatty(STDIN_FILENO) == 1;
+}
+
+Status runProgram(const Options& options) {
+  const bool unicode = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+  const auto output =
+      options.json
+          ? makeJsonOutput(std::cout, std::cerr)
+          : makeTextOutput(std::cout, std::cerr, {isColorTerminal(), unicode && isatty(STDOUT_FILENO) == 1});
+  startLibrary(*output);
+  Session session{*output, {isatty(STDERR_FILENO) == 1 && !options.json, unicode}};
+  Shell shell(session, options.keepGoing);
+  Status status = runCommands(shell, options);
+  if (endsAtPrompt(options) && !session.ended) {
+    if (options.commands.empty() && options.script.empty()) {
+      std::cout << "fibdb " FIBDB_VERSION ": help shows the commands, quit leaves" << std::endl;
+    }
+    status = runPrompt(shell);
+  }
+  closeConnection();
+  return status;
+}
+
+void describe(CLI::App& app, Options& options) {
+  app.set_version_flag("--version", "fibdb " FIBDB_VERSION);
+  auto* commands =
+      app.add_option("-c,--command", options.commands, "run a command; may be given several times");
+  commands->type_name("COMMAND")->allow_extra_args(false);
+  auto* script =
+      app.add_option("-f,--file", options.script, "run the commands of a script; - reads standard input");
+  script->type_name("FILE")->excludes(commands);
+  app.add_flag("-i,--interactive", options.interactive, "go on to the prompt afterwards, on a terminal");
+  app.add_flag("-k,--keep-going", options.keepGoing, "run the other commands after a failure, too");
+  app.add_flag("--json", options.json, "answer in JSON, one object a line");
+  app.footer(
+      "Without -c or -f: a prompt on a terminal, else commands from standard input.\n"
+      "`fibdb -c help` lists the commands. Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
+}
+
+}  // namespace
+}  // namespace fibdb::program
+
+int main(int argc, char** argv) {
+  using namespace fibdb::program;
+  holdStandardStreams();
+  // Whoever closes our output wants no more of it: the usual quiet end, even under a parent that ignores
+  // SIGPIPE.
+  std::signal(SIGPIPE, SIG_DFL);
+  std::setlocale(LC_CTYPE, "");
+  std::ios::sync_with_stdio(false);
+  CLI::App app("Forwarding tables at hand: load, look up, show and measure.", "fibdb");
+  Options options;
+  describe(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const bool asked = app.exit(error) == 0;
+    return static_cast<int>(asked ? Status::kOk : Status::kUsage);
+  }
+  try {
+    return static_cast<int>(runProgram(options));
+  } catch (const std::exception& error) {
+    std::cerr << "fibdb: " << error.what() << '\n';
+    return static_cast<int>(Status::kFailed);
+  }
+}
