@@ -1,4 +1,5 @@
-// bench/calls_bench.cc: what the exported calls do with the Internet's table, beside peers that a program might use instead.
+// bench/calls_bench.cc: what the exported calls do with the Internet's table, beside peers that a program might
+// use instead.
 //
 //   fibdb-calls-bench ROUTES [--benchmark options]      ROUTES: lines "prefix origin-as N", as ./dev run extracts them
 //
@@ -56,8 +57,7 @@ void readRoutes(const char* path) {
     words >> prefix >> keyword >> origin;
     const size_t slash = prefix.find('/');
     in_addr addr{};
-    check(slash != std::string::npos && inet_pton(AF_INET, prefix.substr(0, slash).c_str(), &addr) == 1,
-          "bad line");
+    check(slash != std::string::npos && inet_pton(AF_INET, prefix.substr(0, slash).c_str(), &addr) == 1, "bad line");
     const auto mask = static_cast<uint8_t>(std::stoi(prefix.substr(slash + 1)));
     routes.push_back({ntohl(addr.s_addr), mask, origin % kGroups});
     lengths.insert(mask);
@@ -124,7 +124,7 @@ void loadOfFibdb(benchmark::State& state) {
     emptyFibdb();
     state.ResumeTiming();
   }
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * routes.size()));
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(routes.size()));
 }
 
 void lookupOfFibdb(benchmark::State& state) {
@@ -161,7 +161,7 @@ void walkOfFibdb(benchmark::State& state, FibDbIterator* (*create)(uint32_t)) {
     check(records == routes.size(), "the walk missed routes");
     FIB_DB_ReleaseIp4forwardIterator(iterator);
   }
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * routes.size()));
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(routes.size()));
 }
 
 // SQLite, in memory.
@@ -273,7 +273,7 @@ void loadOf(benchmark::State& state, Peer& peer) {
     peer.empty();
     state.ResumeTiming();
   }
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * routes.size()));
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(routes.size()));
 }
 
 template <class Peer>
@@ -304,7 +304,7 @@ void readOf(benchmark::State& state, Peer& peer) {
 template <class Peer>
 void walkOf(benchmark::State& state, Peer& peer) {
   for (auto _ : state) check(peer.walk() == routes.size(), "the walk missed routes");
-  state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * routes.size()));
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(routes.size()));
 }
 
 template <class Work>
@@ -342,8 +342,7 @@ int main(int count, char** words) {
   add("Lookup/fibdb", lookupOfFibdb);
   add("Read/fibdb", readOfFibdb);
   add("Walk/fibdb", [](benchmark::State& state) { walkOfFibdb(state, FIB_DB_CreateDictionaryIterator); });
-  add("WalkUnordered/fibdb",
-      [](benchmark::State& state) { walkOfFibdb(state, FIB_DB_CreateIp4forwardIterator); });
+  add("WalkUnordered/fibdb", [](benchmark::State& state) { walkOfFibdb(state, FIB_DB_CreateIp4forwardIterator); });
   addPeer("sqlite", sqlite);
   addPeer("map", map);
   benchmark::RunSpecifiedBenchmarks();

@@ -124,8 +124,7 @@ void LongestPrefix(benchmark::State& state) {
     key[kAddrOffset] = 77;
     key[kMaskOffset] = 32;
     store::Cursor cursor;
-    if (cursor.openKey(table, index, key) != 0 || cursor.next(row.bytes) != 0)
-      return state.SkipWithError("no route");
+    if (cursor.openKey(table, index, key) != 0 || cursor.next(row.bytes) != 0) return state.SkipWithError("no route");
     benchmark::DoNotOptimize(row);
     i = i + 1 == spread ? 0 : i + 1;
   }
@@ -138,8 +137,7 @@ void ReadByKey(benchmark::State& state) {
   size_t i = 0;
   Row row;
   for (auto _ : state) {
-    if (table.read(kLayout.primary(), shuffledRows()[i].bytes, row.bytes) != 0)
-      return state.SkipWithError("no route");
+    if (table.read(kLayout.primary(), shuffledRows()[i].bytes, row.bytes) != 0) return state.SkipWithError("no route");
     benchmark::DoNotOptimize(row);
     i = i + 1 == spread ? 0 : i + 1;
   }

@@ -10,7 +10,8 @@ function(fibdb_target target)
 endfunction()
 
 # Code that uses the C++ library freely: the program, tests, benchmarks. GCC 12 takes the content of an empty
-# std::optional or std::variant for uninitialised when it optimises, and a joined std::string for one that overlaps itself.
+# std::optional or std::variant for uninitialised when it optimises, and a joined std::string for one that overlaps
+# itself.
 function(fibdb_program_code target)
   fibdb_target(${target})
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "objdb_tables.h"
+#include "platform/objdb_tables.h"
 #include "runtime/ops.h"
 
 namespace {
@@ -148,16 +148,12 @@ uint32_t FIB_DB_SetNhpSmoothID(uint64_t obj, const FibDbNhpItem* item) {
   return FIB_DB_ERR;
 }
 
-uint32_t FIB_DB_UpdateNhpRefCount(const FibDbNhpItem* item) {
-  return updateWith<FIB_DB_SetNhpRefCount>(item);
-}
+uint32_t FIB_DB_UpdateNhpRefCount(const FibDbNhpItem* item) { return updateWith<FIB_DB_SetNhpRefCount>(item); }
 uint32_t FIB_DB_UpdateNhpFlags(const FibDbNhpItem* item) { return updateWith<FIB_DB_SetNhpFlags>(item); }
 uint32_t FIB_DB_UpdateNhpNumAndSmoothID(const FibDbNhpItem* item) {
   return updateWith<FIB_DB_SetNhpNumAndSmoothID>(item);
 }
-uint32_t FIB_DB_UpdateNhpSmoothID(const FibDbNhpItem* item) {
-  return updateWith<FIB_DB_SetNhpSmoothID>(item);
-}
+uint32_t FIB_DB_UpdateNhpSmoothID(const FibDbNhpItem* item) { return updateWith<FIB_DB_SetNhpSmoothID>(item); }
 
 FibDbIterator* FIB_DB_CreateNhpIterator(uint32_t property) {
   return fibdb::createIterator(kNhp,

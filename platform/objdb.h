@@ -28,17 +28,14 @@ FIBDB_API uint32_t db_get_table_record_count_by_key(uint64_t obj, const FibDbKey
                                                     uint64_t* count);
 
 /* NULL desc and key: the whole table. */
-FIBDB_API uint32_t db_create_root_iter(uint64_t obj, const FibDbKeyDesc* desc, const void* key,
-                                       uint64_t* outIter);
+FIBDB_API uint32_t db_create_root_iter(uint64_t obj, const FibDbKeyDesc* desc, const void* key, uint64_t* outIter);
 /* A filter statement: kind 2; conditions: kind 6, a range between two keys of an ordered index, both included. */
 FIBDB_API uint32_t db_create_stmt(uint64_t obj, uint32_t stmtKind, const char* tableName, uint64_t zero);
-FIBDB_API uint32_t db_append_stmt_condition(uint64_t obj, const void* null1, uint64_t zero1,
-                                            uint32_t condKind, const void* null2, uint64_t zero2,
-                                            const FibDbKeyDesc* desc, const void* lowKey,
-                                            const void* highKey);
+FIBDB_API uint32_t db_append_stmt_condition(uint64_t obj, const void* null1, uint64_t zero1, uint32_t condKind,
+                                            const void* null2, uint64_t zero2, const FibDbKeyDesc* desc,
+                                            const void* lowKey, const void* highKey);
 FIBDB_API uint32_t db_create_root_iterator_by_filter(uint64_t obj, uint64_t* outIter);
-FIBDB_API uint32_t db_set_root_iterator_property(uint64_t iter, uint32_t propertyId, const void* value,
-                                                 uint32_t len);
+FIBDB_API uint32_t db_set_root_iterator_property(uint64_t iter, uint32_t propertyId, const void* value, uint32_t len);
 /* 0: the object stands on the next record. 110012: the end. */
 FIBDB_API uint32_t db_root_iterator_next(uint64_t iter);
 

@@ -23,11 +23,9 @@ extern "C" {
   FIBDB_API uint32_t db_reset_##t##_batch_object(uint64_t obj, uint32_t kind);
 #define SET_SCALAR(t, name, type) FIBDB_API uint32_t db_set_##t##_##name(uint64_t obj, type value);
 #define GET_SCALAR(t, name, type) FIBDB_API uint32_t db_get_##t##_##name(uint64_t obj, type* out);
-#define SET_BYTES(t, name, count) \
-  FIBDB_API uint32_t db_set_##t##_##name(uint64_t obj, const void* data, uint32_t len);
-#define GET_BYTES(t, name, count) \
-  FIBDB_API uint32_t db_get_##t##_##name(uint64_t obj, const void** out, uint32_t* len);
-#include "schema/tables.def"
+#define SET_BYTES(t, name, count) FIBDB_API uint32_t db_set_##t##_##name(uint64_t obj, const void* data, uint32_t len);
+#define GET_BYTES(t, name, count) FIBDB_API uint32_t db_get_##t##_##name(uint64_t obj, const void** out, uint32_t* len);
+#include "platform/schema/tables.def"
 
 #ifdef __cplusplus
 }

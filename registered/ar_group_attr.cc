@@ -3,9 +3,9 @@
 #include <cstddef>
 
 #include "fibdb/registered.h"
-#include "objdb_tables.h"
+#include "platform/objdb_tables.h"
+#include "platform/schema/catalog.h"
 #include "runtime/registered.h"
-#include "schema/catalog.h"
 
 namespace {
 
@@ -14,11 +14,9 @@ using Row = FibDbArGroupAttrRow;
 
 static_assert(sizeof(Item) == 136);
 static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_ar_group_attr));
-#define FIELD_AT(name) \
-  (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_ar_group_attr, #name))
+#define FIELD_AT(name) (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_ar_group_attr, #name))
 static_assert(FIELD_AT(originType) && FIELD_AT(attrWord1) && FIELD_AT(groupType) && FIELD_AT(attrBytes1));
-static_assert(FIELD_AT(attrBytes2) && FIELD_AT(attrBytes3) && FIELD_AT(attrBytes4) &&
-              FIELD_AT(table_smooth_id));
+static_assert(FIELD_AT(attrBytes2) && FIELD_AT(attrBytes3) && FIELD_AT(attrBytes4) && FIELD_AT(table_smooth_id));
 static_assert(FIELD_AT(time_stamp_create) && FIELD_AT(time_stamp_smooth));
 #undef FIELD_AT
 
@@ -100,8 +98,7 @@ void FIB_DB_SetArGroupAttrAttrIdHashKey(const FibDbArGroupAttrItem* item, uint32
   fibdb::putKeyField(at, item->keyWord2);
 }
 
-void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId,
-                                              void* key) {
+void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key) {
   setOriginKey(FIB_DB_AR_GROUP_ATTR_BY_ORIGINATOR_ID, item->originType, item->originatorId, indexId, key);
 }
 
@@ -128,9 +125,7 @@ uint32_t FIB_DB_SetArGroupAttrSmoothID(const FibDbUfibData* ctx, uint64_t obj) {
   return db_set_ar_group_attr_time_stamp_smooth(obj, now);
 }
 
-uint32_t FIB_DB_CreateArGroupAttr(const FibDbArGroupAttrItem* item) {
-  return fibdb::createEntry(kArGroupAttr, item);
-}
+uint32_t FIB_DB_CreateArGroupAttr(const FibDbArGroupAttrItem* item) { return fibdb::createEntry(kArGroupAttr, item); }
 uint32_t FIB_DB_ReadArGroupAttr(FibDbArGroupAttrItem* item) {
   return fibdb::readEntry(kArGroupAttr, item, FIB_DB_SetArGroupAttrPriKey, UFIB_DB_Read);
 }
@@ -149,9 +144,7 @@ uint32_t FIB_DB_DeleteArGroupAttr(const FibDbArGroupAttrItem* item) {
 uint32_t FIB_DB_CountArGroupAttrByGroupTypeHash(const FibDbArGroupAttrItem* item, uint32_t* count) {
   return fibdb::countEntries(kArGroupAttr, item, setGroupTypeKey, count);
 }
-void* FIB_DB_CreateArGroupAttrIterator(uint32_t property) {
-  return UFIB_DB_CreateIterator(kArGroupAttr.id, property);
-}
+void* FIB_DB_CreateArGroupAttrIterator(uint32_t property) { return UFIB_DB_CreateIterator(kArGroupAttr.id, property); }
 void* FIB_DB_CreateArGroupAttrIteratorByOriginValue(const FibDbArGroupAttrItem* item, uint32_t property) {
   return fibdb::iterateEntries(kArGroupAttr, item, setGroupTypeKey, property);
 }

@@ -1,12 +1,12 @@
-// route/ip4forward.cc: IPv4 routes, keyed by virtual router, VRF, address and mask: conversions, reads, counts, iteration.
+// route/ip4forward.cc: IPv4 routes, keyed by virtual router, VRF, address and mask.
 #include <cstddef>
 #include <cstring>
 
-#include "bounds.h"
 #include "fibdb/route.h"
-#include "objdb_tables.h"
+#include "platform/bounds.h"
+#include "platform/objdb_tables.h"
+#include "platform/schema/catalog.h"
 #include "runtime/ops.h"
-#include "schema/catalog.h"
 
 namespace {
 
@@ -20,13 +20,10 @@ static_assert(sizeof(Record) == fibdb::schema::rowLengthOf(fibdb::schema::kField
 static_assert(offsetof(Key, mask_len) + sizeof(Key::mask_len) == (FIB_DB_IP4FORWARD_PRIMARY & 0xFFFF));
 
 // The record is the schema's row, field for field.
-#define FIELD_AT(name) \
-  (offsetof(Record, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_ip4forward, #name))
+#define FIELD_AT(name) (offsetof(Record, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_ip4forward, #name))
 static_assert(FIELD_AT(mask_len) && FIELD_AT(attr_word_e) && FIELD_AT(high_status) && FIELD_AT(attr_block_a));
-static_assert(FIELD_AT(source_pid) && FIELD_AT(table_smooth_id) && FIELD_AT(attr_half_d) &&
-              FIELD_AT(attr_dword_b));
-static_assert(FIELD_AT(attr_half_b) && FIELD_AT(attr_byte_d) && FIELD_AT(attr_dword_c) &&
-              FIELD_AT(time_stamp_svc));
+static_assert(FIELD_AT(source_pid) && FIELD_AT(table_smooth_id) && FIELD_AT(attr_half_d) && FIELD_AT(attr_dword_b));
+static_assert(FIELD_AT(attr_half_b) && FIELD_AT(attr_byte_d) && FIELD_AT(attr_dword_c) && FIELD_AT(time_stamp_svc));
 #undef FIELD_AT
 
 constexpr fibdb::Table<Item, Key> kIp4forward{
@@ -36,9 +33,7 @@ constexpr fibdb::Table<Item, Key> kIp4forward{
     .fetch = fibdb::fetchRow<Item, Record, FIB_DB_GetIp4forwardItem>,
 };
 
-uint32_t readFailed(uint32_t code, const Item*) {
-  return FIB_DB_ProcIp4FwdReadDBResult(code, FIB_DB_OPER_READ);
-}
+uint32_t readFailed(uint32_t code, const Item*) { return FIB_DB_ProcIp4FwdReadDBResult(code, FIB_DB_OPER_READ); }
 
 uint32_t fetchCurrent(uint64_t obj, Item* item) {
   return FIB_DB_ProcIp4FwdReadDBResult(kIp4forward.fetch(obj, nullptr, nullptr, item), FIB_DB_OPER_READ);
@@ -102,10 +97,9 @@ void FIB_DB_SetIp4forwardItem(const FibDbIp4forwardItem* item, FibDbIp4forwardRe
   record->attr_byte_e = item->attr_byte_e;
   record->attr_byte_f = item->attr_byte_f;
   record->attr_byte_g = item->attr_byte_g;
-  int failed = memcpy_s(record->attr_block_a, sizeof record->attr_block_a, item->attr_block_a,
-                        sizeof item->attr_block_a);
-  failed |= memcpy_s(record->attr_block_b, sizeof record->attr_block_b, item->attr_block_b,
-                     sizeof item->attr_block_b);
+  int failed =
+      memcpy_s(record->attr_block_a, sizeof record->attr_block_a, item->attr_block_a, sizeof item->attr_block_a);
+  failed |= memcpy_s(record->attr_block_b, sizeof record->attr_block_b, item->attr_block_b, sizeof item->attr_block_b);
   // Required: the rest, and the process id, only after both copies.
   if (failed != 0) return;
   record->source_pid = item->source_pid;
@@ -140,10 +134,9 @@ void FIB_DB_GetIp4forwardItem(const FibDbIp4forwardRecord* record, FibDbIp4forwa
   item->attr_byte_e = record->attr_byte_e;
   item->attr_byte_f = record->attr_byte_f;
   item->attr_byte_g = record->attr_byte_g;
-  int failed = memcpy_s(item->attr_block_a, sizeof item->attr_block_a, record->attr_block_a,
-                        sizeof record->attr_block_a);
-  failed |= memcpy_s(item->attr_block_b, sizeof item->attr_block_b, record->attr_block_b,
-                     sizeof record->attr_block_b);
+  int failed =
+      memcpy_s(item->attr_block_a, sizeof item->attr_block_a, record->attr_block_a, sizeof record->attr_block_a);
+  failed |= memcpy_s(item->attr_block_b, sizeof item->attr_block_b, record->attr_block_b, sizeof record->attr_block_b);
   if (failed != 0) return;
   item->source_pid = record->source_pid;
   item->table_smooth_id = record->table_smooth_id;
@@ -155,8 +148,7 @@ void FIB_DB_GetIp4forwardItem(const FibDbIp4forwardRecord* record, FibDbIp4forwa
   item->time_stamp_svc = record->time_stamp_svc;
 }
 
-void FIB_DB_SetIp4forwardKeyField(FibDbKeyDesc* desc, FibDbIp4forwardKey* key,
-                                  const FibDbIp4forwardItem* item) {
+void FIB_DB_SetIp4forwardKeyField(FibDbKeyDesc* desc, FibDbIp4forwardKey* key, const FibDbIp4forwardItem* item) {
   desc->indexId = FIB_DB_IP4FORWARD_PRIMARY;
   FIB_DB_SetIp4forwardKey(key, item->vr_id, item->vrf_index, item->dest_ip_addr, item->mask_len);
 }
@@ -168,8 +160,7 @@ uint32_t FIB_DB_ReadIp4forward(FibDbIp4forwardItem* item) {
 uint32_t FIB_DB_ReadIp4forwardByLpm(FibDbIp4forwardItem* item) {
   constexpr Text<uint32_t> createFailed = "ReadIp4forwardByLpm failed, create object failed. ret: %d";
   constexpr Text<uint32_t> iterFailed = "ReadIp4forwardByLpm failed, create root iter failed. ret: %d";
-  if (item == nullptr || item->vr_id > FIB_DB_MAX_VR_ID || item->vrf_index > FIB_DB_MAX_VRF_INDEX)
-    return FIB_DB_ERR;
+  if (item == nullptr || item->vr_id > FIB_DB_MAX_VR_ID || item->vrf_index > FIB_DB_MAX_VRF_INDEX) return FIB_DB_ERR;
   const fibdb::Object obj(kIp4forward, FIB_DB_OBJ_OP_SCAN);
   if (const uint32_t code = obj.error()) return createFailed.error(code), code;
   fibdb::KeyOf<Item, Key> key(kIp4forward, item);
@@ -197,8 +188,7 @@ uint32_t FIB_DB_CountIp4forwardByHighStatus(uint8_t status, uint32_t* count) {
   for (; code == FIB_DB_OK; code = db_root_iterator_next(rootIter)) {
     Record record{};
     // Required: this failure is returned, not said and not counted.
-    if (const uint32_t failed = db_get_ip4forward_all_fields(obj.handle(), &record, sizeof record))
-      return failed;
+    if (const uint32_t failed = db_get_ip4forward_all_fields(obj.handle(), &record, sizeof record)) return failed;
     if (record.high_status == status) ++matching;
   }
   if (code != DB_ERR_ITER_END) return stepFailed(code, "CountIp4forwardByHighStatus next failed, ret: %d");
@@ -227,32 +217,30 @@ FibDbIterator* FIB_DB_CreateDictionaryIterator(uint32_t property) {
 
 FibDbIterator* FIB_DB_CreateIp4forwardIteratorByVrf(uint32_t vrId, uint32_t vrfIndex, uint32_t word3,
                                                     uint32_t property) {
-  return fibdb::createIterator(
-      kIp4forward,
-      {.mallocFailed = "CreateIp4forwardIteratorByVrf malloc failed",
-       .createObjFailed = "CreateIp4forwardIteratorByVrf createObj failed, ret: %d",
-       .createIterFailed = "CreateIp4forwardIteratorByVrf createIter failed, ret: %d",
-       .setPropertyFailed = "CreateIp4forwardIteratorByVrf setProperty failed, ret: %d"},
-      property, fibdb::UnderWords<3>{FIB_DB_IP4FORWARD_BY_VRF, {vrId, vrfIndex, word3}});
+  return fibdb::createIterator(kIp4forward,
+                               {.mallocFailed = "CreateIp4forwardIteratorByVrf malloc failed",
+                                .createObjFailed = "CreateIp4forwardIteratorByVrf createObj failed, ret: %d",
+                                .createIterFailed = "CreateIp4forwardIteratorByVrf createIter failed, ret: %d",
+                                .setPropertyFailed = "CreateIp4forwardIteratorByVrf setProperty failed, ret: %d"},
+                               property, fibdb::UnderWords<3>{FIB_DB_IP4FORWARD_BY_VRF, {vrId, vrfIndex, word3}});
 }
 
-FibDbIterator* FIB_DB_CreateIp4forwardIteratorByNhpGrpId(uint32_t nhpGroupId, uint32_t word2,
-                                                         int32_t property) {
-  return fibdb::createIterator(
-      kIp4forward,
-      {.mallocFailed = "CreateIp4forwardIteratorByNhpGrpId malloc failed",
-       .createObjFailed = "CreateIp4forwardIteratorByNhpGrpId createObj failed, ret: %d",
-       .createIterFailed = "CreateIp4forwardIteratorByNhpGrpId createIter failed, ret: %d",
-       .setPropertyFailed = "CreateIp4forwardIteratorByNhpGrpId setProperty failed, ret: %d"},
-      static_cast<uint32_t>(property), fibdb::UnderWords<2>{FIB_DB_IP4FORWARD_BY_GROUP, {nhpGroupId, word2}});
+FibDbIterator* FIB_DB_CreateIp4forwardIteratorByNhpGrpId(uint32_t nhpGroupId, uint32_t word2, int32_t property) {
+  return fibdb::createIterator(kIp4forward,
+                               {.mallocFailed = "CreateIp4forwardIteratorByNhpGrpId malloc failed",
+                                .createObjFailed = "CreateIp4forwardIteratorByNhpGrpId createObj failed, ret: %d",
+                                .createIterFailed = "CreateIp4forwardIteratorByNhpGrpId createIter failed, ret: %d",
+                                .setPropertyFailed = "CreateIp4forwardIteratorByNhpGrpId setProperty failed, ret: %d"},
+                               static_cast<uint32_t>(property),
+                               fibdb::UnderWords<2>{FIB_DB_IP4FORWARD_BY_GROUP, {nhpGroupId, word2}});
 }
 
 uint32_t FIB_DB_GetNextIp4forward(FibDbIterator* handle, FibDbIp4forwardItem* item) {
   return fibdb::next(handle, item, FIB_DB_ProcIp4FwdIterDBResult, fetchCurrent);
 }
 
-uint32_t FIB_DB_GetNextIp4forwardByNhpGrpId(FibDbIterator* handle, uint32_t bufLen,
-                                            FibDbIp4forwardItem* items, uint32_t* count) {
+uint32_t FIB_DB_GetNextIp4forwardByNhpGrpId(FibDbIterator* handle, uint32_t bufLen, FibDbIp4forwardItem* items,
+                                            uint32_t* count) {
   if (items == nullptr) return FIB_DB_OK;
   // Room is asked after an item was filled: once the array is full, no further record is taken from the iterator.
   for (uint32_t room = bufLen / sizeof(Item); room > 0; --room) {
@@ -272,6 +260,4 @@ uint32_t FIB_DB_GetNextIp4forwardByNhpGrpId(FibDbIterator* handle, uint32_t bufL
 
 void FIB_DB_ReleaseIp4forwardIterator(FibDbIterator* handle) { fibdb::releaseIterator(kIp4forward, handle); }
 
-void FIB_DB_ReleaseIp4forwardByNhpGrpId(FibDbIterator* handle) {
-  fibdb::releaseIterator(kIp4forward, handle);
-}
+void FIB_DB_ReleaseIp4forwardByNhpGrpId(FibDbIterator* handle) { fibdb::releaseIterator(kIp4forward, handle); }

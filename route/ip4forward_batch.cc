@@ -1,7 +1,7 @@
 // route/ip4forward_batch.cc: asynchronous batch writes of IPv4 routes: one connection and one batch object per process.
 #include "fibdb/route.h"
-#include "objdb.h"
-#include "objdb_tables.h"
+#include "platform/objdb.h"
+#include "platform/objdb_tables.h"
 #include "runtime/text.h"
 
 uint64_t g_fibDbAsyncConn;
@@ -63,8 +63,7 @@ uint32_t FIB_DB_GetIp4forwardBatchAsyncObject(uint64_t* outObject) {
     return FIB_DB_OK;
   }
   if (g_fibDbAsyncConn == 0) return noConnection.error(), FIB_DB_ERR;
-  if (const uint32_t code =
-          db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, g_fibDbAsyncConn, outObject)) {
+  if (const uint32_t code = db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, g_fibDbAsyncConn, outObject)) {
     g_fibAsyncBatchObject = 0;
     return fail(code, "detIp4forwardBatchAsyncObject failed, create object conn failed. ret = %u");
   }
@@ -72,8 +71,7 @@ uint32_t FIB_DB_GetIp4forwardBatchAsyncObject(uint64_t* outObject) {
   return FIB_DB_OK;
 }
 
-uint32_t FIB_DB_BatchAddOperWriteIp4forward(uint64_t* object, const FibDbIp4forwardItem* item,
-                                            uint32_t updateFlag) {
+uint32_t FIB_DB_BatchAddOperWriteIp4forward(uint64_t* object, const FibDbIp4forwardItem* item, uint32_t updateFlag) {
   if (isNull(object, item)) return FIB_DB_ERR;
   return updateFlag == 0 ? FIB_DB_WriteIp4forward(*object, item) : FIB_DB_UpdateIp4forward(*object, item);
 }

@@ -1,8 +1,8 @@
 // runtime/hooks.cc: allocation and log hooks, and the source process id of written routes.
 #include <cstdlib>
 
-#include "bounds.h"
 #include "fibdb/runtime.h"
+#include "platform/bounds.h"
 
 static_assert(sizeof(FibDbMemHooks) == 16 && sizeof(FibDbLogHooks) == 16);
 

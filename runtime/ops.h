@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "fibdb/runtime.h"
-#include "objdb.h"
+#include "platform/objdb.h"
 #include "runtime/diagnostics.h"
 #include "runtime/stopwatch.h"
 #include "runtime/text.h"
@@ -117,8 +117,7 @@ struct UpdateHow {
 
 // Changes the fields that set stages.
 template <class Item, class Key>
-uint32_t update(const Table<Item, Key>& table, const Item* item, FibDbFieldSetter set,
-                const UpdateHow& how = {}) {
+uint32_t update(const Table<Item, Key>& table, const Item* item, FibDbFieldSetter set, const UpdateHow& how = {}) {
   if (item == nullptr || set == nullptr) return FIB_DB_ERR;
   Stopwatch watch(how.timed);  // before obj: the release is part of the time
   const Object obj(table, FIB_DB_OBJ_OP_UPDATE);

@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "fibdb/runtime.h"
-#include "objdb_tables.h"
+#include "platform/objdb_tables.h"
 #include "runtime/text.h"
 
 namespace {
@@ -38,9 +38,7 @@ constexpr FibDbTableDesc kSpecialIpSub = DESCRIPTOR("fib_special_ip_sub", fib_sp
 #undef DESCRIPTOR
 
 // The service gets a copy, which lives for this call only.
-uint32_t registerTable(fibdb::UfibTableId id, FibDbTableDesc copy) {
-  return UFIB_DB_TableRegister(id, &copy);
-}
+uint32_t registerTable(fibdb::UfibTableId id, FibDbTableDesc copy) { return UFIB_DB_TableRegister(id, &copy); }
 
 }  // namespace
 
@@ -55,19 +53,16 @@ uint32_t FIB_DB_DodAgingRegister() { return registerTable(fibdb::kUfibDodAging, 
 uint32_t FIB_DB_DodRuleRegister() { return registerTable(fibdb::kUfibDodRule, kDodRule); }
 uint32_t FIB_DB_VrfClassDataRegister() { return registerTable(fibdb::kUfibVrfClassData, kVrfClassData); }
 uint32_t FIB_DB_IpForceFragRegister() { return registerTable(fibdb::kUfibIpForceFrag, kIpForceFrag); }
-uint32_t FIB_DB_VirtualMethHostRegister() {
-  return registerTable(fibdb::kUfibVirtualMethHost, kVirtualMethHost);
-}
+uint32_t FIB_DB_VirtualMethHostRegister() { return registerTable(fibdb::kUfibVirtualMethHost, kVirtualMethHost); }
 uint32_t FIB_DB_FwdVsVpnRegister() { return registerTable(fibdb::kUfibFwdVsVpn, kFwdVsVpn); }
 uint32_t FIB_DB_SpecialIpRegister() { return registerTable(fibdb::kUfibSpecialIp, kSpecialIp); }
 uint32_t FIB_DB_SpecialIpSubRegister() { return registerTable(fibdb::kUfibSpecialIpSub, kSpecialIpSub); }
 
 uint32_t (*const g_fibDbTableRegister[15])() = {
-    FIB_DB_NhpExtRegister,       FIB_DB_NhpExtLabelRegister, FIB_DB_NhpVpnSidRegister,
-    FIB_DB_NhpGroupNodeRegister, FIB_DB_NhpGroupRegister,    FIB_DB_PriAttrRegister,
-    FIB_DB_ArGroupAttrRegister,  FIB_DB_DodAgingRegister,    FIB_DB_DodRuleRegister,
-    FIB_DB_VrfClassDataRegister, FIB_DB_IpForceFragRegister, FIB_DB_VirtualMethHostRegister,
-    FIB_DB_FwdVsVpnRegister,     FIB_DB_SpecialIpRegister,   FIB_DB_SpecialIpSubRegister,
+    FIB_DB_NhpExtRegister,   FIB_DB_NhpExtLabelRegister,  FIB_DB_NhpVpnSidRegister,    FIB_DB_NhpGroupNodeRegister,
+    FIB_DB_NhpGroupRegister, FIB_DB_PriAttrRegister,      FIB_DB_ArGroupAttrRegister,  FIB_DB_DodAgingRegister,
+    FIB_DB_DodRuleRegister,  FIB_DB_VrfClassDataRegister, FIB_DB_IpForceFragRegister,  FIB_DB_VirtualMethHostRegister,
+    FIB_DB_FwdVsVpnRegister, FIB_DB_SpecialIpRegister,    FIB_DB_SpecialIpSubRegister,
 };
 
 void FIB_DB_TableRegisterInit() {

@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "fibdb/common.h"
-#include "ufib.h"
+#include "platform/ufib.h"
 
 namespace fibdb {
 

@@ -21,8 +21,7 @@ class Stopwatch {
     timeval end;
     gettimeofday(&end, nullptr);
     // Signed, so that a clock set back gives a negative sample, not an enormous one.
-    const int64_t micros =
-        int64_t{end.tv_sec - start_.tv_sec} * kMicrosPerSec + int64_t{end.tv_usec - start_.tv_usec};
+    const int64_t micros = int64_t{end.tv_sec - start_.tv_sec} * kMicrosPerSec + int64_t{end.tv_usec - start_.tv_usec};
     FIB_DB_UpdateTick(static_cast<double>(micros) / kMicrosPerSec);
   }
   Stopwatch(const Stopwatch&) = delete;

@@ -1,4 +1,4 @@
-// tests/fault_loop_test.cc: every exported function, with its first platform call failing, then its second, to the last.
+// tests/fault_loop_test.cc: every exported function, with each of its platform calls failing in turn.
 //
 // Each function runs once per call that it makes and per code below. After each run nothing may be alive, nothing may
 // have been released twice, and the status must be the one that the function's rules give for the call that failed. A
@@ -117,10 +117,8 @@ std::vector<Rule> operator+(std::vector<Rule> rules, const std::vector<Rule>& mo
 }
 
 std::vector<Rule> updating(const char* setter) {
-  return {{"db_create_nhp_obj", raw},
-          {setter, ignored},
-          {"db_update_obj", written},
-          {"db_release_nhp_object", ignored}};
+  return {
+      {"db_create_nhp_obj", raw}, {setter, ignored}, {"db_update_obj", written}, {"db_release_nhp_object", ignored}};
 }
 
 const std::vector<Exported>& allExported() {
@@ -174,9 +172,7 @@ const std::vector<Exported>& allExported() {
       {"FIB_DB_NhpVpnSidLog", [] { return FIB_DB_NhpVpnSidLog(0, 2); }, {}},
       {"FIB_DB_ProcNhpVxlanWriteDBResult", [] { return FIB_DB_ProcNhpVxlanWriteDBResult(0, 2); }, {}},
       {"FIB_DB_ProcNhpVxlanReadDBResult", [] { return FIB_DB_ProcNhpVxlanReadDBResult(0, 0); }, {}},
-      {"FIB_DB_TableRegisterInit",
-       [] { return FIB_DB_TableRegisterInit(), 0u; },
-       {{"UFIB_DB_TableRegister", ignored}}},
+      {"FIB_DB_TableRegisterInit", [] { return FIB_DB_TableRegisterInit(), 0u; }, {{"UFIB_DB_TableRegister", ignored}}},
       {"FIB_DB_NhpExtRegister", FIB_DB_NhpExtRegister, {{"UFIB_DB_TableRegister", raw}}},
       {"FIB_DB_NhpExtLabelRegister", FIB_DB_NhpExtLabelRegister, {{"UFIB_DB_TableRegister", raw}}},
       {"FIB_DB_NhpVpnSidRegister", FIB_DB_NhpVpnSidRegister, {{"UFIB_DB_TableRegister", raw}}},
@@ -224,29 +220,21 @@ const std::vector<Exported>& allExported() {
        {{"db_create_nhp_obj", raw}, {"db_update_obj", written}, {"db_release_nhp_object", ignored}}},
       {"FIB_DB_SetNhpRefCount", [] { return FIB_DB_SetNhpRefCount(1, &nhp); }, {{"db_set_nhp_ref_cnt", raw}}},
       {"FIB_DB_SetNhpFlags", [] { return FIB_DB_SetNhpFlags(1, &nhp); }, {{"db_set_nhp_flags", raw}}},
-      {"FIB_DB_SetNhpNumAndSmoothID",
-       [] { return FIB_DB_SetNhpNumAndSmoothID(1, &nhp); },
-       {{"db_set_nhp_*", one}}},
-      {"FIB_DB_SetNhpSmoothID",
-       [] { return FIB_DB_SetNhpSmoothID(1, &nhp); },
-       {{"db_set_nhp_table_smooth_id", one}}},
-      {"FIB_DB_UpdateNhpRefCount", [] { return FIB_DB_UpdateNhpRefCount(&nhp); },
-       updating("db_set_nhp_ref_cnt")},
+      {"FIB_DB_SetNhpNumAndSmoothID", [] { return FIB_DB_SetNhpNumAndSmoothID(1, &nhp); }, {{"db_set_nhp_*", one}}},
+      {"FIB_DB_SetNhpSmoothID", [] { return FIB_DB_SetNhpSmoothID(1, &nhp); }, {{"db_set_nhp_table_smooth_id", one}}},
+      {"FIB_DB_UpdateNhpRefCount", [] { return FIB_DB_UpdateNhpRefCount(&nhp); }, updating("db_set_nhp_ref_cnt")},
       {"FIB_DB_UpdateNhpFlags", [] { return FIB_DB_UpdateNhpFlags(&nhp); }, updating("db_set_nhp_flags")},
-      {"FIB_DB_UpdateNhpNumAndSmoothID", [] { return FIB_DB_UpdateNhpNumAndSmoothID(&nhp); },
-       updating("db_set_nhp_*")},
+      {"FIB_DB_UpdateNhpNumAndSmoothID", [] { return FIB_DB_UpdateNhpNumAndSmoothID(&nhp); }, updating("db_set_nhp_*")},
       {"FIB_DB_UpdateNhpSmoothID", [] { return FIB_DB_UpdateNhpSmoothID(&nhp); },
        updating("db_set_nhp_table_smooth_id")},
-      {"FIB_DB_CreateNhpIterator",
-       [] { return made(FIB_DB_CreateNhpIterator(0), FIB_DB_ReleaseNhpIterator); }, kMakeNhpIterator},
-      {"FIB_DB_CreateNhpIteratorByVrf",
-       [] { return made(FIB_DB_CreateNhpIteratorByVrf(1, 2, 3, 0), FIB_DB_ReleaseNhpIterator); },
+      {"FIB_DB_CreateNhpIterator", [] { return made(FIB_DB_CreateNhpIterator(0), FIB_DB_ReleaseNhpIterator); },
        kMakeNhpIterator},
+      {"FIB_DB_CreateNhpIteratorByVrf",
+       [] { return made(FIB_DB_CreateNhpIteratorByVrf(1, 2, 3, 0), FIB_DB_ReleaseNhpIterator); }, kMakeNhpIterator},
       {"FIB_DB_GetNextNhpEntry",
        [] { return stepNhp([](FibDbIterator* iterator) { return FIB_DB_GetNextNhpEntry(iterator, &nhp); }); },
        kMakeNhpIterator + std::vector<Rule>{{"db_root_iterator_next", stepped}, {"db_get_nhp_*", ignored}}},
-      {"FIB_DB_ReleaseNhpIterator", [] { return stepNhp([](FibDbIterator*) { return 0u; }); },
-       kMakeNhpIterator},
+      {"FIB_DB_ReleaseNhpIterator", [] { return stepNhp([](FibDbIterator*) { return 0u; }); }, kMakeNhpIterator},
 
       // route.h
       {"FIB_DB_SetIp4forwardKey",
@@ -313,26 +301,17 @@ const std::vector<Exported>& allExported() {
         {"db_get_ip4forward_all_fields", raw},
         {"db_release_ip4forward_object", ignored}}},
       {"FIB_DB_CreateIp4forwardIterator",
-       [] { return made(FIB_DB_CreateIp4forwardIterator(0), FIB_DB_ReleaseIp4forwardIterator); },
-       kMakeRouteIterator},
+       [] { return made(FIB_DB_CreateIp4forwardIterator(0), FIB_DB_ReleaseIp4forwardIterator); }, kMakeRouteIterator},
       {"FIB_DB_CreateDictionaryIterator",
-       [] { return made(FIB_DB_CreateDictionaryIterator(0), FIB_DB_ReleaseIp4forwardIterator); },
-       kMakeDictionary},
+       [] { return made(FIB_DB_CreateDictionaryIterator(0), FIB_DB_ReleaseIp4forwardIterator); }, kMakeDictionary},
       {"FIB_DB_CreateIp4forwardIteratorByVrf",
-       [] {
-         return made(FIB_DB_CreateIp4forwardIteratorByVrf(1, 2, 3, 0), FIB_DB_ReleaseIp4forwardIterator);
-       },
+       [] { return made(FIB_DB_CreateIp4forwardIteratorByVrf(1, 2, 3, 0), FIB_DB_ReleaseIp4forwardIterator); },
        kMakeRouteIterator},
       {"FIB_DB_CreateIp4forwardIteratorByNhpGrpId",
-       [] {
-         return made(FIB_DB_CreateIp4forwardIteratorByNhpGrpId(1, 2, 0), FIB_DB_ReleaseIp4forwardByNhpGrpId);
-       },
+       [] { return made(FIB_DB_CreateIp4forwardIteratorByNhpGrpId(1, 2, 0), FIB_DB_ReleaseIp4forwardByNhpGrpId); },
        kMakeRouteIterator},
       {"FIB_DB_GetNextIp4forward",
-       [] {
-         return stepRoutes(
-             [](FibDbIterator* iterator) { return FIB_DB_GetNextIp4forward(iterator, &route); });
-       },
+       [] { return stepRoutes([](FibDbIterator* iterator) { return FIB_DB_GetNextIp4forward(iterator, &route); }); },
        kMakeRouteIterator + std::vector<Rule>{{"db_root_iterator_next", stepped},
                                               {"db_read_obj_with_buf", read},
                                               {"memcpy_s", ignored}}},
@@ -347,8 +326,7 @@ const std::vector<Exported>& allExported() {
                                               {"db_read_obj_with_buf", ignored},
                                               {"memcpy_s", ignored}}},
       {"FIB_DB_ReleaseIp4forwardIterator",
-       [] { return made(FIB_DB_CreateIp4forwardIterator(0), FIB_DB_ReleaseIp4forwardIterator); },
-       kMakeRouteIterator},
+       [] { return made(FIB_DB_CreateIp4forwardIterator(0), FIB_DB_ReleaseIp4forwardIterator); }, kMakeRouteIterator},
       {"FIB_DB_ReleaseIp4forwardByNhpGrpId", [] { return stepRoutes([](FibDbIterator*) { return 0u; }); },
        kMakeRouteIterator},
       {"FIB_DB_CreateAsyncConnect", [] { return FIB_DB_CreateAsyncConnect(1, 2); }, {{"db_connect", raw}}},
@@ -360,48 +338,37 @@ const std::vector<Exported>& allExported() {
        {{"db_disconnect", ignored}}},
       {"FIB_DB_GetAsyncConn", [] { return static_cast<uint32_t>(FIB_DB_GetAsyncConn()); }, {}},
       {"FIB_DB_GetIp4forwardBatchAsyncObject",
-       [] {
-         return withBatchObject(
-             [](uint64_t* object) { return FIB_DB_GetIp4forwardBatchAsyncObject(object); });
-       },
+       [] { return withBatchObject([](uint64_t* object) { return FIB_DB_GetIp4forwardBatchAsyncObject(object); }); },
        kMakeBatchObject + std::vector<Rule>{{"db_reset_ip4forward_object", raw}}},
       {"FIB_DB_BatchAddOperWriteIp4forward",
        [] {
-         return withBatchObject(
-             [](uint64_t* object) { return FIB_DB_BatchAddOperWriteIp4forward(object, &route, 0); });
+         return withBatchObject([](uint64_t* object) { return FIB_DB_BatchAddOperWriteIp4forward(object, &route, 0); });
        },
        kMakeBatchObject + std::vector<Rule>{{"memcpy_s", ignored},
                                             {"db_reset_ip4forward_batch_object", raw},
                                             {"db_set_ip4forward_all_fields", raw},
                                             {"db_batch_add_oper", raw}}},
       {"FIB_DB_WriteIp4forward",
-       [] {
-         return withBatchObject([](uint64_t* object) { return FIB_DB_WriteIp4forward(*object, &route); });
-       },
+       [] { return withBatchObject([](uint64_t* object) { return FIB_DB_WriteIp4forward(*object, &route); }); },
        kMakeBatchObject + std::vector<Rule>{{"memcpy_s", ignored},
                                             {"db_reset_ip4forward_batch_object", raw},
                                             {"db_set_ip4forward_all_fields", raw},
                                             {"db_batch_add_oper", raw}}},
       {"FIB_DB_UpdateIp4forward",
-       [] {
-         return withBatchObject([](uint64_t* object) { return FIB_DB_UpdateIp4forward(*object, &route); });
-       },
+       [] { return withBatchObject([](uint64_t* object) { return FIB_DB_UpdateIp4forward(*object, &route); }); },
        kMakeBatchObject + std::vector<Rule>{{"db_reset_ip4forward_batch_object", raw},
                                             {"db_set_ip4forward_table_smooth_id", raw},
                                             {"db_set_ip4forward_time_stamp_svc", raw},
                                             {"db_batch_add_oper", raw}}},
       {"FIB_DB_BatchAddOperRemoveIp4forward",
        [] {
-         return withBatchObject(
-             [](uint64_t* object) { return FIB_DB_BatchAddOperRemoveIp4forward(object, &route); });
+         return withBatchObject([](uint64_t* object) { return FIB_DB_BatchAddOperRemoveIp4forward(object, &route); });
        },
-       kMakeBatchObject +
-           std::vector<Rule>{{"db_reset_ip4forward_batch_object", raw}, {"db_batch_add_oper", raw}}},
+       kMakeBatchObject + std::vector<Rule>{{"db_reset_ip4forward_batch_object", raw}, {"db_batch_add_oper", raw}}},
       {"FIB_DB_BatchExecuteAsync",
        [] {
          uint64_t argument = 0;
-         return withBatchObject(
-             [&](uint64_t* object) { return FIB_DB_BatchExecuteAsync(object, &argument); });
+         return withBatchObject([&](uint64_t* object) { return FIB_DB_BatchExecuteAsync(object, &argument); });
        },
        kMakeBatchObject + std::vector<Rule>{{"db_batch_exec_async", executed}}},
 
@@ -455,9 +422,7 @@ const std::vector<Exported>& allExported() {
       {"FIB_DB_SetArGroupAttrSmoothID",
        [] { return FIB_DB_SetArGroupAttrSmoothID(&groupContext, 1); },
        {{"db_set_ar_group_attr_*", raw}}},
-      {"FIB_DB_CreateArGroupAttr",
-       [] { return FIB_DB_CreateArGroupAttr(&group); },
-       {{"UFIB_DB_Create", raw}}},
+      {"FIB_DB_CreateArGroupAttr", [] { return FIB_DB_CreateArGroupAttr(&group); }, {{"UFIB_DB_Create", raw}}},
       {"FIB_DB_ReadArGroupAttr", [] { return FIB_DB_ReadArGroupAttr(&group); }, {{"UFIB_DB_Read", raw}}},
       {"FIB_DB_ReadArGroupAttrByAttrIdHash",
        [] { return FIB_DB_ReadArGroupAttrByAttrIdHash(&group); },
@@ -468,9 +433,7 @@ const std::vector<Exported>& allExported() {
       {"FIB_DB_UpdateArGroupAttrSmoothId",
        [] { return FIB_DB_UpdateArGroupAttrSmoothId(&group); },
        {{"UFIB_DB_Update", raw}, {"db_set_ar_group_attr_*", raw}}},
-      {"FIB_DB_DeleteArGroupAttr",
-       [] { return FIB_DB_DeleteArGroupAttr(&group); },
-       {{"UFIB_DB_Delete", raw}}},
+      {"FIB_DB_DeleteArGroupAttr", [] { return FIB_DB_DeleteArGroupAttr(&group); }, {{"UFIB_DB_Delete", raw}}},
       {"FIB_DB_CountArGroupAttrByGroupTypeHash",
        [] {
          uint32_t count;
@@ -537,8 +500,7 @@ INSTANTIATE_TEST_SUITE_P(Exports, FaultLoop, testing::ValuesIn(allExported()),
 // The checked-in list of what the library exports, functions only.
 TEST(FaultLoopRows, cover_every_exported_function) {
   std::set<std::string> rows;
-  for (const Exported& exported : allExported())
-    EXPECT_TRUE(rows.insert(exported.name).second) << exported.name;
+  for (const Exported& exported : allExported()) EXPECT_TRUE(rows.insert(exported.name).second) << exported.name;
   std::ifstream list(FIBDB_EXPORTS_FILE);
   std::set<std::string> functions;
   for (std::string line; std::getline(list, line);) {

@@ -134,9 +134,7 @@ using namespace fibdb::client;
   uint32_t db_create_##t##_obj_specific_conn(uint32_t kind, uint64_t conn, uint64_t* outObj) { \
     return createBatchObject(TableId::t, kind, conn, outObj);                                  \
   }                                                                                            \
-  uint32_t db_reset_##t##_batch_object(uint64_t obj, uint32_t kind) {                          \
-    return beginOperation(obj, TableId::t, kind);                                              \
-  }
+  uint32_t db_reset_##t##_batch_object(uint64_t obj, uint32_t kind) { return beginOperation(obj, TableId::t, kind); }
 #define SET_SCALAR(t, name, type)                                  \
   uint32_t db_set_##t##_##name(uint64_t obj, type value) {         \
     static constexpr FieldPlace kField = place(TableId::t, #name); \
@@ -157,4 +155,4 @@ using namespace fibdb::client;
     static constexpr FieldPlace kField = place(TableId::t, #name);              \
     return getBytes(obj, kField, out, len);                                     \
   }
-#include "schema/tables.def"
+#include "platform/schema/tables.def"

@@ -16,7 +16,7 @@ namespace {
 
 constexpr schema::TableId kBatchTables[] = {
 #define BATCH(t) TableId::t,
-#include "schema/tables.def"
+#include "platform/schema/tables.def"
 };
 
 consteval size_t longestRow() {
@@ -231,9 +231,7 @@ void leaveSlot(Connection& connection) {
   connection.slotTaken = false;
 }
 
-bool onOwnThread(const Connection& connection) {
-  return pthread_equal(connection.thread, pthread_self()) != 0;
-}
+bool onOwnThread(const Connection& connection) { return pthread_equal(connection.thread, pthread_self()) != 0; }
 
 uint32_t openConnection(Connection& connection, uint64_t batchLimit, uint64_t queueLimit) {
   const auto slot = static_cast<uint32_t>(&connection - connections);
@@ -278,9 +276,8 @@ uint32_t findOperationIndex(const Object& object, const FibDbKeyDesc* desc, cons
                             const schema::Index*& out) {
   if (object.building.operation == FIB_DB_OBJ_OP_WRITE) return 0;
   if (const uint32_t code = findIndex(object, desc, key, out)) return code;
-  const bool serves =
-      out->kind == schema::IndexKind::kPrimary ||
-      (out->kind == schema::IndexKind::kSecondary && object.building.operation == FIB_DB_OBJ_OP_REMOVE);
+  const bool serves = out->kind == schema::IndexKind::kPrimary ||
+                      (out->kind == schema::IndexKind::kSecondary && object.building.operation == FIB_DB_OBJ_OP_REMOVE);
   return serves ? 0 : uint32_t{DB_ERR_BAD_INDEX};
 }
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 namespace fibdb::client {
 

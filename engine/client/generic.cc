@@ -49,7 +49,7 @@ consteval uint16_t vrOffsetOf(const schema::Table& layout) {
 
 constexpr uint16_t kVrOffsets[] = {
 #define TABLE(t) vrOffsetOf(schema::kTables[static_cast<size_t>(TableId::t)]),
-#include "schema/tables.def"
+#include "platform/schema/tables.def"
 };
 
 uint32_t readInto(Object& object, const FibDbKeyDesc* desc, const void* key) {
@@ -109,8 +109,7 @@ uint32_t db_update_obj(uint64_t obj, const FibDbKeyDesc* desc, const void* key) 
   if (const uint32_t code = findIndex(*object, desc, key, index)) return code;
   if (index->kind != schema::IndexKind::kPrimary) return DB_ERR_BAD_INDEX;
   const auto* keyBytes = static_cast<const uint8_t*>(key);
-  if (const uint32_t code = object->table->update(keyBytes, stagedRowOf(*object), object->staged))
-    return code;
+  if (const uint32_t code = object->table->update(keyBytes, stagedRowOf(*object), object->staged)) return code;
   return committed(*object);
 }
 
@@ -120,8 +119,7 @@ uint32_t db_remove_obj(uint64_t obj, const FibDbKeyDesc* desc, const void* key) 
   const schema::Index* index = nullptr;
   if (const uint32_t code = findIndex(*object, desc, key, index)) return code;
   uint64_t removed = 0;
-  if (const uint32_t code = object->table->remove(*index, static_cast<const uint8_t*>(key), removed))
-    return code;
+  if (const uint32_t code = object->table->remove(*index, static_cast<const uint8_t*>(key), removed)) return code;
   return committed(*object);
 }
 
@@ -131,8 +129,7 @@ uint32_t db_read_obj(uint64_t obj, const FibDbKeyDesc* desc, const void* key) {
   return readInto(*object, desc, key);
 }
 
-uint32_t db_read_obj_with_buf(uint64_t obj, const FibDbKeyDesc* desc, const void* key, void* buf,
-                              uint32_t len) {
+uint32_t db_read_obj_with_buf(uint64_t obj, const FibDbKeyDesc* desc, const void* key, void* buf, uint32_t len) {
   Object* object = nullptr;
   if (const uint32_t code = findObject(obj, kReading, object)) return code;
   if (buf == nullptr) return DB_ERR_NULL_ARGUMENT;
@@ -153,8 +150,7 @@ uint32_t db_get_table_record_count(uint64_t obj, uint64_t* count) {
   return 0;
 }
 
-uint32_t db_get_table_record_count_by_key(uint64_t obj, const FibDbKeyDesc* desc, const void* key,
-                                          uint64_t* count) {
+uint32_t db_get_table_record_count_by_key(uint64_t obj, const FibDbKeyDesc* desc, const void* key, uint64_t* count) {
   Object* object = nullptr;
   if (const uint32_t code = findObject(obj, kCounting, object)) return code;
   if (count == nullptr) return DB_ERR_NULL_ARGUMENT;
@@ -182,14 +178,12 @@ uint32_t db_create_stmt(uint64_t obj, uint32_t stmtKind, const char* tableName, 
   return 0;
 }
 
-uint32_t db_append_stmt_condition(uint64_t obj, const void*, uint64_t, uint32_t condKind, const void*,
-                                  uint64_t, const FibDbKeyDesc* desc, const void* lowKey,
-                                  const void* highKey) {
+uint32_t db_append_stmt_condition(uint64_t obj, const void*, uint64_t, uint32_t condKind, const void*, uint64_t,
+                                  const FibDbKeyDesc* desc, const void* lowKey, const void* highKey) {
   Object* object = nullptr;
   if (const uint32_t code = findObject(obj, kScanning, object)) return code;
   // One condition is what an ordered walk can serve.
-  if (object->statement != StatementState::kStarted || condKind != kRangeCondition)
-    return DB_ERR_BAD_STATEMENT;
+  if (object->statement != StatementState::kStarted || condKind != kRangeCondition) return DB_ERR_BAD_STATEMENT;
   if (highKey == nullptr) return DB_ERR_NULL_ARGUMENT;
   const schema::Index* index = nullptr;
   if (const uint32_t code = findIndex(*object, desc, lowKey, index)) return code;
@@ -207,8 +201,7 @@ uint32_t db_create_root_iterator_by_filter(uint64_t obj, uint64_t* outIter) {
   if (outIter == nullptr) return DB_ERR_NULL_ARGUMENT;
   if (object->statement != StatementState::kComplete) return DB_ERR_BAD_STATEMENT;
   endIteration(*object);
-  const uint32_t code =
-      object->cursor.openRange(*object->table, *object->rangeIndex, object->low, object->high);
+  const uint32_t code = object->cursor.openRange(*object->table, *object->rangeIndex, object->low, object->high);
   return code != 0 ? code : beginIteration(*object, outIter);
 }
 
@@ -233,8 +226,7 @@ uint32_t db_root_iterator_next(uint64_t iter) {
 }
 
 // A node will be fields inside its parent's row, with a handle tag of its own; no table has one yet.
-uint32_t db_create_child_node(uint64_t obj, uint64_t, const char* nodeName, uint64_t, uint64_t,
-                              uint64_t* outChild) {
+uint32_t db_create_child_node(uint64_t obj, uint64_t, const char* nodeName, uint64_t, uint64_t, uint64_t* outChild) {
   Object* object = nullptr;
   if (const uint32_t code = findObject(obj, kAnyKind, object)) return code;
   if (nodeName == nullptr || outChild == nullptr) return DB_ERR_NULL_ARGUMENT;

@@ -22,8 +22,8 @@ inline constexpr unsigned kGenerationBits = 64 - kTagBits - kSlotBits;
 inline constexpr uint64_t kGenerationMask = (uint64_t{1} << kGenerationBits) - 1;
 
 constexpr uint64_t makeHandle(HandleTag tag, uint64_t generation, uint32_t slot) {
-  return static_cast<uint64_t>(tag) << (kGenerationBits + kSlotBits) |
-         (generation & kGenerationMask) << kSlotBits | slot;
+  return static_cast<uint64_t>(tag) << (kGenerationBits + kSlotBits) | (generation & kGenerationMask) << kSlotBits |
+         slot;
 }
 
 constexpr uint32_t slotOf(uint64_t handle) { return static_cast<uint32_t>(handle & ((1U << kSlotBits) - 1)); }

@@ -16,9 +16,8 @@ std::atomic<Object*> objectChunks[kMaxChunks];
 
 namespace {
 
-constexpr Kinds kDirectKinds = only(FIB_DB_OBJ_OP_WRITE) | only(FIB_DB_OBJ_OP_UPDATE) |
-                               only(FIB_DB_OBJ_OP_READ) | only(FIB_DB_OBJ_OP_REMOVE) |
-                               only(FIB_DB_OBJ_OP_SCAN) | only(FIB_DB_OBJ_OP_COUNT);
+constexpr Kinds kDirectKinds = only(FIB_DB_OBJ_OP_WRITE) | only(FIB_DB_OBJ_OP_UPDATE) | only(FIB_DB_OBJ_OP_READ) |
+                               only(FIB_DB_OBJ_OP_REMOVE) | only(FIB_DB_OBJ_OP_SCAN) | only(FIB_DB_OBJ_OP_COUNT);
 
 constexpr bool isDirect(uint32_t kind) { return kind < 32 && (only(kind) & kDirectKinds) != 0; }
 
@@ -136,8 +135,7 @@ uint32_t takeObject(TableId table, uint32_t kind, Object*& out) {
   object->tableId = table;
   clearStaging(*object, kind);
   ++object->generation;
-  object->handle.store(makeHandle(HandleTag::kObject, object->generation, object->slot),
-                       std::memory_order_relaxed);
+  object->handle.store(makeHandle(HandleTag::kObject, object->generation, object->slot), std::memory_order_relaxed);
   out = object;
   return 0;
 }

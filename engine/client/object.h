@@ -20,7 +20,7 @@
 #include "engine/client/handle.h"
 #include "engine/store/table.h"
 #include "fibdb/engine.h"
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 namespace fibdb::client {
 
@@ -105,8 +105,7 @@ inline uint32_t findObject(uint64_t handle, TableId table, Kinds kinds, Object*&
 // 0 with the object whose live root iterator this is, or DB_ERR_BAD_HANDLE.
 inline uint32_t findIterator(uint64_t handle, Object*& out) {
   Object* object = slotAt(handle);
-  if (object == nullptr || object->iterator.load(std::memory_order_relaxed) != handle ||
-      handle == kNoHandle) {
+  if (object == nullptr || object->iterator.load(std::memory_order_relaxed) != handle || handle == kNoHandle) {
     return DB_ERR_BAD_HANDLE;
   }
   out = object;
@@ -132,8 +131,7 @@ inline void endIteration(Object& object) {
 
 // The index that a key descriptor names, with the key's presence checked: 0, DB_ERR_NULL_ARGUMENT or
 // DB_ERR_BAD_INDEX.
-inline uint32_t findIndex(const Object& object, const FibDbKeyDesc* desc, const void* key,
-                          const schema::Index*& out) {
+inline uint32_t findIndex(const Object& object, const FibDbKeyDesc* desc, const void* key, const schema::Index*& out) {
   if (desc == nullptr || key == nullptr) return DB_ERR_NULL_ARGUMENT;
   out = object.table->findIndex(desc->indexId);
   return out != nullptr ? 0 : uint32_t{DB_ERR_BAD_INDEX};

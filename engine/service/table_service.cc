@@ -90,8 +90,8 @@ bool isComplete(const FibDbTableDesc& desc) {
 
 uint32_t checkKey(const FibDbUfibKey* request) {
   if (request == nullptr || request->desc == nullptr || request->key == nullptr) return DB_ERR_NULL_ARGUMENT;
-  const bool fits = request->descLen == sizeof(FibDbKeyDesc) &&
-                    request->keyLen == (request->desc->indexId & kKeyLengthMask);
+  const bool fits =
+      request->descLen == sizeof(FibDbKeyDesc) && request->keyLen == (request->desc->indexId & kKeyLengthMask);
   return fits ? 0 : uint32_t{DB_ERR_BAD_LENGTH};
 }
 
@@ -214,16 +214,13 @@ uint32_t UFIB_DB_Create(uint32_t id, const FibDbUfibData* entry) {
   return db_write_obj(object.handle());
 }
 
-uint32_t UFIB_DB_Read(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) {
-  return read(id, key, entry);
-}
+uint32_t UFIB_DB_Read(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) { return read(id, key, entry); }
 
 uint32_t UFIB_DB_ReadUniqueHash(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) {
   return read(id, key, entry);
 }
 
-uint32_t UFIB_DB_Update(uint32_t id, const FibDbUfibKey* key, const FibDbUfibData* ctx,
-                        FibDbUfibSetter setter) {
+uint32_t UFIB_DB_Update(uint32_t id, const FibDbUfibKey* key, const FibDbUfibData* ctx, FibDbUfibSetter setter) {
   const RegisteredTable* table = find(id);
   if (table == nullptr) return DB_ERR_NOT_REGISTERED;
   if (const uint32_t code = checkKey(key)) return code;
@@ -251,17 +248,14 @@ uint32_t UFIB_DB_CountByKey(uint32_t id, const FibDbUfibKey* key, uint32_t* coun
   const Borrowed object(*table, FIB_DB_OBJ_OP_COUNT);
   if (object.code() != 0) return object.code();
   uint64_t records = 0;
-  if (const uint32_t code =
-          db_get_table_record_count_by_key(object.handle(), key->desc, key->key, &records)) {
+  if (const uint32_t code = db_get_table_record_count_by_key(object.handle(), key->desc, key->key, &records)) {
     return code;
   }
   *count = static_cast<uint32_t>(records);
   return 0;
 }
 
-void* UFIB_DB_CreateIterator(uint32_t id, uint32_t property) {
-  return createIterator(id, property, nullptr, nullptr);
-}
+void* UFIB_DB_CreateIterator(uint32_t id, uint32_t property) { return createIterator(id, property, nullptr, nullptr); }
 
 void* UFIB_DB_CreateIteratorByKey(uint32_t id, uint32_t property, const FibDbUfibKey* key) {
   return checkKey(key) == 0 ? createIterator(id, property, key->desc, key->key) : nullptr;
@@ -288,6 +282,5 @@ uint64_t UFIB_DB_GetSysTime(void) {
   clock_gettime(CLOCK_REALTIME, &now);
   constexpr uint64_t kMicroPerSecond = 1'000'000;
   constexpr uint64_t kNanoPerMicro = 1000;
-  return static_cast<uint64_t>(now.tv_sec) * kMicroPerSecond +
-         static_cast<uint64_t>(now.tv_nsec) / kNanoPerMicro;
+  return static_cast<uint64_t>(now.tv_sec) * kMicroPerSecond + static_cast<uint64_t>(now.tv_nsec) / kNanoPerMicro;
 }

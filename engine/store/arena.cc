@@ -30,8 +30,8 @@ constexpr uint64_t kTailBytes = kExtentBytes;
 
 std::byte* reserve(uint64_t bytes) {
   const uint64_t mapped = bytes + kTailBytes;
-  void* start = mmap(nullptr, mapped + kAlignment, PROT_READ | PROT_WRITE,
-                     MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  void* start =
+      mmap(nullptr, mapped + kAlignment, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   if (start == MAP_FAILED) return nullptr;
   auto* first = static_cast<std::byte*>(start);
   const uint64_t before = -reinterpret_cast<uintptr_t>(start) % kAlignment;
@@ -58,9 +58,7 @@ Arena::~Arena() {
   if (base_ != nullptr) munmap(base_, bytes_ + kTailBytes);
 }
 
-uint64_t Arena::usedBytes() const {
-  return at<Header>(0)->extentsTaken.load(std::memory_order_relaxed) * kExtentBytes;
-}
+uint64_t Arena::usedBytes() const { return at<Header>(0)->extentsTaken.load(std::memory_order_relaxed) * kExtentBytes; }
 
 Ref Arena::takeExtent() {
   std::atomic<uint64_t>& extentsTaken = at<Header>(0)->extentsTaken;

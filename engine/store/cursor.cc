@@ -56,8 +56,7 @@ uint32_t Cursor::openKey(const Table& table, const schema::Index& index, const u
   return DB_ERR_BAD_INDEX;
 }
 
-uint32_t Cursor::openRange(const Table& table, const schema::Index& index, const uint8_t* low,
-                           const uint8_t* high) {
+uint32_t Cursor::openRange(const Table& table, const schema::Index& index, const uint8_t* low, const uint8_t* high) {
   kind_ = Kind::kEnded;
   if (index.kind != IndexKind::kOrdered) return DB_ERR_BAD_INDEX;
   const size_t number = table.numberOf(index);

@@ -52,8 +52,7 @@ class HashIndex {
   // The most that one insert allocates. prepare() and grow() ask the heap themselves.
   static constexpr uint32_t kMaxWriteBytes = sizeof(HashBucket);
 
-  HashIndex(Heap& heap, HashIndexState& state, HashOf hashOf)
-      : heap_(&heap), state_(&state), hashOf_(hashOf) {}
+  HashIndex(Heap& heap, HashIndexState& state, HashOf hashOf) : heap_(&heap), state_(&state), hashOf_(hashOf) {}
 
   // The reference inserted under hash that isIt accepts, or kNoRef. isIt may be asked about references with
   // other hashes, and about references that are being erased.

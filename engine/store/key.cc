@@ -57,8 +57,7 @@ static_assert(std::endian::native == std::endian::little, "number() and ordered(
 
 KeyShape::KeyShape(std::span<const schema::Column> columns) : columns_(columns) {
   for (const schema::Column& column : columns) {
-    const bool adjoins =
-        runCount_ > 0 && runs_[runCount_ - 1].offset + runs_[runCount_ - 1].size == column.offset;
+    const bool adjoins = runCount_ > 0 && runs_[runCount_ - 1].offset + runs_[runCount_ - 1].size == column.offset;
     if (!adjoins) runs_[runCount_++].offset = column.offset;
     Run& run = runs_[runCount_ - 1];
     run.size = static_cast<uint16_t>(run.size + column.size);

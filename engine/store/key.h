@@ -11,7 +11,7 @@
 #include <span>
 
 #include "engine/store/ordered_index.h"
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 namespace fibdb::store {
 

@@ -34,11 +34,8 @@ constexpr uint32_t bytesFor(uint32_t refs) { return uint32_t{sizeof(Node)} + ref
 static_assert(bytesFor(kMaxRefs) <= kMaxBlockBytes);
 
 // A write copies one node, or begins a branch of nodes with one Ref each.
-constexpr uint32_t roundedUp(uint32_t bytes) {
-  return (bytes + uint32_t{kRefUnit} - 1) & ~(uint32_t{kRefUnit} - 1);
-}
-static_assert(roundedUp(bytesFor(kMaxRefs)) + kLevels * roundedUp(bytesFor(1)) <=
-              LongestPrefixIndex::kMaxWriteBytes);
+constexpr uint32_t roundedUp(uint32_t bytes) { return (bytes + uint32_t{kRefUnit} - 1) & ~(uint32_t{kRefUnit} - 1); }
+static_assert(roundedUp(bytesFor(kMaxRefs)) + kLevels * roundedUp(bytesFor(1)) <= LongestPrefixIndex::kMaxWriteBytes);
 
 Ref* refsOf(Node& node) { return reinterpret_cast<Ref*>(&node + 1); }
 const Ref* refsOf(const Node& node) { return reinterpret_cast<const Ref*>(&node + 1); }
@@ -47,8 +44,7 @@ constexpr uint64_t bitOf(uint32_t place) { return uint64_t{1} << place; }
 constexpr uint64_t bitsBelow(uint32_t place) { return bitOf(place) - 1; }
 
 constexpr uint32_t chunkOf(uint32_t addr, uint32_t level) {
-  return static_cast<uint32_t>(uint64_t{addr} << (32 - kLeadingBits) >>
-                               (64 - kChunkBits - kChunkBits * level)) %
+  return static_cast<uint32_t>(uint64_t{addr} << (32 - kLeadingBits) >> (64 - kChunkBits - kChunkBits * level)) %
          kChunks;
 }
 
@@ -77,8 +73,7 @@ static_assert(Depth(0).level == 0 && Depth(0).bits == 5 && Depth(24).bits == 5 &
 static_assert(Depth(kMaxLength).level == kLevels - 1);
 
 constexpr uint8_t lengthAt(uint32_t level, uint32_t place) {
-  return static_cast<uint8_t>(level * kChunkBits + static_cast<uint32_t>(std::bit_width(place)) - 1 -
-                              kLeadingBits);
+  return static_cast<uint8_t>(level * kChunkBits + static_cast<uint32_t>(std::bit_width(place)) - 1 - kLeadingBits);
 }
 
 // The number of bits set. Spelt out because the baseline x86-64 has no instruction for it and the compiler
@@ -94,9 +89,7 @@ static_assert(countOf(0) == 0 && countOf(~uint64_t{0}) == 64 && countOf(0x800000
 constexpr uint32_t highestOf(uint64_t bits) { return static_cast<uint32_t>(std::bit_width(bits)) - 1; }
 
 // Which of the Refs behind a node belongs to a child or a prefix that is there.
-constexpr uint32_t childRank(uint64_t children, uint32_t chunk) {
-  return countOf(children & bitsBelow(chunk));
-}
+constexpr uint32_t childRank(uint64_t children, uint32_t chunk) { return countOf(children & bitsBelow(chunk)); }
 constexpr uint32_t valueRank(uint64_t children, uint64_t prefixes, uint32_t place) {
   return countOf(children) + countOf(prefixes & bitsBelow(place));
 }
@@ -104,9 +97,7 @@ constexpr uint32_t valueRank(uint64_t children, uint64_t prefixes, uint32_t plac
 uint32_t bytesOf(const Node& node) { return bytesFor(countOf(node.children) + countOf(node.prefixes)); }
 
 Ref& childOf(Node& node, uint32_t chunk) { return refsOf(node)[childRank(node.children, chunk)]; }
-uint32_t& valueOf(Node& node, uint32_t place) {
-  return refsOf(node)[valueRank(node.children, node.prefixes, place)];
-}
+uint32_t& valueOf(Node& node, uint32_t place) { return refsOf(node)[valueRank(node.children, node.prefixes, place)]; }
 
 // A node in the making.
 class Draft {
@@ -192,8 +183,7 @@ Ref branch(Heap& heap, uint32_t level, uint32_t addr, Depth depth, uint32_t valu
 // may be garbage if it was overtaken: it goes no further than the last level and follows no Ref out of the
 // arena.
 template <class Visit>
-[[gnu::always_inline]] inline void walk(const Arena& arena, Ref root, uint32_t addr, Depth depth,
-                                        Visit&& visit) {
+[[gnu::always_inline]] inline void walk(const Arena& arena, Ref root, uint32_t addr, Depth depth, Visit&& visit) {
   Ref ref = root;
   for (uint32_t level = 0; ref != kNoRef && arena.readable(ref); ++level) {
     const Node& node = *arena.at<Node>(ref);
@@ -292,11 +282,10 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
 uint32_t LongestPrefixIndex::find(uint32_t addr, uint8_t length) const {
   const Depth depth(length);
   uint32_t value = 0;
-  walk(heap_->arena(), follow(state_->root), addr, depth,
-       [&](uint32_t level, const Node& node, uint64_t covering) {
-         const uint32_t place = depth.placeOf(addr);
-         if (level == depth.level && (covering & bitOf(place)) != 0) value = valueAt(node, place);
-       });
+  walk(heap_->arena(), follow(state_->root), addr, depth, [&](uint32_t level, const Node& node, uint64_t covering) {
+    const uint32_t place = depth.placeOf(addr);
+    if (level == depth.level && (covering & bitOf(place)) != 0) value = valueAt(node, place);
+  });
   return value;
 }
 

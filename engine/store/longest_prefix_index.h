@@ -6,11 +6,10 @@
 // nodes, and neighbours share one. insert and erase copy the node they change, publish the copy with one
 // store and retire the original; changing a value is one store.
 //
-// COST    match: at most seven nodes, one for every six bits. insert, erase: one node copied, plus new nodes
-// on the way
-//         to a prefix that nothing shared before.
-// MEMORY  four bytes per prefix and per node, and 16 bytes in every node, rounded up to 16.
-// THREADS one writer (REQUIRES the table's lock); find, longest and match from any thread, inside readStable.
+// COST     match: at most seven nodes, one for every six bits. insert, erase: one node copied, plus new nodes on
+//          the way to a prefix that nothing shared before.
+// MEMORY   Four bytes per prefix and per node, and 16 bytes in every node, rounded up to 16.
+// THREADS  One writer (REQUIRES the table's lock); find, longest and match from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
 #define FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
 
@@ -20,8 +19,7 @@
 
 namespace fibdb::store {
 
-// The stored part; lives in the arena, zero is an empty trie. A table has one per set of leading key columns
-// (VRF).
+// The stored part; lives in the arena, zero is an empty trie. A table has one per set of leading key columns: a VRF.
 struct LongestPrefixState {
   Ref root;
 };

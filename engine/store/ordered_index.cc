@@ -56,13 +56,11 @@ struct Shape {
     return entry;
   }
   static Ref& childAt(Node& node, uint32_t slot) { return node.items[slot * kMaxStride + kEntryWords]; }
-  static const Ref& childAt(const Node& node, uint32_t slot) {
-    return node.items[slot * kMaxStride + kEntryWords];
-  }
+  static const Ref& childAt(const Node& node, uint32_t slot) { return node.items[slot * kMaxStride + kEntryWords]; }
 
   // The first slot in [begin, end) whose entry is above the bound, or equal when inclusive; end if none is.
-  static uint32_t firstAbove(const Node& node, uint32_t level, uint32_t begin, uint32_t end,
-                             const Entry& bound, bool inclusive) {
+  static uint32_t firstAbove(const Node& node, uint32_t level, uint32_t begin, uint32_t end, const Entry& bound,
+                             bool inclusive) {
     while (begin < end) {
       const uint32_t middle = (begin + end) / 2;
       const auto order = entryAt(node, level, middle) <=> bound;

@@ -4,14 +4,12 @@
 // erase copy the leaf they change (and the inner nodes above it that split or empty), publish the copy with
 // one store and retire the original, so a reader always descends through a consistent tree. An entry that
 // goes to the end of a leaf is written behind the others and published by the leaf's count, without a copy.
-// There are no links between leaves: an iteration continues by asking for the entries above the last one it
-// saw.
+// There are no links between leaves: an iteration continues by asking for the entries above its last.
 //
-// COST    insert, erase, above: O(log n), about one node copied per change, none per insert at the end of a
-// leaf. MEMORY  entries + 4 to 40 %. Entries that arrive in ascending order, or in several ascending runs,
-// leave full nodes;
-//         nodes that erasing left thin are merged.
-// THREADS one writer (REQUIRES the table's lock); above() and contains() from any thread, inside readStable.
+// COST     insert, erase, above: O(log n), about one node copied per change, none per insert at the end of a leaf.
+// MEMORY   Entries + 4 to 40 %. Entries that arrive in ascending order, or in several ascending runs, leave full
+//          nodes; nodes that erasing left thin are merged.
+// THREADS  One writer (REQUIRES the table's lock); above() and contains() from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_ORDERED_INDEX_H
 #define FIBDB_ENGINE_STORE_ORDERED_INDEX_H
 
@@ -22,8 +20,7 @@
 
 namespace fibdb::store {
 
-// The stored part; lives in the arena, zero is an empty tree. A node knows its level, so the root tells the
-// height.
+// The stored part; lives in the arena, zero is an empty tree. A node knows its level, so the root tells the height.
 struct OrderedIndexState {
   Ref root;
 };

@@ -49,11 +49,10 @@ class PrefixTables {
   using Sharers = OrderedIndex<PostingEntry>;
 
  public:
-  static constexpr uint32_t kMaxWriteBytes = Tries::kMaxWriteBytes + LongestPrefixIndex::kMaxWriteBytes +
-                                             Sharers::kMaxWriteBytes + sizeof(OrderedIndexState);
+  static constexpr uint32_t kMaxWriteBytes =
+      Tries::kMaxWriteBytes + LongestPrefixIndex::kMaxWriteBytes + Sharers::kMaxWriteBytes + sizeof(OrderedIndexState);
 
-  PrefixTables(Heap& heap, HashIndexState& tries, const KeyShape& shape)
-      : heap_(&heap), tries_(heap, tries, shape) {}
+  PrefixTables(Heap& heap, HashIndexState& tries, const KeyShape& shape) : heap_(&heap), tries_(heap, tries, shape) {}
 
   // What a write calls before it changes anything: 0, or the heap's code.
   uint32_t prepare() { return tries_.prepare(); }

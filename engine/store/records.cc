@@ -92,8 +92,7 @@ void Records::change(Ref record, const uint8_t* row) {
   uint32_t* slot = heap_->at<uint32_t>(record);
   // Fences keep each step behind the version that announces it, for readers, who look at the version last.
   std::atomic_thread_fence(std::memory_order_release);
-  for (uint32_t i = 0; i * sizeof(uint32_t) < layout_->rowLength; ++i)
-    store(state_->shadow[i], slot[kRow + i]);
+  for (uint32_t i = 0; i * sizeof(uint32_t) < layout_->rowLength; ++i) store(state_->shadow[i], slot[kRow + i]);
   publish(slot[kVersion], slot[kVersion] | kChanging);
   std::atomic_thread_fence(std::memory_order_release);
   copyIn(slot + kRow, row, layout_->rowLength);

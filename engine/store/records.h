@@ -20,7 +20,7 @@
 #include <cstdint>
 
 #include "engine/store/heap.h"
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 namespace fibdb::store {
 

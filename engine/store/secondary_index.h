@@ -65,8 +65,7 @@ class SecondaryIndex {
     const Ref block = keys_.find(key);
     if (block == kNoRef) return 0;
     PostingEntry entries[kMostAtOnce];
-    const uint32_t got =
-        postings_.above({block, after}, false, entries, most < kMostAtOnce ? most : kMostAtOnce);
+    const uint32_t got = postings_.above({block, after}, false, entries, most < kMostAtOnce ? most : kMostAtOnce);
     uint32_t found = 0;
     while (found < got && entries[found].key == block) {
       out[found] = entries[found].record;

@@ -8,7 +8,7 @@
 
 #include "engine/store/heap.h"
 #include "engine/store/table.h"
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 namespace fibdb::store {
 
@@ -62,8 +62,7 @@ constexpr uint32_t sumOver(const schema::Table& table, uint32_t (*bytesOf)(schem
 
 // Whether any write to the table stays within what the heap can promise it.
 constexpr bool writesFit(const schema::Table& table) {
-  const auto secondary =
-      std::ranges::count(table.indexes, schema::IndexKind::kSecondary, &schema::Index::kind);
+  const auto secondary = std::ranges::count(table.indexes, schema::IndexKind::kSecondary, &schema::Index::kind);
   return sumOver(table, enterBytes) <= kMaxEnsureBytes && sumOver(table, leaveBytes) <= kMaxEnsureBytes &&
          moveBytes(static_cast<size_t>(secondary)) <= kMaxEnsureBytes;
 }
@@ -71,8 +70,8 @@ constexpr bool writesFit(const schema::Table& table) {
 // Ordered and longest-prefix keys must be made of columns of the primary key: they then never change while a
 // record lives. If they did, a walk in their order could meet a record twice, or never.
 constexpr bool neverChanges(const schema::Table& table, const schema::Index& index) {
-  return std::ranges::all_of(
-      index.parts(), [&](const schema::Column& column) { return inPrimary(table, column) != nullptr; });
+  return std::ranges::all_of(index.parts(),
+                             [&](const schema::Column& column) { return inPrimary(table, column) != nullptr; });
 }
 
 // The last two columns of a longest-prefix key are the address and the mask.
@@ -105,8 +104,7 @@ constexpr bool isServable(const schema::Table& table) {
   return !table.indexes.empty() && table.indexes.size() <= kMaxIndexes &&
          table.primary().kind == schema::IndexKind::kPrimary && table.rowLength <= schema::kMaxRowLength &&
          table.fields.size() <= schema::kMaxFields && writesFit(table) &&
-         std::ranges::all_of(table.indexes,
-                             [&](const schema::Index& index) { return servable(table, index); });
+         std::ranges::all_of(table.indexes, [&](const schema::Index& index) { return servable(table, index); });
 }
 
 }  // namespace fibdb::store

@@ -149,8 +149,7 @@ uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
 
 // Enters the record under the new keys of these indexes, or under none. At every step there is memory to
 // leave as many keys as were entered: to take them back here, or for the old ones later.
-uint32_t Table::Writer::enterMoved(std::span<const size_t> moved, const uint8_t* row, Ref record,
-                                   Ref* keyBlocks) {
+uint32_t Table::Writer::enterMoved(std::span<const size_t> moved, const uint8_t* row, Ref record, Ref* keyBlocks) {
   for (size_t i = 0; i < moved.size(); ++i) {
     if (const uint32_t code = heap_.ensure(moveBytes(i + 1))) {
       while (i-- > 0) {
@@ -264,8 +263,7 @@ PrefixTables Table::prefixes(Heap& heap, size_t index) const {
 Ref Table::find(Heap& heap, const Key& key) const {
   const KeyShape& shape = plans_[0].shape;
   const Records rows = records(heap);
-  return primary(heap).find(key.hash,
-                            [&](Ref record) { return shape.isInStored(rows.row(record), key.bytes); });
+  return primary(heap).find(key.hash, [&](Ref record) { return shape.isInStored(rows.row(record), key.bytes); });
 }
 
 uint32_t Table::write(const uint8_t* row, Change& change) {

@@ -31,7 +31,7 @@
 #include "engine/store/prefix_tables.h"
 #include "engine/store/records.h"
 #include "engine/store/secondary_index.h"
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 namespace fibdb::store {
 

@@ -31,8 +31,8 @@ extern "C" {
 /* Status values. */
 enum {
   FIB_DB_OK = 0,
-  FIB_DB_ERR = 1,        /* NULL or out-of-range argument, failed allocation, or a failure the call maps */
-  FIB_DB_NOT_FOUND = 60, /* no record has this key, or the iteration has ended */
+  FIB_DB_ERR = 1,                    /* NULL or out-of-range argument, failed allocation, or a failure the call maps */
+  FIB_DB_NOT_FOUND = 60,             /* no record has this key, or the iteration has ended */
   FIB_DB_BATCH_NOT_EXECUTED = 10001, /* FIB_DB_BatchExecuteAsync: not now, try again */
   FIB_DB_NO_ROUTE = 10003            /* FIB_DB_ReadIp4forwardByLpm: no prefix covers the address */
 };

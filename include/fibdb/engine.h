@@ -17,21 +17,21 @@ extern "C" {
 
 /* Codes of the engine beside those of common.h; fibdb_engine_error_text has a line for each. */
 enum {
-  DB_ERR_BAD_HANDLE = 20001,    /* zero, stale, or a handle of another kind */
-  DB_ERR_WRONG_TABLE = 20002,   /* the object belongs to another table */
-  DB_ERR_WRONG_KIND = 20003,    /* the object was not created for this operation */
-  DB_ERR_NULL_ARGUMENT = 20004, /* a pointer that must not be NULL is NULL */
-  DB_ERR_BAD_INDEX = 20005,     /* the table has no index with this id, or it cannot serve this operation */
-  DB_ERR_BAD_KEY = 20006,       /* the key is outside its index: a mask above 32 */
-  DB_ERR_KEY_MISMATCH = 20007,  /* a staged key field differs from the key of the update */
-  DB_ERR_BAD_LENGTH = 20008,    /* a field, row or buffer of the wrong length */
-  DB_ERR_BAD_PROPERTY = 20009,  /* not property 0, not four bytes, or a table without vr_id */
-  DB_ERR_NO_CURRENT = 20010,    /* the object stands on no record */
-  DB_ERR_BAD_STATEMENT = 20011, /* an unknown statement or condition kind, or no complete statement */
-  DB_ERR_OBJECT_LIMIT = 20012,  /* too many objects or connections exist */
-  DB_ERR_NO_MEMORY = 20013,     /* the arena is exhausted */
-  DB_ERR_MEMORY_LIMIT = 20014,  /* the table's memory limit is reached */
-  DB_ERR_RECORD_LIMIT = 20015,  /* the table's record limit is reached */
+  DB_ERR_BAD_HANDLE = 20001,         /* zero, stale, or a handle of another kind */
+  DB_ERR_WRONG_TABLE = 20002,        /* the object belongs to another table */
+  DB_ERR_WRONG_KIND = 20003,         /* the object was not created for this operation */
+  DB_ERR_NULL_ARGUMENT = 20004,      /* a pointer that must not be NULL is NULL */
+  DB_ERR_BAD_INDEX = 20005,          /* the table has no index with this id, or it cannot serve this operation */
+  DB_ERR_BAD_KEY = 20006,            /* the key is outside its index: a mask above 32 */
+  DB_ERR_KEY_MISMATCH = 20007,       /* a staged key field differs from the key of the update */
+  DB_ERR_BAD_LENGTH = 20008,         /* a field, row or buffer of the wrong length */
+  DB_ERR_BAD_PROPERTY = 20009,       /* not property 0, not four bytes, or a table without vr_id */
+  DB_ERR_NO_CURRENT = 20010,         /* the object stands on no record */
+  DB_ERR_BAD_STATEMENT = 20011,      /* an unknown statement or condition kind, or no complete statement */
+  DB_ERR_OBJECT_LIMIT = 20012,       /* too many objects or connections exist */
+  DB_ERR_NO_MEMORY = 20013,          /* the arena is exhausted */
+  DB_ERR_MEMORY_LIMIT = 20014,       /* the table's memory limit is reached */
+  DB_ERR_RECORD_LIMIT = 20015,       /* the table's record limit is reached */
   DB_ERR_BATCH_EMPTY_OBJECT = 20016, /* the batch object has no operation begun */
   DB_ERR_CONNECTION_CLOSED = 20017,  /* the connection of this batch object is closed */
   DB_ERR_NOT_SUPPORTED = 20018,      /* a call that no table of this engine supports yet */

@@ -11,7 +11,7 @@ extern "C" {
 /* Index ids of the next-hop table. */
 enum {
   FIB_DB_NHP_PRIMARY = 0x00010004, /* nhp_index */
-  FIB_DB_NHP_BY_VRF = 0x0109000C /* three words; the embedded engine takes vr_id, vrf_index, app_source_id */
+  FIB_DB_NHP_BY_VRF = 0x0109000C   /* three words; the embedded engine takes vr_id, vrf_index, app_source_id */
 };
 
 /* One next hop. Flags, stamps and counts are the caller's: they are stored as given, never added to. */
@@ -65,8 +65,7 @@ FIBDB_API uint32_t FIB_DB_UpdateNhpSmoothID(const FibDbNhpItem* item);
 
 /* Iterators; NULL on failure. property: a vr_id, or FIB_DB_NO_PROPERTY. */
 FIBDB_API FibDbIterator* FIB_DB_CreateNhpIterator(uint32_t property);
-FIBDB_API FibDbIterator* FIB_DB_CreateNhpIteratorByVrf(uint32_t key0, uint32_t key1, uint32_t key2,
-                                                       uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpIteratorByVrf(uint32_t key0, uint32_t key1, uint32_t key2, uint32_t property);
 /* 0 with the next hop in item, 60 at the end, 1 on failure (a NULL argument is logged). */
 FIBDB_API uint32_t FIB_DB_GetNextNhpEntry(FibDbIterator* handle, FibDbNhpItem* item);
 FIBDB_API void FIB_DB_ReleaseNhpIterator(FibDbIterator* handle);

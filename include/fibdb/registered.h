@@ -77,15 +77,11 @@ FIBDB_API void FIB_DB_GetArGroupAttrFields(const void* row, FibDbArGroupAttrItem
 
 /* Key builders: the index id and the packed key (8 or 9 bytes). */
 FIBDB_API void FIB_DB_SetArGroupAttrPriKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key);
-FIBDB_API void FIB_DB_SetArGroupAttrAttrIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId,
-                                                  void* key);
-FIBDB_API void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId,
-                                                        void* key);
-FIBDB_API void FIB_DB_SetArGroupAttrOriginAsnHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId,
-                                                     void* key);
+FIBDB_API void FIB_DB_SetArGroupAttrAttrIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key);
+FIBDB_API void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key);
+FIBDB_API void FIB_DB_SetArGroupAttrOriginAsnHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key);
 /* Prepares query: group type 1, item's originType and the origin value that goes with it. */
-FIBDB_API void FIB_DB_SetArGroupAttrGroupTypeHashKey(FibDbArGroupAttrItem* query,
-                                                     const FibDbArGroupAttrItem* item);
+FIBDB_API void FIB_DB_SetArGroupAttrGroupTypeHashKey(FibDbArGroupAttrItem* query, const FibDbArGroupAttrItem* item);
 /* Update callback: stages smooth id and smooth time stamp. 1 for a NULL ctx, else 0 or the database's code. */
 FIBDB_API uint32_t FIB_DB_SetArGroupAttrSmoothID(const FibDbUfibData* ctx, uint64_t obj);
 
@@ -102,8 +98,7 @@ FIBDB_API uint32_t FIB_DB_CountArGroupAttrByGroupTypeHash(const FibDbArGroupAttr
 
 /* The service's iterator, or NULL. */
 FIBDB_API void* FIB_DB_CreateArGroupAttrIterator(uint32_t property);
-FIBDB_API void* FIB_DB_CreateArGroupAttrIteratorByOriginValue(const FibDbArGroupAttrItem* item,
-                                                              uint32_t property);
+FIBDB_API void* FIB_DB_CreateArGroupAttrIteratorByOriginValue(const FibDbArGroupAttrItem* item, uint32_t property);
 FIBDB_API uint32_t FIB_DB_GetNextArGroupAttrEntry(void* iter, FibDbArGroupAttrItem* item);
 /* 0 for NULL. */
 FIBDB_API uint32_t FIB_DB_ReleaseArGroupAttrIterator(void* iter);

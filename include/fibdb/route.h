@@ -107,8 +107,8 @@ extern FIBDB_API uint64_t g_fibAsyncBatchObject;
 extern FIBDB_API uint32_t g_ip4WriteDbSetDataRetry;
 extern FIBDB_API uint32_t g_ip4RemoveDbAddOperRetry;
 
-FIBDB_API void FIB_DB_SetIp4forwardKey(FibDbIp4forwardKey* key, uint32_t vrId, uint32_t vrfIndex,
-                                       uint32_t destIpAddr, uint8_t maskLen);
+FIBDB_API void FIB_DB_SetIp4forwardKey(FibDbIp4forwardKey* key, uint32_t vrId, uint32_t vrfIndex, uint32_t destIpAddr,
+                                       uint8_t maskLen);
 /* Nothing when either pointer is NULL. */
 FIBDB_API void FIB_DB_GetIp4forwardKey(const FibDbIp4forwardKey* src, FibDbIp4forwardKey* dst);
 /* Conversions; nothing when either pointer is NULL. The first also sets g_fibSourcePid. */
@@ -131,8 +131,8 @@ FIBDB_API uint32_t FIB_DB_CountIp4forwardByHighStatus(uint8_t status, uint32_t* 
 /* Iterators; NULL on failure. property: a vr_id, or FIB_DB_NO_PROPERTY. */
 FIBDB_API FibDbIterator* FIB_DB_CreateIp4forwardIterator(uint32_t property);
 FIBDB_API FibDbIterator* FIB_DB_CreateDictionaryIterator(uint32_t property); /* in route-key order */
-FIBDB_API FibDbIterator* FIB_DB_CreateIp4forwardIteratorByVrf(uint32_t vrId, uint32_t vrfIndex,
-                                                              uint32_t word3, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateIp4forwardIteratorByVrf(uint32_t vrId, uint32_t vrfIndex, uint32_t word3,
+                                                              uint32_t property);
 /* property -1: none. */
 FIBDB_API FibDbIterator* FIB_DB_CreateIp4forwardIteratorByNhpGrpId(uint32_t nhpGroupId, uint32_t word2,
                                                                    int32_t property);

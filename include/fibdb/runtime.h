@@ -96,8 +96,8 @@ FIBDB_API uint32_t FIB_DB_ProcEcmpCfgReadDBErrResult(uint32_t dbRet, uint32_t op
 FIBDB_API uint32_t FIB_DB_ProcEcmpCfgWriteDBResult(uint32_t dbRet, uint32_t oper);
 FIBDB_API uint32_t FIB_DB_ProcGlbCfgWriteDBResult(uint32_t dbRet, uint32_t oper);
 FIBDB_API uint32_t FIB_DB_ProcIp4FwdReadDBResult(uint32_t dbRet, uint32_t oper);
-FIBDB_API void FIB_DB_ProcIp4FwdIterDBResult(uint32_t dbRet);  /* 0 and 110012 pass silently */
-FIBDB_API void FIB_DB_PrintIp4FwdReadDBResult(uint32_t dbRet); /* 0 and 15005 pass silently */
+FIBDB_API void FIB_DB_ProcIp4FwdIterDBResult(uint32_t dbRet);                  /* 0 and 110012 pass silently */
+FIBDB_API void FIB_DB_PrintIp4FwdReadDBResult(uint32_t dbRet);                 /* 0 and 15005 pass silently */
 FIBDB_API uint32_t FIB_DB_ProcNhpWriteDBResult(uint32_t dbRet, uint32_t oper); /* logs nothing */
 FIBDB_API uint32_t FIB_DB_ProcNhpExtWriteDBResult(uint32_t dbRet, uint32_t oper);
 FIBDB_API uint32_t FIB_DB_ProcNhpGrpNodeWriteDBResult(uint32_t dbRet, uint32_t oper);

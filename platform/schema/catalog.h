@@ -47,9 +47,7 @@ struct Index {
   uint8_t columnCount = 0;
   std::array<Column, kMaxColumns> columns{};
 
-  constexpr uint32_t id() const {
-    return uint32_t{number} << 24 | static_cast<uint32_t>(kind) << 16 | keyLength;
-  }
+  constexpr uint32_t id() const { return uint32_t{number} << 24 | static_cast<uint32_t>(kind) << 16 | keyLength; }
   constexpr std::span<const Column> parts() const { return {columns.data(), columnCount}; }
 };
 
@@ -104,8 +102,7 @@ consteval Column columnNamed(std::span<const Field> fields, std::string_view tex
   return column;
 }
 
-consteval Index indexOf(std::span<const Field> fields, uint8_t number, IndexKind kind,
-                        std::string_view columns) {
+consteval Index indexOf(std::span<const Field> fields, uint8_t number, IndexKind kind, std::string_view columns) {
   Index index{number, kind, 0, 0, {}};
   while (!columns.empty()) {
     const size_t comma = columns.find(", ");
@@ -127,7 +124,7 @@ consteval Index indexOf(std::span<const Field> fields, uint8_t number, IndexKind
 #define END_TABLE(t) \
   });                \
   static_assert(kFields_##t.size() <= kMaxFields && rowLengthOf(kFields_##t) <= kMaxRowLength);
-#include "schema/tables.def"
+#include "platform/schema/tables.def"
 
 namespace kind {
 inline constexpr IndexKind PRIMARY = IndexKind::kPrimary;
@@ -143,23 +140,23 @@ inline constexpr IndexKind SECONDARY = IndexKind::kSecondary;
   }                  \
   ;                  \
   static_assert(kIndexes_##t[0].kind == IndexKind::kPrimary);
-#include "schema/tables.def"
+#include "platform/schema/tables.def"
 
 // The id literals say what the columns add up to.
 #define INDEX(t, number, kind_, id_, columns)                                      \
   static_assert(indexOf(kFields_##t, number, kind::kind_, columns).id() == (id_)); \
   static_assert(((id_)&0xFFFF) <= kMaxKeyLength);
-#include "schema/tables.def"
+#include "platform/schema/tables.def"
 
 // TableId::<t>: the table's place in kTables.
 enum class TableId : uint16_t {
 #define TABLE(t) t,
-#include "schema/tables.def"
+#include "platform/schema/tables.def"
 };
 
 inline constexpr Table kTables[] = {
 #define TABLE(t) {#t, rowLengthOf(kFields_##t), kFields_##t, kIndexes_##t},
-#include "schema/tables.def"
+#include "platform/schema/tables.def"
 };
 inline constexpr size_t kTableCount = std::size(kTables);
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "fibdb/fibdb.h"
-#include "objdb_tables.h"
+#include "platform/objdb_tables.h"
 
 namespace fibdb::test {
 

@@ -47,9 +47,8 @@ TEST_F(LookupTest, A_hundred_thousand_addresses_find_the_prefix_of_the_reference
   std::mt19937 generator(static_cast<uint32_t>(seedOfToday()));
   const auto random = [&generator] { return static_cast<uint32_t>(generator()); };
   // Mask lengths as a full table has them: mostly 24, then 22, 23, 20, 21, 19, 16, and a few of all others.
-  std::discrete_distribution<int> lengths{0,    0,    0,     0,  0,  0,   0,   1,   2,   1,    2,
-                                          5,    15,   25,    30, 50, 400, 300, 500, 900, 1500, 1800,
-                                          4000, 3500, 18000, 2,  2,  2,   2,   2,   2,   2,    5};
+  std::discrete_distribution<int> lengths{0,   0,   0,   0,    0,    0,    0,    1,     2, 1, 2, 5, 15, 25, 30, 50, 400,
+                                          300, 500, 900, 1500, 1800, 4000, 3500, 18000, 2, 2, 2, 2, 2,  2,  2,  5};
   SortedArrays reference;
   {
     Batch batch;

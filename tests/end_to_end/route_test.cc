@@ -86,8 +86,7 @@ TEST_F(RouteTest, Write_replaces_update_changes_two_fields_remove_removes) {
 TEST_F(RouteTest, The_completion_record_tells_what_became_of_the_batch) {
   FibDbBatchResult result{};
   FibDbBatchCompletion completion{
-      .done = [](void* context,
-                 const FibDbBatchResult* done) { *static_cast<FibDbBatchResult*>(context) = *done; },
+      .done = [](void* context, const FibDbBatchResult* done) { *static_cast<FibDbBatchResult*>(context) = *done; },
       .context = &result};
   Batch batch;
   ASSERT_EQ(batch.write(routeOf(0x0A000000, 8)), 0u);
@@ -116,12 +115,8 @@ TEST_F(RouteTest, A_full_batch_asks_for_a_retry_and_is_executed_without_loss) {
 TEST_F(RouteTest, The_dictionary_gives_key_order) {
   {
     Batch batch;
-    for (const auto& [addr, mask] : std::vector<std::pair<uint32_t, uint8_t>>{{0xC0A80000, 16},
-                                                                              {0x0A000000, 16},
-                                                                              {0x0A000000, 8},
-                                                                              {0xFFFFFFFF, 32},
-                                                                              {0, 0},
-                                                                              {0x0A010000, 16}}) {
+    for (const auto& [addr, mask] : std::vector<std::pair<uint32_t, uint8_t>>{
+             {0xC0A80000, 16}, {0x0A000000, 16}, {0x0A000000, 8}, {0xFFFFFFFF, 32}, {0, 0}, {0x0A010000, 16}}) {
       ASSERT_EQ(batch.write(routeOf(addr, mask)), 0u);
     }
   }
@@ -154,8 +149,7 @@ TEST_F(RouteTest, Iterators_select_by_group_by_VRF_and_by_property) {
   EXPECT_THAT(prefixes(FIB_DB_CreateDictionaryIterator(3)), ElementsAre(second, third));
   EXPECT_THAT(prefixes(FIB_DB_CreateIp4forwardIteratorByNhpGrpId(5, 0, -1)), ElementsAre(first));
   EXPECT_THAT(prefixes(FIB_DB_CreateIp4forwardIteratorByNhpGrpId(5, 3, -1)), ElementsAre(second));
-  EXPECT_THAT(prefixes(FIB_DB_CreateIp4forwardIteratorByVrf(3, 0, 71, FIB_DB_NO_PROPERTY)),
-              ElementsAre(third));
+  EXPECT_THAT(prefixes(FIB_DB_CreateIp4forwardIteratorByVrf(3, 0, 71, FIB_DB_NO_PROPERTY)), ElementsAre(third));
 }
 
 TEST_F(RouteTest, The_batch_fetch_gives_every_route_of_a_group) {
@@ -200,8 +194,7 @@ TEST_F(RouteTest, At_a_record_limit_routes_are_refused_and_the_stored_ones_stay)
   ASSERT_EQ(fibdb_engine_set_limits(table, 10, 0), 0u);
   FibDbBatchResult result{};
   FibDbBatchCompletion completion{
-      .done = [](void* context,
-                 const FibDbBatchResult* done) { *static_cast<FibDbBatchResult*>(context) = *done; },
+      .done = [](void* context, const FibDbBatchResult* done) { *static_cast<FibDbBatchResult*>(context) = *done; },
       .context = &result};
   Batch batch;
   for (uint32_t i = 0; i < 15; ++i) ASSERT_EQ(batch.write(routeOf(i << 8, 24)), 0u);

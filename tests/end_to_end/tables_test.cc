@@ -21,8 +21,7 @@ class TablesTest : public EngineTest {
 };
 
 TEST_F(TablesTest, A_next_hop_lives_its_life) {
-  FibDbNhpItem item{
-      .nhp_index = 7, .vr_id = 1, .nhp_num = 3, .ref_cnt = 4, .flags = 5, .time_stamp_svc = 1ull << 40};
+  FibDbNhpItem item{.nhp_index = 7, .vr_id = 1, .nhp_num = 3, .ref_cnt = 4, .flags = 5, .time_stamp_svc = 1ull << 40};
   EXPECT_EQ(FIB_DB_UpdateNhpRefCount(&item), 15005u);
   EXPECT_EQ(FIB_DB_ReadNhp(&item), 60u);
   EXPECT_EQ(FIB_DB_WriteNhp(&item), 0u);

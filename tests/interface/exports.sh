@@ -30,13 +30,15 @@ same "libfibdb exports, against exports.txt" "$work/list" "$work/exported"
 cat "$root"/include/fibdb/common.h "$root"/include/fibdb/runtime.h "$root"/include/fibdb/route.h \
     "$root"/include/fibdb/nexthop.h "$root"/include/fibdb/config.h "$root"/include/fibdb/registered.h |
   tr '\n' ' ' | sed 's/;/;\n/g' | grep 'FIBDB_API ' |
-  grep -oE '(FIB6?_DB_[A-Za-z0-9]+|VRF_[A-Za-z0-9_]+) ?\(|\bg_[A-Za-z0-9]+' | tr -d '( ' | LC_ALL=C sort -u >"$work/headers"
+  grep -oE '(FIB6?_DB_[A-Za-z0-9]+|VRF_[A-Za-z0-9_]+) ?\(|\bg_[A-Za-z0-9]+' | tr -d '( ' |
+  LC_ALL=C sort -u >"$work/headers"
 same "libfibdb headers, against exports.txt" "$work/list" "$work/headers"
 
 nm -D --undefined-only "$library" | awk '{ print $NF }' | sed 's/@.*//' |
-  grep -vE '^(db_|UFIB_DB_|(memcpy|memset|strcpy|strncpy)_s$|malloc$|free$|gettimeofday$|memcpy$|memset$|__stack_chk_fail$)' |
-  grep -vE '^(_ITM_|__cxa_finalize|__gmon_start__|__asan_|__ubsan_|__tsan_|__gcov|__sanitizer)' >"$work/undefined" || true
-if ! nm -D --undefined-only "$library" | grep -qE '__(asan|tsan|ubsan)'; then
+  grep -vE '^(db_|UFIB_DB_|(memcpy|memset|strcpy|strncpy)_s$)' |
+  grep -vE '^(malloc|free|gettimeofday|memcpy|memset|__stack_chk_fail)$' |
+  grep -vE '^(_ITM_|__cxa_finalize|__gmon_start__)' >"$work/undefined" || true
+if ! nm -D --undefined-only "$library" | grep -qE '__(asan|tsan|ubsan|gcov|llvm)'; then
   refuse "libfibdb needs more than libc and the platform" "$work/undefined"
   for file in "$library" "$engine"; do
     readelf -d "$file" | grep NEEDED | grep -vE '\[(libc\.so\.6|ld-linux.*)\]' >"$work/needed" || true
@@ -48,8 +50,9 @@ refuse "libfibdb is not bound lazily" "$work/now"
 
 # The engine supplies the platform's calls and its own administration, and nothing else.
 for header in objdb.h objdb_tables.h ufib.h bounds.h; do
-  echo "#include \"$header\""
-done | ${CC:-cc} -E -P -I"$root/include" -I"$root/platform" - | grep -oE '\b(db_|UFIB_DB_)[A-Za-z0-9_]+ ?\(' | tr -d '( ' >"$work/platform"
+  echo "#include \"platform/$header\""
+done | ${CC:-cc} -E -P -I"$root" -I"$root/include" - |
+  grep -oE '\b(db_|UFIB_DB_)[A-Za-z0-9_]+ ?\(' | tr -d '( ' >"$work/platform"
 printf 'memcpy_s\nmemset_s\nstrcpy_s\nstrncpy_s\n' >>"$work/platform"
 grep -oE '\bfibdb_engine_[a-z_]+\(' "$root/include/fibdb/engine.h" | tr -d '(' >>"$work/platform"
 LC_ALL=C sort -u "$work/platform" >"$work/supplied"

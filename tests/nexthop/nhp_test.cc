@@ -1,5 +1,5 @@
 // tests/nexthop/nhp_test.cc: next hops over the recorded platform.
-#include "objdb_tables.h"
+#include "platform/objdb_tables.h"
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test {
@@ -82,8 +82,7 @@ TEST_F(NhpTest, WriteNhp_stages_every_field_and_writes_once) {
                   "db_set_nhp_iid_flags(#1, 8)", "db_set_nhp_app_source_id(#1, 9)",
                   "db_set_nhp_table_smooth_id(#1, 10)", "db_set_nhp_app_obj_id(#1, 73014444032)",
                   "db_set_nhp_app_version(#1, 12)", "db_set_nhp_time_stamp_app(#1, 81604378624)",
-                  "db_set_nhp_time_stamp_svc(#1, 85899345920)", "db_write_obj(#1)",
-                  "db_release_nhp_object(#1)"));
+                  "db_set_nhp_time_stamp_svc(#1, 85899345920)", "db_write_obj(#1)", "db_release_nhp_object(#1)"));
   EXPECT_EQ(platform.staged(TableId::nhp), rowOf(item));
 }
 
@@ -132,11 +131,10 @@ TEST_F(NhpTest, ReadNhp_fills_every_field) {
       platform.calls,
       ElementsAre("db_create_nhp_obj(3)", "db_read_obj(#1, 0x00010004 2a000000)", "db_get_nhp_nhp_index(#1)",
                   "db_get_nhp_vr_id(#1)", "db_get_nhp_vrf_index(#1)", "db_get_nhp_origin_nhp(#1)",
-                  "db_get_nhp_nhp_flag(#1)", "db_get_nhp_nhp_num(#1)", "db_get_nhp_ref_cnt(#1)",
-                  "db_get_nhp_flags(#1)", "db_get_nhp_iid_flags(#1)", "db_get_nhp_app_source_id(#1)",
-                  "db_get_nhp_table_smooth_id(#1)", "db_get_nhp_app_obj_id(#1)", "db_get_nhp_app_version(#1)",
-                  "db_get_nhp_time_stamp_app(#1)", "db_get_nhp_time_stamp_svc(#1)",
-                  "db_release_nhp_object(#1)"));
+                  "db_get_nhp_nhp_flag(#1)", "db_get_nhp_nhp_num(#1)", "db_get_nhp_ref_cnt(#1)", "db_get_nhp_flags(#1)",
+                  "db_get_nhp_iid_flags(#1)", "db_get_nhp_app_source_id(#1)", "db_get_nhp_table_smooth_id(#1)",
+                  "db_get_nhp_app_obj_id(#1)", "db_get_nhp_app_version(#1)", "db_get_nhp_time_stamp_app(#1)",
+                  "db_get_nhp_time_stamp_svc(#1)", "db_release_nhp_object(#1)"));
 }
 
 TEST_F(NhpTest, ReadNhp_overwrites_the_index_with_the_records_own) {
@@ -274,9 +272,8 @@ TEST_F(NhpTest, UpdateNhpFields_hands_the_item_to_the_callers_setter) {
   };
   EXPECT_EQ(FIB_DB_UpdateNhpFields(&item, setter), 0u);
   EXPECT_EQ(seen, &item);
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_create_nhp_obj(1)", "db_set_nhp_vrf_index(#1, 5)",
-                          "db_update_obj(#1, 0x00010004 2a000000)", "db_release_nhp_object(#1)"));
+  EXPECT_THAT(platform.calls, ElementsAre("db_create_nhp_obj(1)", "db_set_nhp_vrf_index(#1, 5)",
+                                          "db_update_obj(#1, 0x00010004 2a000000)", "db_release_nhp_object(#1)"));
 }
 
 TEST_F(NhpTest, UpdateNhpFields_without_setter_returns_1_silently) {
@@ -318,8 +315,8 @@ TEST_F(NhpTest, SetNhpRefCount_and_SetNhpFlags_return_the_raw_code_and_say_so) {
   platform.fail("db_set_nhp_flags", 6);
   EXPECT_EQ(FIB_DB_SetNhpRefCount(1, &item), 5u);
   EXPECT_EQ(FIB_DB_SetNhpFlags(1, &item), 6u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("SetNhpRefCount failed, set fields failed.",
-                                               "SetNhpFlags failed, set fields failed."));
+  EXPECT_THAT(platform.errorLines,
+              ElementsAre("SetNhpRefCount failed, set fields failed.", "SetNhpFlags failed, set fields failed."));
 }
 
 TEST_F(NhpTest, SetNhpNumAndSmoothID_returns_1_silently_and_tries_both) {
@@ -372,8 +369,8 @@ TEST_F(NhpTest, CreateNhpIterator_sets_any_property_but_the_one_that_means_none)
 
 TEST_F(NhpTest, CreateNhpIteratorByVrf_passes_its_words_in_order) {
   FibDbIterator* const iterator = FIB_DB_CreateNhpIteratorByVrf(1, 2, 3, 0xFFFFFFFF);
-  EXPECT_THAT(platform.calls, ElementsAre("db_create_nhp_obj(5)",
-                                          "db_create_root_iter(#1, 0x0109000C 010000000200000003000000)"));
+  EXPECT_THAT(platform.calls,
+              ElementsAre("db_create_nhp_obj(5)", "db_create_root_iter(#1, 0x0109000C 010000000200000003000000)"));
   FIB_DB_ReleaseNhpIterator(iterator);
 }
 
@@ -406,8 +403,8 @@ TEST_F(NhpTest, GetNextNhpEntry_of_NULL_says_so_and_returns_1) {
   FibDbIterator iterator{};
   EXPECT_EQ(FIB_DB_GetNextNhpEntry(nullptr, &item), 1u);
   EXPECT_EQ(FIB_DB_GetNextNhpEntry(&iterator, nullptr), 1u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("GetNextNhpEntry next failed, para is NULL.",
-                                               "GetNextNhpEntry next failed, para is NULL."));
+  EXPECT_THAT(platform.errorLines,
+              ElementsAre("GetNextNhpEntry next failed, para is NULL.", "GetNextNhpEntry next failed, para is NULL."));
   EXPECT_THAT(platform.calls, IsEmpty());
 }
 

@@ -224,9 +224,8 @@ TEST_F(ArGroupAttrTest, Iteration_passes_the_services_end_on_unchanged) {
   EXPECT_EQ(FIB_DB_GetNextArGroupAttrEntry(iterator, &item), 110012u);
   EXPECT_EQ(packed(item), packed(fullItem(0)));
   EXPECT_EQ(FIB_DB_ReleaseArGroupAttrIterator(iterator), 0u);
-  EXPECT_THAT(platform.calls,
-              ElementsAre("UFIB_DB_CreateIterator(11, 4294967295)", "UFIB_DB_GetNextEntry(11, 120)",
-                          "UFIB_DB_GetNextEntry(11, 120)", "UFIB_DB_ReleaseIterator(11)"));
+  EXPECT_THAT(platform.calls, ElementsAre("UFIB_DB_CreateIterator(11, 4294967295)", "UFIB_DB_GetNextEntry(11, 120)",
+                                          "UFIB_DB_GetNextEntry(11, 120)", "UFIB_DB_ReleaseIterator(11)"));
 }
 
 TEST_F(ArGroupAttrTest, CreateArGroupAttrIteratorByOriginValue_goes_by_the_origin_key) {

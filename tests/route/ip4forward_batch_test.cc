@@ -111,9 +111,8 @@ TEST_F(Ip4forwardBatchTest, The_batch_object_stays_cached_after_a_disconnect) {
 // Writes.
 TEST_F(Ip4forwardBatchTest, BatchAddOperWriteIp4forward_stages_the_whole_record_and_adds_it) {
   EXPECT_EQ(FIB_DB_BatchAddOperWriteIp4forward(&object, &item, 0), 0u);
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_reset_ip4forward_batch_object(#1, 0)", "db_set_ip4forward_all_fields(#1, 124)",
-                          "db_batch_add_oper(#1, NULL)"));
+  EXPECT_THAT(platform.calls, ElementsAre("db_reset_ip4forward_batch_object(#1, 0)",
+                                          "db_set_ip4forward_all_fields(#1, 124)", "db_batch_add_oper(#1, NULL)"));
   EXPECT_EQ(getField(TableId::ip4forward, platform.staged(TableId::ip4forward), "time_stamp_svc"), 700u);
   EXPECT_EQ(FIB_DB_GetSourcePid(), 500u);
 }
@@ -170,10 +169,10 @@ TEST_F(Ip4forwardBatchTest, WriteIp4forward_whose_block_copy_fails_still_stages_
 // Updates.
 TEST_F(Ip4forwardBatchTest, UpdateIp4forward_stages_two_fields_and_adds_with_the_key) {
   EXPECT_EQ(FIB_DB_BatchAddOperWriteIp4forward(&object, &item, 2), 0u);
-  EXPECT_THAT(platform.calls, ElementsAre("db_reset_ip4forward_batch_object(#1, 1)",
-                                          "db_set_ip4forward_table_smooth_id(#1, 600)",
-                                          "db_set_ip4forward_time_stamp_svc(#1, 700)",
-                                          "db_batch_add_oper(#1, 0x0001000D 01000000020000000000000a08)"));
+  EXPECT_THAT(platform.calls,
+              ElementsAre("db_reset_ip4forward_batch_object(#1, 1)", "db_set_ip4forward_table_smooth_id(#1, 600)",
+                          "db_set_ip4forward_time_stamp_svc(#1, 700)",
+                          "db_batch_add_oper(#1, 0x0001000D 01000000020000000000000a08)"));
   EXPECT_EQ(FIB_DB_GetSourcePid(), 7415578u);
 }
 
@@ -185,9 +184,8 @@ TEST_F(Ip4forwardBatchTest, UpdateIp4forward_ORs_the_two_codes_and_counts_only_1
   platform.fail("db_set_ip4forward_time_stamp_svc", 1);
   EXPECT_EQ(FIB_DB_UpdateIp4forward(object, &item), 10741u);
   EXPECT_EQ(g_ip4WriteDbSetDataRetry, 1u);
-  EXPECT_THAT(platform.errorLines,
-              ElementsAre("UpdateIp4forward failed, set all fields failed. ret = 10740",
-                          "UpdateIp4forward failed, set all fields failed. ret = 10741"));
+  EXPECT_THAT(platform.errorLines, ElementsAre("UpdateIp4forward failed, set all fields failed. ret = 10740",
+                                               "UpdateIp4forward failed, set all fields failed. ret = 10741"));
 }
 
 TEST_F(Ip4forwardBatchTest, UpdateIp4forward_failures_are_said_and_raw) {
@@ -196,9 +194,8 @@ TEST_F(Ip4forwardBatchTest, UpdateIp4forward_failures_are_said_and_raw) {
   platform.fail("db_batch_add_oper", 10740);
   EXPECT_EQ(FIB_DB_UpdateIp4forward(object, &item), 10740u);
   EXPECT_EQ(g_ip4WriteDbSetDataRetry, 0u);
-  EXPECT_THAT(platform.errorLines,
-              ElementsAre("UpdateIp4forward failed, reset object failed. ret = 9",
-                          "UpdateIp4forward failed, batch add oper failed. ret = 10740"));
+  EXPECT_THAT(platform.errorLines, ElementsAre("UpdateIp4forward failed, reset object failed. ret = 9",
+                                               "UpdateIp4forward failed, batch add oper failed. ret = 10740"));
 }
 
 // Removals.
@@ -216,11 +213,9 @@ TEST_F(Ip4forwardBatchTest, BatchAddOperRemoveIp4forward_refused_goes_to_the_inf
   platform.fail("db_batch_add_oper", 8);
   EXPECT_EQ(FIB_DB_BatchAddOperRemoveIp4forward(&object, &item), 8u);
   EXPECT_EQ(g_ip4RemoveDbAddOperRetry, 1u);
-  EXPECT_THAT(platform.errorLines,
-              ElementsAre("BatchAddOperRemoveIp4forward failed, reset object failed. ret = 9"));
-  EXPECT_THAT(platform.infoLines,
-              ElementsAre("BatchAddOperRemoveIp4forward failed, add oper failed. ret = 10740",
-                          "BatchAddOperRemoveIp4forward failed, add oper failed. ret = 8"));
+  EXPECT_THAT(platform.errorLines, ElementsAre("BatchAddOperRemoveIp4forward failed, reset object failed. ret = 9"));
+  EXPECT_THAT(platform.infoLines, ElementsAre("BatchAddOperRemoveIp4forward failed, add oper failed. ret = 10740",
+                                              "BatchAddOperRemoveIp4forward failed, add oper failed. ret = 8"));
 }
 
 // Execution.

@@ -204,14 +204,12 @@ TEST_F(Ip4forwardTest, SetIp4forwardKeyField_names_the_primary_key) {
 
 // Keyed read.
 TEST_F(Ip4forwardTest, ReadIp4forward_replaces_the_whole_item) {
-  FibDbIp4forwardItem out{
-      .vr_id = 1, .vrf_index = 2, .dest_ip_addr = 0x0A000000, .mask_len = 8, .attr_word_b = 1};
+  FibDbIp4forwardItem out{.vr_id = 1, .vrf_index = 2, .dest_ip_addr = 0x0A000000, .mask_len = 8, .attr_word_b = 1};
   EXPECT_EQ(FIB_DB_ReadIp4forward(&out), 0u);
   EXPECT_EQ(rowOf(out), rowOf(fullItem()));
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_create_ip4forward_obj(3)",
-                          "db_read_obj_with_buf(#1, 0x0001000D 01000000020000000000000a08, 124)",
-                          "db_release_ip4forward_object(#1)"));
+  EXPECT_THAT(platform.calls, ElementsAre("db_create_ip4forward_obj(3)",
+                                          "db_read_obj_with_buf(#1, 0x0001000D 01000000020000000000000a08, 124)",
+                                          "db_release_ip4forward_object(#1)"));
 }
 
 TEST_F(Ip4forwardTest, ReadIp4forward_missing_route_returns_60_and_keeps_the_item) {
@@ -290,8 +288,7 @@ TEST_F(Ip4forwardTest, CountIp4forwardByHighStatus_step_failure_is_said_counted_
 }
 
 TEST_F(Ip4forwardTest, CountIp4forwardByHighStatus_other_failures_are_silent_and_raw) {
-  for (const char* const call :
-       {"db_create_ip4forward_obj", "db_create_root_iter", "db_get_ip4forward_all_fields"}) {
+  for (const char* const call : {"db_create_ip4forward_obj", "db_create_root_iter", "db_get_ip4forward_all_fields"}) {
     platform.entries = {rowOf(item)};
     platform.fail(call, 9);
     EXPECT_EQ(FIB_DB_CountIp4forwardByHighStatus(3, &count), 9u) << call;
@@ -308,10 +305,10 @@ TEST_F(Ip4forwardTest, ReadIp4forwardByLpm_replaces_the_item_with_the_first_entr
   EXPECT_EQ(FIB_DB_ReadIp4forwardByLpm(&out), 0u);
   EXPECT_EQ(out.dest_ip_addr, 0x0A000000u);
   EXPECT_EQ(out.mask_len, 8);
-  EXPECT_THAT(platform.calls, ElementsAre("db_create_ip4forward_obj(5)",
-                                          "db_create_root_iter(#1, 0x0305000D 10000000004000000302010a20)",
-                                          "db_root_iterator_next(~1)", "db_read_obj_with_buf(#1, NULL, 124)",
-                                          "db_release_ip4forward_object(#1)"));
+  EXPECT_THAT(platform.calls,
+              ElementsAre("db_create_ip4forward_obj(5)",
+                          "db_create_root_iter(#1, 0x0305000D 10000000004000000302010a20)", "db_root_iterator_next(~1)",
+                          "db_read_obj_with_buf(#1, NULL, 124)", "db_release_ip4forward_object(#1)"));
 }
 
 TEST_F(Ip4forwardTest, ReadIp4forwardByLpm_without_covering_route_returns_10003_and_keeps_the_item) {
@@ -371,8 +368,7 @@ const Creator kCreators[] = {
      {"db_create_root_iter(#1, NULL)"},
      "db_create_root_iter",
      {"CreateIp4forwardIterator malloc failed", "CreateIp4forwardIterator createObj failed, ret: 9",
-      "CreateIp4forwardIterator createIter failed, ret: 9",
-      "CreateIp4forwardIterator setProperty failed, ret: 9"}},
+      "CreateIp4forwardIterator createIter failed, ret: 9", "CreateIp4forwardIterator setProperty failed, ret: 9"}},
     {"Dictionary",
      FIB_DB_CreateDictionaryIterator,
      {"db_create_stmt(#1, 2, ip4forward)",
@@ -380,8 +376,7 @@ const Creator kCreators[] = {
       "0x0402000D 1000000000400000ffffffff20)",
       "db_create_root_iterator_by_filter(#1)"},
      "db_create_root_iterator_by_filter",
-     {"CreateIp4forwardDictionaryIterator malloc failed",
-      "CreateIp4forwardDictionaryIterator createObj failed, ret: 9",
+     {"CreateIp4forwardDictionaryIterator malloc failed", "CreateIp4forwardDictionaryIterator createObj failed, ret: 9",
       "CreateIp4forwardDictionaryIterator createIter by local sort failed, ret: 9",
       "CreateIp4forwardDictionaryIterator setProperty failed, ret: 9"}},
     {"ByVrf",
@@ -392,13 +387,10 @@ const Creator kCreators[] = {
       "CreateIp4forwardIteratorByVrf createIter failed, ret: 9",
       "CreateIp4forwardIteratorByVrf setProperty failed, ret: 9"}},
     {"ByNhpGrpId",
-     [](uint32_t property) {
-       return FIB_DB_CreateIp4forwardIteratorByNhpGrpId(1, 2, static_cast<int32_t>(property));
-     },
+     [](uint32_t property) { return FIB_DB_CreateIp4forwardIteratorByNhpGrpId(1, 2, static_cast<int32_t>(property)); },
      {"db_create_root_iter(#1, 0x01090008 0100000002000000)"},
      "db_create_root_iter",
-     {"CreateIp4forwardIteratorByNhpGrpId malloc failed",
-      "CreateIp4forwardIteratorByNhpGrpId createObj failed, ret: 9",
+     {"CreateIp4forwardIteratorByNhpGrpId malloc failed", "CreateIp4forwardIteratorByNhpGrpId createObj failed, ret: 9",
       "CreateIp4forwardIteratorByNhpGrpId createIter failed, ret: 9",
       "CreateIp4forwardIteratorByNhpGrpId setProperty failed, ret: 9"}},
 };
@@ -471,8 +463,8 @@ TEST_F(Ip4forwardTest, GetNextIp4forward_failures) {
   platform.fail("db_read_obj_with_buf", 6);
   EXPECT_EQ(FIB_DB_GetNextIp4forward(iterator, &item), 1u);
   EXPECT_EQ(counted(0, 0), 1u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("Get next ipv4 forward db fail. ret = 7",
-                                               "READ fib ipv4 forward db fail. ret = 6."));
+  EXPECT_THAT(platform.errorLines,
+              ElementsAre("Get next ipv4 forward db fail. ret = 7", "READ fib ipv4 forward db fail. ret = 6."));
   FIB_DB_ReleaseIp4forwardIterator(iterator);
 }
 
@@ -511,9 +503,8 @@ TEST_F(Ip4forwardBatchFetch, GetNextIp4forwardByNhpGrpId_fills_as_many_as_fit_wh
 
 TEST_F(Ip4forwardBatchFetch, GetNextIp4forwardByNhpGrpId_takes_no_step_once_the_array_is_full) {
   EXPECT_EQ(FIB_DB_GetNextIp4forwardByNhpGrpId(iterator, 256, items, &filled), 1u);
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_root_iterator_next(~1)", "db_read_obj_with_buf(#1, NULL, 124)",
-                          "db_root_iterator_next(~1)", "db_read_obj_with_buf(#1, NULL, 124)"));
+  EXPECT_THAT(platform.calls, ElementsAre("db_root_iterator_next(~1)", "db_read_obj_with_buf(#1, NULL, 124)",
+                                          "db_root_iterator_next(~1)", "db_read_obj_with_buf(#1, NULL, 124)"));
 }
 
 TEST_F(Ip4forwardBatchFetch, GetNextIp4forwardByNhpGrpId_at_the_end_returns_0_and_adds_to_the_count) {

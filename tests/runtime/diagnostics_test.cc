@@ -24,9 +24,9 @@ TEST_F(DiagnosticsTest, RecordErrStat_outside_the_matrix_is_logged_and_counts_no
   FIB_DB_RecordErrStat(0, 7);
   FIB_DB_RecordErrStat(0xFFFFFFFF, 0xFFFFFFFF);
   EXPECT_EQ(allCounted(), 0u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("Set db error stat fail. table 19, error 0",
-                                               "Set db error stat fail. table 0, error 7",
-                                               "Set db error stat fail. table 4294967295, error 4294967295"));
+  EXPECT_THAT(platform.errorLines,
+              ElementsAre("Set db error stat fail. table 19, error 0", "Set db error stat fail. table 0, error 7",
+                          "Set db error stat fail. table 4294967295, error 4294967295"));
 }
 
 TEST_F(DiagnosticsTest, RecordErrStat_wraps_silently) {
@@ -143,9 +143,9 @@ TEST_F(DiagnosticsTest, Processors_print_a_large_code_signed_but_for_two) {
   FIB_DB_ProcNhpStdWriteDBResult(0xFFFFFFFF, 2);
   FIB_DB_Nhp4ExtSrv6TeLog(0xFFFFFFFF, 2);
   FIB_DB_NhpVpnSidLog(0xFFFFFFFF, 2);
-  EXPECT_THAT(platform.errorLines, ElementsAre("WRITE fib nhp std db fail. ret = -1",
-                                               "WRITE nhp Nhp4ExtSrv6Te db fail. ret = 4294967295",
-                                               "WRITE nhp vpnsid db fail. ret = 4294967295"));
+  EXPECT_THAT(platform.errorLines,
+              ElementsAre("WRITE fib nhp std db fail. ret = -1", "WRITE nhp Nhp4ExtSrv6Te db fail. ret = 4294967295",
+                          "WRITE nhp vpnsid db fail. ret = 4294967295"));
 }
 
 // The family of read processors.

@@ -2,7 +2,7 @@
 // what Text refuses to compile.
 #include "runtime/ops.h"
 
-#include "objdb_tables.h"
+#include "platform/objdb_tables.h"
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test {
@@ -25,9 +25,8 @@ class OpsTest : public TablesTest {
 // Update of a whole record: the key, then every field, then the update.
 TEST_F(OpsTest, updateWhole_stages_the_item_and_updates_by_its_key) {
   EXPECT_EQ(updateWhole(kToy, &item), 0u);
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_create_nhp_obj(1)", "db_set_nhp_flags(#1, 5)",
-                          "db_update_obj(#1, 0x00010004 2a000000)", "db_release_nhp_object(#1)"));
+  EXPECT_THAT(platform.calls, ElementsAre("db_create_nhp_obj(1)", "db_set_nhp_flags(#1, 5)",
+                                          "db_update_obj(#1, 0x00010004 2a000000)", "db_release_nhp_object(#1)"));
 }
 
 TEST_F(OpsTest, updateWhole_of_NULL_returns_1_and_calls_nothing) {

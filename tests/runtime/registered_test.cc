@@ -1,5 +1,5 @@
 // tests/runtime/registered_test.cc: the fifteen descriptors and the start-up loop.
-#include "objdb_tables.h"
+#include "platform/objdb_tables.h"
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test {
@@ -11,17 +11,15 @@ class RegisteredTest : public TablesTest {};
 
 TEST_F(RegisteredTest, TableRegisterInit_registers_all_fifteen_in_order) {
   FIB_DB_TableRegisterInit();
-  EXPECT_THAT(
-      platform.calls,
-      ElementsAre("UFIB_DB_TableRegister(6, nhp_ext)", "UFIB_DB_TableRegister(24, nhp_ext_label)",
-                  "UFIB_DB_TableRegister(8, nhp_vpnsid)", "UFIB_DB_TableRegister(1, nhp_group_node)",
-                  "UFIB_DB_TableRegister(0, nhp_group)", "UFIB_DB_TableRegister(10, pri_attr)",
-                  "UFIB_DB_TableRegister(11, ar_group_attr)", "UFIB_DB_TableRegister(30, fib_dod_aging)",
-                  "UFIB_DB_TableRegister(28, fib_dod_rule)", "UFIB_DB_TableRegister(26, vrf_class_data)",
-                  "UFIB_DB_TableRegister(12, force_frag)",
-                  "UFIB_DB_TableRegister(32, virtual_meth_host_route)",
-                  "UFIB_DB_TableRegister(33, fwd_vs_vpn)", "UFIB_DB_TableRegister(34, fib_special_ip)",
-                  "UFIB_DB_TableRegister(35, fib_special_ip_sub)"));
+  EXPECT_THAT(platform.calls,
+              ElementsAre("UFIB_DB_TableRegister(6, nhp_ext)", "UFIB_DB_TableRegister(24, nhp_ext_label)",
+                          "UFIB_DB_TableRegister(8, nhp_vpnsid)", "UFIB_DB_TableRegister(1, nhp_group_node)",
+                          "UFIB_DB_TableRegister(0, nhp_group)", "UFIB_DB_TableRegister(10, pri_attr)",
+                          "UFIB_DB_TableRegister(11, ar_group_attr)", "UFIB_DB_TableRegister(30, fib_dod_aging)",
+                          "UFIB_DB_TableRegister(28, fib_dod_rule)", "UFIB_DB_TableRegister(26, vrf_class_data)",
+                          "UFIB_DB_TableRegister(12, force_frag)", "UFIB_DB_TableRegister(32, virtual_meth_host_route)",
+                          "UFIB_DB_TableRegister(33, fwd_vs_vpn)", "UFIB_DB_TableRegister(34, fib_special_ip)",
+                          "UFIB_DB_TableRegister(35, fib_special_ip_sub)"));
   EXPECT_TRUE(silent());
 }
 
@@ -46,13 +44,12 @@ TEST_F(RegisteredTest, Register_functions_return_the_code_of_the_service) {
 }
 
 TEST_F(RegisteredTest, The_array_holds_the_register_functions_in_order) {
-  EXPECT_THAT(
-      g_fibDbTableRegister,
-      ElementsAre(FIB_DB_NhpExtRegister, FIB_DB_NhpExtLabelRegister, FIB_DB_NhpVpnSidRegister,
-                  FIB_DB_NhpGroupNodeRegister, FIB_DB_NhpGroupRegister, FIB_DB_PriAttrRegister,
-                  FIB_DB_ArGroupAttrRegister, FIB_DB_DodAgingRegister, FIB_DB_DodRuleRegister,
-                  FIB_DB_VrfClassDataRegister, FIB_DB_IpForceFragRegister, FIB_DB_VirtualMethHostRegister,
-                  FIB_DB_FwdVsVpnRegister, FIB_DB_SpecialIpRegister, FIB_DB_SpecialIpSubRegister));
+  EXPECT_THAT(g_fibDbTableRegister,
+              ElementsAre(FIB_DB_NhpExtRegister, FIB_DB_NhpExtLabelRegister, FIB_DB_NhpVpnSidRegister,
+                          FIB_DB_NhpGroupNodeRegister, FIB_DB_NhpGroupRegister, FIB_DB_PriAttrRegister,
+                          FIB_DB_ArGroupAttrRegister, FIB_DB_DodAgingRegister, FIB_DB_DodRuleRegister,
+                          FIB_DB_VrfClassDataRegister, FIB_DB_IpForceFragRegister, FIB_DB_VirtualMethHostRegister,
+                          FIB_DB_FwdVsVpnRegister, FIB_DB_SpecialIpRegister, FIB_DB_SpecialIpSubRegister));
 }
 
 // Each descriptor's functions are those of its own table of the database, in the descriptor's order.

@@ -1,5 +1,5 @@
 // tests/runtime/schema_test.cc: what the schema expands to, on a table of this test and on the real ones.
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 #include <gtest/gtest.h>
 
@@ -10,10 +10,9 @@
 namespace fibdb::schema {
 namespace {
 
-constexpr auto kToy =
-    laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"byte", FieldKind::kNumber, 1, 1},
-             Field{"", FieldKind::kPad, 1, 2}, Field{"words", FieldKind::kNumber, 4, 3},
-             Field{"block", FieldKind::kBytes, 1, 5}});
+constexpr auto kToy = laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"byte", FieldKind::kNumber, 1, 1},
+                               Field{"", FieldKind::kPad, 1, 2}, Field{"words", FieldKind::kNumber, 4, 3},
+                               Field{"block", FieldKind::kBytes, 1, 5}});
 
 TEST(Schema, lays_fields_out_without_gaps) {
   EXPECT_EQ(offsetOf(kToy, "index"), 0u);

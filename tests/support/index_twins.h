@@ -62,8 +62,7 @@ struct Ground {
   uint64_t bytesInUse() const {
     uint64_t unused = (uint64_t{state.openUnits} + state.tailUnits) * kRefUnit;
     for (uint32_t units = 1; units <= kSizeClasses; ++units) {
-      for (Ref block = state.free[units - 1]; block != kNoRef; block = *heap.at<Ref>(block))
-        unused += units * kRefUnit;
+      for (Ref block = state.free[units - 1]; block != kNoRef; block = *heap.at<Ref>(block)) unused += units * kRefUnit;
     }
     return heldBytes() - unused;
   }
@@ -105,8 +104,7 @@ class LinearOrdered {
 
   bool insert(const Entry& entry) {
     if (contains(entry)) return false;
-    entries_.insert(std::find_if(entries_.begin(), entries_.end(), [&](const Entry& e) { return e > entry; }),
-                    entry);
+    entries_.insert(std::find_if(entries_.begin(), entries_.end(), [&](const Entry& e) { return e > entry; }), entry);
     return true;
   }
   bool erase(const Entry& entry) { return std::erase(entries_, entry) > 0; }
@@ -139,9 +137,7 @@ class StoredPrefixes : public Ground {
   LongestPrefixState held() const { return root_; }
   uint32_t find(uint32_t addr, uint8_t length) const { return index_.find(addr, length); }
   uint32_t longest(uint32_t addr, uint8_t maxLength) const { return index_.longest(addr, maxLength); }
-  void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {
-    index_.match(addr, maxLength, out);
-  }
+  void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const { index_.match(addr, maxLength, out); }
 
  private:
   LongestPrefixState root_{};

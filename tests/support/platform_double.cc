@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "bounds.h"
 #include "fibdb/fibdb.h"
-#include "objdb.h"
-#include "objdb_tables.h"
-#include "ufib.h"
+#include "platform/bounds.h"
+#include "platform/objdb.h"
+#include "platform/objdb_tables.h"
+#include "platform/ufib.h"
 
 namespace fibdb::test {
 namespace {
@@ -60,8 +60,7 @@ std::string describe(const FibDbKeyDesc* desc, const void* key) {
 }
 
 std::string describe(const FibDbUfibKey* key) {
-  if (key->descLen != sizeof(FibDbKeyDesc) || key->keyLen != (key->desc->indexId & 0xFFFF))
-    return "bad lengths";
+  if (key->descLen != sizeof(FibDbKeyDesc) || key->keyLen != (key->desc->indexId & 0xFFFF)) return "bad lengths";
   return describe(key->desc, key->key);
 }
 
@@ -105,8 +104,7 @@ std::string PlatformDouble::leaks() const {
   for (const std::string& violation : violations_) text += violation + "; ";
   for (const uint64_t object : aliveObjects_) text += nameOf(object) + " alive; ";
   if (!blocks_.empty()) text += std::to_string(blocks_.size()) + " blocks alive; ";
-  if (!serviceIterators_.empty())
-    text += std::to_string(serviceIterators_.size()) + " service iterators alive; ";
+  if (!serviceIterators_.empty()) text += std::to_string(serviceIterators_.size()) + " service iterators alive; ";
   return text;
 }
 
@@ -199,8 +197,7 @@ void* PlatformDouble::makeServiceIterator() {
 }
 
 void PlatformDouble::releaseServiceIterator(void* iterator) {
-  if (serviceIterators_.erase(iterator) == 0)
-    return violations_.push_back("a service iterator released twice");
+  if (serviceIterators_.erase(iterator) == 0) return violations_.push_back("a service iterator released twice");
   std::free(iterator);
 }
 
@@ -240,15 +237,13 @@ uint32_t reset(const char* call, uint64_t obj, uint32_t kind) {
 }
 
 uint32_t setAll(schema::TableId table, const char* call, uint64_t obj, const void* row, uint32_t len) {
-  if (const uint32_t code = platform().answer(call, platform().nameOf(obj) + ", " + std::to_string(len)))
-    return code;
+  if (const uint32_t code = platform().answer(call, platform().nameOf(obj) + ", " + std::to_string(len))) return code;
   std::memcpy(platform().staged(table).data(), row, len);
   return 0;
 }
 
 uint32_t getAll(schema::TableId table, const char* call, uint64_t obj, void* row, uint32_t len) {
-  if (const uint32_t code = platform().answer(call, platform().nameOf(obj) + ", " + std::to_string(len)))
-    return code;
+  if (const uint32_t code = platform().answer(call, platform().nameOf(obj) + ", " + std::to_string(len))) return code;
   std::memcpy(row, platform().record(table).data(), len);
   return 0;
 }
@@ -271,8 +266,7 @@ uint32_t setBytes(schema::TableId table, const char* call, const char* name, uin
                   uint32_t len) {
   const std::string arguments = platform().nameOf(obj) + ", " + hex(data, len);
   if (const uint32_t code = platform().answer(call, arguments)) return code;
-  std::memcpy(platform().staged(table).data() + schema::findField(layout(table).fields, name)->offset, data,
-              len);
+  std::memcpy(platform().staged(table).data() + schema::findField(layout(table).fields, name)->offset, data, len);
   return 0;
 }
 
@@ -314,9 +308,7 @@ static PlatformDouble& platform() { return PlatformDouble::instance(); }
   uint32_t db_create_##t##_obj_specific_conn(uint32_t kind, uint64_t conn, uint64_t* outObj) {             \
     return test::create(TableId::t, __func__, std::to_string(kind) + ", " + std::to_string(conn), outObj); \
   }                                                                                                        \
-  uint32_t db_reset_##t##_batch_object(uint64_t obj, uint32_t kind) {                                      \
-    return test::reset(__func__, obj, kind);                                                               \
-  }
+  uint32_t db_reset_##t##_batch_object(uint64_t obj, uint32_t kind) { return test::reset(__func__, obj, kind); }
 #define SET_SCALAR(t, name, type)                                    \
   uint32_t db_set_##t##_##name(uint64_t obj, type value) {           \
     return test::setScalar(TableId::t, __func__, #name, obj, value); \
@@ -333,7 +325,7 @@ static PlatformDouble& platform() { return PlatformDouble::instance(); }
   uint32_t db_get_##t##_##name(uint64_t obj, const void** out, uint32_t* len) { \
     return test::getBytes(TableId::t, __func__, #name, obj, out, len);          \
   }
-#include "schema/tables.def"
+#include "platform/schema/tables.def"
 
 uint32_t db_write_obj(uint64_t obj) { return platform().answer(__func__, platform().nameOf(obj)); }
 
@@ -349,10 +341,8 @@ uint32_t db_read_obj(uint64_t obj, const FibDbKeyDesc* desc, const void* key) {
   return platform().answer(__func__, platform().nameOf(obj) + ", " + test::describe(desc, key));
 }
 
-uint32_t db_read_obj_with_buf(uint64_t obj, const FibDbKeyDesc* desc, const void* key, void* buf,
-                              uint32_t len) {
-  const std::string arguments =
-      platform().nameOf(obj) + ", " + test::describe(desc, key) + ", " + std::to_string(len);
+uint32_t db_read_obj_with_buf(uint64_t obj, const FibDbKeyDesc* desc, const void* key, void* buf, uint32_t len) {
+  const std::string arguments = platform().nameOf(obj) + ", " + test::describe(desc, key) + ", " + std::to_string(len);
   if (const uint32_t code = platform().answer(__func__, arguments)) return code;
   std::memcpy(buf, platform().record(platform().tableOf(obj)).data(), len);
   return 0;
@@ -364,8 +354,7 @@ uint32_t db_get_table_record_count(uint64_t obj, uint64_t* count) {
   return 0;
 }
 
-uint32_t db_get_table_record_count_by_key(uint64_t obj, const FibDbKeyDesc* desc, const void* key,
-                                          uint64_t* count) {
+uint32_t db_get_table_record_count_by_key(uint64_t obj, const FibDbKeyDesc* desc, const void* key, uint64_t* count) {
   const std::string arguments = platform().nameOf(obj) + ", " + test::describe(desc, key);
   if (const uint32_t code = platform().answer(__func__, arguments)) return code;
   *count = platform().countResult;
@@ -380,16 +369,13 @@ uint32_t db_create_root_iter(uint64_t obj, const FibDbKeyDesc* desc, const void*
 }
 
 uint32_t db_create_stmt(uint64_t obj, uint32_t stmtKind, const char* tableName, uint64_t) {
-  return platform().answer(__func__,
-                           platform().nameOf(obj) + ", " + std::to_string(stmtKind) + ", " + tableName);
+  return platform().answer(__func__, platform().nameOf(obj) + ", " + std::to_string(stmtKind) + ", " + tableName);
 }
 
-uint32_t db_append_stmt_condition(uint64_t obj, const void*, uint64_t, uint32_t condKind, const void*,
-                                  uint64_t, const FibDbKeyDesc* desc, const void* lowKey,
-                                  const void* highKey) {
+uint32_t db_append_stmt_condition(uint64_t obj, const void*, uint64_t, uint32_t condKind, const void*, uint64_t,
+                                  const FibDbKeyDesc* desc, const void* lowKey, const void* highKey) {
   return platform().answer(__func__, platform().nameOf(obj) + ", " + std::to_string(condKind) + ", " +
-                                         test::describe(desc, lowKey) + " to " +
-                                         test::describe(desc, highKey));
+                                         test::describe(desc, lowKey) + " to " + test::describe(desc, highKey));
 }
 
 uint32_t db_create_root_iterator_by_filter(uint64_t obj, uint64_t* outIter) {
@@ -399,8 +385,8 @@ uint32_t db_create_root_iterator_by_filter(uint64_t obj, uint64_t* outIter) {
 }
 
 uint32_t db_set_root_iterator_property(uint64_t iter, uint32_t propertyId, const void* value, uint32_t len) {
-  return platform().answer(
-      __func__, platform().nameOf(iter) + ", " + std::to_string(propertyId) + ", " + test::hex(value, len));
+  return platform().answer(__func__,
+                           platform().nameOf(iter) + ", " + std::to_string(propertyId) + ", " + test::hex(value, len));
 }
 
 uint32_t db_root_iterator_next(uint64_t iter) {
@@ -458,10 +444,8 @@ uint32_t UFIB_DB_ReadUniqueHash(uint32_t id, const FibDbUfibKey* key, FibDbUfibD
 }
 
 // Like a service: makes an object, lets the setter stage, and returns what went wrong first.
-uint32_t UFIB_DB_Update(uint32_t id, const FibDbUfibKey* key, const FibDbUfibData* ctx,
-                        FibDbUfibSetter setter) {
-  const std::string arguments =
-      std::to_string(id) + ", " + test::describe(key) + ", " + std::to_string(ctx->len);
+uint32_t UFIB_DB_Update(uint32_t id, const FibDbUfibKey* key, const FibDbUfibData* ctx, FibDbUfibSetter setter) {
+  const std::string arguments = std::to_string(id) + ", " + test::describe(key) + ", " + std::to_string(ctx->len);
   if (const uint32_t code = platform().answer(__func__, arguments)) return code;
   return setter(ctx, 0x1000);
 }
@@ -483,8 +467,7 @@ void* UFIB_DB_CreateIterator(uint32_t id, uint32_t property) {
 }
 
 void* UFIB_DB_CreateIteratorByKey(uint32_t id, uint32_t property, const FibDbUfibKey* key) {
-  const std::string arguments =
-      std::to_string(id) + ", " + std::to_string(property) + ", " + test::describe(key);
+  const std::string arguments = std::to_string(id) + ", " + std::to_string(property) + ", " + test::describe(key);
   return platform().answer(__func__, arguments) == 0 ? platform().makeServiceIterator() : nullptr;
 }
 

@@ -1,8 +1,8 @@
 // tests/support/platform_double.h: a platform that does as it is told: records every call, and fails any of them.
 //
-// The double supplies every db_*, UFIB_DB_* and *_s symbol (the per-table ones expanded from the schema), so the library
-// under test is the shipped file. A call is recorded as text: "db_update_obj(#1, 0x00010004 2a000000)", where #1 is the
-// first object made, ~1 the first iterator, and keys are shown as the bytes handed over.
+// The double supplies every db_*, UFIB_DB_* and *_s symbol (the per-table ones expanded from the schema), so that the
+// library under test is the shipped file. A call is recorded as text: "db_update_obj(#1, 0x00010004 2a000000)", where
+// #1 is the first object made, ~1 the first iterator, and keys are shown as the bytes handed over.
 #ifndef FIBDB_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 #define FIBDB_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 
@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "fibdb/common.h"
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 namespace fibdb::test {
 

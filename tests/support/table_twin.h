@@ -13,7 +13,7 @@
 
 #include "engine/store/table.h"
 #include "fibdb/engine.h"
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 namespace fibdb::test {
 
@@ -80,8 +80,7 @@ class TableTwin {
 
   uint32_t write(const Bytes& row, store::Change& change) {
     for (const schema::Index& index : schema_.indexes) {
-      if (index.kind == schema::IndexKind::kLongest && row[index.parts().back().offset] > 32)
-        return DB_ERR_BAD_KEY;
+      if (index.kind == schema::IndexKind::kLongest && row[index.parts().back().offset] > 32) return DB_ERR_BAD_KEY;
     }
     ++now_;
     const Sortable key = sortableInRow(schema_.primary(), row);
@@ -110,8 +109,8 @@ class TableTwin {
     if (!isHash(index)) return DB_ERR_BAD_INDEX;
     ++now_;
     const Sortable wanted = sortableOfKey(index, key.data());
-    removed = std::erase_if(
-        records_, [&](const auto& entry) { return sortableInRow(index, entry.second.row()) == wanted; });
+    removed =
+        std::erase_if(records_, [&](const auto& entry) { return sortableInRow(index, entry.second.row()) == wanted; });
     return removed == 0 ? uint32_t{DB_ERR_NO_DATA} : 0;
   }
 
@@ -174,16 +173,14 @@ class CursorTwin {
     ended_ = true;
     for (const auto& [primary, record] : table_.records()) {
       if (record.born > openedAt_ || !wantedThroughout(record)) continue;
-      if (!returned_.contains({primary, record.born}))
-        return "the end without a record that was there all the time";
+      if (!returned_.contains({primary, record.born})) return "the end without a record that was there all the time";
     }
     return "";
   }
 
  private:
   bool wants(const Bytes& row) const {
-    if (filter_.first != nullptr && numberAt(row.data() + filter_.first->offset, 4) != filter_.second)
-      return false;
+    if (filter_.first != nullptr && numberAt(row.data() + filter_.first->offset, 4) != filter_.second) return false;
     if (index_ == nullptr) return true;
     const Sortable mine = sortableInRow(*index_, row), low = sortableOfKey(*index_, key_.data());
     switch (index_->kind) {

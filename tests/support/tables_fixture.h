@@ -36,8 +36,8 @@ class TablesTest : public testing::Test {
 
   testing::AssertionResult silent() const {
     if (platform.errorLines.empty() && platform.infoLines.empty()) return testing::AssertionSuccess();
-    return testing::AssertionFailure()
-           << testing::PrintToString(platform.errorLines) << testing::PrintToString(platform.infoLines);
+    return testing::AssertionFailure() << testing::PrintToString(platform.errorLines)
+                                       << testing::PrintToString(platform.infoLines);
   }
 
   PlatformDouble& platform = PlatformDouble::instance();

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <random>
 
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 #include "tests/support/table_twin.h"
 
 namespace fibdb::test {

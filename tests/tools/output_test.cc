@@ -80,8 +80,7 @@ TEST(TextOutput, colours_appear_only_when_asked_for) {
 
 TEST(TextOutput, an_alarm_is_highlighted_when_it_is_not_zero) {
   auto text = asText({.color = true, .unicode = false});
-  text->output->record("counters",
-                       {{"good", uint64_t{0}, Format::kAlarm}, {"bad", uint64_t{7}, Format::kAlarm}});
+  text->output->record("counters", {{"good", uint64_t{0}, Format::kAlarm}, {"bad", uint64_t{7}, Format::kAlarm}});
   EXPECT_NE(text->answers.str().find("good  0\n"), std::string::npos);
   EXPECT_NE(text->answers.str().find("\033[1;31m7\033[0m"), std::string::npos);
 }
@@ -91,8 +90,7 @@ TEST(TextOutput, errors_name_their_place_and_quote_the_input) {
   text->output->complain({"wrong", {"f", 7}, "a\tb", "advice"});
   text->output->complain({.message = "at the prompt"});
   text->output->complain({"of the whole file", {"f", 0}});
-  EXPECT_EQ(text->errors.str(),
-            "f:7: \"a\\x09b\": wrong\nadvice\nfibdb: at the prompt\nf: of the whole file\n");
+  EXPECT_EQ(text->errors.str(), "f:7: \"a\\x09b\": wrong\nadvice\nfibdb: at the prompt\nf: of the whole file\n");
   EXPECT_EQ(text->answers.str(), "");
 }
 

@@ -25,8 +25,7 @@ std::string manyRoutes(uint32_t count) {
   std::string text;
   for (uint32_t i = 0; i < count; ++i) {
     char line[64];
-    std::snprintf(line, sizeof line, "%u.%u.%u.0/24 group %u\n", 1 + (i >> 16), i >> 8 & 255, i & 255,
-                  i % 256);
+    std::snprintf(line, sizeof line, "%u.%u.%u.0/24 group %u\n", 1 + (i >> 16), i >> 8 & 255, i & 255, i % 256);
     text += line;
   }
   return text;
@@ -43,8 +42,7 @@ TEST(LoadRoutes, from_a_file_counts_new_and_replaced_routes) {
 }
 
 TEST(LoadRoutes, from_standard_input_spans_many_batches) {
-  const Outcome outcome =
-      runProgram({"--json", "-c", "load routes -", "-c", "count ip4forward"}, manyRoutes(50000));
+  const Outcome outcome = runProgram({"--json", "-c", "load routes -", "-c", "count ip4forward"}, manyRoutes(50000));
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   const auto answers = jsonLines(outcome.out);
   ASSERT_EQ(answers.size(), 2u);
@@ -86,9 +84,8 @@ TEST(LoadRoutes, bad_lines_are_objects_in_json) {
 TEST(LoadRoutes, at_the_record_limit_refused_routes_are_named_and_the_stored_ones_stay) {
   const ScratchFolder folder;
   const std::string file = folder.write("f", manyRoutes(5000));
-  const Outcome outcome =
-      runProgram({"--json", "-k", "-c", "set limit ip4forward records 4990", "-c", "load routes " + file,
-                  "-c", "count ip4forward", "-c", "show route 1.0.0.0/24"});
+  const Outcome outcome = runProgram({"--json", "-k", "-c", "set limit ip4forward records 4990", "-c",
+                                      "load routes " + file, "-c", "count ip4forward", "-c", "show route 1.0.0.0/24"});
   EXPECT_EQ(outcome.status, 1);
   const auto answers = jsonLines(outcome.out);
   ASSERT_EQ(answers.size(), 4u);
@@ -105,8 +102,7 @@ TEST(LoadRoutes, at_the_record_limit_refused_routes_are_named_and_the_stored_one
 }
 
 TEST(LoadRoutes, many_refusals_are_counted_after_the_first_ten) {
-  const Outcome outcome =
-      runProgram(commands({"set limit ip4forward records 5", "load routes -"}), manyRoutes(9000));
+  const Outcome outcome = runProgram(commands({"set limit ip4forward records 5", "load routes -"}), manyRoutes(9000));
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 11);
   EXPECT_THAT(outcome.err, HasSubstr("-: and 8,985 more routes refused\n"));
@@ -145,8 +141,7 @@ TEST(LoadRoutes, an_interrupt_keeps_what_was_read_and_ends_with_130) {
 TEST(SaveRoutes, what_is_saved_loads_again_as_the_same_table_in_key_order) {
   const ScratchFolder folder;
   const std::string first = folder.path("first"), second = folder.path("second");
-  folder.write("f",
-               std::string("10.1.2.3\n10.1.0.0/16 origin-as 259\n10.0.0.0/8 group 2\n0.0.0.0/0 group 1\n"));
+  folder.write("f", std::string("10.1.2.3\n10.1.0.0/16 origin-as 259\n10.0.0.0/8 group 2\n0.0.0.0/0 group 1\n"));
   const Outcome save = runProgram(commands({"load routes " + folder.path("f"), "save routes " + first}));
   EXPECT_EQ(save.status, 0) << save.err;
   EXPECT_THAT(save.out, HasSubstr("4 routes saved to " + first));
@@ -185,8 +180,8 @@ TEST(CheckLookup, the_loaded_file_agrees_and_the_seed_repeats_the_run) {
 TEST(CheckLookup, a_route_that_the_file_lacks_is_a_mismatch_and_status_1) {
   const ScratchFolder folder;
   const std::string file = folder.write("f", "10.0.0.0/8 group 2\n");
-  const Outcome outcome = runProgram(
-      commands({"load routes " + file, "add route 0.0.0.0/1 group 9", "check lookup " + file + " 2000"}));
+  const Outcome outcome =
+      runProgram(commands({"load routes " + file, "add route 0.0.0.0/1 group 9", "check lookup " + file + " 2000"}));
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr("the database says 0.0.0.0/1 group 9, the file no route"));
   EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 20);

@@ -53,8 +53,7 @@ TEST(Commands, unknown_words_are_usage_with_the_nearest_one) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.err, "fibdb: unknown command \"shwo\"\ndid you mean \"show\"?\n");
   EXPECT_EQ(runProgram(commands({"s"})).err, "fibdb: \"s\" is ambiguous: save, set, show\n");
-  EXPECT_EQ(runProgram(commands({"count nhp nhp"})).err,
-            "fibdb: unexpected word \"nhp\"\nusage: count TABLE\n");
+  EXPECT_EQ(runProgram(commands({"count nhp nhp"})).err, "fibdb: unexpected word \"nhp\"\nusage: count TABLE\n");
   EXPECT_EQ(runProgram(commands({"count 'nhp"})).err, "fibdb: a quote is not closed\n");
 }
 
@@ -85,8 +84,7 @@ TEST(Script, errors_are_objects_in_json) {
   const Outcome outcome = runProgram({"--json"}, "count nhp\nshow nexthop 5\n");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_EQ(jsonLines(outcome.out).at(0), (nlohmann::json{{"table", "nhp"}, {"records", 0}}));
-  EXPECT_EQ(jsonLines(outcome.err).at(0),
-            (nlohmann::json{{"error", "no next hop 5"}, {"file", "stdin"}, {"line", 2}}));
+  EXPECT_EQ(jsonLines(outcome.err).at(0), (nlohmann::json{{"error", "no next hop 5"}, {"file", "stdin"}, {"line", 2}}));
 }
 
 TEST(Script, that_is_missing_is_named) {
@@ -124,8 +122,7 @@ TEST(Help, lists_every_command_on_a_line_and_explains_one) {
   for (const char* line : {"load routes FILE", "show route ADDRESS", "show errors", "quit"}) {
     EXPECT_THAT(list.out, HasSubstr(std::string("\n") + line));
   }
-  EXPECT_THAT(runProgram(commands({"help load routes"})).out,
-              StartsWith("load routes FILE\n  load a routing table"));
+  EXPECT_THAT(runProgram(commands({"help load routes"})).out, StartsWith("load routes FILE\n  load a routing table"));
   EXPECT_THAT(runProgram(commands({"help sh ro"})).out, HasSubstr("show route summary"));
   const Outcome unknown = runProgram(commands({"help laod"}));
   EXPECT_EQ(unknown.status, 2);

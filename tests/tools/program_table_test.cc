@@ -20,8 +20,8 @@ std::vector<nlohmann::json> jsonAnswers(const Args& lines) {
   return jsonLines(outcome.out);
 }
 
-const Args kNested = {"add route 10.0.0.0/8 group 1", "add route 10.1.0.0/16 group 2",
-                      "add route 10.1.2.0/24 group 3", "add route 11.0.0.0/8 group 4"};
+const Args kNested = {"add route 10.0.0.0/8 group 1", "add route 10.1.0.0/16 group 2", "add route 10.1.2.0/24 group 3",
+                      "add route 11.0.0.0/8 group 4"};
 
 Args afterNested(const Args& lines) {
   Args all = kNested;
@@ -30,8 +30,8 @@ Args afterNested(const Args& lines) {
 }
 
 TEST(ShowRoute, an_address_gets_its_longest_prefix) {
-  const auto answers = jsonAnswers(afterNested(
-      {"show route 10.1.2.3", "show route 10.1.3.1", "show route 10.255.255.255", "show route 11.0.0.0"}));
+  const auto answers = jsonAnswers(
+      afterNested({"show route 10.1.2.3", "show route 10.1.3.1", "show route 10.255.255.255", "show route 11.0.0.0"}));
   EXPECT_EQ(answers.at(4).at("prefix"), "10.1.2.0/24");
   EXPECT_EQ(answers.at(5).at("prefix"), "10.1.0.0/16");
   EXPECT_EQ(answers.at(6).at("prefix"), "10.0.0.0/8");
@@ -63,9 +63,8 @@ TEST(ShowRoute, a_prefix_is_found_exactly_or_not_at_all) {
 }
 
 TEST(ShowRoute, longer_lists_the_routes_inside_in_key_order) {
-  const Outcome outcome =
-      answer({"add route 10.1.2.0/24", "add route 10.1.0.0/16", "add route 10.2.0.0/16",
-              "add route 10.0.0.0/8", "add route 10.1.2.128/25", "show route 10.1.0.0/16 longer"});
+  const Outcome outcome = answer({"add route 10.1.2.0/24", "add route 10.1.0.0/16", "add route 10.2.0.0/16",
+                                  "add route 10.0.0.0/8", "add route 10.1.2.128/25", "show route 10.1.0.0/16 longer"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, HasSubstr("prefix                   group\n"
                                      "10.1.0.0/16                  0\n"
@@ -84,9 +83,8 @@ TEST(ShowRoute, longer_of_everything_is_the_whole_table_and_of_nothing_is_refuse
 TEST(ShowRoute, wrong_words_are_usage_with_advice) {
   const Outcome bits = answer({"show route 10.0.0.1/8"});
   EXPECT_EQ(bits.status, 2);
-  EXPECT_THAT(
-      bits.err,
-      HasSubstr("\"10.0.0.1/8\": bits set beyond the mask\ndid you mean 10.0.0.0/8?\nusage: show route"));
+  EXPECT_THAT(bits.err,
+              HasSubstr("\"10.0.0.1/8\": bits set beyond the mask\ndid you mean 10.0.0.0/8?\nusage: show route"));
   EXPECT_EQ(answer({"show route"}).status, 2);
   EXPECT_EQ(answer({"show route 10.0.0.0/8 shorter"}).status, 2);
   EXPECT_EQ(answer({"show route 10.0.0.0/8 longer 3"}).status, 2);
@@ -95,8 +93,7 @@ TEST(ShowRoute, wrong_words_are_usage_with_advice) {
 TEST(ShowRouteSummary, counts_by_length_and_by_group) {
   const auto answers = jsonAnswers(afterNested({"add route 12.0.0.0/8 group 4", "show route summary"}));
   EXPECT_EQ(answers.at(5), (nlohmann::json{{"routes", 5}, {"groups", 4}}));
-  EXPECT_EQ(answers.at(6),
-            (nlohmann::json{{"list", "mask_lengths"}, {"length", 8}, {"routes", 3}, {"percent", 60.0}}));
+  EXPECT_EQ(answers.at(6), (nlohmann::json{{"list", "mask_lengths"}, {"length", 8}, {"routes", 3}, {"percent", 60.0}}));
   EXPECT_EQ(answers.at(9),
             (nlohmann::json{{"list", "largest_groups"}, {"group", 4}, {"routes", 2}, {"percent", 40.0}}));
   EXPECT_EQ(answer({"show route summary"}).out, "0 routes in 0 groups\n");
@@ -111,8 +108,7 @@ TEST(AddRoute, adds_then_replaces_and_delete_takes_it_away_once) {
 }
 
 TEST(AddRoute, at_the_limit_is_refused_with_the_code) {
-  const Outcome outcome =
-      answer({"set limit ip4forward records 1", "add route 1.0.0.0/8", "add route 2.0.0.0/8"});
+  const Outcome outcome = answer({"set limit ip4forward records 1", "add route 1.0.0.0/8", "add route 2.0.0.0/8"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, StartsWith("fibdb: 2.0.0.0/8 refused: "));
   EXPECT_THAT(outcome.err, HasSubstr("(code 20015)"));
@@ -139,8 +135,7 @@ TEST(Nexthop, is_written_shown_listed_in_order_and_deleted) {
 
 TEST(Nexthop, values_beyond_their_field_and_missing_records_are_refused) {
   EXPECT_THAT(answer({"add nexthop 1 flag 256"}).err, HasSubstr("\"256\" is not a number up to 255"));
-  EXPECT_THAT(answer({"add nexthop 1 vrff 2"}).err,
-              HasSubstr("unknown word \"vrff\"\ndid you mean \"vrf\"?"));
+  EXPECT_THAT(answer({"add nexthop 1 vrff 2"}).err, HasSubstr("unknown word \"vrff\"\ndid you mean \"vrf\"?"));
   EXPECT_THAT(answer({"add nexthop 1 vr"}).err, HasSubstr("a value for vr is missing"));
   const Outcome show = answer({"show nexthop 1"});
   EXPECT_EQ(show.status, 1);
@@ -149,10 +144,9 @@ TEST(Nexthop, values_beyond_their_field_and_missing_records_are_refused) {
 }
 
 TEST(ArGroup, is_created_once_found_by_origin_and_deleted) {
-  const auto answers =
-      jsonAnswers({"add ar-group 1 2 3 originator 77 smooth 5", "add ar-group 1 2 4 asn 65000",
-                   "show ar-group originator 77", "show ar-group asn 65000", "show ar-group 1 2 3",
-                   "delete ar-group 1 2 3", "show ar-group"});
+  const auto answers = jsonAnswers({"add ar-group 1 2 3 originator 77 smooth 5", "add ar-group 1 2 4 asn 65000",
+                                    "show ar-group originator 77", "show ar-group asn 65000", "show ar-group 1 2 3",
+                                    "delete ar-group 1 2 3", "show ar-group"});
   ASSERT_EQ(answers.size(), 7u);
   EXPECT_EQ(answers[2].at("key_byte"), 3);
   EXPECT_EQ(answers[2].at("originator"), 77);
@@ -242,8 +236,8 @@ TEST(ShowErrors, is_a_matrix_of_19_tables_and_7_operations) {
 }
 
 TEST(ShowErrors, a_refused_next_hop_is_counted_and_logged) {
-  const Outcome outcome = runProgram({"-k", "-c", "add nexthop 1", "-c", "set limit nhp records 1", "-c",
-                                      "add nexthop 2", "-c", "show errors"});
+  const Outcome outcome = runProgram(
+      {"-k", "-c", "add nexthop 1", "-c", "set limit nhp records 1", "-c", "add nexthop 2", "-c", "show errors"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr("fibdb: next hop 2 refused: "));
   EXPECT_THAT(outcome.out, HasSubstr("nhp                  0    0      1"));

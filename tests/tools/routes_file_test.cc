@@ -59,8 +59,7 @@ TEST(ParseRouteLine, each_bad_line_names_the_offending_part_and_the_reason) {
 }
 
 TEST(FormatRouteLine, is_read_back_as_the_same_route) {
-  for (const Route& route :
-       {Route{{0, 0}, 0, 0}, Route{{0x0a000000, 8}, UINT32_MAX, 0}, Route{{7, 32}, 1, 0}}) {
+  for (const Route& route : {Route{{0, 0}, 0, 0}, Route{{0x0a000000, 8}, UINT32_MAX, 0}, Route{{7, 32}, 1, 0}}) {
     const std::string line = formatRouteLine(route);
     EXPECT_EQ(line.back(), '\n');
     EXPECT_EQ(goodLine(std::string_view(line).substr(0, line.size() - 1)), route);
@@ -84,8 +83,7 @@ class RoutesFile : public testing::Test {
     archive_write_set_format_raw(writer);
     EXPECT_EQ(archive_write_open_filename(writer, file.c_str()), ARCHIVE_OK);
     archive_write_header(writer, entry);
-    EXPECT_EQ(archive_write_data(writer, content.data(), content.size()),
-              static_cast<la_ssize_t>(content.size()));
+    EXPECT_EQ(archive_write_data(writer, content.data(), content.size()), static_cast<la_ssize_t>(content.size()));
     archive_entry_free(entry);
     EXPECT_EQ(archive_write_free(writer), ARCHIVE_OK);
     return file;
@@ -167,9 +165,8 @@ TEST_F(RoutesFile, compressed_files_read_like_plain_ones) {
     const char* name;
     int (*filter)(archive*);
   };
-  for (const Case& c :
-       {Case{"gz", archive_write_add_filter_gzip}, Case{"xz", archive_write_add_filter_xz},
-        Case{"bz2", archive_write_add_filter_bzip2}, Case{"zst", archive_write_add_filter_zstd}}) {
+  for (const Case& c : {Case{"gz", archive_write_add_filter_gzip}, Case{"xz", archive_write_add_filter_xz},
+                        Case{"bz2", archive_write_add_filter_bzip2}, Case{"zst", archive_write_add_filter_zstd}}) {
     SCOPED_TRACE(c.name);
     read(compress(c.name, text, c.filter));
     EXPECT_EQ(std::exchange(routes_, {}), expected);
@@ -178,8 +175,7 @@ TEST_F(RoutesFile, compressed_files_read_like_plain_ones) {
 }
 
 TEST_F(RoutesFile, a_cut_compressed_file_gives_what_it_holds_and_says_where_it_broke) {
-  const std::string whole =
-      ScratchFolder::read(compress("gz", manyRoutes(50000), archive_write_add_filter_gzip));
+  const std::string whole = ScratchFolder::read(compress("gz", manyRoutes(50000), archive_write_add_filter_gzip));
   const std::string file = folder_.write("cut", std::string_view(whole).substr(0, whole.size() / 2));
   const auto report = read(file);
   EXPECT_TRUE(report.broken);

@@ -17,8 +17,7 @@ TEST(SplitWords, blanks_of_any_number_and_kind_separate_words) {
 }
 
 TEST(SplitWords, quotes_and_backslashes_keep_blanks) {
-  EXPECT_EQ(splitWords(R"(load "a b" 'c "d"' e\ f "g\"h")"),
-            (Words{"load", "a b", "c \"d\"", "e f", "g\"h"}));
+  EXPECT_EQ(splitWords(R"(load "a b" 'c "d"' e\ f "g\"h")"), (Words{"load", "a b", "c \"d\"", "e f", "g\"h"}));
   EXPECT_EQ(splitWords(R"('' "")"), (Words{"", ""}));
 }
 
@@ -147,14 +146,12 @@ TEST(MatchKeyword, unknown_words_and_no_word_match_nothing) {
 }
 
 TEST(NearestWord, one_slip_finds_the_word) {
-  for (const char* slip : {"shw", "shoow", "shaw", "hsow"})
-    EXPECT_EQ(nearestWord(slip, kWords), "show") << slip;
+  for (const char* slip : {"shw", "shoow", "shaw", "hsow"}) EXPECT_EQ(nearestWord(slip, kWords), "show") << slip;
   EXPECT_EQ(nearestWord("talbe", kWords), "table");
 }
 
 TEST(NearestWord, words_far_from_all_have_none) {
-  for (const char* word : {"x", "quit", "routes", "zzzz"})
-    EXPECT_EQ(nearestWord(word, kWords), std::nullopt) << word;
+  for (const char* word : {"x", "quit", "routes", "zzzz"}) EXPECT_EQ(nearestWord(word, kWords), std::nullopt) << word;
 }
 
 }  // namespace

@@ -42,8 +42,7 @@ class Candidates {
 
   // The command that has no further keyword at place.
   const Command* endingAt(size_t place) const {
-    const auto row =
-        std::find_if(rows_.begin(), rows_.end(), [&](const Row& r) { return r.words.size() == place; });
+    const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& r) { return r.words.size() == place; });
     return row == rows_.end() ? nullptr : row->command;
   }
 
@@ -67,9 +66,8 @@ class Candidates {
 }
 
 bool isKeyword(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
-    return std::islower(c) != 0 || c == '-' || c == '_';
-  });
+  return !text.empty() && std::all_of(text.begin(), text.end(),
+                                      [](unsigned char c) { return std::islower(c) != 0 || c == '-' || c == '_'; });
 }
 
 // Words and place names of a usage, without its punctuation.
@@ -126,8 +124,8 @@ std::string usageOf(const Command& command) {
 const std::vector<const Command*>& allCommands() {
   static const std::vector<const Command*> commands = [] {
     std::vector<const Command*> all;
-    for (const auto rows : {routeCommands(), nexthopCommands(), arGroupCommands(), tableCommands(),
-                            measureCommands(), sessionCommands()}) {
+    for (const auto rows : {routeCommands(), nexthopCommands(), arGroupCommands(), tableCommands(), measureCommands(),
+                            sessionCommands()}) {
       for (const Command& row : rows) all.push_back(&row);
     }
     return all;
@@ -142,10 +140,9 @@ CommandMatch findCommand(std::span<const std::string> words) {
     const auto keywords = candidates.keywordsAt(place);
     if (place == words.size() || keywords.empty()) {
       if (ending != nullptr) return {ending, place};
-      throw Failure(
-          Status::kUsage,
-          inQuotes(join(std::vector<std::string_view>(words.begin(), words.end()), " ")) + " is not complete",
-          "go on with: " + join(matchKeyword("", keywords).matches, ", "));
+      throw Failure(Status::kUsage,
+                    inQuotes(join(std::vector<std::string_view>(words.begin(), words.end()), " ")) + " is not complete",
+                    "go on with: " + join(matchKeyword("", keywords).matches, ", "));
     }
     const KeywordMatch match = matchKeyword(words[place], keywords);
     if (match.keyword) {

@@ -75,9 +75,8 @@ class GroupIterator {
  public:
   // Of all groups, or of those with the origin of *origin.
   explicit GroupIterator(const FibDbArGroupAttrItem* origin)
-      : handle_(origin == nullptr
-                    ? FIB_DB_CreateArGroupAttrIterator(FIB_DB_NO_PROPERTY)
-                    : FIB_DB_CreateArGroupAttrIteratorByOriginValue(origin, FIB_DB_NO_PROPERTY)) {
+      : handle_(origin == nullptr ? FIB_DB_CreateArGroupAttrIterator(FIB_DB_NO_PROPERTY)
+                                  : FIB_DB_CreateArGroupAttrIteratorByOriginValue(origin, FIB_DB_NO_PROPERTY)) {
     if (handle_ == nullptr) throw Failure(Status::kFailed, "the AR groups cannot be iterated");
   }
   ~GroupIterator() { FIB_DB_ReleaseArGroupAttrIterator(handle_); }
@@ -151,10 +150,10 @@ Status deleteArGroup(Session& session, Arguments& arguments) {
 }
 
 constexpr Command kCommands[] = {
-    {"show ar-group", "[KEY1 KEY2 KEYBYTE | originator N | asn N]",
-     "one AR group, those of an origin, or all", "", showArGroup},
-    {"add ar-group", "KEY1 KEY2 KEYBYTE [originator N | asn N] [smooth N] [attr1 N] [attr2 N]",
-     "add an AR group", "A group that exists is refused, not replaced: delete it first.", addArGroup},
+    {"show ar-group", "[KEY1 KEY2 KEYBYTE | originator N | asn N]", "one AR group, those of an origin, or all", "",
+     showArGroup},
+    {"add ar-group", "KEY1 KEY2 KEYBYTE [originator N | asn N] [smooth N] [attr1 N] [attr2 N]", "add an AR group",
+     "A group that exists is refused, not replaced: delete it first.", addArGroup},
     {"delete ar-group", "KEY1 KEY2 KEYBYTE", "delete an AR group", "", deleteArGroup},
 };
 

@@ -156,8 +156,7 @@ struct CheckCounts {
   uint64_t matched = 0;  // addresses that a route covers
 };
 
-CheckCounts compareAnswers(Session& session, const ReferenceTable& reference, uint64_t count,
-                           Random& random) {
+CheckCounts compareAnswers(Session& session, const ReferenceTable& reference, uint64_t count, Random& random) {
   CheckCounts counts;
   Progress progress(session.progress, "checking");
   for (uint64_t i = 0; i < count; ++i) {
@@ -172,8 +171,7 @@ CheckCounts compareAnswers(Session& session, const ReferenceTable& reference, ui
     if (answer == expected) continue;
     if (++counts.mismatches > kShownMismatches) continue;
     progress.clear();
-    const std::string message =
-        "the database says " + answerText(answer) + ", the file " + answerText(expected);
+    const std::string message = "the database says " + answerText(answer) + ", the file " + answerText(expected);
     session.output.complain({.message = message, .text = formatAddress(address)});
   }
   return counts;
@@ -194,8 +192,7 @@ Status checkLookup(Session& session, Arguments& arguments) {
   reference.sort();
   Random random(seed);
   const CheckCounts counts = compareAnswers(session, reference, count, random);
-  session.output.result(formatCount(count) + " addresses checked against " + file + ", " +
-                            formatCount(counts.matched) +
+  session.output.result(formatCount(count) + " addresses checked against " + file + ", " + formatCount(counts.matched) +
                             " of them covered: " + formatCount(counts.mismatches) + " mismatches (seed " +
                             std::to_string(seed) + ")",
                         {{"file", file},
@@ -206,8 +203,7 @@ Status checkLookup(Session& session, Arguments& arguments) {
   return counts.mismatches > 0 || report.badLines > 0 || report.broken ? Status::kFailed : Status::kOk;
 }
 
-constexpr std::array kWellKnown{"8.8.8.8",        "1.1.1.1",      "9.9.9.9",
-                                "208.67.222.222", "193.0.14.129", "192.0.2.1"};
+constexpr std::array kWellKnown{"8.8.8.8", "1.1.1.1", "9.9.9.9", "208.67.222.222", "193.0.14.129", "192.0.2.1"};
 
 void writeNexthops(Session& session) {
   for (uint32_t index = 0; index < kOriginGroups; ++index) {
@@ -217,8 +213,7 @@ void writeNexthops(Session& session) {
     item.nhp_num = 1;
     writeNexthop(item);
   }
-  session.output.result(formatCount(kOriginGroups) + " next hops written",
-                        {{"nexthops", uint64_t{kOriginGroups}}});
+  session.output.result(formatCount(kOriginGroups) + " next hops written", {{"nexthops", uint64_t{kOriginGroups}}});
 }
 
 void showMemory(Session& session) {
@@ -226,8 +221,8 @@ void showMemory(Session& session) {
   const uint32_t table = fibdb_engine_find_table("ip4forward");
   if (fibdb_engine_table_stats(table, &stats) != FIB_DB_OK || stats.records == 0) return;
   const uint64_t each = stats.bytes / stats.records;
-  session.output.result(formatBytes(stats.bytes) + " of memory for " + formatCount(stats.records) +
-                            " routes, " + std::to_string(each) + " bytes a route with all its indexes",
+  session.output.result(formatBytes(stats.bytes) + " of memory for " + formatCount(stats.records) + " routes, " +
+                            std::to_string(each) + " bytes a route with all its indexes",
                         {{"routes", stats.records}, {"bytes", stats.bytes}, {"bytes_per_route", each}});
 }
 

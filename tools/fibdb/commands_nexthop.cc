@@ -23,8 +23,7 @@ struct Property {
 template <auto kMember>
 constexpr Property propertyOf(std::string_view word) {
   using Field = std::remove_reference_t<decltype(std::declval<FibDbNhpItem&>().*kMember)>;
-  return {word, static_cast<Field>(~Field{0}),
-          [](const FibDbNhpItem& item) -> uint64_t { return item.*kMember; },
+  return {word, static_cast<Field>(~Field{0}), [](const FibDbNhpItem& item) -> uint64_t { return item.*kMember; },
           [](FibDbNhpItem& item, uint64_t value) { item.*kMember = static_cast<Field>(value); }};
 }
 
@@ -117,9 +116,8 @@ Status addNexthop(Session& session, Arguments& arguments) {
   }
   const bool replaced = readNexthop(item.nhp_index).has_value();
   writeNexthop(item);
-  session.output.result(
-      (replaced ? "replaced next hop " : "added next hop ") + std::to_string(item.nhp_index),
-      {{"index", uint64_t{item.nhp_index}}, {"replaced", replaced}});
+  session.output.result((replaced ? "replaced next hop " : "added next hop ") + std::to_string(item.nhp_index),
+                        {{"index", uint64_t{item.nhp_index}}, {"replaced", replaced}});
   return Status::kOk;
 }
 
@@ -133,8 +131,7 @@ Status deleteNexthop(Session& session, Arguments& arguments) {
   if (status != FIB_DB_OK) {
     throw Failure(Status::kFailed, "next hop " + std::to_string(item.nhp_index) + ": " + codeText(status));
   }
-  session.output.result("deleted next hop " + std::to_string(item.nhp_index),
-                        {{"deleted", uint64_t{item.nhp_index}}});
+  session.output.result("deleted next hop " + std::to_string(item.nhp_index), {{"deleted", uint64_t{item.nhp_index}}});
   return Status::kOk;
 }
 
@@ -144,8 +141,8 @@ constexpr Command kCommands[] = {
      "INDEX [vr N] [vrf N] [origin N] [num N] [flag N] [refs N] [flags N] [iid_flags N] [source N] [smooth "
      "N] "
      "[object N] [version N]",
-     "add a next hop, or replace it",
-     "Numbers are decimal, or hexadecimal after 0x. What is not given is 0; num is 1.", addNexthop},
+     "add a next hop, or replace it", "Numbers are decimal, or hexadecimal after 0x. What is not given is 0; num is 1.",
+     addNexthop},
     {"delete nexthop", "INDEX", "delete a next hop", "", deleteNexthop},
 };
 
@@ -167,14 +164,12 @@ std::optional<FibDbNhpItem> readNexthop(uint32_t index) {
 void writeNexthop(const FibDbNhpItem& item) {
   const uint32_t status = FIB_DB_WriteNhp(&item);
   if (status == FIB_DB_OK) return;
-  throw Failure(Status::kFailed,
-                "next hop " + std::to_string(item.nhp_index) + " refused: " + codeText(status));
+  throw Failure(Status::kFailed, "next hop " + std::to_string(item.nhp_index) + " refused: " + codeText(status));
 }
 
 std::vector<Fact> nexthopFacts(const FibDbNhpItem& item) {
   std::vector<Fact> facts{{"index", uint64_t{item.nhp_index}}};
-  for (const Property& property : kProperties)
-    facts.push_back({std::string(property.word), property.get(item)});
+  for (const Property& property : kProperties) facts.push_back({std::string(property.word), property.get(item)});
   return facts;
 }
 

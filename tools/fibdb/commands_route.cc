@@ -100,8 +100,7 @@ Status showLonger(Session& session, const Prefix& prefix) {
   while (const FibDbIp4forwardItem* item = routes.next()) {
     if (item->dest_ip_addr > lastAddress(prefix)) break;
     if (!covers(prefix, item->dest_ip_addr) || item->mask_len < prefix.length) continue;
-    if (!found)
-      session.output.beginList({"routes", {{"prefix", Format::kPlain, 18}, {"group", Format::kPlain, 10}}});
+    if (!found) session.output.beginList({"routes", {{"prefix", Format::kPlain, 18}, {"group", Format::kPlain, 10}}});
     found = true;
     session.output.row({formatPrefix(prefixOf(*item)), uint64_t{item->attr_word_a}});
   }
@@ -114,8 +113,7 @@ Status showRoute(Session& session, Arguments& arguments) {
   if (arguments.empty()) arguments.fail("an address or a prefix is missing");
   Arguments peek = arguments;
   const std::string& text = peek.word("an address or a prefix");
-  if (const auto address = parseAddress(text); address && peek.empty())
-    return showCovering(session, *address);
+  if (const auto address = parseAddress(text); address && peek.empty()) return showCovering(session, *address);
   const Prefix prefix = arguments.prefix();
   if (arguments.empty()) return showExact(session, prefix);
   constexpr std::array<std::string_view, 1> kWords{"longer"};
@@ -151,13 +149,11 @@ void showBuckets(Session& session, const char* name, const char* key, const std:
   uint64_t most = 1;
   for (const Bucket& bucket : buckets) most = std::max(most, bucket.routes);
   session.output.beginList(
-      {name,
-       {{key}, {"routes", Format::kCount}, {"percent", Format::kPercent}, {"bar", Format::kBar}},
-       true});
+      {name, {{key}, {"routes", Format::kCount}, {"percent", Format::kPercent}, {"bar", Format::kBar}}, true});
   for (const Bucket& bucket : buckets) {
     const auto routes = static_cast<double>(bucket.routes);
-    session.output.row({bucket.key, bucket.routes, 100 * routes / static_cast<double>(total),
-                        routes / static_cast<double>(most)});
+    session.output.row(
+        {bucket.key, bucket.routes, 100 * routes / static_cast<double>(total), routes / static_cast<double>(most)});
   }
   session.output.endList();
 }
@@ -176,9 +172,8 @@ Status addRoute(Session& session, Arguments& arguments) {
   const std::string prefix = formatPrefix(route.prefix);
   if (counts.refused > 0) throw Failure(Status::kFailed, prefix + " refused: " + codeText(counts.code));
   const bool replaced = counts.replaced > 0;
-  session.output.result(
-      (replaced ? "replaced " : "added ") + prefix + " group " + std::to_string(route.group),
-      {{"prefix", prefix}, {"group", uint64_t{route.group}}, {"replaced", replaced}});
+  session.output.result((replaced ? "replaced " : "added ") + prefix + " group " + std::to_string(route.group),
+                        {{"prefix", prefix}, {"group", uint64_t{route.group}}, {"replaced", replaced}});
   return Status::kOk;
 }
 
@@ -269,10 +264,8 @@ LoadSummary loadRoutesFile(Session& session, const std::string& file) {
   summary.counts = loader.finish();
   summary.seconds = watch.seconds();
   for (const RefusedRoute& refused : summary.counts.firstRefused) {
-    session.output.complain({"refused: " + codeText(refused.code),
-                             {file, refused.route.line},
-                             formatPrefix(refused.route.prefix),
-                             {}});
+    session.output.complain(
+        {"refused: " + codeText(refused.code), {file, refused.route.line}, formatPrefix(refused.route.prefix), {}});
   }
   const uint64_t more = summary.counts.refused - summary.counts.firstRefused.size();
   if (more > 0) session.output.complain({"and " + formatCount(more) + " more routes refused", {file, 0}});
@@ -302,9 +295,8 @@ void showLoadSummary(Session& session, const std::string& file, const LoadSummar
 
 void showRouteSummary(Session& session) {
   const RouteCounts counts = countByLengthAndGroup();
-  session.output.result(
-      formatCount(counts.routes) + " routes in " + formatCount(counts.byGroup.size()) + " groups",
-      {{"routes", counts.routes}, {"groups", uint64_t{counts.byGroup.size()}}});
+  session.output.result(formatCount(counts.routes) + " routes in " + formatCount(counts.byGroup.size()) + " groups",
+                        {{"routes", counts.routes}, {"groups", uint64_t{counts.byGroup.size()}}});
   if (counts.routes == 0) return;
   std::vector<Bucket> lengths;
   for (size_t length = 0; length < counts.byLength.size(); ++length) {

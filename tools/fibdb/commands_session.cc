@@ -32,9 +32,8 @@ Status showOne(Session& session, const Command& command) {
 
 bool beginsWith(const Command& command, const Words& words) {
   const Words own = splitWords(command.words);
-  return words.size() <= own.size() &&
-         std::equal(words.begin(), words.end(), own.begin(),
-                    [](auto& word, auto& all) { return all.starts_with(word); });
+  return words.size() <= own.size() && std::equal(words.begin(), words.end(), own.begin(),
+                                                  [](auto& word, auto& all) { return all.starts_with(word); });
 }
 
 Status help(Session& session, Arguments& arguments) {

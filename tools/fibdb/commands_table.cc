@@ -15,8 +15,7 @@ namespace {
 FibDbEngineTableStats statsOf(uint32_t table) {
   FibDbEngineTableStats stats{};
   const uint32_t code = fibdb_engine_table_stats(table, &stats);
-  if (code != FIB_DB_OK)
-    throw Failure(Status::kFailed, "table " + std::to_string(table) + ": " + codeText(code));
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, "table " + std::to_string(table) + ": " + codeText(code));
   return stats;
 }
 
@@ -24,8 +23,7 @@ std::vector<FibDbEngineColumn> columnsOf(uint32_t table) {
   std::vector<FibDbEngineColumn> columns(fibdb_engine_column_count(table));
   for (uint32_t i = 0; i < columns.size(); ++i) {
     const uint32_t code = fibdb_engine_column(table, i, &columns[i]);
-    if (code != FIB_DB_OK)
-      throw Failure(Status::kFailed, "column " + std::to_string(i) + ": " + codeText(code));
+    if (code != FIB_DB_OK) throw Failure(Status::kFailed, "column " + std::to_string(i) + ": " + codeText(code));
   }
   return columns;
 }
@@ -130,8 +128,7 @@ Status showTables(Session& session, Arguments& arguments) {
 Status countTable(Session& session, Arguments& arguments) {
   const FibDbEngineTableStats stats = statsOf(arguments.table());
   arguments.end();
-  session.output.result(formatCount(stats.records),
-                        {{"table", std::string(stats.name)}, {"records", stats.records}});
+  session.output.result(formatCount(stats.records), {{"table", std::string(stats.name)}, {"records", stats.records}});
   return Status::kOk;
 }
 

@@ -21,8 +21,7 @@ std::array<int, 2> wakePipe{-1, -1};
 
 void openWakePipe() {
   if (wakePipe[0] >= 0) return;
-  if (pipe2(wakePipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-    throw Failure(Status::kFailed, "no pipe can be had");
+  if (pipe2(wakePipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) throw Failure(Status::kFailed, "no pipe can be had");
 }
 
 void emptyWakePipe() {

@@ -93,9 +93,8 @@ bool endsAtPrompt(const Options& options) {
 Status runProgram(const Options& options) {
   const bool unicode = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
   const auto output =
-      options.json
-          ? makeJsonOutput(std::cout, std::cerr)
-          : makeTextOutput(std::cout, std::cerr, {isColorTerminal(), unicode && isatty(STDOUT_FILENO) == 1});
+      options.json ? makeJsonOutput(std::cout, std::cerr)
+                   : makeTextOutput(std::cout, std::cerr, {isColorTerminal(), unicode && isatty(STDOUT_FILENO) == 1});
   startLibrary(*output);
   Session session{*output, {isatty(STDERR_FILENO) == 1 && !options.json, unicode}};
   Shell shell(session, options.keepGoing);
@@ -112,11 +111,9 @@ Status runProgram(const Options& options) {
 
 void describe(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "fibdb " FIBDB_VERSION);
-  auto* commands =
-      app.add_option("-c,--command", options.commands, "run a command; may be given several times");
+  auto* commands = app.add_option("-c,--command", options.commands, "run a command; may be given several times");
   commands->type_name("COMMAND")->allow_extra_args(false);
-  auto* script =
-      app.add_option("-f,--file", options.script, "run the commands of a script; - reads standard input");
+  auto* script = app.add_option("-f,--file", options.script, "run the commands of a script; - reads standard input");
   script->type_name("FILE")->excludes(commands);
   app.add_flag("-i,--interactive", options.interactive, "go on to the prompt afterwards, on a terminal");
   app.add_flag("-k,--keep-going", options.keepGoing, "run the other commands after a failure, too");
@@ -126,14 +123,9 @@ void describe(CLI::App& app, Options& options) {
       "`fibdb -c help` lists the commands. Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
 }
 
-}  // namespace
-}  // namespace fibdb::program
-
-int main(int argc, char** argv) {
-  using namespace fibdb::program;
+int start(int argc, char** argv) {
   holdStandardStreams();
-  // Whoever closes our output wants no more of it: the usual quiet end, even under a parent that ignores
-  // SIGPIPE.
+  // Whoever closes our output wants no more of it: the usual quiet end, even under a parent that ignores SIGPIPE.
   std::signal(SIGPIPE, SIG_DFL);
   std::setlocale(LC_CTYPE, "");
   std::ios::sync_with_stdio(false);
@@ -146,10 +138,17 @@ int main(int argc, char** argv) {
     const bool asked = app.exit(error) == 0;
     return static_cast<int>(asked ? Status::kOk : Status::kUsage);
   }
+  return static_cast<int>(runProgram(options));
+}
+
+}  // namespace
+}  // namespace fibdb::program
+
+int main(int argc, char** argv) {
   try {
-    return static_cast<int>(runProgram(options));
+    return fibdb::program::start(argc, argv);
   } catch (const std::exception& error) {
-    std::cerr << "fibdb: " << error.what() << '\n';
-    return static_cast<int>(Status::kFailed);
+    std::fprintf(stderr, "fibdb: %s\n", error.what());
+    return static_cast<int>(fibdb::program::Status::kFailed);
   }
 }

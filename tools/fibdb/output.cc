@@ -70,8 +70,7 @@ std::string spaced(std::string name) {
 
 // Columns on the terminal: code points, for nothing here is wider than one.
 size_t displayWidth(const std::string& text) {
-  return static_cast<size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
+  return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
 }
 
 bool isNumber(const Value& value) {
@@ -111,9 +110,7 @@ class TextOutput final : public Output {
     }
   }
 
-  void result(const std::string& sentence, const std::vector<Fact>&) override {
-    answers_ << sentence << '\n';
-  }
+  void result(const std::string& sentence, const std::vector<Fact>&) override { answers_ << sentence << '\n'; }
 
   void complain(const Complaint& complaint) override {
     flush();
@@ -248,12 +245,8 @@ class JsonOutput final : public Output {
 
   void endList() override {}
 
-  void record(const std::string&, const std::vector<Fact>& facts) override {
-    write(answers_, objectOf(facts));
-  }
-  void result(const std::string&, const std::vector<Fact>& facts) override {
-    write(answers_, objectOf(facts));
-  }
+  void record(const std::string&, const std::vector<Fact>& facts) override { write(answers_, objectOf(facts)); }
+  void result(const std::string&, const std::vector<Fact>& facts) override { write(answers_, objectOf(facts)); }
 
   void complain(const Complaint& complaint) override {
     Json object{{"error", complaint.message}};

@@ -95,10 +95,8 @@ std::string historyFile() {
 // The editor with its history, and the lines they give.
 class Editor {
  public:
-  Editor()
-      : history_(history_init()), editor_(el_init("fibdb", stdin, stdout, stderr)), file_(historyFile()) {
-    if (history_ == nullptr || editor_ == nullptr)
-      throw Failure(Status::kFailed, "no prompt can be had here");
+  Editor() : history_(history_init()), editor_(el_init("fibdb", stdin, stdout, stderr)), file_(historyFile()) {
+    if (history_ == nullptr || editor_ == nullptr) throw Failure(Status::kFailed, "no prompt can be had here");
     history(history_, &event_, H_SETSIZE, kHistoryLines);
     history(history_, &event_, H_SETUNIQUE, 1);
     if (!file_.empty()) history(history_, &event_, H_LOAD, file_.c_str());

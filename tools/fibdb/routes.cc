@@ -120,8 +120,7 @@ class RouteLoader::Batch {
   FibDbBatchCompletion completion_{&Batch::applied, this};
 };
 
-RouteLoader::RouteLoader(uint32_t generation)
-    : generation_(generation), writer_(static_cast<uint32_t>(getpid())) {
+RouteLoader::RouteLoader(uint32_t generation) : generation_(generation), writer_(static_cast<uint32_t>(getpid())) {
   openConnection();
   begin();
 }

@@ -129,9 +129,7 @@ class LineSource::Archive {
 
   [[noreturn]] void fail() const {
     const char* text = archive_error_string(reader_);
-    const std::string reason = error_ != 0       ? std::strerror(error_)
-                               : text != nullptr ? text
-                                                 : "cannot be read";
+    const std::string reason = error_ != 0 ? std::strerror(error_) : text != nullptr ? text : "cannot be read";
     throw Failure(error_ == EINTR ? Status::kInterrupted : Status::kFailed, reason);
   }
 
@@ -243,8 +241,7 @@ LineSource openRoutes(const std::string& file) {
 }
 
 // The next line; the end also when SIGINT or a damaged file ends it early, which report then says.
-LineSource::Next nextLine(LineSource& source, std::string_view& line, BadLines& bad,
-                          RoutesFileReport& report) {
+LineSource::Next nextLine(LineSource& source, std::string_view& line, BadLines& bad, RoutesFileReport& report) {
   try {
     report.interrupted = interrupted();
     return report.interrupted ? LineSource::Next::kEnd : source.next(line);

@@ -174,8 +174,7 @@ KeywordMatch matchKeyword(std::string_view word, std::span<const std::string_vie
   return match;
 }
 
-std::optional<std::string_view> nearestWord(std::string_view word,
-                                            std::span<const std::string_view> candidates) {
+std::optional<std::string_view> nearestWord(std::string_view word, std::span<const std::string_view> candidates) {
   size_t best = 1 + word.size() / 4;
   std::optional<std::string_view> nearest;
   for (const std::string_view candidate : candidates) {

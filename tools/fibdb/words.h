@@ -65,8 +65,7 @@ KeywordMatch matchKeyword(std::string_view word, std::span<const std::string_vie
 
 // The candidate that is at most a slip of the keyboard away: insertions, deletions, changes, swapped
 // neighbours.
-std::optional<std::string_view> nearestWord(std::string_view word,
-                                            std::span<const std::string_view> candidates);
+std::optional<std::string_view> nearestWord(std::string_view word, std::span<const std::string_view> candidates);
 
 // "did you mean X?", or nothing.
 std::string suggestion(std::string_view word, std::span<const std::string_view> candidates);

@@ -11,9 +11,8 @@ class Admin : public EngineTest {};
 
 TEST_F(Admin, every_code_has_a_text_of_its_own) {
   std::set<std::string> texts;
-  std::vector<uint32_t> codes = {FIB_DB_OK,         DB_ERR_FIELD_ABSENT, DB_ERR_RETRY,
-                                 DB_RET_PUB_STATUS, DB_ERR_NO_DATA,      DB_ERR_BATCH_QUEUE_FULL,
-                                 DB_ERR_BATCH_BUSY, DB_ERR_ITER_END};
+  std::vector<uint32_t> codes = {FIB_DB_OK,      DB_ERR_FIELD_ABSENT,     DB_ERR_RETRY,      DB_RET_PUB_STATUS,
+                                 DB_ERR_NO_DATA, DB_ERR_BATCH_QUEUE_FULL, DB_ERR_BATCH_BUSY, DB_ERR_ITER_END};
   for (uint32_t code = DB_ERR_BAD_HANDLE; code <= DB_ERR_EXISTS; ++code) codes.push_back(code);
   for (const uint32_t code : codes) {
     const std::string text = fibdb_engine_error_text(code);
@@ -153,12 +152,10 @@ TEST_F(Admin, a_walk_visits_every_row_until_told_to_stop_and_may_write) {
   EXPECT_EQ(countRoutes(), 0u);
   for (uint32_t i = 0; i < 100; ++i) ASSERT_EQ(writeRoute(route(i << 8, 24)), 0u);
   int visits = 0;
-  ASSERT_EQ(
-      fibdb_engine_walk(
-          table,
-          [](const void*, uint32_t, void* context) { return ++*static_cast<int*>(context) == 7 ? 1 : 0; },
-          &visits),
-      0u);
+  ASSERT_EQ(fibdb_engine_walk(
+                table, [](const void*, uint32_t, void* context) { return ++*static_cast<int*>(context) == 7 ? 1 : 0; },
+                &visits),
+            0u);
   EXPECT_EQ(visits, 7);
 }
 

@@ -81,8 +81,8 @@ struct Outcome {
 // A completion that keeps the connection's thread until it is opened.
 class Gate {
  public:
-  FibDbBatchCompletion completion{
-      [](void* context, const FibDbBatchResult*) { static_cast<Gate*>(context)->pass(); }, this};
+  FibDbBatchCompletion completion{[](void* context, const FibDbBatchResult*) { static_cast<Gate*>(context)->pass(); },
+                                  this};
   void awaitArrival() {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return arrived_; });
@@ -314,8 +314,7 @@ TEST_F(Batches, an_object_of_a_batch_serves_no_direct_call) {
   EXPECT_EQ(db_remove_obj(batch, &key.desc, key.data()), DB_ERR_WRONG_KIND);
   EXPECT_EQ(db_create_root_iter(batch, nullptr, nullptr, &out), DB_ERR_WRONG_KIND);
   EXPECT_EQ(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_WRITE, connection, &out), DB_ERR_WRONG_KIND);
-  EXPECT_EQ(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, connection, nullptr),
-            DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, connection, nullptr), DB_ERR_NULL_ARGUMENT);
 }
 
 TEST_F(Connections, disconnecting_applies_everything_that_was_handed_over) {
@@ -343,8 +342,7 @@ TEST_F(Connections, once_closed_are_stale_and_their_objects_can_only_be_released
   EXPECT_EQ(fibdb_engine_drain(connection), DB_ERR_BAD_HANDLE);
   EXPECT_EQ(fibdb_engine_connection_stats(connection, &stats), DB_ERR_BAD_HANDLE);
   uint64_t object = 0;
-  EXPECT_EQ(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, connection, &object),
-            DB_ERR_BAD_HANDLE);
+  EXPECT_EQ(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, connection, &object), DB_ERR_BAD_HANDLE);
   Connection next;
   EXPECT_NE(static_cast<uint64_t>(next), static_cast<uint64_t>(connection));
   EXPECT_EQ(db_reset_ip4forward_object(batch, FIB_DB_OBJ_OP_BATCH), DB_ERR_CONNECTION_CLOSED);

@@ -1,5 +1,5 @@
 // tests/engine/client/bounds_test.cc: the bounds-checked functions, each rule with a buffer around it.
-#include "bounds.h"
+#include "platform/bounds.h"
 
 #include <gtest/gtest.h>
 
@@ -71,8 +71,7 @@ TEST(memcpy_s, every_overlap_and_no_neighbourhood_is_refused) {
         const std::string source(bytes + from, count);
         const bool overlaps = count > 0 && to < from + count && from < to + count;
         EXPECT_EQ(memcpy_s(bytes + to, 8 - to, bytes + from, count), overlaps ? EINVAL : 0);
-        EXPECT_EQ(std::string(bytes + to, overlaps ? 8 - to : count),
-                  overlaps ? std::string(8 - to, '\0') : source);
+        EXPECT_EQ(std::string(bytes + to, overlaps ? 8 - to : count), overlaps ? std::string(8 - to, '\0') : source);
       }
     }
   }

@@ -116,8 +116,8 @@ TEST_F(Handles, operations_need_an_object_of_their_kind) {
   const Key key = routeKey(0, 0);
   Row row(TableId::ip4forward);
   uint64_t out = 0;
-  for (const uint32_t kind : {FIB_DB_OBJ_OP_WRITE, FIB_DB_OBJ_OP_UPDATE, FIB_DB_OBJ_OP_READ,
-                              FIB_DB_OBJ_OP_REMOVE, FIB_DB_OBJ_OP_SCAN, FIB_DB_OBJ_OP_COUNT}) {
+  for (const uint32_t kind : {FIB_DB_OBJ_OP_WRITE, FIB_DB_OBJ_OP_UPDATE, FIB_DB_OBJ_OP_READ, FIB_DB_OBJ_OP_REMOVE,
+                              FIB_DB_OBJ_OP_SCAN, FIB_DB_OBJ_OP_COUNT}) {
     RouteObject object(kind);
     const auto fits = [&](std::initializer_list<uint32_t> kinds, uint32_t code) {
       const bool expected = std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
@@ -450,8 +450,7 @@ TEST_F(Reads, the_index_must_be_one_of_the_table) {
   EXPECT_EQ(db_read_obj(object, nullptr, key.data()), DB_ERR_NULL_ARGUMENT);
   EXPECT_EQ(db_read_obj(object, &key.desc, nullptr), DB_ERR_NULL_ARGUMENT);
   EXPECT_EQ(db_read_obj(object, nullptr, nullptr), DB_ERR_NULL_ARGUMENT);
-  EXPECT_EQ(db_read_obj_with_buf(object, nullptr, key.data(), row.data(), row.length()),
-            DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(db_read_obj_with_buf(object, nullptr, key.data(), row.data(), row.length()), DB_ERR_NULL_ARGUMENT);
 }
 
 TEST_F(Reads, only_the_index_id_of_a_descriptor_counts) {
@@ -464,8 +463,7 @@ TEST_F(Reads, only_the_index_id_of_a_descriptor_counts) {
 }
 
 TEST_F(Reads, by_secondary_key_the_first_in_primary_key_order_comes) {
-  for (const uint32_t addr : {0x0C000000u, 0x0A000000u, 0x0B000000u})
-    ASSERT_EQ(writeRoute(route(addr, 8, 4)), 0u);
+  for (const uint32_t addr : {0x0C000000u, 0x0A000000u, 0x0B000000u}) ASSERT_EQ(writeRoute(route(addr, 8, 4)), 0u);
   Row row(TableId::ip4forward);
   ASSERT_EQ(readRoute(makeKey(TableId::ip4forward, kRouteByGroup, {4, 0}), row), 0u);
   EXPECT_EQ(row.get("dest_ip_addr"), 0x0A000000u);
@@ -516,13 +514,10 @@ TEST_F(Counts, need_an_index_that_counts_and_a_place) {
   uint64_t count = 0;
   const Key longest = routeKey(0, 0, kRouteLongest);
   const Key ordered = routeKey(0, 0, kRouteOrdered);
-  EXPECT_EQ(db_get_table_record_count_by_key(object, &longest.desc, longest.data(), &count),
-            DB_ERR_BAD_INDEX);
-  EXPECT_EQ(db_get_table_record_count_by_key(object, &ordered.desc, ordered.data(), &count),
-            DB_ERR_BAD_INDEX);
+  EXPECT_EQ(db_get_table_record_count_by_key(object, &longest.desc, longest.data(), &count), DB_ERR_BAD_INDEX);
+  EXPECT_EQ(db_get_table_record_count_by_key(object, &ordered.desc, ordered.data(), &count), DB_ERR_BAD_INDEX);
   EXPECT_EQ(db_get_table_record_count_by_key(object, nullptr, nullptr, &count), DB_ERR_NULL_ARGUMENT);
-  EXPECT_EQ(db_get_table_record_count_by_key(object, &longest.desc, longest.data(), nullptr),
-            DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(db_get_table_record_count_by_key(object, &longest.desc, longest.data(), nullptr), DB_ERR_NULL_ARGUMENT);
   EXPECT_EQ(db_get_table_record_count(object, nullptr), DB_ERR_NULL_ARGUMENT);
 }
 

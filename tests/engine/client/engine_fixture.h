@@ -17,10 +17,10 @@
 #include <vector>
 
 #include "fibdb/engine.h"
-#include "objdb.h"
-#include "objdb_tables.h"
-#include "schema/catalog.h"
-#include "ufib.h"
+#include "platform/objdb.h"
+#include "platform/objdb_tables.h"
+#include "platform/schema/catalog.h"
+#include "platform/ufib.h"
 
 namespace fibdb::testing {
 
@@ -63,9 +63,7 @@ struct Key {
 
   const void* data() const { return bytes.data(); }
   FibDbUfibKey request() && = delete;  // it points into the key
-  FibDbUfibKey request() const& {
-    return {&desc, sizeof desc, bytes.data(), static_cast<uint32_t>(bytes.size())};
-  }
+  FibDbUfibKey request() const& { return {&desc, sizeof desc, bytes.data(), static_cast<uint32_t>(bytes.size())}; }
 };
 
 inline const schema::Index& indexWithId(TableId table, uint32_t id) {

@@ -12,13 +12,10 @@ namespace {
 class RouteWalk {
  public:
   RouteWalk() { EXPECT_EQ(db_create_root_iter(object_, nullptr, nullptr, &iter_), 0u); }
-  explicit RouteWalk(const Key& key) {
-    EXPECT_EQ(db_create_root_iter(object_, &key.desc, key.data(), &iter_), 0u);
-  }
+  explicit RouteWalk(const Key& key) { EXPECT_EQ(db_create_root_iter(object_, &key.desc, key.data(), &iter_), 0u); }
   RouteWalk(const Key& low, const Key& high) {
     EXPECT_EQ(db_create_stmt(object_, 2, "ip4forward", 0), 0u);
-    EXPECT_EQ(
-        db_append_stmt_condition(object_, nullptr, 0, 6, nullptr, 0, &low.desc, low.data(), high.data()), 0u);
+    EXPECT_EQ(db_append_stmt_condition(object_, nullptr, 0, 6, nullptr, 0, &low.desc, low.data(), high.data()), 0u);
     EXPECT_EQ(db_create_root_iterator_by_filter(object_, &iter_), 0u);
   }
 
@@ -39,8 +36,7 @@ class RouteWalk {
     std::vector<std::pair<uint32_t, unsigned>> prefixes;
     Row row(TableId::ip4forward);
     while (next(row)) {
-      prefixes.emplace_back(static_cast<uint32_t>(row.get("dest_ip_addr")),
-                            static_cast<unsigned>(row.get("mask_len")));
+      prefixes.emplace_back(static_cast<uint32_t>(row.get("dest_ip_addr")), static_cast<unsigned>(row.get("mask_len")));
     }
     return prefixes;
   }
@@ -228,9 +224,8 @@ std::string nameOf(const ::testing::TestParamInfo<WalkKind>& walk) {
   return kNames[static_cast<size_t>(walk.param)];
 }
 INSTANTIATE_TEST_SUITE_P(Walks, Interleavings,
-                         ::testing::Values(WalkKind::kTable, WalkKind::kSecondaryKey,
-                                           WalkKind::kSecondaryKeyThatMoves, WalkKind::kRange,
-                                           WalkKind::kLongestPrefix),
+                         ::testing::Values(WalkKind::kTable, WalkKind::kSecondaryKey, WalkKind::kSecondaryKeyThatMoves,
+                                           WalkKind::kRange, WalkKind::kLongestPrefix),
                          nameOf);
 
 // A filter statement walks an ordered index between two keys, comparing numbers, not bytes.
@@ -306,8 +301,7 @@ TEST_F(LongestPrefix, takes_none_longer_than_the_mask_of_the_key) {
   for (const uint8_t mask : {uint8_t{8}, uint8_t{16}, uint8_t{24}}) {
     ASSERT_EQ(writeRoute(route(0x0A000000, mask)), 0u);
   }
-  EXPECT_EQ(RouteWalk(routeKey(0x0A000001, 23, kRouteLongest)).rest(),
-            (Prefixes{{0x0A000000, 16}, {0x0A000000, 8}}));
+  EXPECT_EQ(RouteWalk(routeKey(0x0A000001, 23, kRouteLongest)).rest(), (Prefixes{{0x0A000000, 16}, {0x0A000000, 8}}));
   EXPECT_EQ(RouteWalk(routeKey(0x0A000001, 7, kRouteLongest)).rest(), Prefixes{});
 }
 

@@ -155,8 +155,7 @@ class RouteModel {
     const Key highKey = keyOf(high, kRouteOrdered);
     uint64_t iter = 0;
     ASSERT_EQ(db_create_stmt(object, 2, "ip4forward", 0), 0u);
-    ASSERT_EQ(db_append_stmt_condition(object, nullptr, 0, 6, nullptr, 0, &lowKey.desc, lowKey.data(),
-                                       highKey.data()),
+    ASSERT_EQ(db_append_stmt_condition(object, nullptr, 0, 6, nullptr, 0, &lowKey.desc, lowKey.data(), highKey.data()),
               0u);
     ASSERT_EQ(db_create_root_iterator_by_filter(object, &iter), 0u);
     ASSERT_EQ(drain(object, iter), expected);

@@ -273,13 +273,11 @@ TEST_F(Service, iterators_return_entries_until_110012) {
     return seen;
   };
   // This table has no vr_id, so any property is ignored.
-  EXPECT_EQ(keyBytes(UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY)),
-            (std::multiset<uint64_t>{0, 1, 2, 3, 4}));
+  EXPECT_EQ(keyBytes(UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY)), (std::multiset<uint64_t>{0, 1, 2, 3, 4}));
   EXPECT_EQ(keyBytes(UFIB_DB_CreateIterator(kId, 5)), (std::multiset<uint64_t>{0, 1, 2, 3, 4}));
   const Key key = wordsKey(1, 1);
   const FibDbUfibKey request = key.request();
-  EXPECT_EQ(keyBytes(UFIB_DB_CreateIteratorByKey(kId, FIB_DB_NO_PROPERTY, &request)),
-            (std::multiset<uint64_t>{3, 4}));
+  EXPECT_EQ(keyBytes(UFIB_DB_CreateIteratorByKey(kId, FIB_DB_NO_PROPERTY, &request)), (std::multiset<uint64_t>{3, 4}));
 }
 
 TEST_F(Service, an_iterator_property_keeps_one_vr_where_the_table_has_them) {

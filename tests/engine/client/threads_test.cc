@@ -26,8 +26,8 @@ Row stamped(uint32_t addr, uint32_t stamp) {
 
 bool isWhole(const Row& row) {
   const uint64_t stamp = row.get("attr_word_a");
-  return row.get("attr_word_b") == stamp && row.get("attr_word_e") == stamp &&
-         row.get("table_smooth_id") == stamp && row.get("time_stamp_svc") == stamp;
+  return row.get("attr_word_b") == stamp && row.get("attr_word_e") == stamp && row.get("table_smooth_id") == stamp &&
+         row.get("time_stamp_svc") == stamp;
 }
 
 TEST_F(Threads, objects_made_in_one_thread_are_released_in_another) {
@@ -151,8 +151,7 @@ TEST_F(Threads, readers_beside_a_batch_writer_see_whole_records_and_every_route_
       const bool remove = i >= kStaying && (round + i) % 2 == 0;
       const Key key = routeKey(i, 32);
       const Row row = stamped(i, round);
-      EXPECT_EQ(db_reset_ip4forward_batch_object(batch, remove ? FIB_DB_OBJ_OP_REMOVE : FIB_DB_OBJ_OP_WRITE),
-                0u);
+      EXPECT_EQ(db_reset_ip4forward_batch_object(batch, remove ? FIB_DB_OBJ_OP_REMOVE : FIB_DB_OBJ_OP_WRITE), 0u);
       if (!remove) {
         EXPECT_EQ(db_set_ip4forward_all_fields(batch, row.data(), row.length()), 0u);
       }

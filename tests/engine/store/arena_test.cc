@@ -65,8 +65,7 @@ TEST(Arena, takeExtent_from_many_threads_gives_every_extent_once) {
   std::vector<std::thread> threads;
   for (auto& mine : taken) {
     threads.emplace_back([&] {
-      for (Ref extent = arena.takeExtent(); extent != kNoRef; extent = arena.takeExtent())
-        mine.push_back(extent);
+      for (Ref extent = arena.takeExtent(); extent != kNoRef; extent = arena.takeExtent()) mine.push_back(extent);
     });
   }
   for (auto& thread : threads) thread.join();

@@ -107,18 +107,7 @@ class Game {
   std::vector<Walk> walks_;
 };
 
-enum Move : uint8_t {
-  kNext,
-  kWrite0,
-  kMove0,
-  kRemove0,
-  kWrite1,
-  kMove1,
-  kRemove1,
-  kWrite2,
-  kRemove2,
-  kMoves
-};
+enum Move : uint8_t { kNext, kWrite0, kMove0, kRemove0, kWrite1, kMove1, kRemove1, kWrite2, kRemove2, kMoves };
 
 std::string apply(Game& game, uint8_t move) {
   switch (move) {
@@ -212,8 +201,7 @@ TEST_F(LongWalk, under_a_key_that_vanishes_and_returns_goes_on_behind_its_positi
   for (int i = 0; i < 100; ++i) ASSERT_EQ(cursor.next(row.data()), 0U);
   for (uint32_t n = 0; n < kRecords; ++n) write(n, 1);
   // The block of the key rests and is given away before the key comes back.
-  for (uint32_t n = 0; n < 3 * store::kRestingWrites; ++n)
-    write(n % kRecords, static_cast<uint16_t>(2 + n % 7));
+  for (uint32_t n = 0; n < 3 * store::kRestingWrites; ++n) write(n % kRecords, static_cast<uint16_t>(2 + n % 7));
   for (uint32_t n = 0; n < kRecords; ++n) write(n, 0);
   EXPECT_EQ(rest(cursor).size(), kRecords - 100);
 }

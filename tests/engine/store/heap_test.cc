@@ -147,8 +147,7 @@ TEST(Heap, ensure_vouches_for_the_greatest_write_from_the_least_room) {
   while (ground.state.openUnits > least) known.push_back(ground.heap.allocate(kRefUnit));
   ground.begin(kMaxEnsureBytes);
   ASSERT_EQ(ground.heldBytes(), kExtentBytes);
-  for (uint32_t bytes = 0; bytes < kMaxEnsureBytes; bytes += kRefUnit)
-    known.push_back(ground.heap.allocate(kRefUnit));
+  for (uint32_t bytes = 0; bytes < kMaxEnsureBytes; bytes += kRefUnit) known.push_back(ground.heap.allocate(kRefUnit));
   for (uint32_t i = 0; i < kMaxRetiredPerWrite; ++i) ground.heap.retire(known[i], kRefUnit);
   EXPECT_LE(ground.state.openUnits, least) << "cut past the end of the extent";
 }

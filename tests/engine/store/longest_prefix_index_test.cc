@@ -78,8 +78,7 @@ TYPED_TEST(PrefixContract, a_prefix_of_every_length_matches_longest_first) {
   }
 }
 
-void expectSameAnswers(const StoredPrefixes& index, const LinearPrefixes& twin, uint32_t addr,
-                       uint8_t maxLength) {
+void expectSameAnswers(const StoredPrefixes& index, const LinearPrefixes& twin, uint32_t addr, uint8_t maxLength) {
   PrefixMatches expected, found;
   twin.match(addr, maxLength, expected);
   index.match(addr, maxLength, found);
@@ -173,8 +172,7 @@ TEST(LongestPrefixIndex, random_inserts_and_erases_answer_like_the_scan) {
     const RandomPrefix prefix(random);
     const bool growing = step / 3000 % 2 == 0;
     if (random() % 3 < (growing ? 2u : 1u)) {
-      ASSERT_EQ(index.insert(prefix.addr, prefix.length, step),
-                twin.insert(prefix.addr, prefix.length, step));
+      ASSERT_EQ(index.insert(prefix.addr, prefix.length, step), twin.insert(prefix.addr, prefix.length, step));
     } else {
       ASSERT_EQ(index.erase(prefix.addr, prefix.length), twin.erase(prefix.addr, prefix.length));
     }
@@ -203,8 +201,7 @@ TEST(LongestPrefixIndex, changing_a_value_copies_nothing) {
   StoredPrefixes index;
   index.insert(ip(192, 0, 2, 0), 24, 1);
   const uint64_t before = index.bytesInUse();
-  for (uint32_t value = 2; value < 100; ++value)
-    EXPECT_EQ(index.insert(ip(192, 0, 2, 0), 24, value), value - 1);
+  for (uint32_t value = 2; value < 100; ++value) EXPECT_EQ(index.insert(ip(192, 0, 2, 0), 24, value), value - 1);
   EXPECT_EQ(index.bytesInUse(), before);
 }
 
@@ -273,9 +270,7 @@ TEST(LongestPrefixIndex, reading_garbage_ends_within_bounds) {
 TEST(LongestPrefixIndex, readers_beside_a_writer_get_a_prefix_that_covers_the_address) {
   const uint32_t seed = testSeed();
   StoredPrefixes index;
-  const auto valueOf = [](uint32_t addr, uint32_t length) {
-    return (addr & maskOf(length)) | (32 - length) | 0x80;
-  };
+  const auto valueOf = [](uint32_t addr, uint32_t length) { return (addr & maskOf(length)) | (32 - length) | 0x80; };
   index.insert(ip(10, 0, 0, 0), 8, valueOf(ip(10, 0, 0, 0), 8));
   std::jthread writer([&](std::stop_token stop) {
     Random random(seed);
@@ -302,8 +297,7 @@ TEST(LongestPrefixIndex, readers_beside_a_writer_get_a_prefix_that_covers_the_ad
       return out;
     });
     ASSERT_GT(matches.count, 0u);
-    for (uint32_t i = 0; i < matches.count; ++i)
-      ASSERT_EQ(matches.values[i], valueOf(addr, matches.lengths[i]));
+    for (uint32_t i = 0; i < matches.count; ++i) ASSERT_EQ(matches.values[i], valueOf(addr, matches.lengths[i]));
     ASSERT_EQ(matches.lengths[matches.count - 1], 8);
   }
 }

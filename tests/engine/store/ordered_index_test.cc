@@ -175,12 +175,8 @@ void fillAndEmptyStretches(uint32_t keys, uint32_t rounds) {
   }
 }
 
-TEST(OrderedIndex, stretches_of_posting_entries_come_and_go) {
-  fillAndEmptyStretches<PostingEntry>(12000, 60);
-}
-TEST(OrderedIndex, stretches_of_ordered_entries_come_and_go) {
-  fillAndEmptyStretches<OrderedEntry>(6000, 120);
-}
+TEST(OrderedIndex, stretches_of_posting_entries_come_and_go) { fillAndEmptyStretches<PostingEntry>(12000, 60); }
+TEST(OrderedIndex, stretches_of_ordered_entries_come_and_go) { fillAndEmptyStretches<OrderedEntry>(6000, 120); }
 
 // Too many for the scan, and enough for four levels: a sorted set stands in for it.
 template <class Entry>
@@ -314,8 +310,7 @@ TEST(OrderedIndex, reading_garbage_ends_within_bounds) {
     ASSERT_LE(count, 40u);
     answers += count;
     PostingEntry posting[100];
-    ASSERT_LE(OrderedIndex<PostingEntry>(ground.heap, root).above({random(), random()}, false, posting, 100),
-              63u);
+    ASSERT_LE(OrderedIndex<PostingEntry>(ground.heap, root).above({random(), random()}, false, posting, 100), 63u);
   }
   EXPECT_GT(answers, 0u) << "the garbage was not interesting enough to be followed";
 }

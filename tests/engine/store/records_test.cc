@@ -47,8 +47,7 @@ TEST(Records, a_retired_slot_is_used_again_after_it_has_rested_and_not_before) {
   Ground ground(20);
   const Ref retired = ground.insert();
   ground.remove(retired);
-  for (uint64_t write = 1; write < store::kRestingWrites; ++write)
-    ASSERT_NE(ground.insert(), retired) << write;
+  for (uint64_t write = 1; write < store::kRestingWrites; ++write) ASSERT_NE(ground.insert(), retired) << write;
   EXPECT_EQ(ground.insert(), retired);
 }
 

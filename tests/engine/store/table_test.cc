@@ -38,9 +38,7 @@ class Game {
     CursorTwin twin;
   };
 
-  const schema::Index& anyIndex() {
-    return table_.layout().indexes[source_.below(table_.layout().indexes.size())];
-  }
+  const schema::Index& anyIndex() { return table_.layout().indexes[source_.below(table_.layout().indexes.size())]; }
 
   void move() {
     switch (source_.below(12)) {
@@ -78,8 +76,8 @@ class Game {
 
   void update() {
     const Bytes row = source_.row();
-    const Bytes key = source_.below(2) == 0 ? source_.key(table_.layout().primary())
-                                            : packedKey(table_.layout().primary(), row);
+    const Bytes key =
+        source_.below(2) == 0 ? source_.key(table_.layout().primary()) : packedKey(table_.layout().primary(), row);
     const store::FieldSet staged = source_.below(2) == 0 ? source_.below(1U << 16) : ~store::FieldSet{0};
     ASSERT_EQ(table_.update(key.data(), row.data(), staged), twin_.update(key, row, staged));
   }
@@ -231,8 +229,7 @@ TEST_F(RouteTable, an_index_is_found_by_its_id_only) {
 }
 
 TEST_F(RouteTable, prefixes_come_longest_first_and_sharers_by_address) {
-  const Bytes wide = routeRow(7, 0, 0, 1), inner = routeRow(7, 0x0A000000, 8, 1),
-              other = routeRow(8, 0, 0, 1);
+  const Bytes wide = routeRow(7, 0, 0, 1), inner = routeRow(7, 0x0A000000, 8, 1), other = routeRow(8, 0, 0, 1);
   const Bytes twice = routeRow(7, 0x0A000005, 8, 1), host = routeRow(7, 0x0A010203, 32, 1);
   for (const Bytes& row : {twice, wide, other, host, inner}) ASSERT_EQ(write(row), 0U);
   Cursor cursor;

@@ -1,5 +1,5 @@
 // An index over a field that the table does not have.
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 using namespace fibdb::schema;
 constexpr auto kFields = laidOut({Field{"index", FieldKind::kNumber, 4, 1}});

@@ -1,9 +1,8 @@
 // An index id whose key length is not the sum of its columns.
-#include "schema/catalog.h"
+#include "platform/schema/catalog.h"
 
 using namespace fibdb::schema;
-constexpr auto kFields =
-    laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"kind", FieldKind::kNumber, 1, 1}});
+constexpr auto kFields = laidOut({Field{"index", FieldKind::kNumber, 4, 1}, Field{"kind", FieldKind::kNumber, 1, 1}});
 
 #ifdef WRONG
 constexpr uint32_t kId = 0x01090004;
