@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <sstream>
+#include <system_error>
 
 namespace fibdb::program {
 namespace {
@@ -73,6 +74,12 @@ Outcome runOn(int standardOutput, const Args& args) {
   return {shellStatus(status), {}, {}};
 }
 
+// A process that could not be started fails the test here: signals sent to "process -1" would go to everybody.
+pid_t started(pid_t process, const char* failure) {
+  if (process < 0) throw std::system_error(errno, std::generic_category(), failure);
+  return process;
+}
+
 }  // namespace
 
 Args commands(const Args& lines) {
@@ -88,13 +95,13 @@ RunningProgram::RunningProgram(On on, const Args& args, const std::string& home)
   std::signal(SIGPIPE, SIG_IGN);
   if (on == On::kTerminal) {
     const winsize size{50, 200, 0, 0};
-    process_ = forkpty(&input_, nullptr, nullptr, &size);
+    process_ = started(forkpty(&input_, nullptr, nullptr, &size), "no terminal for the program");
     if (process_ == 0) execute(args, home);
     output_ = fcntl(input_, F_DUPFD_CLOEXEC, 0);
     return;
   }
   const Pipe in, out, err;
-  process_ = fork();
+  process_ = started(fork(), "no process for the program");
   if (process_ == 0) {
     dup2(in.read, STDIN_FILENO);
     dup2(out.write, STDOUT_FILENO);
