@@ -163,7 +163,7 @@ TEST_F(Ip4forwardTest, SetIp4forwardItem_whose_block_copy_fails_tries_both_and_l
     EXPECT_EQ(record.attr_byte_g, 0x19);
     EXPECT_EQ(record.attr_block_b[0], failing == 1 ? 0xBB : 0);
     EXPECT_EQ(record.source_pid, 0u);
-    EXPECT_EQ(record.time_stamp_svc, 0u);
+    EXPECT_EQ(uint64_t{record.time_stamp_svc}, 0u);
     EXPECT_EQ(g_fibSourcePid, 1u);
   }
 }
