@@ -13,9 +13,9 @@ constexpr uint32_t kExtentUnits = kExtentBytes / kRefUnit;
 struct ExtentHead {
   Ref next;
   uint32_t cut;  // slots in use so far
-  uint8_t unused[56];
+  uint8_t unused[120];
 };
-static_assert(sizeof(ExtentHead) == 64, "slots of whole cache lines stay on cache lines");
+static_assert(sizeof(ExtentHead) == 128, "slots of two cache lines stay on pairs, which are fetched together");
 constexpr uint32_t kHeadUnits = sizeof(ExtentHead) / kRefUnit;
 
 // Bits of a version; the rest counts changes.
@@ -127,7 +127,8 @@ bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
   for (;;) {
     const uint32_t version = follow(slot[kVersion]);
     if ((version & kLive) == 0) return false;
-    const bool inTime = latest == kAnyTime || load(*stamp(record)) <= latest;
+    // While no write has begun since, nothing can be younger, and the stamp need not be fetched.
+    const bool inTime = heap_->clock() <= latest || load(*stamp(record)) <= latest;
     if (inTime) copyOut(row, (version & kChanging) != 0 ? state_->shadow : slot + kRow, layout_->rowLength);
     std::atomic_thread_fence(std::memory_order_acquire);
     if (load(slot[kVersion]) == version) return inTime;
