@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fstream>
 #include <functional>
+#include <ostream>
 #include <set>
 
 #include "tests/support/tables_fixture.h"
@@ -47,6 +48,8 @@ struct Exported {
   const char* name;
   std::function<uint32_t()> run;
   std::vector<Rule> rules;  // none: it calls nothing
+
+  friend void PrintTo(const Exported& row, std::ostream* out) { *out << row.name; }
 };
 
 FibDbNhpItem nhp{.nhp_index = 42};

@@ -1,4 +1,6 @@
 // tests/nexthop/nhp_test.cc: next hops over the recorded platform.
+#include <ostream>
+
 #include "platform/objdb_tables.h"
 #include "tests/support/tables_fixture.h"
 
@@ -226,6 +228,8 @@ struct Update {
   const char* name;
   uint32_t (*call)(const FibDbNhpItem*);
   std::vector<std::string> sets;
+
+  friend void PrintTo(const Update& row, std::ostream* out) { *out << row.name; }
 };
 
 class NhpUpdate : public TablesTest, public testing::WithParamInterface<Update> {};

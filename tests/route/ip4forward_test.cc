@@ -1,5 +1,6 @@
 // tests/route/ip4forward_test.cc: conversions, reads, counts and iteration of IPv4 routes over the recorded platform.
 #include <cstddef>
+#include <ostream>
 
 #include "tests/support/tables_fixture.h"
 
@@ -360,6 +361,8 @@ struct Creator {
   std::vector<std::string> opens;
   const char* opener;
   std::vector<std::string> texts;
+
+  friend void PrintTo(const Creator& row, std::ostream* out) { *out << row.name; }
 };
 
 const Creator kCreators[] = {

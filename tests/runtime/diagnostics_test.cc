@@ -1,4 +1,6 @@
 // tests/runtime/diagnostics_test.cc: error statistics, operation names, update timing, result processors.
+#include <ostream>
+
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test {
@@ -92,6 +94,8 @@ struct Writer {
   uint32_t (*settle)(uint32_t, uint32_t);
   uint32_t table;
   const char* saysFor7AndUpdate;
+
+  friend void PrintTo(const Writer& row, std::ostream* out) { *out << row.name; }
 };
 constexpr Writer kWriters[] = {
     {"EcmpCfg", FIB_DB_ProcEcmpCfgWriteDBResult, 14, "UPDATE ecmp cfg db fail. ret = 7"},
@@ -155,6 +159,8 @@ struct Reader {
   uint32_t table;
   uint32_t success;
   const char* saysFor7AndRead;
+
+  friend void PrintTo(const Reader& row, std::ostream* out) { *out << row.name; }
 };
 constexpr Reader kReaders[] = {
     {"Ip4Fwd", FIB_DB_ProcIp4FwdReadDBResult, 0, 0, "READ fib ipv4 forward db fail. ret = 7."},
