@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "platform/objdb_tables.h"
+#include "platform/schema/catalog.h"
 #include "runtime/ops.h"
 
 namespace {
@@ -12,6 +13,8 @@ using fibdb::Text;
 using Item = FibDbNhpItem;
 
 static_assert(sizeof(Item) == 72);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp, 0) == FIB_DB_NHP_PRIMARY);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp, 1) == FIB_DB_NHP_BY_VRF);
 
 constexpr fibdb::Table<Item, uint32_t> kNhp{
     .create = db_create_nhp_obj,

@@ -19,6 +19,10 @@ static_assert(FIELD_AT(originType) && FIELD_AT(attrWord1) && FIELD_AT(groupType)
 static_assert(FIELD_AT(attrBytes2) && FIELD_AT(attrBytes3) && FIELD_AT(attrBytes4) && FIELD_AT(table_smooth_id));
 static_assert(FIELD_AT(time_stamp_create) && FIELD_AT(time_stamp_smooth));
 #undef FIELD_AT
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ar_group_attr, 0) == FIB_DB_AR_GROUP_ATTR_PRIMARY);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ar_group_attr, 1) == FIB_DB_AR_GROUP_ATTR_BY_ATTR_ID);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ar_group_attr, 3) == FIB_DB_AR_GROUP_ATTR_BY_ORIGINATOR_ID);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ar_group_attr, 4) == FIB_DB_AR_GROUP_ATTR_BY_ORIGIN_ASN);
 
 constexpr fibdb::RegisteredTable<Item, Row> kArGroupAttr{
     .id = fibdb::kUfibArGroupAttr,

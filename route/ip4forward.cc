@@ -25,6 +25,11 @@ static_assert(FIELD_AT(mask_len) && FIELD_AT(attr_word_e) && FIELD_AT(high_statu
 static_assert(FIELD_AT(source_pid) && FIELD_AT(table_smooth_id) && FIELD_AT(attr_half_d) && FIELD_AT(attr_dword_b));
 static_assert(FIELD_AT(attr_half_b) && FIELD_AT(attr_byte_d) && FIELD_AT(attr_dword_c) && FIELD_AT(time_stamp_svc));
 #undef FIELD_AT
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 0) == FIB_DB_IP4FORWARD_PRIMARY);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 1) == FIB_DB_IP4FORWARD_BY_GROUP);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 2) == FIB_DB_IP4FORWARD_BY_VRF);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 3) == FIB_DB_IP4FORWARD_LONGEST);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 4) == FIB_DB_IP4FORWARD_DICTIONARY);
 
 constexpr fibdb::Table<Item, Key> kIp4forward{
     .create = db_create_ip4forward_obj,

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "fibdb/common.h"
+#include "platform/schema/catalog.h"
 #include "platform/ufib.h"
 
 namespace fibdb {
@@ -49,10 +50,8 @@ class KeyRequest {
   const FibDbUfibKey* get() const { return &request_; }
 
  private:
-  static constexpr size_t kMaxKeyLength = 64;
-
   FibDbKeyDesc desc_{};
-  uint8_t key_[kMaxKeyLength]{};
+  uint8_t key_[schema::kMaxKeyLength]{};
   FibDbUfibKey request_;
 };
 

@@ -17,6 +17,7 @@ class Stopwatch {
     if (running_) gettimeofday(&start_, nullptr);
   }
   ~Stopwatch() {
+    // Required: the switch is asked again at the end; a start that was never taken gives no sample.
     if (!asked_ || FIB_DB_GetTickCost() == 0 || !running_) return;
     timeval end;
     gettimeofday(&end, nullptr);

@@ -28,8 +28,7 @@ uint32_t createBatchObject(TableId table, uint32_t kind, uint64_t connection, ui
 // db_reset_<t>_batch_object: begins one operation, a write (0), update (1) or removal (4).
 uint32_t beginOperation(uint64_t handle, TableId table, uint32_t kind);
 
-// Whether fields may be staged on the batch object now: an operation that has fields was begun, and the batch
-// has room.
+// Whether fields may be staged on the batch object now: an operation that has fields was begun, and the batch has room.
 uint32_t checkStaging(const Object& object);
 // Discards the operations added and not yet executed.
 uint32_t emptyBatch(Object& object);

@@ -1,5 +1,4 @@
-// engine/client/generic.cc: the calls that are the same for every table: writes, reads, counts, iterators,
-// statements.
+// engine/client/generic.cc: the calls that are the same for every table: writes, reads, counts, iterators, statements.
 #include "platform/objdb.h"
 
 #include <cstring>

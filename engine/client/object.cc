@@ -57,8 +57,7 @@ struct ThreadPool {
   bool watched = false;  // the list is handed on when the thread ends
 };
 
-// Initial-exec: the address costs one instruction, not a call. It takes 24 bytes of a reserve that every
-// process has.
+// Initial-exec: the address costs one instruction, not a call. It takes 24 bytes of a reserve that every process has.
 [[gnu::tls_model("initial-exec")]] thread_local constinit ThreadPool threadPool;
 
 pthread_key_t threadEnd;

@@ -18,14 +18,12 @@ static_assert(std::atomic<uint64_t>::is_always_lock_free);
 
 constexpr uint64_t kLeastBytes = uint64_t{64} << 20;
 
-// Lookups jump about in the whole arena, so it is laid out to be backed by huge pages where the system has
-// them.
+// Lookups jump about in the whole arena, so it is laid out to be backed by huge pages where the system has them.
 constexpr uint64_t kHugePageBytes = uint64_t{2} << 20;
 constexpr uint64_t kAlignment = std::max(kHugePageBytes, kExtentBytes);
 static_assert(kAlignment % kExtentBytes == 0);
 
-// Mapped behind the last extent, so that a stray read that starts in the arena ends in mapped memory; see
-// readable().
+// Mapped behind the last extent, so that a stray read that starts in the arena ends in mapped memory; see readable().
 constexpr uint64_t kTailBytes = kExtentBytes;
 
 std::byte* reserve(uint64_t bytes) {

@@ -72,8 +72,7 @@ class Heap {
   // Gives back a block that was never published.
   void release(Ref block, uint32_t bytes);
 
-  // A whole zeroed extent of kExtentBytes for the caller to cut (records); kNoRef at a limit. Never given
-  // back.
+  // A whole zeroed extent of kExtentBytes for the caller to cut (records); kNoRef at a limit. Never given back.
   Ref takeExtent();
 
   template <class T>

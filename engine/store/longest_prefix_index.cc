@@ -180,8 +180,7 @@ Ref branch(Heap& heap, uint32_t level, uint32_t addr, Depth depth, uint32_t valu
 
 // Calls visit(level, node, covering) for the nodes on the way to addr, from the root on; covering has the
 // places of the prefixes in the node that cover addr and are no longer than the depth. What a reader meets
-// may be garbage if it was overtaken: it goes no further than the last level and follows no Ref out of the
-// arena.
+// may be garbage if it was overtaken: it goes no further than the last level and follows no Ref out of the arena.
 template <class Visit>
 [[gnu::always_inline]] inline void walk(const Arena& arena, Ref root, uint32_t addr, Depth depth, Visit&& visit) {
   Ref ref = root;

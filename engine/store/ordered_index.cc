@@ -2,8 +2,7 @@
 //
 // A node is a header and a row of items. In a leaf an item is an entry; above the leaves it is an entry and
 // the Ref of the child that holds what is not below that entry. The entry of a first item means nothing: its
-// child holds whatever is below the second. The writer edits a Draft in its own memory and commits it to a
-// fresh block.
+// child holds whatever is below the second. The writer edits a Draft in its own memory and commits it to a fresh block.
 #include "engine/store/ordered_index.h"
 
 #include <algorithm>

@@ -160,6 +160,14 @@ inline constexpr Table kTables[] = {
 };
 inline constexpr size_t kTableCount = std::size(kTables);
 
+// The id of the index with this number, to hold the ids that callers write against.
+consteval uint32_t idOf(std::span<const Index> indexes, uint8_t number) {
+  for (const Index& index : indexes) {
+    if (index.number == number) return index.id();
+  }
+  return 0;
+}
+
 // Where a named field stands, for checks of records that mirror a row: offsetOf(kFields_nhp, "vr_id").
 consteval size_t offsetOf(std::span<const Field> fields, std::string_view name) {
   const Field* field = findField(fields, name);

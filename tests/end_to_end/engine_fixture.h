@@ -91,6 +91,21 @@ class Batch {
   uint64_t object_ = 0;
 };
 
+// What became of a batch, once it was executed with this record.
+class Completion {
+ public:
+  FibDbBatchCompletion* record() { return &record_; }
+  const FibDbBatchResult& result() const { return result_; }
+
+ private:
+  static void done(void* context, const FibDbBatchResult* result) {
+    static_cast<Completion*>(context)->result_ = *result;
+  }
+
+  FibDbBatchResult result_{};
+  FibDbBatchCompletion record_{.done = done, .context = this};
+};
+
 inline FibDbIp4forwardItem routeOf(uint32_t addr, uint8_t mask, uint32_t group = 0) {
   FibDbIp4forwardItem item{};
   item.dest_ip_addr = addr;

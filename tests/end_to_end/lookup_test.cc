@@ -1,11 +1,11 @@
-// tests/end_to_end/lookup_test.cc: longest-prefix reads of a table like the Internet's, against a linear reference.
-#include <algorithm>
+// tests/end_to_end/lookup_test.cc: longest-prefix reads of a table like the Internet's, against the program's
+// sorted reference.
 #include <cstdlib>
 #include <iostream>
-#include <map>
 #include <random>
 
 #include "tests/end_to_end/engine_fixture.h"
+#include "tools/fibdb/reference.h"
 
 namespace fibdb::test {
 namespace {
@@ -22,25 +22,6 @@ uint64_t seedOfToday() {
   return seed;
 }
 
-// One sorted array per mask length, searched from the longest: slow, and obviously right.
-class SortedArrays {
- public:
-  void insert(uint32_t addr, uint8_t length) { byLength_[length].push_back(addr); }
-  void sort() {
-    for (auto& [length, addrs] : byLength_) std::ranges::sort(addrs);
-  }
-  // The length of the longest match, or -1.
-  int longest(uint32_t addr) const {
-    for (auto entry = byLength_.rbegin(); entry != byLength_.rend(); ++entry) {
-      if (std::ranges::binary_search(entry->second, addr & maskBits(entry->first))) return entry->first;
-    }
-    return -1;
-  }
-
- private:
-  std::map<uint8_t, std::vector<uint32_t>> byLength_;
-};
-
 class LookupTest : public EngineTest {};
 
 TEST_F(LookupTest, A_hundred_thousand_addresses_find_the_prefix_of_the_reference) {
@@ -49,7 +30,7 @@ TEST_F(LookupTest, A_hundred_thousand_addresses_find_the_prefix_of_the_reference
   // Mask lengths as a full table has them: mostly 24, then 22, 23, 20, 21, 19, 16, and a few of all others.
   std::discrete_distribution<int> lengths{0,   0,   0,   0,    0,    0,    0,    1,     2, 1, 2, 5, 15, 25, 30, 50, 400,
                                           300, 500, 900, 1500, 1800, 4000, 3500, 18000, 2, 2, 2, 2, 2,  2,  2,  5};
-  SortedArrays reference;
+  program::ReferenceTable reference;
   {
     Batch batch;
     for (size_t i = 0; i < kRoutes; ++i) {
@@ -57,7 +38,7 @@ TEST_F(LookupTest, A_hundred_thousand_addresses_find_the_prefix_of_the_reference
       // Half of the routes crowd into 10/8, so that prefixes nest.
       const uint32_t addr = (i % 2 == 0 ? random() : 0x0A000000 | (random() & 0xFFFFFF)) & maskBits(length);
       ASSERT_EQ(batch.write(routeOf(addr, length, length)), 0u);
-      reference.insert(addr, length);
+      reference.add({{addr, length}, length, 0});
     }
   }
   reference.sort();
@@ -66,14 +47,14 @@ TEST_F(LookupTest, A_hundred_thousand_addresses_find_the_prefix_of_the_reference
     const uint32_t addr = i % 2 == 0 ? random() : 0x0A000000 | (random() & 0xFFFFFF);
     FibDbIp4forwardItem item = routeOf(addr, 32);
     const uint32_t status = FIB_DB_ReadIp4forwardByLpm(&item);
-    const int expected = reference.longest(addr);
-    if (expected < 0) {
+    const program::Route* const expected = reference.find(addr);
+    if (expected == nullptr) {
       ASSERT_EQ(status, uint32_t{FIB_DB_NO_ROUTE}) << std::hex << addr;
       continue;
     }
     ++hits;
     ASSERT_EQ(status, 0u) << std::hex << addr;
-    ASSERT_EQ(item.mask_len, expected) << std::hex << addr;
+    ASSERT_EQ(item.mask_len, expected->prefix.length) << std::hex << addr;
     ASSERT_EQ(item.dest_ip_addr, addr & maskBits(item.mask_len));
     ASSERT_EQ(item.attr_word_a, item.mask_len);
   }

@@ -84,17 +84,15 @@ TEST_F(RouteTest, Write_replaces_update_changes_two_fields_remove_removes) {
 }
 
 TEST_F(RouteTest, The_completion_record_tells_what_became_of_the_batch) {
-  FibDbBatchResult result{};
-  FibDbBatchCompletion completion{
-      .done = [](void* context, const FibDbBatchResult* done) { *static_cast<FibDbBatchResult*>(context) = *done; },
-      .context = &result};
+  Completion completion;
   Batch batch;
   ASSERT_EQ(batch.write(routeOf(0x0A000000, 8)), 0u);
   ASSERT_EQ(batch.write(routeOf(0x0A000000, 8)), 0u);
   ASSERT_EQ(batch.update(routeOf(0x0A000000, 8)), 0u);
   ASSERT_EQ(batch.update(routeOf(0x0B000000, 8)), 0u);
   ASSERT_EQ(batch.remove(routeOf(0x0A000000, 8)), 0u);
-  batch.execute(&completion);
+  batch.execute(completion.record());
+  const FibDbBatchResult& result = completion.result();
   EXPECT_EQ(result.operations, 5u);
   EXPECT_EQ(result.inserted, 1u);
   EXPECT_EQ(result.replaced, 1u);
@@ -192,13 +190,11 @@ TEST_F(RouteTest, CountIp4forwardByHighStatus_counts_the_stored_byte) {
 TEST_F(RouteTest, At_a_record_limit_routes_are_refused_and_the_stored_ones_stay) {
   const uint32_t table = fibdb_engine_find_table("ip4forward");
   ASSERT_EQ(fibdb_engine_set_limits(table, 10, 0), 0u);
-  FibDbBatchResult result{};
-  FibDbBatchCompletion completion{
-      .done = [](void* context, const FibDbBatchResult* done) { *static_cast<FibDbBatchResult*>(context) = *done; },
-      .context = &result};
+  Completion completion;
   Batch batch;
   for (uint32_t i = 0; i < 15; ++i) ASSERT_EQ(batch.write(routeOf(i << 8, 24)), 0u);
-  batch.execute(&completion);
+  batch.execute(completion.record());
+  const FibDbBatchResult& result = completion.result();
   EXPECT_EQ(result.inserted, 10u);
   EXPECT_EQ(result.failed, 5u);
   EXPECT_EQ(result.code, uint32_t{DB_ERR_RECORD_LIMIT});

@@ -1,5 +1,4 @@
-// tests/support/index_twins.h: the indexes on memory of their own, and the linear scans that they must agree
-// with.
+// tests/support/index_twins.h: the indexes on memory of their own, and the linear scans that they must agree with.
 //
 // A twin is a list that is searched from one end to the other: slow, and right at a glance. Subject and twin
 // have the same functions, so that one test body runs on both.

@@ -1,5 +1,4 @@
-// tests/support/toy_tables.h: small schemas that reach into the corners: odd rows, one index, many, shared
-// prefixes.
+// tests/support/toy_tables.h: small schemas that reach into the corners: odd rows, one index, many, shared prefixes.
 #ifndef FIBDB_TESTS_SUPPORT_TOY_TABLES_H
 #define FIBDB_TESTS_SUPPORT_TOY_TABLES_H
 
@@ -85,6 +84,9 @@ inline constexpr schema::Table kToyTables[] = {
     {"many", schema::rowLengthOf(kManyFields), kManyFields, kManyIndexes},
 };
 inline constexpr size_t kRouteTable = 2;
+
+// Room enough for the stores of tests.
+inline constexpr uint64_t kSmallArena = uint64_t{64} << 20;
 
 // Taken from FIBDB_SEED when it is set, to repeat a run.
 inline uint64_t testSeed() {

@@ -1,5 +1,4 @@
-// tools/fibdb/commands_table.cc: any table of the database, its limits, the engine's and the library's
-// counters.
+// tools/fibdb/commands_table.cc: any table of the database, its limits, the engine's and the library's counters.
 #include <algorithm>
 #include <array>
 #include <cstring>

@@ -6,8 +6,7 @@
 
 namespace fibdb::program {
 
-// While one exists, SIGINT sets a flag and wakes system calls that wait; afterwards it does what it did
-// before.
+// While one exists, SIGINT sets a flag and wakes system calls that wait; afterwards it does what it did before.
 class InterruptScope {
  public:
   InterruptScope();

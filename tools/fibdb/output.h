@@ -52,8 +52,7 @@ struct ListHead {
   bool titled = false;
 };
 
-// Where an error stands: a line of a script or of a routes file. Without a file: the command line or the
-// prompt.
+// Where an error stands: a line of a script or of a routes file. Without a file: the command line or the prompt.
 struct Place {
   std::string file;
   uint64_t line = 0;

@@ -22,8 +22,7 @@ constexpr int kHistoryLines = 1000;
 
 const char* promptText(EditLine*) { return "fibdb> "; }
 
-// libedit's own reader starts a read again that a signal ended. This one gives up, so that Ctrl-C ends the
-// line.
+// libedit's own reader starts a read again that a signal ended. This one gives up, so that Ctrl-C ends the line.
 int readCharacter(EditLine*, wchar_t* character) {
   std::mbstate_t state{};
   for (;;) {

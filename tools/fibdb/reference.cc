@@ -7,8 +7,7 @@ namespace fibdb::program {
 
 void ReferenceTable::sort() {
   std::stable_sort(routes_.begin(), routes_.end(), [](const Route& a, const Route& b) { return a.prefix < b.prefix; });
-  // Equal prefixes stand in the order in which they came. unique() keeps the first of a run, so from the
-  // back.
+  // Equal prefixes stand in the order in which they came. unique() keeps the first of a run, so from the back.
   const auto last = std::unique(routes_.rbegin(), routes_.rend(),
                                 [](const Route& a, const Route& b) { return a.prefix == b.prefix; });
   routes_.erase(routes_.begin(), last.base());

@@ -191,8 +191,7 @@ void RouteLoader::handOver() {
   begin();
 }
 
-// Takes the results that have come in, or waits for all. Batches are applied in order, so the oldest is
-// first.
+// Takes the results that have come in, or waits for all. Batches are applied in order, so the oldest is first.
 void RouteLoader::collect(bool all) {
   std::unique_lock lock(mutex_);
   while (!underWay_.empty()) {

@@ -77,8 +77,7 @@ struct RoutesFileReport {
   bool interrupted = false;  // SIGINT: the rest was not read
 };
 
-// Hands every route of the file to visit and reports bad lines to output, the first kShownBadLines of them
-// one by one.
+// Hands every route of the file to visit and reports bad lines to output, the first kShownBadLines of them one by one.
 RoutesFileReport readRoutes(const std::string& file, Output& output, Progress& progress,
                             const std::function<void(const Route&)>& visit);
 

@@ -50,8 +50,7 @@ PrefixFault parsePrefix(std::string_view text, Prefix& prefix);
 std::string formatAddress(uint32_t address);
 std::string formatPrefix(const Prefix& prefix);
 
-// Text of unknown origin, made safe for a terminal: bytes outside printable ASCII as \xNN, shortened to about
-// most.
+// Text of unknown origin, made safe for a terminal: bytes outside printable ASCII as \xNN, shortened to about most.
 std::string inQuotes(std::string_view text, size_t most = 60);
 
 // The candidate that word abbreviates. An exact word wins over longer ones, and a candidate over those it
@@ -63,8 +62,7 @@ struct KeywordMatch {
 };
 KeywordMatch matchKeyword(std::string_view word, std::span<const std::string_view> candidates);
 
-// The candidate that is at most a slip of the keyboard away: insertions, deletions, changes, swapped
-// neighbours.
+// The candidate that is at most a slip of the keyboard away: insertions, deletions, changes, swapped neighbours.
 std::optional<std::string_view> nearestWord(std::string_view word, std::span<const std::string_view> candidates);
 
 // "did you mean X?", or nothing.

@@ -1,5 +1,4 @@
-// tests/engine/client/admin_test.cc: texts, statistics, limits, walks over any table, faults, and starting
-// afresh.
+// tests/engine/client/admin_test.cc: texts, statistics, limits, walks over any table, faults, and starting afresh.
 #include <set>
 
 #include "engine_fixture.h"

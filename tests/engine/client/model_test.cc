@@ -1,5 +1,4 @@
-// tests/engine/client/model_test.cc: long random runs over the C calls, checked against a plain map after
-// every step.
+// tests/engine/client/model_test.cc: long random runs over the C calls, checked against a plain map after every step.
 #include <algorithm>
 #include <map>
 #include <thread>

@@ -1,5 +1,4 @@
-// tests/engine/client/threads_test.cc: threads with objects of their own, beside each other and beside a
-// batch writer.
+// tests/engine/client/threads_test.cc: threads with objects of their own, beside each other and beside a batch writer.
 #include <array>
 #include <atomic>
 #include <thread>

@@ -17,8 +17,6 @@ using store::Cursor;
 using store::Store;
 using store::Table;
 
-constexpr uint64_t kSmallArena = uint64_t{64} << 20;
-
 const schema::Table& kRoutes = kToyTables[kRouteTable];
 const schema::Index& kPrimary = kRouteIndexes[0];
 const schema::Index& kByGroup = kRouteIndexes[1];

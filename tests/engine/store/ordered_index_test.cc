@@ -315,8 +315,7 @@ TEST(OrderedIndex, reading_garbage_ends_within_bounds) {
   EXPECT_GT(answers, 0u) << "the garbage was not interesting enough to be followed";
 }
 
-// Multiples of three stay; the others come and go. A walk beside that sees every multiple of three, once, in
-// order.
+// Multiples of three stay; the others come and go. A walk beside that sees every multiple of three, once, in order.
 TEST(OrderedIndex, a_walk_beside_a_writer_sees_what_stays_and_nothing_twice) {
   constexpr uint32_t kSize = 3000;
   const uint32_t seed = testSeed();

@@ -16,8 +16,6 @@ using store::Cursor;
 using store::Store;
 using store::Table;
 
-constexpr uint64_t kSmallArena = uint64_t{64} << 20;
-
 // One random operation after another on a table and its twin, cursors being opened and moved on in between.
 class Game {
  public:

@@ -1,5 +1,4 @@
-// tests/engine/store/table_threads_test.cc: readers beside writers: no torn row, nothing missed, nothing
-// twice.
+// tests/engine/store/table_threads_test.cc: readers beside writers: no torn row, nothing missed, nothing twice.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -20,8 +19,6 @@ using store::Change;
 using store::Cursor;
 using store::Store;
 using store::Table;
-
-constexpr uint64_t kSmallArena = uint64_t{64} << 20;
 
 // A row whose words all follow from its key and a stamp, so that a mixture of two rows shows.
 inline constexpr auto kFields = schema::laidOut({
