@@ -78,6 +78,13 @@ uint32_t openCursor(Object& object, const FibDbKeyDesc* desc, const void* key) {
 
 }  // namespace
 
+uint32_t insertStaged(uint64_t handle) {
+  Object* object = nullptr;
+  if (const uint32_t code = findObject(handle, kWriting, object)) return code;
+  if (const uint32_t code = object->table->insert(stagedRowOf(*object))) return code;
+  return committed(*object);
+}
+
 void armFault(schema::TableId table, uint32_t code, uint32_t count) {
   Fault& fault = faults[static_cast<size_t>(table)];
   fault.code.store(code, std::memory_order_relaxed);

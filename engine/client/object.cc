@@ -185,17 +185,4 @@ uint64_t countObjects() {
   return alive;
 }
 
-uint32_t stagedPrimaryKey(uint64_t handle, FibDbKeyDesc& desc, uint8_t* key) {
-  Object* object = nullptr;
-  if (const uint32_t code = findObject(handle, only(FIB_DB_OBJ_OP_WRITE), object)) return code;
-  const uint8_t* row = stagedRowOf(*object);
-  const schema::Index& primary = object->table->layout().primary();
-  desc = {primary.id(), 0, 0};
-  for (const schema::Column& column : primary.parts()) {
-    std::memcpy(key, row + column.offset, column.size);
-    key += column.size;
-  }
-  return 0;
-}
-
 }  // namespace fibdb::client

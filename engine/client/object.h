@@ -143,9 +143,9 @@ inline uint8_t* stagedRowOf(Object& object) {
   return object.stagedRow;
 }
 
-// The primary key of the row staged on a write object, packed to key (kMaxKeyLength bytes), with its
-// descriptor: what the table service cannot learn through db_* calls.
-uint32_t stagedPrimaryKey(uint64_t handle, FibDbKeyDesc& desc, uint8_t* key);
+// What db_write_obj does, but a record with the primary key of the staged row is DB_ERR_EXISTS: what the table
+// service cannot say through db_* calls.
+uint32_t insertStaged(uint64_t handle);
 
 }  // namespace fibdb::client
 

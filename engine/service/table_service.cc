@@ -1,7 +1,7 @@
 // engine/service/table_service.cc: the table service, a client of the object database like any other.
 //
 // It reaches a table through the functions that were registered for it and the generic calls. One thing it
-// asks the engine besides: which primary key a whole row has, so that a create does not replace.
+// asks the engine besides: to insert a staged row unless its key is there, so that a create does not replace.
 #include "engine/service/table_service.h"
 
 #include <time.h>
@@ -31,7 +31,6 @@ struct RegisteredTable {
   std::atomic<bool> known{false};  // set once the rest is
   FibDbTableDesc desc{};           // its name is the one below
   char name[kNameRoom]{};
-  Mutex creating;  // makes look-up and insertion one step among creators
 };
 
 Mutex registering;
@@ -116,17 +115,6 @@ class [[nodiscard]] Borrowed {
   uint32_t code_;
 };
 
-uint32_t checkAbsent(const RegisteredTable& table, uint64_t staged) {
-  FibDbKeyDesc desc;
-  uint8_t key[schema::kMaxKeyLength];
-  if (const uint32_t code = client::stagedPrimaryKey(staged, desc, key)) return code;
-  const Borrowed object(table, FIB_DB_OBJ_OP_READ);
-  if (object.code() != 0) return object.code();
-  const uint32_t code = db_read_obj(object.handle(), &desc, key);
-  if (code == 0) return DB_ERR_EXISTS;
-  return code == DB_ERR_NO_DATA ? 0 : code;
-}
-
 uint32_t read(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) {
   const RegisteredTable* table = find(id);
   if (table == nullptr) return DB_ERR_NOT_REGISTERED;
@@ -203,15 +191,13 @@ uint32_t UFIB_DB_TableRegister(uint32_t id, const FibDbTableDesc* desc) {
 }
 
 uint32_t UFIB_DB_Create(uint32_t id, const FibDbUfibData* entry) {
-  RegisteredTable* table = find(id);
+  const RegisteredTable* table = find(id);
   if (table == nullptr) return DB_ERR_NOT_REGISTERED;
   if (entry == nullptr) return DB_ERR_NULL_ARGUMENT;
   const Borrowed object(*table, FIB_DB_OBJ_OP_WRITE);
   if (object.code() != 0) return object.code();
   if (const uint32_t code = table->desc.setAllFields(object.handle(), entry->data, entry->len)) return code;
-  const Lock lock(table->creating);
-  if (const uint32_t code = checkAbsent(*table, object.handle())) return code;
-  return db_write_obj(object.handle());
+  return fibdb::client::insertStaged(object.handle());
 }
 
 uint32_t UFIB_DB_Read(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) { return read(id, key, entry); }

@@ -14,7 +14,7 @@ using schema::IndexKind;
 
 void Cursor::open(const Table& table, Kind kind, size_t index) {
   table_ = &table;
-  openedAt_ = table.heap().clock();
+  openedAt_ = latest_ = table.heap().clock();
   kind_ = kind;
   filtered_ = false;
   index_ = static_cast<uint8_t>(index);
@@ -49,8 +49,9 @@ uint32_t Cursor::openKey(const Table& table, const schema::Index& index, const u
       open(table, Kind::kPrefixes, number);
       plan.leading.fromPacked(key, key_);
       std::memcpy(&addr_, addr, sizeof addr_);
-      maxLength_ = addr[sizeof addr_];
-      amidSharers_ = false;
+      position_ = {addr[sizeof addr_], {0, kNoRef}};
+      // A lookup is a cursor's first step, and right for the moment in which it is made.
+      latest_ = Records::kAnyTime;
       return 0;
   }
   return DB_ERR_BAD_INDEX;
@@ -78,7 +79,9 @@ bool Cursor::keeps(const uint8_t* row) const {
 
 uint32_t Cursor::next(uint8_t* row) {
   while (step(row)) {
-    if (keeps(row)) return 0;
+    if (!keeps(row)) continue;
+    latest_ = openedAt_;
+    return 0;
   }
   kind_ = Kind::kEnded;
   return DB_ERR_ITER_END;
@@ -113,8 +116,7 @@ bool Cursor::stepAll(uint8_t* row) {
 bool Cursor::stepOne(uint8_t* row) {
   kind_ = Kind::kEnded;
   Heap heap = table_->heap();
-  const Ref record = readStable(heap, [&] { return table_->find(heap, key_); });
-  return record != kNoRef && table_->records(heap).read(record, openedAt_, row);
+  return table_->readOne(heap, key_, openedAt_, row);
 }
 
 bool Cursor::stepRun(uint8_t* row) {
@@ -135,7 +137,10 @@ bool Cursor::stepRun(uint8_t* row) {
 uint32_t Cursor::refillUnderKey() {
   Heap heap = table_->heap();
   const SecondaryIndex index = table_->secondary(heap, index_);
-  const uint32_t got = readStable(heap, [&] { return index.next(key_, last_.record, run_, kRun); });
+  const uint32_t got = readStable(heap, [&] {
+    const Ref block = index.find(key_);
+    return block == kNoRef ? 0 : index.next(block, last_.record, run_, kRun);
+  });
   if (got > 0) last_.record = run_[got - 1];
   return got;
 }
@@ -153,69 +158,69 @@ uint32_t Cursor::refillRange() {
   return count;
 }
 
+// The next record in the order of PrefixPosition, found in a trie that no record entered meanwhile.
 bool Cursor::stepPrefixes(uint8_t* row) {
-  if (amidSharers_) return stepPrefixesOneByOne(row);
   Heap heap = table_->heap();
   const PrefixTables tables = table_->prefixes(heap, index_);
-  const PrefixValue value = readStable(heap, [&] { return tables.longest(key_, addr_, maxLength_); });
-  if (value.none()) return false;
-  if (value.isSeveral() || !table_->records(heap).read(value.ref(), openedAt_, row)) {
-    return stepPrefixesOneByOne(row);
+  Ref found = kNoRef;
+  const auto lookUndisturbed = [&] {
+    const Ref trie = tables.find(key_);
+    if (trie == kNoRef) {
+      found = kNoRef;
+      return true;
+    }
+    const uint64_t began = tables.arrivedAt(trie);
+    found = findPrefix(heap, trie, row);
+    acquireFence();
+    return tables.arrivedAt(trie) == began;
+  };
+  while (!readStable(heap, lookUndisturbed)) {
   }
-  passPrefix(row[table_->plans_[index_].maskOffset]);
+  if (found == kNoRef) return false;
+  position_ = {row[table_->plans_[index_].maskOffset], entryOf(row, found)};
   return true;
 }
 
-// Prefixes longer than `length` and that one itself are done with.
-void Cursor::passPrefix(uint8_t length) {
-  amidSharers_ = false;
-  if (length == 0) {
-    kind_ = Kind::kEnded;
-  } else {
-    maxLength_ = static_cast<uint8_t>(length - 1);
-  }
+PostingEntry Cursor::entryOf(const uint8_t* row, Ref record) const {
+  return {table_->plans_[index_].prefixIn(row).addr, record};
 }
 
-// The way for prefixes that several records share, or whose record is not for this cursor.
-bool Cursor::stepPrefixesOneByOne(uint8_t* row) {
-  Heap heap = table_->heap();
+// The first record of the trie that is still to come.
+Ref Cursor::findPrefix(Heap& heap, Ref trie, uint8_t* row) const {
   const PrefixTables tables = table_->prefixes(heap, index_);
   const Records records = table_->records(heap);
+  const PrefixMatch longest = tables.longest(trie, addr_, position_.length);
+  if (longest.value == 0) return kNoRef;
+  if (const PrefixValue value(longest.value); !value.isSeveral()) {
+    if (readPrefix(records, longest.length, value.ref(), row)) return value.ref();
+  }
   PrefixMatches matches;
-  readStable(heap, [&] {
-    tables.match(key_, addr_, maxLength_, matches);
-    return 0;
-  });
+  tables.match(trie, addr_, position_.length, matches);
   for (uint32_t i = 0; i < matches.count; ++i) {
     const PrefixValue value(matches.values[i]);
     const uint8_t length = matches.lengths[i];
-    if (value.isSeveral()) {
-      if (readSharer(heap, length, row)) return true;
-    } else if (records.read(value.ref(), openedAt_, row)) {
-      passPrefix(length);
-      return true;
+    if (!value.isSeveral()) {
+      if (readPrefix(records, length, value.ref(), row)) return value.ref();
+      continue;
     }
-    passPrefix(length);
+    PostingEntry last = length == position_.length ? position_.passed : PostingEntry{0, kNoRef};
+    PostingEntry run[kRun];
+    while (const uint32_t got = tables.sharersAfter(value, last, run, kRun)) {
+      for (const PostingEntry& entry : std::span(run, got)) {
+        if (readPrefix(records, length, entry.record, row)) return entry.record;
+      }
+      last = run[got - 1];
+    }
   }
-  return false;
+  return kNoRef;
 }
 
-bool Cursor::readSharer(Heap& heap, uint8_t length, uint8_t* row) {
-  const PrefixTables tables = table_->prefixes(heap, index_);
-  const Records records = table_->records(heap);
-  if (!amidSharers_ || length != maxLength_) sharer_ = {0, kNoRef};
-  maxLength_ = length;
-  amidSharers_ = true;
-  for (;;) {
-    PostingEntry at;
-    const Ref record = readStable(heap, [&] {
-      at = sharer_;
-      return tables.nextSharer(key_, {addr_, length}, at);
-    });
-    if (record == kNoRef) return false;
-    sharer_ = at;
-    if (records.read(record, openedAt_, row)) return true;
-  }
+// Whether the record is one with a prefix of this length that covers the address, and is still to come.
+bool Cursor::readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const {
+  const Table::Plan& plan = table_->plans_[index_];
+  if (!records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes)) return false;
+  const Prefix prefix = plan.prefixIn(row);
+  return prefix.length == length && prefix.covers(addr_) && position_.isBefore(length, entryOf(row, record));
 }
 
 }  // namespace fibdb::store

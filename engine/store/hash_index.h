@@ -8,8 +8,8 @@
 // COST     find, insert, erase: O(1), one or two cache lines beside what the predicate touches.
 //          A split asks for the hashes of the references of one bucket, nine or so.
 // MEMORY   Ten bytes per reference. What it has taken it keeps: buckets never become fewer.
-// THREADS  One writer (REQUIRES the table's lock); find from any thread, inside readStable: a hit is a hit, a
-//          miss is checked against a split that happened meanwhile.
+// THREADS  One writer (REQUIRES the table's lock); find from any thread, inside readStable: a hit is what the
+//          predicate makes of it, a miss is checked against a split that happened meanwhile.
 // INVARIANTS
 //   A reference stays where it is until it is erased or its bucket is split; a split enters it in the new
 //   bucket, publishes the number of buckets, and only then clears it in the old one.
@@ -65,9 +65,9 @@ class HashIndex {
   void insert(uint64_t hash, Ref ref);
   bool erase(uint64_t hash, Ref ref);
 
-  // Splits a bucket when the index has become crowded, unless memory is short: crowded, it only gets slower.
-  // A write calls it last, when it needs no more memory of its own.
-  void grow();
+  // Splits a bucket when the index has become crowded, unless that would leave less than `keep` bytes: crowded,
+  // it only gets slower. A write calls it last, when it needs no more memory of its own.
+  void grow(uint32_t keep);
 
  private:
   static constexpr uint32_t kBucketsPerBlock = kMaxBlockBytes / sizeof(HashBucket);
@@ -149,7 +149,7 @@ Ref HashIndex<HashOf>::find(uint64_t hash, IsIt&& isIt) const {
     const Ref found = findIn(bucketAt(bucket), hash, isIt);
     if (found != kNoRef) return found;
     // Had a split taken the reference away before we looked, we would see now that hashes go elsewhere.
-    std::atomic_thread_fence(std::memory_order_acquire);
+    acquireFence();
     const uint32_t now = follow(state_->buckets);
     if (bucketOf(hash, now) == bucket) return kNoRef;
     buckets = now;
@@ -255,7 +255,7 @@ void HashIndex<HashOf>::trim(HashBucket* chain) {
 }
 
 template <class HashOf>
-void HashIndex<HashOf>::grow() {
+void HashIndex<HashOf>::grow(uint32_t keep) {
   const uint32_t buckets = state_->buckets;
   if (state_->count <= uint64_t{buckets} * kCrowded || buckets >= kMaxBuckets) return;
   const uint32_t from = bucketOf(buckets, buckets);
@@ -265,7 +265,7 @@ void HashIndex<HashOf>::grow() {
     for (const Ref ref : bucket->refs) __builtin_prefetch(heap_->at<void>(ref));
     if (bucket->next == kNoRef) break;
   }
-  if (heap_->ensure(bytes) == 0) split(from);
+  if (heap_->ensure(bytes + keep) == 0) split(from);
 }
 
 // Moves what belongs to the next new bucket there, out of the one whose hashes it takes over.

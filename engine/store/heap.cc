@@ -2,9 +2,9 @@
 #include "engine/store/heap.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 
-#include "engine/store/word.h"
 #include "fibdb/engine.h"
 
 namespace fibdb::store {
@@ -24,39 +24,55 @@ struct Resting {
 };
 
 // The queue runs through blocks of its own: a resting block is still being read, and keeps its content.
-constexpr uint32_t kChunkEntries = (kMaxBlockBytes - sizeof(Resting)) / sizeof(Resting);
+constexpr uint32_t kChunkEntries = (kPieceBytes - sizeof(Resting)) / sizeof(Resting);
 struct Chunk {
   Ref next;
   uint32_t begin, end;
   uint32_t unused;
   Resting entries[kChunkEntries];
 };
-static_assert(sizeof(Chunk) == kMaxBlockBytes);
+static_assert(sizeof(Chunk) == kPieceBytes);
 
 // One chunk may be begun by the write that only completes another.
-constexpr uint32_t kQueueBytes = (kMaxRetiredPerWrite / kChunkEntries + 2) * kMaxBlockBytes;
+constexpr uint32_t kQueueBytes = (kMaxRetiredPerWrite / kChunkEntries + 2) * kPieceBytes;
 static_assert(kMaxEnsureBytes + kQueueBytes <= kExtentBytes);
 
-uint32_t unitsOf(uint32_t bytes) { return (bytes + uint32_t{kRefUnit} - 1) / uint32_t{kRefUnit}; }
+constexpr uint32_t kShelfBits = 64;
+static_assert(kSizeClasses % kShelfBits == 0);
 
 }  // namespace
 
 void Heap::beginWrite() {
-  const uint64_t now = state_->clock.load(std::memory_order_relaxed) + 1;
-  // Whoever sees the tick sees the writes before it; whoever sees a store that follows it sees the tick.
-  state_->clock.store(now, std::memory_order_release);
-  std::atomic_thread_fence(std::memory_order_release);
+  tick(1);
+  shelveRested();
+}
 
+void Heap::reclaim() {
+  if (state_->oldestResting == kNoRef) return;
+  tick(kRestingWrites);
+  shelveRested();
+}
+
+void Heap::tick(uint64_t writes) {
+  // Whoever sees the tick sees the writes before it; whoever sees a store that follows it sees the tick.
+  publish(state_->clock, load(state_->clock) + writes);
+  releaseFence();
+}
+
+void Heap::shelveRested() {
+  const uint64_t now = load(state_->clock);
   while (state_->oldestResting != kNoRef) {
     const Ref oldest = state_->oldestResting;
     auto* chunk = at<Chunk>(oldest);
-    for (uint32_t next = chunk->begin; next < chunk->end; store(chunk->begin, ++next)) {
-      const Resting& resting = chunk->entries[next];
+    while (chunk->begin < chunk->end) {
+      const Resting& resting = chunk->entries[chunk->begin];
       if (now - resting.retiredAt < kRestingWrites) return;
+      // Out of the queue first: what lies on two lists is owned twice, what lies on none is only lost.
+      store(chunk->begin, chunk->begin + 1);
       shelve(resting.block, resting.units);
     }
-    state_->oldestResting = chunk->next;
-    if (chunk->next == kNoRef) state_->newestResting = kNoRef;
+    store(state_->oldestResting, chunk->next);
+    if (chunk->next == kNoRef) store(state_->newestResting, kNoRef);
     release(oldest, sizeof(Chunk));
   }
 }
@@ -71,27 +87,24 @@ uint32_t Heap::ensureBeyondLimit(uint32_t bytes) {
   const Ref extent = takeExtentBeyondLimit();
   if (extent == kNoRef) return DB_ERR_NO_MEMORY;
   shelveTail();
-  state_->tail = state_->open;
-  state_->tailUnits = state_->openUnits;
-  state_->open = extent;
-  state_->openUnits = kExtentUnits;
+  store(state_->tail, state_->open);
+  store(state_->tailUnits, state_->openUnits);
+  store(state_->open, extent);
+  store(state_->openUnits, kExtentUnits);
   return 0;
 }
 
 Ref Heap::allocate(uint32_t bytes) {
   const uint32_t units = unitsOf(bytes);
-  Ref& shelf = state_->free[units - 1];
-  if (shelf != kNoRef) {
-    const Ref block = shelf;
-    shelf = at<FreeBlock>(block)->next;
-    return block;
-  }
+  if (state_->free[units - 1] != kNoRef) return takeShelved(units);
   const bool fits = state_->tailUnits >= units;
+  // A larger free block is cut only where no extent has a rest that is large enough.
+  if (!fits && state_->openUnits < units) return cutShelved(units);
   Ref& rest = fits ? state_->tail : state_->open;
   uint32_t& restUnits = fits ? state_->tailUnits : state_->openUnits;
   const Ref block = rest;
-  rest += units;
-  restUnits -= units;
+  store(rest, rest + units);
+  store(restUnits, restUnits - units);
   return block;
 }
 
@@ -99,7 +112,7 @@ void Heap::retire(Ref block, uint32_t bytes) {
   auto* chunk = at<Chunk>(state_->newestResting);
   if (state_->newestResting == kNoRef || chunk->end == kChunkEntries) chunk = at<Chunk>(appendChunk());
   Resting& resting = chunk->entries[chunk->end];
-  store(resting.retiredAt, state_->clock.load(std::memory_order_relaxed));
+  store(resting.retiredAt, load(state_->clock));
   store(resting.block, block);
   store(resting.units, unitsOf(bytes));
   store(chunk->end, chunk->end + 1);
@@ -109,21 +122,43 @@ void Heap::release(Ref block, uint32_t bytes) { shelve(block, unitsOf(bytes)); }
 
 Ref Heap::takeExtent() { return atLimit() ? kNoRef : takeExtentBeyondLimit(); }
 
-bool Heap::atLimit() const {
-  return state_->limitBytes != 0 &&
-         state_->heldBytes.load(std::memory_order_relaxed) + kExtentBytes > state_->limitBytes;
-}
+bool Heap::atLimit() const { return state_->limitBytes != 0 && state_->heldBytes + kExtentBytes > state_->limitBytes; }
 
 Ref Heap::takeExtentBeyondLimit() {
   const Ref extent = arena_->takeExtent();
-  if (extent != kNoRef) state_->heldBytes.fetch_add(kExtentBytes, std::memory_order_relaxed);
+  if (extent != kNoRef) store(state_->heldBytes, state_->heldBytes + kExtentBytes);
   return extent;
 }
 
 void Heap::shelve(Ref block, uint32_t units) {
   Ref& shelf = state_->free[units - 1];
+  uint64_t& shelves = state_->shelves[(units - 1) / kShelfBits];
   store(at<FreeBlock>(block)->next, shelf);
-  shelf = block;
+  store(shelf, block);
+  store(shelves, shelves | uint64_t{1} << (units - 1) % kShelfBits);
+  store(state_->freePieces, state_->freePieces + units / kPieceUnits);
+}
+
+// REQUIRES: there is a free block of this size.
+Ref Heap::takeShelved(uint32_t units) {
+  Ref& shelf = state_->free[units - 1];
+  uint64_t& shelves = state_->shelves[(units - 1) / kShelfBits];
+  const Ref block = shelf;
+  store(shelf, at<FreeBlock>(block)->next);
+  if (shelf == kNoRef) store(shelves, shelves & ~(uint64_t{1} << (units - 1) % kShelfBits));
+  store(state_->freePieces, state_->freePieces - units / kPieceUnits);
+  return block;
+}
+
+// Cuts the smallest free block that is large enough. REQUIRES: there is one.
+Ref Heap::cutShelved(uint32_t units) {
+  uint32_t word = (units - 1) / kShelfBits;
+  uint64_t larger = state_->shelves[word] & ~uint64_t{0} << (units - 1) % kShelfBits;
+  while (larger == 0) larger = state_->shelves[++word];
+  const uint32_t found = word * kShelfBits + static_cast<uint32_t>(std::countr_zero(larger)) + 1;
+  const Ref block = takeShelved(found);
+  if (found > units) shelve(block + units, found - units);
+  return block;
 }
 
 Ref Heap::appendChunk() {
@@ -133,11 +168,11 @@ Ref Heap::appendChunk() {
   store(chunk->begin, 0u);
   store(chunk->end, 0u);
   if (state_->newestResting == kNoRef) {
-    state_->oldestResting = fresh;
+    store(state_->oldestResting, fresh);
   } else {
     store(at<Chunk>(state_->newestResting)->next, fresh);
   }
-  state_->newestResting = fresh;
+  store(state_->newestResting, fresh);
   return fresh;
 }
 
@@ -146,8 +181,8 @@ void Heap::shelveTail() {
   while (state_->tailUnits > 0) {
     const uint32_t units = std::min(state_->tailUnits, kSizeClasses);
     shelve(state_->tail, units);
-    state_->tail += units;
-    state_->tailUnits -= units;
+    store(state_->tail, state_->tail + units);
+    store(state_->tailUnits, state_->tailUnits - units);
   }
 }
 

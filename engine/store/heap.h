@@ -1,4 +1,4 @@
-// engine/store/heap.h: one table's memory: blocks for records, index nodes and keys, out of arena extents.
+// engine/store/heap.h: one table's memory: blocks for index nodes and keys, out of arena extents.
 //
 // DESCRIPTION  Readers take no lock and leave no trace, so a block that a writer unlinks may still be under a
 // reader's eyes. The heap therefore has a clock that counts writes, and a retired block rests: it is not
@@ -7,18 +7,25 @@
 // followed can have been reused, so what it read was a true state of the table. If more began, it was asleep,
 // and reads again. Nobody waits for anybody.
 //
-// COST         allocate, retire, release: O(1). beginWrite: O(1) per block that has rested.
+// A write makes sure of its memory before it changes anything (ensure, or where there is no new extent to be
+// had, reclaim and pieces); allocate then does not fail. What lets a full table be emptied and filled again:
+//   - every block that a write cannot do without is a piece or smaller, and pieces() counts how many of them
+//     can be had without a new extent: whole free pieces, larger free blocks, the uncut rests of extents;
+//   - reclaim() runs the clock on, so that all that rests is free at once. Readers that it overtakes read again.
+//
+// COST         allocate, retire, release: O(1). beginWrite, reclaim: O(1) per block that has rested.
 // INVARIANTS   A published block never changes, but for single words that are stored atomically (see word.h).
-//              A block is retired once, in the write that unlinked it.
-//              heldBytes is live, resting and free blocks, the uncut rests of two extents, and whole extents.
+//              A block is retired once, after the store that unlinked it, in the same write.
+//              The extents taken are: blocks in use, resting and free, and the uncut rests of two extents;
+//              beside those that takeExtent handed out whole.
 // THREADS      One writer at a time (the table's lock); readers only use clock() and Arena::at.
 #ifndef FIBDB_ENGINE_STORE_HEAP_H
 #define FIBDB_ENGINE_STORE_HEAP_H
 
-#include <atomic>
 #include <cstdint>
 
 #include "engine/store/arena.h"
+#include "engine/store/word.h"
 
 namespace fibdb::store {
 
@@ -27,45 +34,58 @@ inline constexpr uint64_t kRestingWrites = 1024;
 // Blocks are rounded up to kRefUnit; none is larger than kMaxBlockBytes.
 inline constexpr uint32_t kMaxBlockBytes = 2048;
 inline constexpr uint32_t kSizeClasses = kMaxBlockBytes / kRefUnit;
+constexpr uint32_t unitsOf(uint32_t bytes) { return (bytes + uint32_t{kRefUnit} - 1) / uint32_t{kRefUnit}; }
+
+// The largest block that a write cannot do without; larger ones only make an index faster.
+inline constexpr uint32_t kPieceUnits = 33;
+inline constexpr uint32_t kPieceBytes = kPieceUnits * uint32_t{kRefUnit};
 
 // What one write may ask for and give back at most.
-inline constexpr uint32_t kMaxEnsureBytes = kExtentBytes - 16 * 1024;
+inline constexpr uint32_t kMaxEnsureBytes = kExtentBytes - 32 * 1024;
 inline constexpr uint32_t kMaxRetiredPerWrite = 512;
 
 // The stored part of a heap; lives in the arena, zero is an empty heap.
 struct HeapState {
-  std::atomic<uint64_t> clock;      // writes begun
-  std::atomic<uint64_t> heldBytes;  // extents taken
-  uint64_t limitBytes;              // 0: none
-  Ref free[kSizeClasses];           // lists of free blocks by size
-  Ref open;                         // rest of the newest extent: what ensure vouches for
+  uint64_t clock;                       // writes begun
+  uint64_t heldBytes;                   // extents taken
+  uint64_t limitBytes;                  // 0: none
+  uint64_t shelves[kSizeClasses / 64];  // a bit for each size of which there are free blocks
+  Ref free[kSizeClasses];               // lists of free blocks by size
+  uint32_t freePieces;                  // how many pieces can be cut from the free blocks
+  Ref open;                             // rest of the newest extent: what ensure vouches for
   uint32_t openUnits;
   Ref tail;  // rest of the extent before, used up first
   uint32_t tailUnits;
   Ref oldestResting, newestResting;  // queue of retired blocks, in chunks (heap.cc)
 };
-static_assert(std::atomic<uint64_t>::is_always_lock_free);
 
 class Heap {
  public:
   Heap(Arena& arena, HeapState& state) : arena_(&arena), state_(&state) {}
 
   Arena& arena() const { return *arena_; }
-  uint64_t clock() const { return state_->clock.load(std::memory_order_acquire); }
+  uint64_t clock() const { return follow(state_->clock); }
 
   // Begins a write: ticks the clock and frees what has rested long enough.
   void beginWrite();
 
-  // Makes sure that blocks of `bytes` in total can be allocated: 0, DB_ERR_MEMORY_LIMIT or DB_ERR_NO_MEMORY.
-  // A write asks once, for the most it can need, before it changes anything; afterwards allocate does not
-  // fail. REQUIRES: bytes <= kMaxEnsureBytes, counting each block as rounded up; the write retires no more
-  // than kMaxRetiredPerWrite blocks.
+  // Makes sure that blocks of `bytes` in total, of any sizes, can be allocated: 0, DB_ERR_MEMORY_LIMIT or
+  // DB_ERR_NO_MEMORY. REQUIRES: bytes <= kMaxEnsureBytes, counting each block as rounded up; what is
+  // allocated upon it belongs to one write, which retires no more than kMaxRetiredPerWrite blocks.
   uint32_t ensure(uint32_t bytes);
-  // The same for a write that removes. Removing copies nodes too, and what it gives back rests first; at a
-  // limit the way out must stay open, so the limit does not bind it.
+  // The same by an extent beyond the table's limit; fails only with the arena.
   uint32_t ensureBeyondLimit(uint32_t bytes);
 
-  // A block with arbitrary content. REQUIRES: 0 < bytes <= kMaxBlockBytes, covered by ensure.
+  bool isBeyondLimit() const { return state_->limitBytes != 0 && state_->heldBytes > state_->limitBytes; }
+
+  // Frees all that rests, at once, by letting the clock run on.
+  void reclaim();
+  // How many blocks of up to kPieceBytes can be allocated without a new extent, chunks of the queue included.
+  uint32_t pieces() const {
+    return state_->freePieces + state_->openUnits / kPieceUnits + state_->tailUnits / kPieceUnits;
+  }
+
+  // A block with arbitrary content. REQUIRES: 0 < bytes <= kMaxBlockBytes; made sure of.
   Ref allocate(uint32_t bytes);
   // Gives back a block that readers may know: it rests first. bytes: as allocated.
   void retire(Ref block, uint32_t bytes);
@@ -82,9 +102,13 @@ class Heap {
 
  private:
   bool atLimit() const;
+  void tick(uint64_t writes);
+  void shelveRested();
   Ref takeExtentBeyondLimit();
   void shelve(Ref block, uint32_t units);
   void shelveTail();
+  Ref takeShelved(uint32_t units);
+  Ref cutShelved(uint32_t units);
   Ref appendChunk();
 
   Arena* arena_;
@@ -98,7 +122,7 @@ auto readStable(const Heap& heap, Read&& read) {
   for (;;) {
     const uint64_t begun = heap.clock();
     auto result = read();
-    std::atomic_thread_fence(std::memory_order_acquire);
+    acquireFence();
     if (heap.clock() - begun < kRestingWrites) return result;
   }
 }

@@ -37,6 +37,9 @@ class KeyDirectory {
  public:
   static constexpr uint32_t kMaxWriteBytes =
       Blocks::kMaxWriteBytes + sizeof(Payload) + schema::kMaxKeyLength + kRefUnit;
+  // The key's block and an overflow bucket.
+  static constexpr uint32_t kMaxWritePieces = 2;
+  static_assert(sizeof(Payload) + schema::kMaxKeyLength <= kPieceBytes);
 
   KeyDirectory(Heap& heap, HashIndexState& state, const KeyShape& shape)
       : heap_(&heap), state_(&state), shape_(&shape) {}
@@ -70,7 +73,7 @@ class KeyDirectory {
     heap_->retire(block, blockBytes());
   }
 
-  void grow() { blocks().grow(); }
+  void grow(uint32_t keep) { blocks().grow(keep); }
 
  private:
   Blocks blocks() const { return Blocks(*heap_, *state_, HashOfBlock{this}); }

@@ -31,7 +31,7 @@ struct Node {
 };
 constexpr uint32_t kMaxRefs = kChunks + kChunks - 1;
 constexpr uint32_t bytesFor(uint32_t refs) { return uint32_t{sizeof(Node)} + refs * uint32_t{sizeof(Ref)}; }
-static_assert(bytesFor(kMaxRefs) <= kMaxBlockBytes);
+static_assert(bytesFor(kMaxRefs) <= kPieceBytes && kLevels + 1 <= LongestPrefixIndex::kMaxInsertPieces);
 
 // A write copies one node, or begins a branch of nodes with one Ref each.
 constexpr uint32_t roundedUp(uint32_t bytes) { return (bytes + uint32_t{kRefUnit} - 1) & ~(uint32_t{kRefUnit} - 1); }
@@ -267,14 +267,20 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
   Draft draft(node);
   draft.removePrefix(place);
   uint32_t level = depth.level;
-  // An emptied node leaves its parent, which may be emptied by that.
+  // An emptied node leaves its parent, which may be emptied by that. It goes once nothing leads to it any more.
+  Ref emptied[kLevels];
+  uint32_t emptiedCount = 0;
   for (; draft.empty() && level > 0; --level) {
-    heap_->retire(*link, bytesOf(*heap_->at<Node>(*link)));
+    emptied[emptiedCount++] = *link;
     link = links[level - 1];
     draft = Draft(*heap_->at<Node>(*link));
     draft.removeChild(chunkOf(addr, level - 1));
   }
   replace(*heap_, *link, draft);
+  while (emptiedCount > 0) {
+    const Ref node = emptied[--emptiedCount];
+    heap_->retire(node, bytesOf(*heap_->at<Node>(node)));
+  }
   return value;
 }
 
@@ -288,16 +294,20 @@ uint32_t LongestPrefixIndex::find(uint32_t addr, uint8_t length) const {
   return value;
 }
 
-uint32_t LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const {
-  return counting([&]() __attribute__((always_inline))->uint32_t {
+PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const {
+  return counting([&]() __attribute__((always_inline))->PrefixMatch {
     const Node* best = nullptr;
     uint64_t bestCovering = 0;
+    uint32_t bestLevel = 0;
     walk(heap_->arena(), follow(state_->root), addr, Depth(maxLength),
-         [&](uint32_t, const Node& node, uint64_t covering) {
+         [&](uint32_t level, const Node& node, uint64_t covering) {
            best = covering != 0 ? &node : best;
            bestCovering = covering != 0 ? covering : bestCovering;
+           bestLevel = covering != 0 ? level : bestLevel;
          });
-    return best == nullptr ? 0 : valueAt(*best, highestOf(bestCovering));
+    if (best == nullptr) return {0, 0};
+    const uint32_t place = highestOf(bestCovering);
+    return {valueAt(*best, place), lengthAt(bestLevel, place)};
   });
 }
 

@@ -24,6 +24,11 @@ struct LongestPrefixState {
   Ref root;
 };
 
+struct PrefixMatch {
+  uint32_t value;  // 0: none
+  uint8_t length;
+};
+
 // What one address can match: a prefix of every length, longest first.
 inline constexpr uint32_t kMaxMatches = 33;
 struct PrefixMatches {
@@ -36,6 +41,9 @@ class LongestPrefixIndex {
  public:
   // The most that one insert or erase allocates; what a write hands to Heap::ensure.
   static constexpr uint32_t kMaxWriteBytes = 1024;
+  // The same in pieces: a copy, and a branch of seven levels.
+  static constexpr uint32_t kMaxInsertPieces = 8;
+  static constexpr uint32_t kMaxErasePieces = 1;
 
   LongestPrefixIndex(Heap& heap, LongestPrefixState& state) : heap_(&heap), state_(&state) {}
 
@@ -47,8 +55,8 @@ class LongestPrefixIndex {
 
   // The value of exactly this prefix, or 0.
   uint32_t find(uint32_t addr, uint8_t length) const;
-  // The value of the longest prefix that covers addr and is no longer than maxLength, or 0.
-  uint32_t longest(uint32_t addr, uint8_t maxLength) const;
+  // The longest prefix that covers addr and is no longer than maxLength.
+  PrefixMatch longest(uint32_t addr, uint8_t maxLength) const;
   // All prefixes that cover addr and are no longer than maxLength, longest first.
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const;
 

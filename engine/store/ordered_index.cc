@@ -14,7 +14,7 @@
 namespace fibdb::store {
 namespace {
 
-constexpr uint32_t kNodeBytes = 512;
+constexpr uint32_t kNodeBytes = kPieceBytes;
 constexpr uint32_t kItemWords = kNodeBytes / sizeof(uint32_t) - 2;
 
 struct Node {
@@ -133,6 +133,7 @@ class Writer {
     }
     if (descend(entry)) return false;
     place(entry);
+    retireReplaced();
     return true;
   }
 
@@ -142,6 +143,7 @@ class Writer {
     Draft<Entry> draft(node(leaf.node), leaf.count);
     draft.remove(leaf.slot);
     settle(draft);
+    retireReplaced();
     return true;
   }
 
@@ -209,7 +211,7 @@ class Writer {
     Draft<Entry> draft(node(step.node), step.count);
     if (growth.copied != kNoRef) draft.setChild(step.slot, growth.copied);
     draft.insert(slot, growth.bound, growth.added);
-    heap_.retire(step.node, kNodeBytes);
+    replace(step.node);
     if (!full) {
       publish(link(level), commit(draft, 0, draft.count, slot));
       return false;
@@ -238,7 +240,7 @@ class Writer {
     for (;;) {
       const uint32_t level = draft.level;
       const Step step = path_[level];
-      heap_.retire(step.node, kNodeBytes);
+      replace(step.node);
       if (level == top_) return settleRoot(draft);
 
       const Step up = path_[level + 1];
@@ -271,12 +273,18 @@ class Writer {
       Draft<Entry> other(node(neighbour), count);
       Draft<Entry>& lower = left == slot ? draft : other;
       lower.append(left == slot ? other : draft, parent.entry(left + 1));
-      heap_.retire(neighbour, kNodeBytes);
+      replace(neighbour);
       parent.setChild(left, commit(lower));
       parent.remove(left + 1);
       return true;
     }
     return false;
+  }
+
+  // A node that the change does without. It is linked until the last store of the change, so it goes only then.
+  void replace(Ref node) { replaced_[replacedCount_++] = node; }
+  void retireReplaced() {
+    while (replacedCount_ > 0) heap_.retire(replaced_[--replacedCount_], kNodeBytes);
   }
 
   // The word that leads to the path's node of this level.
@@ -299,6 +307,9 @@ class Writer {
   Ref& root_;
   uint32_t top_ = 0;
   Step path_[kMaxLevels];
+  // On each level the node of the path, and a neighbour that it is merged with.
+  Ref replaced_[2 * kMaxLevels];
+  uint32_t replacedCount_ = 0;
 };
 
 // A reader's descent. What it meets may be garbage if it was overtaken, so it trusts no Ref and no count.
@@ -366,7 +377,8 @@ class Reader {
 }  // namespace
 
 // Two fresh nodes per level and a new root; erasing takes one per level.
-static_assert((2 * kMaxLevels + 1) * kNodeBytes <= OrderedIndex<PostingEntry>::kMaxWriteBytes);
+static_assert((2 * kMaxLevels + 1) * kNodeBytes <= OrderedIndex<PostingEntry>::kMaxInsertBytes);
+static_assert(kMaxLevels * kNodeBytes <= OrderedIndex<PostingEntry>::kMaxEraseBytes);
 
 template <class Entry>
 bool OrderedIndex<Entry>::insert(const Entry& entry) {
@@ -387,6 +399,11 @@ bool OrderedIndex<Entry>::contains(const Entry& entry) const {
 template <class Entry>
 uint32_t OrderedIndex<Entry>::above(const Entry& bound, bool inclusive, Entry* out, uint32_t most) const {
   return Reader<Entry>(heap_->arena()).above(follow(state_->root), bound, inclusive, out, most);
+}
+
+template <class Entry>
+uint32_t OrderedIndex<Entry>::levels() const {
+  return state_->root == kNoRef ? 0 : heap_->at<Node>(state_->root)->level + 1;
 }
 
 template class OrderedIndex<PostingEntry>;

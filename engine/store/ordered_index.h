@@ -2,7 +2,7 @@
 //
 // DESCRIPTION  Entry is a plain value with a total order (operator<=>), a multiple of four bytes. insert and
 // erase copy the leaf they change (and the inner nodes above it that split or empty), publish the copy with
-// one store and retire the original, so a reader always descends through a consistent tree. An entry that
+// one store and then retire the originals, so a reader always descends through a consistent tree. An entry that
 // goes to the end of a leaf is written behind the others and published by the leaf's count, without a copy.
 // There are no links between leaves: an iteration continues by asking for the entries above its last.
 //
@@ -29,9 +29,14 @@ template <class Entry>
 class OrderedIndex {
  public:
   // The most that one insert or erase allocates; what a write hands to Heap::ensure.
-  static constexpr uint32_t kMaxWriteBytes = 13 * 1024;
+  static constexpr uint32_t kMaxInsertBytes = 25 * kPieceBytes;
+  static constexpr uint32_t kMaxEraseBytes = 12 * kPieceBytes;
 
   OrderedIndex(Heap& heap, OrderedIndexState& state) : heap_(&heap), state_(&state) {}
+
+  // The same for this tree as it stands, in pieces.
+  uint32_t piecesToInsert() const { return 2 * levels() + 1; }
+  uint32_t piecesToErase() const { return levels() + 1; }
 
   // False when the entry was there (insert) or not there (erase); then nothing changed.
   bool insert(const Entry& entry);
@@ -44,6 +49,8 @@ class OrderedIndex {
   uint32_t above(const Entry& bound, bool inclusive, Entry* out, uint32_t most) const;
 
  private:
+  uint32_t levels() const;
+
   Heap* heap_;
   OrderedIndexState* state_;
 };

@@ -26,25 +26,17 @@ void PrefixTables::leave(const Key& leading, const Prefix& prefix, Ref record) {
   } else {
     prefixes.erase(prefix.addr, prefix.length);
   }
-  if (tries_.payload(block)->root == kNoRef) tries_.remove(leading, block);
+  if (tries_.payload(block)->trie.root != kNoRef) return;
+  // Who still looks into this trie must not take it for one that stands still.
+  settle(block);
+  tries_.remove(leading, block);
 }
 
-void PrefixTables::match(const Key& leading, uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {
-  out.count = 0;
-  const Ref block = tries_.find(leading);
-  if (block != kNoRef) trie(block).match(addr, maxLength, out);
-}
-
-Ref PrefixTables::nextSharer(const Key& leading, const Prefix& prefix, PostingEntry& after) const {
-  const Ref block = tries_.find(leading);
-  if (block == kNoRef) return kNoRef;
-  const PrefixValue value(trie(block).find(prefix.addr, prefix.length));
+uint32_t PrefixTables::sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out,
+                                    uint32_t most) const {
   // Overtaken, we may hold any word; the arena must be readable there all the same.
-  if (!value.isSeveral() || !heap_->arena().readable(value.ref())) return kNoRef;
-  PostingEntry entry;
-  if (sharers(value.ref()).above(after, false, &entry, 1) == 0) return kNoRef;
-  after = entry;
-  return entry.record;
+  if (!heap_->arena().readable(value.ref())) return 0;
+  return sharers(value.ref()).above(after, false, out, most);
 }
 
 }  // namespace fibdb::store

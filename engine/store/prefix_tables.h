@@ -3,7 +3,12 @@
 // DESCRIPTION  A trie's value is the record of the prefix. Records whose addresses differ only below the mask
 // share a prefix; from the second one on the value leads to a block with an ordered index of {address,
 // record}, which serves the prefix until its last record leaves, so a reader that looks into it never finds
-// it taken apart.
+// it taken apart. A record is entered before it is live and taken out after it is dead, so what a trie leads
+// to is a hint (records.h).
+//
+// Beside each trie stands when a record last became live in it. A lookup that finds the record of the longest
+// prefix live, and this unchanged since it began, has an answer that was right when the record was looked at:
+// meanwhile prefixes can only have gone.
 //
 // COST     enter, leave, longest: that of the trie.
 // THREADS  One writer (REQUIRES the table's lock); the const functions from any thread, inside readStable.
@@ -19,11 +24,13 @@
 
 namespace fibdb::store {
 
+inline constexpr uint8_t kMaxPrefixLength = 32;
 struct Prefix {
   uint32_t addr;   // as written, bits below the mask included
   uint8_t length;  // at most kMaxPrefixLength
+
+  bool covers(uint32_t other) const { return length == 0 || (addr ^ other) >> (kMaxPrefixLength - length) == 0; }
 };
-inline constexpr uint8_t kMaxPrefixLength = 32;
 
 // What a prefix leads to: a record, or a block of several.
 class PrefixValue {
@@ -45,35 +52,54 @@ class PrefixValue {
 };
 
 class PrefixTables {
-  using Tries = KeyDirectory<LongestPrefixState>;
+  struct TrieEntry {
+    LongestPrefixState trie;
+    uint32_t unused;
+    uint64_t arrivedAt;  // the heap's clock
+  };
+  using Tries = KeyDirectory<TrieEntry>;
   using Sharers = OrderedIndex<PostingEntry>;
 
  public:
-  static constexpr uint32_t kMaxWriteBytes =
-      Tries::kMaxWriteBytes + LongestPrefixIndex::kMaxWriteBytes + Sharers::kMaxWriteBytes + sizeof(OrderedIndexState);
+  static constexpr uint32_t kMaxEnterBytes =
+      Tries::kMaxWriteBytes + LongestPrefixIndex::kMaxWriteBytes + Sharers::kMaxInsertBytes + sizeof(OrderedIndexState);
+  static constexpr uint32_t kMaxLeaveBytes = LongestPrefixIndex::kMaxWriteBytes + Sharers::kMaxEraseBytes;
+  // The same in pieces.
+  static constexpr uint32_t kMaxEnterPieces =
+      Tries::kMaxWritePieces + LongestPrefixIndex::kMaxInsertPieces + Sharers::kMaxInsertBytes / kPieceBytes + 1;
+  static constexpr uint32_t kMaxLeavePieces =
+      LongestPrefixIndex::kMaxErasePieces + Sharers::kMaxEraseBytes / kPieceBytes;
 
   PrefixTables(Heap& heap, HashIndexState& tries, const KeyShape& shape) : heap_(&heap), tries_(heap, tries, shape) {}
 
   // What a write calls before it changes anything: 0, or the heap's code.
   uint32_t prepare() { return tries_.prepare(); }
+  // A record that becomes live: entered before, settled after. The block of its trie.
   // addrOf: callable as uint32_t(Ref), the address of a record entered earlier.
   template <class AddrOf>
-  void enter(const Key& leading, const Prefix& prefix, Ref record, AddrOf&& addrOf);
+  Ref enter(const Key& leading, const Prefix& prefix, Ref record, AddrOf&& addrOf);
+  void settle(Ref block) { publish(tries_.payload(block)->arrivedAt, heap_->clock()); }
+  // A record that is dead.
   void leave(const Key& leading, const Prefix& prefix, Ref record);
-  void grow() { tries_.grow(); }
+  // keep: bytes that others must still be able to allocate.
+  void grow(uint32_t keep) { tries_.grow(keep); }
 
-  // The value of the longest prefix that covers addr and is no longer than maxLength.
-  PrefixValue longest(const Key& leading, uint32_t addr, uint8_t maxLength) const {
-    const Ref block = tries_.find(leading);
-    return PrefixValue(block == kNoRef ? 0 : trie(block).longest(addr, maxLength));
+  // The block of the trie of these leading columns, or kNoRef.
+  Ref find(const Key& leading) const { return tries_.find(leading); }
+  uint64_t arrivedAt(Ref block) const { return follow(tries_.payload(block)->arrivedAt); }
+  // The longest prefix that covers addr and is no longer than maxLength; value 0: there is none.
+  PrefixMatch longest(Ref block, uint32_t addr, uint8_t maxLength) const {
+    return trie(block).longest(addr, maxLength);
   }
   // The values of all of them, longest first.
-  void match(const Key& leading, uint32_t addr, uint8_t maxLength, PrefixMatches& out) const;
-  // Of several records under one prefix, the first after `after`, which moves on to it.
-  Ref nextSharer(const Key& leading, const Prefix& prefix, PostingEntry& after) const;
+  void match(Ref block, uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {
+    trie(block).match(addr, maxLength, out);
+  }
+  // Of the records that share a prefix, up to `most` that come after `after`, in order; 0: no more.
+  uint32_t sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out, uint32_t most) const;
 
  private:
-  LongestPrefixIndex trie(Ref block) const { return LongestPrefixIndex(*heap_, *tries_.payload(block)); }
+  LongestPrefixIndex trie(Ref block) const { return LongestPrefixIndex(*heap_, tries_.payload(block)->trie); }
   Sharers sharers(Ref block) const { return Sharers(*heap_, *heap_->at<OrderedIndexState>(block)); }
   Ref makeSharers();
 
@@ -82,8 +108,9 @@ class PrefixTables {
 };
 
 template <class AddrOf>
-void PrefixTables::enter(const Key& leading, const Prefix& prefix, Ref record, AddrOf&& addrOf) {
-  LongestPrefixIndex prefixes = trie(tries_.enter(leading));
+Ref PrefixTables::enter(const Key& leading, const Prefix& prefix, Ref record, AddrOf&& addrOf) {
+  const Ref table = tries_.enter(leading);
+  LongestPrefixIndex prefixes = trie(table);
   const PrefixValue value(prefixes.find(prefix.addr, prefix.length));
   if (value.none()) {
     prefixes.insert(prefix.addr, prefix.length, record);
@@ -95,6 +122,7 @@ void PrefixTables::enter(const Key& leading, const Prefix& prefix, Ref record, A
     sharers(block).insert({prefix.addr, record});
     prefixes.insert(prefix.addr, prefix.length, PrefixValue::several(block).word());
   }
+  return table;
 }
 
 }  // namespace fibdb::store

@@ -23,11 +23,9 @@ constexpr uint32_t kChanging = 1;
 constexpr uint32_t kLive = 2;
 constexpr uint32_t kOneChange = 4;
 
-// A slot is words: the version, then the row. The row of a slot that rests holds the reference of the one
-// that was retired next, and its stamp says since when it rests.
+// A slot is words: the version, then the row.
 constexpr size_t kVersion = 0;
 constexpr size_t kRow = 1;
-constexpr size_t kNextResting = kRow;
 
 }  // namespace
 
@@ -41,17 +39,6 @@ uint64_t* Records::stamp(Ref record) const {
   const Ref extent = record & ~(kExtentUnits - 1);
   const uint32_t slot = (record - extent - kHeadUnits) / layout_->slotUnits;
   return heap_->at<uint64_t>(extent + kHeadUnits + layout_->slotsPerExtent * layout_->slotUnits) + slot;
-}
-
-bool Records::hasRested(Ref record) const { return heap_->clock() - *stamp(record) >= kRestingWrites; }
-
-// The slot that has rested longest, if that is long enough.
-Ref Records::rested() {
-  const Ref oldest = state_->oldestResting;
-  if (oldest == kNoRef || !hasRested(oldest)) return kNoRef;
-  state_->oldestResting = heap_->at<uint32_t>(oldest)[kNextResting];
-  if (state_->oldestResting == kNoRef) state_->newestResting = kNoRef;
-  return oldest;
 }
 
 // A slot that was never used.
@@ -70,14 +57,13 @@ Ref Records::cut() {
 }
 
 Ref Records::take(const uint8_t* row) {
-  Ref record = rested();
-  if (record == kNoRef) record = cut();
-  if (record == kNoRef && state_->oldestResting != kNoRef) {
-    // Memory is short, but a slot rests: let the clock run on. Whoever still looks at it will look again.
-    while (!hasRested(state_->oldestResting)) heap_->beginWrite();
-    record = rested();
+  Ref record = state_->free;
+  if (record != kNoRef) {
+    store(state_->free, static_cast<Ref>(*stamp(record)));
+  } else {
+    record = cut();
+    if (record == kNoRef) return kNoRef;
   }
-  if (record == kNoRef) return kNoRef;
   store(*stamp(record), heap_->clock());
   copyIn(heap_->at<uint32_t>(record) + kRow, row, layout_->rowLength);
   return record;
@@ -91,10 +77,10 @@ void Records::enliven(Ref record) {
 void Records::change(Ref record, const uint8_t* row) {
   uint32_t* slot = heap_->at<uint32_t>(record);
   // Fences keep each step behind the version that announces it, for readers, who look at the version last.
-  std::atomic_thread_fence(std::memory_order_release);
+  releaseFence();
   for (uint32_t i = 0; i * sizeof(uint32_t) < layout_->rowLength; ++i) store(state_->shadow[i], slot[kRow + i]);
   publish(slot[kVersion], slot[kVersion] | kChanging);
-  std::atomic_thread_fence(std::memory_order_release);
+  releaseFence();
   copyIn(slot + kRow, row, layout_->rowLength);
   publish(slot[kVersion], (slot[kVersion] + kOneChange) & ~kChanging);
 }
@@ -103,24 +89,19 @@ void Records::bury(Ref record) {
   uint32_t* slot = heap_->at<uint32_t>(record);
   publish(slot[kVersion], (slot[kVersion] + kOneChange) & ~kLive);
   // Whatever is stored over the row is seen after the version.
-  std::atomic_thread_fence(std::memory_order_release);
+  releaseFence();
 }
 
-void Records::retire(Ref record) {
-  uint32_t* slot = heap_->at<uint32_t>(record);
-  store(slot[kNextResting], kNoRef);
-  store(*stamp(record), heap_->clock());
-  if (state_->newestResting == kNoRef) {
-    state_->oldestResting = record;
-  } else {
-    store(heap_->at<uint32_t>(state_->newestResting)[kNextResting], record);
-  }
-  state_->newestResting = record;
+void Records::giveBack(Ref record) {
+  store(*stamp(record), uint64_t{state_->free});
+  store(state_->free, record);
 }
 
 const uint8_t* Records::row(Ref record) const {
   return reinterpret_cast<const uint8_t*>(heap_->at<uint32_t>(record) + kRow);
 }
+
+bool Records::isLive(Ref record) const { return (follow(heap_->at<uint32_t>(record)[kVersion]) & kLive) != 0; }
 
 bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
   const uint32_t* slot = heap_->at<uint32_t>(record);
@@ -130,7 +111,7 @@ bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
     // While no write has begun since, nothing can be younger, and the stamp need not be fetched.
     const bool inTime = heap_->clock() <= latest || load(*stamp(record)) <= latest;
     if (inTime) copyOut(row, (version & kChanging) != 0 ? state_->shadow : slot + kRow, layout_->rowLength);
-    std::atomic_thread_fence(std::memory_order_acquire);
+    acquireFence();
     if (load(slot[kVersion]) == version) return inTime;
   }
 }

@@ -1,19 +1,20 @@
 // engine/store/records.h: the records of one table: slots, their versions and births.
 //
 // DESCRIPTION  A record is a slot: a 32-bit version, then the row. Slots are cut from extents that hold
-// nothing else, so a slot is a slot for ever: what once was a reference to a record can always be looked at,
-// and the version and the birth stamp tell whether it still is the record that was meant. The version says
-// whether the slot is live and whether its row is being changed; while it is, the row's previous content
-// stands in the table's shadow row.
+// nothing else, so a slot is a slot for ever: what once was a reference to a record can always be looked at.
+// The version says whether the slot is live and whether its row is being changed; while it is, the row's
+// previous content stands in the table's shadow row. A dead slot may be taken again by the very next write:
+// whoever still holds its reference finds it dead, or its version changed, or another key in its row, or a
+// birth later than it asked for. So a reference found in an index is a hint: only read() makes it a record,
+// and its reader then looks whether the row has the key that led there.
 //
-// COST     take, retire, read: O(1).
+// COST     take, giveBack, read: O(1).
 // MEMORY   Rows and their versions, rounded up to 16 bytes, and 8 bytes for each birth.
 // THREADS  One writer (REQUIRES the table's lock); read, row and the walk from any thread.
 // INVARIANTS
 //   Every change of a slot changes its version, which comes round only after 2^30 of them.
 //   Extents are linked in ascending order; slots that were never cut read as not live.
-//   A retired slot rests (heap.h) in a queue that runs through the dead slots themselves: whoever still
-//   copies such a row finds that the version has changed.
+//   The list of free slots runs through their birth stamps; a free slot's row stays as it was.
 #ifndef FIBDB_ENGINE_STORE_RECORDS_H
 #define FIBDB_ENGINE_STORE_RECORDS_H
 
@@ -27,7 +28,7 @@ namespace fibdb::store {
 // The stored part; lives in the arena, zero is empty.
 struct RecordsState {
   Ref firstExtent, lastExtent;
-  Ref oldestResting, newestResting;
+  Ref free;  // slots that were given back
   uint32_t shadow[schema::kMaxRowLength / sizeof(uint32_t)];
 };
 static_assert(schema::kMaxRowLength % sizeof(uint32_t) == 0);
@@ -64,11 +65,12 @@ class Records {
   void change(Ref record, const uint8_t* row);
   // Makes the record dead: readers pass over it.
   void bury(Ref record);
-  // Gives the slot of a dead record back.
-  void retire(Ref record);
+  // Gives the slot of a dead record back, or of one that was never live.
+  void giveBack(Ref record);
 
   // The row, which may be changing or dead: for looking at keys before read() decides.
   const uint8_t* row(Ref record) const;
+  bool isLive(Ref record) const;
   // Copies the row of a live record that was born at `latest` or before; false when it is not such a record.
   bool read(Ref record, uint64_t latest, uint8_t* row) const;
 
@@ -78,8 +80,6 @@ class Records {
 
  private:
   uint64_t* stamp(Ref record) const;
-  bool hasRested(Ref record) const;
-  Ref rested();
   Ref cut();
 
   Heap* heap_;

@@ -1,11 +1,16 @@
 // engine/store/secondary_index.h: the records under each key of an index that many records may share.
 //
 // DESCRIPTION  Each key in use has a block with the number of its records; postings {block, record} stand in
-// one ordered index, so a key's records are neighbours, in the order of their references. Entering a posting
-// and counting it are two steps: a record is entered before it is live and counted once it is.
+// one ordered index, so a key's records are neighbours, in the order of their references. A posting is entered
+// before its record is live and taken out after it is dead, so it is a hint like every reference (records.h).
 //
-// COST     enter, leave, next: O(log n); recordsUnder: O(1).
-// THREADS  One writer (REQUIRES the table's lock); recordsUnder and next from any thread, inside readStable.
+// The block also says when a record last became live under the key. While that stands still the records under
+// the key only become fewer, and so a reader that looks at one after the other knows at its end: those that it
+// found absent are absent still.
+//
+// COST     enter, leave, next: O(log n); tally: O(1).
+// THREADS  One writer (REQUIRES the table's lock); find, tally, arrivedAt and next from any thread, inside
+//          readStable.
 #ifndef FIBDB_ENGINE_STORE_SECONDARY_INDEX_H
 #define FIBDB_ENGINE_STORE_SECONDARY_INDEX_H
 
@@ -14,56 +19,73 @@
 #include "engine/store/key.h"
 #include "engine/store/key_directory.h"
 #include "engine/store/ordered_index.h"
+#include "engine/store/tally.h"
 
 namespace fibdb::store {
 
 class SecondaryIndex {
-  struct KeyCount {
-    uint32_t records;
+ public:
+  // What is stored of a key.
+  struct KeyEntry {
+    Tally tally;
+    uint64_t arrivedAt;  // the heap's clock
   };
-  using Keys = KeyDirectory<KeyCount>;
+
+ private:
+  using Keys = KeyDirectory<KeyEntry>;
   using Postings = OrderedIndex<PostingEntry>;
 
  public:
-  static constexpr uint32_t kMaxEnterBytes = Keys::kMaxWriteBytes + Postings::kMaxWriteBytes;
-  static constexpr uint32_t kMaxLeaveBytes = Postings::kMaxWriteBytes;
+  static constexpr uint32_t kMaxEnterBytes = Keys::kMaxWriteBytes + Postings::kMaxInsertBytes;
+  static constexpr uint32_t kMaxLeaveBytes = Postings::kMaxEraseBytes;
 
   SecondaryIndex(Heap& heap, HashIndexState& keys, OrderedIndexState& postings, const KeyShape& shape)
-      : keys_(heap, keys, shape), postings_(heap, postings) {}
+      : heap_(&heap), keys_(heap, keys, shape), postings_(heap, postings) {}
 
   // What a write calls before it changes anything: 0, or the heap's code.
   uint32_t prepare() { return keys_.prepare(); }
-  // Enters the record and returns the key's block, for count().
+  uint32_t piecesToEnter() const { return Keys::kMaxWritePieces + postings_.piecesToInsert(); }
+  uint32_t piecesToLeave() const { return postings_.piecesToErase(); }
+
+  // A record that becomes live under the key: entered before, settled after. The key's block.
   Ref enter(const Key& key, Ref record) {
     const Ref block = keys_.enter(key);
     postings_.insert({block, record});
+    keys_.payload(block)->tally.announceArrival(record);
     return block;
   }
-  void count(Ref block) { publish(keys_.payload(block)->records, keys_.payload(block)->records + 1); }
-
-  // Takes out a record that was counted, or, withdraw, one that was not; a key without records is forgotten.
-  void leave(const Key& key, Ref record) {
-    KeyCount& count = *keys_.payload(keys_.find(key));
-    publish(count.records, count.records - 1);
-    withdraw(key, record);
+  void settle(Ref block) {
+    KeyEntry& entry = *keys_.payload(block);
+    entry.tally.settleArrival();
+    publish(entry.arrivedAt, heap_->clock());
   }
-  void withdraw(const Key& key, Ref record) {
+
+  // A record that leaves the key: announced before, taken out after. A key without records is forgotten.
+  Ref announceLeaving(const Key& key, Ref record) {
     const Ref block = keys_.find(key);
+    keys_.payload(block)->tally.announceDeparture(record);
+    return block;
+  }
+  void leave(const Key& key, Ref block, Ref record) {
+    KeyEntry& entry = *keys_.payload(block);
+    entry.tally.settleDeparture();
     postings_.erase({block, record});
-    if (keys_.payload(block)->records == 0) keys_.remove(key, block);
+    if (entry.tally.settled() != 0) return;
+    // Who still reads through this block must not take it for one that stands still.
+    publish(entry.arrivedAt, heap_->clock());
+    keys_.remove(key, block);
   }
 
-  void grow() { keys_.grow(); }
+  // keep: bytes that others must still be able to allocate.
+  void grow(uint32_t keep) { keys_.grow(keep); }
 
-  uint32_t recordsUnder(const Key& key) const {
-    const Ref block = keys_.find(key);
-    return block == kNoRef ? 0 : follow(keys_.payload(block)->records);
-  }
+  // The block of a key that has records, or kNoRef.
+  Ref find(const Key& key) const { return keys_.find(key); }
+  Tally::Reading tally(Ref block) const { return keys_.payload(block)->tally.read(); }
+  uint64_t arrivedAt(Ref block) const { return follow(keys_.payload(block)->arrivedAt); }
 
-  // Copies up to `most` references of records under the key that come after `after`, in order; 0: no more.
-  uint32_t next(const Key& key, Ref after, Ref* out, uint32_t most) const {
-    const Ref block = keys_.find(key);
-    if (block == kNoRef) return 0;
+  // Copies up to `most` references of records under the block's key that come after `after`, in order; 0: no more.
+  uint32_t next(Ref block, Ref after, Ref* out, uint32_t most) const {
     PostingEntry entries[kMostAtOnce];
     const uint32_t got = postings_.above({block, after}, false, entries, most < kMostAtOnce ? most : kMostAtOnce);
     uint32_t found = 0;
@@ -77,6 +99,7 @@ class SecondaryIndex {
  private:
   static constexpr uint32_t kMostAtOnce = 32;
 
+  Heap* heap_;
   Keys keys_;
   Postings postings_;
 };

@@ -28,9 +28,9 @@ constexpr uint32_t enterBytes(schema::IndexKind kind) {
     case schema::IndexKind::kSecondary:
       return SecondaryIndex::kMaxEnterBytes;
     case schema::IndexKind::kOrdered:
-      return OrderedIndex<OrderedEntry>::kMaxWriteBytes;
+      return OrderedIndex<OrderedEntry>::kMaxInsertBytes;
     case schema::IndexKind::kLongest:
-      return PrefixTables::kMaxWriteBytes;
+      return PrefixTables::kMaxEnterBytes;
   }
   return 0;
 }
@@ -42,17 +42,21 @@ constexpr uint32_t leaveBytes(schema::IndexKind kind) {
     case schema::IndexKind::kSecondary:
       return SecondaryIndex::kMaxLeaveBytes;
     case schema::IndexKind::kOrdered:
-      return OrderedIndex<OrderedEntry>::kMaxWriteBytes;
+      return OrderedIndex<OrderedEntry>::kMaxEraseBytes;
     case schema::IndexKind::kLongest:
-      return PrefixTables::kMaxWriteBytes;
+      return PrefixTables::kMaxLeaveBytes;
   }
   return 0;
 }
 
-// What entering the last of several secondary keys of one record allocates, and leaving as many.
+// What moving a record from one key to another in so many secondary indexes allocates.
 constexpr uint32_t moveBytes(size_t keys) {
-  return SecondaryIndex::kMaxEnterBytes + static_cast<uint32_t>(keys) * SecondaryIndex::kMaxLeaveBytes;
+  return static_cast<uint32_t>(keys) * (SecondaryIndex::kMaxEnterBytes + SecondaryIndex::kMaxLeaveBytes);
 }
+
+// A removal gives back as many pieces as it takes, but for the nodes of tries: of each of their sizes one may have
+// been cut from a piece that comes back smaller. How many pieces many removals in a row can lose by that.
+inline constexpr uint32_t kSlackPieces = kPieceUnits + 7;
 
 constexpr uint32_t sumOver(const schema::Table& table, uint32_t (*bytesOf)(schema::IndexKind)) {
   uint32_t sum = 0;
@@ -60,11 +64,16 @@ constexpr uint32_t sumOver(const schema::Table& table, uint32_t (*bytesOf)(schem
   return sum;
 }
 
+// What a write that is not a removal leaves for the removal of any record.
+constexpr uint32_t keptBytes(const schema::Table& table) {
+  return sumOver(table, leaveBytes) + kSlackPieces * kPieceBytes;
+}
+
 // Whether any write to the table stays within what the heap can promise it.
 constexpr bool writesFit(const schema::Table& table) {
   const auto secondary = std::ranges::count(table.indexes, schema::IndexKind::kSecondary, &schema::Index::kind);
-  return sumOver(table, enterBytes) <= kMaxEnsureBytes && sumOver(table, leaveBytes) <= kMaxEnsureBytes &&
-         moveBytes(static_cast<size_t>(secondary)) <= kMaxEnsureBytes;
+  return sumOver(table, enterBytes) + keptBytes(table) <= kMaxEnsureBytes &&
+         moveBytes(static_cast<size_t>(secondary)) + keptBytes(table) <= kMaxEnsureBytes;
 }
 
 // Ordered and longest-prefix keys must be made of columns of the primary key: they then never change while a

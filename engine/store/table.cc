@@ -13,11 +13,15 @@ using schema::IndexKind;
 
 namespace {
 
+// Beyond what it needs itself, an insert that makes a table larger than it ever was leaves this to those that put
+// back what was removed: their trees may be packed more loosely than the ones before.
+constexpr uint32_t kReturnPieces = 64;
+
 void addOne(uint64_t& counter) { store(counter, counter + 1); }
 
 // Why there was no extent.
 uint32_t extentRefusal(const HeapState& heap) {
-  const uint64_t wanted = heap.heldBytes.load(std::memory_order_relaxed) + kExtentBytes;
+  const uint64_t wanted = heap.heldBytes + kExtentBytes;
   return heap.limitBytes != 0 && wanted > heap.limitBytes ? DB_ERR_MEMORY_LIMIT : DB_ERR_NO_MEMORY;
 }
 
@@ -55,15 +59,23 @@ class Table::Writer {
     return code;
   }
   uint32_t prepare();
+  uint32_t admit(uint32_t bytes, uint32_t pieces, uint32_t left);
+  uint32_t admitGrowth(uint32_t bytes, uint32_t pieces);
+  uint32_t admitReturn(uint32_t bytes, uint32_t pieces);
+  uint32_t admitRemoval();
+  uint32_t piecesToEnter();
+  uint32_t piecesToLeave();
+  bool canHave(uint32_t pieces);
   Ref enter(size_t index, const uint8_t* row, Ref record);
-  void leave(size_t index, const uint8_t* row, Ref record);
-  uint32_t enterMoved(std::span<const size_t> moved, const uint8_t* row, Ref record, Ref* keyBlocks);
+  void settle(size_t index, Ref block);
+  void leave(size_t index, const uint8_t* row, Ref block, Ref record);
   void grow();
 
   Table& table_;
   TableState& state_;
   Heap heap_;
   Records records_;
+  bool short_ = false;  // no extent was to be had: what is left is counted out
 };
 
 // What has to be there before the first record of a table can be entered.
@@ -75,10 +87,68 @@ uint32_t Table::Writer::prepare() {
     if (table_.plans_[i].kind == IndexKind::kLongest) code = table_.prefixes(heap_, i).prepare();
     if (code != 0) return code;
   }
-  return heap_.ensure(table_.insertBytes_);
+  return 0;
 }
 
-// Returns what is to be counted once the record is live: the block of a secondary key.
+// The chunks of the queue in which the nodes of such a write rest.
+constexpr uint32_t withQueue(uint32_t pieces) { return pieces + pieces / 16 + 2; }
+
+// To enter a record everywhere, trees being as high as they are.
+uint32_t Table::Writer::piecesToEnter() {
+  uint32_t pieces = 1;
+  for (size_t i = 1; i < table_.planCount_; ++i) {
+    const IndexKind kind = table_.plans_[i].kind;
+    if (kind == IndexKind::kSecondary) pieces += table_.secondary(heap_, i).piecesToEnter();
+    if (kind == IndexKind::kOrdered) pieces += table_.ordered(heap_, i).piecesToInsert();
+    if (kind == IndexKind::kLongest) pieces += PrefixTables::kMaxEnterPieces;
+  }
+  return withQueue(pieces);
+}
+
+// To take one out, trees being a level higher than they are.
+uint32_t Table::Writer::piecesToLeave() {
+  uint32_t pieces = 0;
+  for (size_t i = 1; i < table_.planCount_; ++i) {
+    const IndexKind kind = table_.plans_[i].kind;
+    if (kind == IndexKind::kSecondary) pieces += table_.secondary(heap_, i).piecesToLeave() + 1;
+    if (kind == IndexKind::kOrdered) pieces += table_.ordered(heap_, i).piecesToErase() + 1;
+    if (kind == IndexKind::kLongest) pieces += PrefixTables::kMaxLeavePieces;
+  }
+  return withQueue(pieces);
+}
+
+bool Table::Writer::canHave(uint32_t pieces) {
+  if (heap_.pieces() >= pieces) return true;
+  heap_.reclaim();
+  return heap_.pieces() >= pieces;
+}
+
+// Memory for a write that may add to what is stored: at most so many bytes, as the trees stand so many pieces.
+// Without a new extent it leaves what removals need, and `left` beside.
+uint32_t Table::Writer::admit(uint32_t bytes, uint32_t pieces, uint32_t left) {
+  const uint32_t code = heap_.ensure(bytes + table_.keptBytes_);
+  if (code == 0) return 0;
+  short_ = canHave(pieces + piecesToLeave() + kSlackPieces + left);
+  return short_ ? 0 : code;
+}
+
+// The table was never larger. What returns have taken beyond the limit is not for growth.
+uint32_t Table::Writer::admitGrowth(uint32_t bytes, uint32_t pieces) {
+  return heap_.isBeyondLimit() ? uint32_t{DB_ERR_MEMORY_LIMIT} : admit(bytes, pieces, pieces + kReturnPieces);
+}
+
+// The table had more records before: what was removed may come back, beyond the limit if need be.
+uint32_t Table::Writer::admitReturn(uint32_t bytes, uint32_t pieces) {
+  const uint32_t code = admit(bytes, pieces, 0);
+  return code == 0 ? 0 : heap_.ensureBeyondLimit(bytes + table_.keptBytes_);
+}
+
+uint32_t Table::Writer::admitRemoval() {
+  const uint32_t code = heap_.ensure(table_.removeBytes_);
+  return code == 0 || canHave(piecesToLeave()) ? 0 : code;
+}
+
+// Returns the block of what the record was entered under: a secondary key, or a trie.
 Ref Table::Writer::enter(size_t index, const uint8_t* row, Ref record) {
   const Plan& plan = table_.plans_[index];
   Key key;
@@ -93,15 +163,21 @@ Ref Table::Writer::enter(size_t index, const uint8_t* row, Ref record) {
       break;
     case IndexKind::kLongest:
       plan.leading.fromRow(row, key);
-      table_.prefixes(heap_, index).enter(key, plan.prefixIn(row), record, [&](Ref other) {
+      return table_.prefixes(heap_, index).enter(key, plan.prefixIn(row), record, [&](Ref other) {
         return plan.prefixIn(records_.row(other)).addr;
       });
-      break;
   }
   return kNoRef;
 }
 
-void Table::Writer::leave(size_t index, const uint8_t* row, Ref record) {
+// The record is live now under what it was entered.
+void Table::Writer::settle(size_t index, Ref block) {
+  if (table_.plans_[index].kind == IndexKind::kSecondary) table_.secondary(heap_, index).settle(block);
+  if (table_.plans_[index].kind == IndexKind::kLongest) table_.prefixes(heap_, index).settle(block);
+}
+
+// block: of a secondary key, as announced.
+void Table::Writer::leave(size_t index, const uint8_t* row, Ref block, Ref record) {
   const Plan& plan = table_.plans_[index];
   Key key;
   switch (plan.kind) {
@@ -109,7 +185,7 @@ void Table::Writer::leave(size_t index, const uint8_t* row, Ref record) {
       break;
     case IndexKind::kSecondary:
       plan.shape.fromRow(row, key);
-      table_.secondary(heap_, index).leave(key, record);
+      table_.secondary(heap_, index).leave(key, block, record);
       break;
     case IndexKind::kOrdered:
       table_.ordered(heap_, index).erase(plan.shape.orderedInRow(row, record));
@@ -122,45 +198,33 @@ void Table::Writer::leave(size_t index, const uint8_t* row, Ref record) {
 }
 
 void Table::Writer::grow() {
-  table_.primary(heap_).grow();
+  if (short_) return;
+  table_.primary(heap_).grow(table_.keptBytes_);
   for (size_t i = 1; i < table_.planCount_; ++i) {
-    if (table_.plans_[i].kind == IndexKind::kSecondary) table_.secondary(heap_, i).grow();
-    if (table_.plans_[i].kind == IndexKind::kLongest) table_.prefixes(heap_, i).grow();
+    if (table_.plans_[i].kind == IndexKind::kSecondary) table_.secondary(heap_, i).grow(table_.keptBytes_);
+    if (table_.plans_[i].kind == IndexKind::kLongest) table_.prefixes(heap_, i).grow(table_.keptBytes_);
   }
 }
 
 uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
-  if (state_.recordLimit != 0 && state_.count >= state_.recordLimit) return refuse(DB_ERR_RECORD_LIMIT);
+  const uint64_t count = state_.count.settled();
+  if (state_.recordLimit != 0 && count >= state_.recordLimit) return refuse(DB_ERR_RECORD_LIMIT);
   if (const uint32_t code = prepare()) return refuse(code);
+  const uint32_t bytes = table_.insertBytes_, pieces = piecesToEnter();
+  const uint32_t code = count < state_.peak ? admitReturn(bytes, pieces) : admitGrowth(bytes, pieces);
+  if (code != 0) return refuse(code);
   const Ref record = records_.take(row);
   if (record == kNoRef) return refuse(extentRefusal(state_.heap));
 
-  Ref keyBlocks[kMaxIndexes];
+  Ref blocks[kMaxIndexes];
+  state_.count.announceArrival(record);
   table_.primary(heap_).insert(key.hash, record);
-  for (size_t i = 1; i < table_.planCount_; ++i) keyBlocks[i] = enter(i, row, record);
+  for (size_t i = 1; i < table_.planCount_; ++i) blocks[i] = enter(i, row, record);
   records_.enliven(record);
-  publish(state_.count, state_.count + 1);
-  for (size_t i = 1; i < table_.planCount_; ++i) {
-    if (keyBlocks[i] != kNoRef) table_.secondary(heap_, i).count(keyBlocks[i]);
-  }
+  state_.count.settleArrival();
+  for (size_t i = 1; i < table_.planCount_; ++i) settle(i, blocks[i]);
+  if (count >= state_.peak) store(state_.peak, count + 1);
   grow();
-  return 0;
-}
-
-// Enters the record under the new keys of these indexes, or under none. At every step there is memory to
-// leave as many keys as were entered: to take them back here, or for the old ones later.
-uint32_t Table::Writer::enterMoved(std::span<const size_t> moved, const uint8_t* row, Ref record, Ref* keyBlocks) {
-  for (size_t i = 0; i < moved.size(); ++i) {
-    if (const uint32_t code = heap_.ensure(moveBytes(i + 1))) {
-      while (i-- > 0) {
-        Key key;
-        table_.plans_[moved[i]].shape.fromRow(row, key);
-        table_.secondary(heap_, moved[i]).withdraw(key, record);
-      }
-      return code;
-    }
-    keyBlocks[i] = enter(moved[i], row, record);
-  }
   return 0;
 }
 
@@ -175,26 +239,46 @@ uint32_t Table::Writer::change(Ref record, const uint8_t* row) {
     records_.change(record, row);
     return 0;
   }
-  Ref keyBlocks[kMaxIndexes];
-  if (const uint32_t code = enterMoved({moved, moves}, row, record, keyBlocks)) return refuse(code);
+  uint32_t pieces = 0;
+  for (const size_t i : std::span(moved, moves)) {
+    const SecondaryIndex index = table_.secondary(heap_, i);
+    pieces += index.piecesToEnter() + index.piecesToLeave() + 2;
+  }
+  if (const uint32_t code = admit(moveBytes(moves), withQueue(pieces), 0)) return refuse(code);
 
   uint8_t before[schema::kMaxRowLength];
   std::memcpy(before, records_.row(record), table_.layout_->rowLength);
+  Ref entered[kMaxIndexes], left[kMaxIndexes];
+  for (const size_t i : std::span(moved, moves)) {
+    Key key;
+    table_.plans_[i].shape.fromRow(before, key);
+    entered[i] = enter(i, row, record);
+    left[i] = table_.secondary(heap_, i).announceLeaving(key, record);
+  }
   records_.change(record, row);
-  for (size_t i = 0; i < moves; ++i) table_.secondary(heap_, moved[i]).count(keyBlocks[i]);
-  for (size_t i = 0; i < moves; ++i) leave(moved[i], before, record);
+  for (const size_t i : std::span(moved, moves)) settle(i, entered[i]);
+  for (const size_t i : std::span(moved, moves)) leave(i, before, left[i], record);
   grow();
   return 0;
 }
 
 uint32_t Table::Writer::remove(const Key& key, Ref record) {
-  if (const uint32_t code = heap_.ensureBeyondLimit(table_.removeBytes_)) return refuse(code);
+  if (const uint32_t code = admitRemoval()) return refuse(code);
+  // The row stays as it is until the slot is taken again.
+  const uint8_t* const row = records_.row(record);
+  Ref blocks[kMaxIndexes] = {};
+  state_.count.announceDeparture(record);
+  for (size_t i = 1; i < table_.planCount_; ++i) {
+    if (table_.plans_[i].kind != IndexKind::kSecondary) continue;
+    Key under;
+    table_.plans_[i].shape.fromRow(row, under);
+    blocks[i] = table_.secondary(heap_, i).announceLeaving(under, record);
+  }
   records_.bury(record);
-  publish(state_.count, state_.count - 1);
-  // The row stays as it was until the slot is given back.
-  for (size_t i = 1; i < table_.planCount_; ++i) leave(i, records_.row(record), record);
+  state_.count.settleDeparture();
+  for (size_t i = 1; i < table_.planCount_; ++i) leave(i, row, blocks[i], record);
   table_.primary(heap_).erase(key.hash, record);
-  records_.retire(record);
+  records_.giveBack(record);
   addOne(state_.removed);
   return 0;
 }
@@ -206,6 +290,7 @@ void Table::attach(const schema::Table& layout, Arena& arena, TableState& state)
   recordLayout_ = RecordLayout(layout.rowLength);
   insertBytes_ = sumOver(layout, enterBytes);
   removeBytes_ = sumOver(layout, leaveBytes);
+  keptBytes_ = keptBytes(layout);
   planCount_ = layout.indexes.size();
   for (size_t i = 0; i < planCount_; ++i) {
     const auto columns = layout.indexes[i].parts();
@@ -259,11 +344,24 @@ PrefixTables Table::prefixes(Heap& heap, size_t index) const {
   return PrefixTables(heap, state_->indexes[index].hash, plans_[index].leading);
 }
 
-// The record with this key, perhaps no longer or not yet live.
+// The writer's own look: what it finds is live, since a write leaves no dead record in an index.
 Ref Table::find(Heap& heap, const Key& key) const {
   const KeyShape& shape = plans_[0].shape;
   const Records rows = records(heap);
   return primary(heap).find(key.hash, [&](Ref record) { return shape.isInStored(rows.row(record), key.bytes); });
+}
+
+// A look at the stored row decides most cases without a copy. Should the row be in the making just then, no record
+// has this key at that moment.
+bool Table::readOne(Heap& heap, const Key& key, uint64_t latest, uint8_t* row) const {
+  const KeyShape& shape = plans_[0].shape;
+  const Records rows = records(heap);
+  return readStable(heap, [&] {
+           return primary(heap).find(key.hash, [&](Ref record) {
+             return shape.isInStored(rows.row(record), key.bytes) && rows.read(record, latest, row) &&
+                    shape.isIn(row, key.bytes);
+           });
+         }) != kNoRef;
 }
 
 uint32_t Table::write(const uint8_t* row, Change& change) {
@@ -275,6 +373,17 @@ uint32_t Table::write(const uint8_t* row, Change& change) {
   change = record == kNoRef ? Change::kInserted : Change::kReplaced;
   const uint32_t code = record == kNoRef ? writer.insert(key, row) : writer.change(record, row);
   if (code == 0) addOne(record == kNoRef ? state_->inserted : state_->replaced);
+  return code;
+}
+
+uint32_t Table::insert(const uint8_t* row) {
+  if (!masksAreValid(row)) return DB_ERR_BAD_KEY;
+  Key key;
+  plans_[0].shape.fromRow(row, key);
+  Writer writer(*this);
+  if (writer.find(key) != kNoRef) return DB_ERR_EXISTS;
+  const uint32_t code = writer.insert(key, row);
+  if (code == 0) addOne(state_->inserted);
   return code;
 }
 
@@ -317,29 +426,61 @@ uint32_t Table::remove(const schema::Index& index, const uint8_t* key, uint64_t&
 }
 
 uint32_t Table::read(const schema::Index& index, const uint8_t* key, uint8_t* row) const {
-  if (index.kind == IndexKind::kSecondary) return readFirst(index, key, row);
-  if (index.kind != IndexKind::kPrimary) return DB_ERR_BAD_INDEX;
+  if (index.kind != IndexKind::kPrimary && index.kind != IndexKind::kSecondary) return DB_ERR_BAD_INDEX;
+  const size_t number = numberOf(index);
   Key wanted;
-  plans_[0].shape.fromPacked(key, wanted);
+  plans_[number].shape.fromPacked(key, wanted);
+  if (index.kind == IndexKind::kSecondary) return readFirst(number, wanted, row);
   Heap memory = heap();
-  const Ref record = readStable(memory, [&] { return find(memory, wanted); });
-  if (record == kNoRef || !records(memory).read(record, Records::kAnyTime, row)) return DB_ERR_NO_DATA;
-  // Another key: the record went, and its slot has been given to another one.
-  return plans_[0].shape.isIn(row, key) ? 0 : uint32_t{DB_ERR_NO_DATA};
+  return readOne(memory, wanted, Records::kAnyTime, row) ? 0 : uint32_t{DB_ERR_NO_DATA};
 }
 
-uint32_t Table::readFirst(const schema::Index& index, const uint8_t* key, uint8_t* row) const {
-  Cursor cursor;
-  cursor.openKey(*this, index, key);
-  if (cursor.next(row) != 0) return DB_ERR_NO_DATA;
-  uint8_t other[schema::kMaxRowLength];
-  while (cursor.next(other) == 0) {
-    if (plans_[0].shape.less(other, row)) std::memcpy(row, other, layout_->rowLength);
+bool Table::readUnder(const Records& rows, size_t index, const Key& key, Ref record, uint8_t* row) const {
+  return rows.read(record, Records::kAnyTime, row) && plans_[index].shape.isIn(row, key.bytes);
+}
+
+// Looks at all records under the key, then once more at the first of them. If none became live under the key
+// meanwhile, all that would come before it were gone when it was looked at last.
+uint32_t Table::readFirst(size_t index, const Key& key, uint8_t* row) const {
+  constexpr uint32_t kRun = 24;
+  Heap memory = heap();
+  const SecondaryIndex postings = secondary(memory, index);
+  const Records rows = records(memory);
+  const auto findBlock = [&] { return readStable(memory, [&] { return postings.find(key); }); };
+  const auto arrivedAt = [&](Ref block) { return readStable(memory, [&] { return postings.arrivedAt(block); }); };
+  for (;;) {
+    const Ref block = findBlock();
+    if (block == kNoRef) return DB_ERR_NO_DATA;
+    const uint64_t began = arrivedAt(block);
+    Ref first = kNoRef, last = kNoRef, run[kRun];
+    while (const uint32_t got = readStable(memory, [&] { return postings.next(block, last, run, kRun); })) {
+      for (const Ref record : std::span(run, got)) {
+        uint8_t other[schema::kMaxRowLength];
+        if (!readUnder(rows, index, key, record, other)) continue;
+        if (first != kNoRef && !plans_[0].shape.less(other, row)) continue;
+        std::memcpy(row, other, layout_->rowLength);
+        first = record;
+      }
+      last = run[got - 1];
+    }
+    // The slot may have become another record's.
+    uint8_t again[schema::kMaxRowLength];
+    const bool none = first == kNoRef;
+    const bool found = !none && readUnder(rows, index, key, first, again) && plans_[0].shape.same(row, again);
+    acquireFence();
+    if (!(none || found) || findBlock() != block || arrivedAt(block) != began) continue;
+    if (none) return DB_ERR_NO_DATA;
+    std::memcpy(row, again, layout_->rowLength);
+    return 0;
   }
-  return 0;
 }
 
-uint64_t Table::count() const { return follow(state_->count); }
+uint64_t Table::count() const {
+  Heap memory = heap();
+  const Records rows = records(memory);
+  return readTally([&] { return memory.clock(); }, [&] { return state_->count.read(); },
+                   [&](Ref record) { return rows.isLive(record); });
+}
 
 uint32_t Table::countByKey(const schema::Index& index, const uint8_t* key, uint64_t& count) const {
   if (index.kind == IndexKind::kPrimary) {
@@ -352,7 +493,17 @@ uint32_t Table::countByKey(const schema::Index& index, const uint8_t* key, uint6
   Key wanted;
   plans_[number].shape.fromPacked(key, wanted);
   Heap memory = heap();
-  count = readStable(memory, [&] { return secondary(memory, number).recordsUnder(wanted); });
+  const SecondaryIndex keys = secondary(memory, number);
+  const Records rows = records(memory);
+  const auto tallyNow = [&] {
+    const Ref block = keys.find(wanted);
+    return block == kNoRef ? Tally::Reading{0, kNoRef} : keys.tally(block);
+  };
+  count = readTally([&] { return memory.clock(); }, tallyNow,
+                    [&](Ref record) {
+                      uint8_t row[schema::kMaxRowLength];
+                      return readUnder(rows, number, wanted, record, row);
+                    });
   return 0;
 }
 
@@ -360,6 +511,7 @@ void Table::setLimits(const Limits& limits) {
   pthread_mutex_lock(&state_->writers);
   store(state_->recordLimit, limits.records);
   store(state_->heap.limitBytes, limits.bytes);
+  store(state_->peak, uint64_t{state_->count.settled()});
   pthread_mutex_unlock(&state_->writers);
 }
 
@@ -367,7 +519,7 @@ TableStats Table::stats() const {
   const TableState& state = *state_;
   return {
       .records = count(),
-      .bytes = state.heap.heldBytes.load(std::memory_order_relaxed),
+      .bytes = load(state.heap.heldBytes),
       .limits = {.records = load(state.recordLimit), .bytes = load(state.heap.limitBytes)},
       .inserted = load(state.inserted),
       .replaced = load(state.replaced),

@@ -2,18 +2,29 @@
 //
 // DESCRIPTION  A record is a slot: a 32-bit version, then the row. The version says whether the slot is live
 // and whether its row is being changed; changing it is the single store that makes a write visible, in all
-// indexes at once:
+// indexes and counts at once:
 //
 //   insert   fill the slot, enter it in every index (readers pass over slots that are not live), make it live
 //   update   enter it under its new keys, change the row under its version, take it out of its old keys
-//   remove   make it dead, take it out of every index, retire the slot
+//   remove   make it dead, take it out of every index, give the slot back
 //
 // While a row is being changed its previous content stands in the table's shadow row, so readers never wait.
-// Every record also has a birth stamp (the heap's clock); a cursor returns only records born before it was
-// opened, in an order that does not change, which is why it returns none twice and misses none that stays.
+//
+// Single reads are linearizable: the answer of read, count, countByKey, and of the first step of a longest-prefix
+// cursor was right at some moment between call and return. A read begins again when a record became live meanwhile
+// under the key, or in the VRF, that it looks at (or, for a count, when another write began): never because of a
+// write that is still under way or was broken off, so readers never wait, and one of two always gets on.
+// Walks are made of steps: every record has a birth stamp (the heap's clock), and a cursor returns only records
+// born before it was opened, in an order that does not change, which is why it returns none twice and misses none
+// that stays.
+//
+// MEMORY   A table that gets no further extent, at its limit or with the arena exhausted, keeps back what its
+// removals need (some 100 KiB), so that every record can be removed, and what was removed can be inserted again:
+// as long as there are fewer records than there were (peak) an insert may use what others must leave, and even
+// take a further extent beyond the limit, because an index that was filled in another order is packed more loosely.
 //
 // COST     A write: one hash index changed, and each further index that knows the record.
-//          A read by primary key, and countByKey: O(1).
+//          A read by primary key, and countByKey: O(1). A read by secondary key looks at each record under it.
 // THREADS  Writers of one table are serialised by a lock in the arena; readers take none.
 #ifndef FIBDB_ENGINE_STORE_TABLE_H
 #define FIBDB_ENGINE_STORE_TABLE_H
@@ -31,6 +42,7 @@
 #include "engine/store/prefix_tables.h"
 #include "engine/store/records.h"
 #include "engine/store/secondary_index.h"
+#include "engine/store/tally.h"
 #include "platform/schema/catalog.h"
 
 namespace fibdb::store {
@@ -66,8 +78,9 @@ struct TableState {
   HeapState heap;
   RecordsState records;
   IndexState indexes[kMaxIndexes];
-  uint64_t count;
+  Tally count;
   uint64_t recordLimit;
+  uint64_t peak;  // the most records there were since limits were set
   uint64_t inserted, replaced, updated, removed, refused;
 };
 
@@ -81,6 +94,8 @@ class Table {
   // Inserts the row or replaces the record with its primary key. DB_ERR_BAD_KEY for a mask above 32 in a
   // longest-prefix key; DB_ERR_RECORD_LIMIT, DB_ERR_MEMORY_LIMIT, DB_ERR_NO_MEMORY: nothing changed.
   uint32_t write(const uint8_t* row, Change& change);
+  // Inserts the row; DB_ERR_EXISTS when there is a record with its primary key. Else as write.
+  uint32_t insert(const uint8_t* row);
   // Changes the fields in `staged` of the record with this primary key to row's. DB_ERR_NO_DATA when there is
   // none, DB_ERR_KEY_MISMATCH when a staged field of the primary key differs from the key.
   uint32_t update(const uint8_t* primaryKey, const uint8_t* row, FieldSet staged);
@@ -89,9 +104,10 @@ class Table {
   uint32_t remove(const schema::Index& index, const uint8_t* key, uint64_t& removed);
 
   // Copies the record with this key; of several under a secondary key the first in primary-key order, which
-  // takes a look at each of them.
+  // takes a look at each of them. DB_ERR_NO_DATA when there is none. The row is overwritten in any case.
   uint32_t read(const schema::Index& index, const uint8_t* key, uint8_t* row) const;
 
+  // Exact, as single reads are right: a record that a read returns is counted, one that it misses is not.
   uint64_t count() const;
   uint32_t countByKey(const schema::Index& index, const uint8_t* key, uint64_t& count) const;
 
@@ -133,7 +149,9 @@ class Table {
   PrefixTables prefixes(Heap& heap, size_t index) const;
 
   Ref find(Heap& heap, const Key& primaryKey) const;
-  uint32_t readFirst(const schema::Index& index, const uint8_t* key, uint8_t* row) const;
+  bool readOne(Heap& heap, const Key& primaryKey, uint64_t latest, uint8_t* row) const;
+  uint32_t readFirst(size_t index, const Key& key, uint8_t* row) const;
+  bool readUnder(const Records& records, size_t index, const Key& key, Ref record, uint8_t* row) const;
 
   const schema::Table* layout_ = nullptr;
   Arena* arena_ = nullptr;
@@ -142,10 +160,23 @@ class Table {
   Plan plans_[kMaxIndexes];
   size_t planCount_ = 0;
   uint32_t insertBytes_ = 0, removeBytes_ = 0;  // what such a write hands to Heap::ensure
+  uint32_t keptBytes_ = 0;                      // what an insert leaves to removals
 };
 
 // A walk over records. Needs no release; takes no memory. One thread at a time.
 // open... return 0, DB_ERR_BAD_INDEX or DB_ERR_BAD_KEY. A cursor must not be used before it is opened.
+//
+// The records of a longest-prefix key come in one order, longer prefixes first, and of one prefix those with the
+// lower address first (then the lower reference); where a cursor stands in it is the last one that it returned.
+struct PrefixPosition {
+  uint8_t length;       // no longer prefix is still to come
+  PostingEntry passed;  // of this length, nothing up to this {address, record} is still to come
+
+  bool isBefore(uint8_t otherLength, const PostingEntry& entry) const {
+    return otherLength < length || (otherLength == length && passed < entry);
+  }
+};
+
 class Cursor {
  public:
   // The whole table.
@@ -171,9 +202,9 @@ class Cursor {
   bool stepOne(uint8_t* row);
   bool stepRun(uint8_t* row);
   bool stepPrefixes(uint8_t* row);
-  bool stepPrefixesOneByOne(uint8_t* row);
-  bool readSharer(Heap& heap, uint8_t length, uint8_t* row);
-  void passPrefix(uint8_t length);
+  Ref findPrefix(Heap& heap, Ref trie, uint8_t* row) const;
+  bool readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const;
+  PostingEntry entryOf(const uint8_t* row, Ref record) const;
   uint32_t refillUnderKey();
   uint32_t refillRange();
   bool keeps(const uint8_t* row) const;
@@ -182,17 +213,15 @@ class Cursor {
 
   const Table* table_;
   uint64_t openedAt_;  // the heap's clock
+  uint64_t latest_;  // births after this are not returned: openedAt_, but for the first record of a longest-prefix key
   Kind kind_;
   bool filtered_;
   uint16_t filterOffset_;
   uint32_t filterValue_;
   uint8_t index_;
 
-  // Longest prefix: prefixes longer than this have been seen; of this length perhaps some of several.
-  bool amidSharers_;
-  uint8_t maxLength_;
-  uint32_t addr_;
-  PostingEntry sharer_;
+  uint32_t addr_;  // longest prefix
+  PrefixPosition position_;
 
   RecordPosition slot_;  // whole table
   Key key_;              // under a key; the leading columns of a longest-prefix key

@@ -1,14 +1,20 @@
 // engine/store/word.h: words that a writer stores while readers load them.
 //
 // Stored state is plain bytes in the arena, so it is accessed through these, never through std::atomic members of
-// larger structures: relaxed copies for content (a block before it is published, a record under its version), and
-// publish/follow for the reference that makes content reachable.
+// larger structures: relaxed copies for content (a block before it is published, a record under its version),
+// publish/follow for the reference that makes content reachable, and fences where an order concerns many words.
+// They are the only way to words that readers see, so a test can stand in their place and choose, for every load,
+// any value that the memory model allows: FIBDB_WORD_HOOKS names the header with its versions of the first six.
 #ifndef FIBDB_ENGINE_STORE_WORD_H
 #define FIBDB_ENGINE_STORE_WORD_H
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#ifdef FIBDB_WORD_HOOKS
+#include FIBDB_WORD_HOOKS
+#else
 
 namespace fibdb::store {
 
@@ -32,6 +38,17 @@ template <class Word>
 Word follow(const Word& word) {
   return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
 }
+
+// Whoever acquires after seeing a later store sees the stores before this.
+inline void releaseFence() { __atomic_thread_fence(__ATOMIC_RELEASE); }
+// What was seen before this makes what preceded it visible.
+inline void acquireFence() { __atomic_thread_fence(__ATOMIC_ACQUIRE); }
+
+}  // namespace fibdb::store
+
+#endif
+
+namespace fibdb::store {
 
 // Copies out of and into shared memory, word by word. REQUIRES: the shared side is 4-byte aligned; bytes may be any
 // number, the shared side has room up to the next multiple of four.

@@ -77,11 +77,11 @@ class StoredOrdered : public Ground {
   using Entry = EntryType;
 
   bool insert(const Entry& entry) {
-    begin(OrderedIndex<Entry>::kMaxWriteBytes);
+    begin(OrderedIndex<Entry>::kMaxInsertBytes);
     return index_.insert(entry);
   }
   bool erase(const Entry& entry) {
-    begin(OrderedIndex<Entry>::kMaxWriteBytes);
+    begin(OrderedIndex<Entry>::kMaxEraseBytes);
     return index_.erase(entry);
   }
   bool contains(const Entry& entry) const { return index_.contains(entry); }
@@ -135,7 +135,7 @@ class StoredPrefixes : public Ground {
   // The trie as a reader holds it that has followed the root and no further.
   LongestPrefixState held() const { return root_; }
   uint32_t find(uint32_t addr, uint8_t length) const { return index_.find(addr, length); }
-  uint32_t longest(uint32_t addr, uint8_t maxLength) const { return index_.longest(addr, maxLength); }
+  PrefixMatch longest(uint32_t addr, uint8_t maxLength) const { return index_.longest(addr, maxLength); }
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const { index_.match(addr, maxLength, out); }
 
  private:
@@ -161,10 +161,10 @@ class LinearPrefixes {
     }
     return 0;
   }
-  uint32_t longest(uint32_t addr, uint8_t maxLength) const {
+  PrefixMatch longest(uint32_t addr, uint8_t maxLength) const {
     PrefixMatches matches;
     match(addr, maxLength, matches);
-    return matches.count == 0 ? 0 : matches.values[0];
+    return matches.count == 0 ? PrefixMatch{0, 0} : PrefixMatch{matches.values[0], matches.lengths[0]};
   }
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {
     out.count = 0;

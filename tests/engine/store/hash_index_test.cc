@@ -60,7 +60,7 @@ void insert(Ground& ground, Index& index, uint64_t hash, Ref ref) {
   ASSERT_EQ(index.prepare(), 0U);
   ASSERT_EQ(ground.heap.ensure(Index::kMaxWriteBytes), 0U);
   index.insert(hash, ref);
-  index.grow();
+  index.grow(0);
 }
 
 void playAgainstTwin(uint64_t mask, Ref span, size_t steps) {
@@ -122,7 +122,7 @@ TEST(HashIndex, without_memory_to_grow_still_takes_references) {
   Ref taken = 0;
   while (ground.heap.ensure(Index::kMaxWriteBytes) == 0) {
     index.insert(hashOf(taken + 1), taken + 1);
-    index.grow();
+    index.grow(0);
     ++taken;
   }
   EXPECT_GT(taken, 1000U);
@@ -151,7 +151,7 @@ TEST(HashIndex, a_reference_that_a_split_moves_during_a_find_is_found) {
       ASSERT_EQ(index.prepare(), 0U);
       ASSERT_EQ(ground.heap.ensure(index.kMaxWriteBytes), 0U);
       index.insert(hashes[ref], ref);
-      index.grow();
+      index.grow(0);
     }
   };
   insertAll(kStays, kMoves + 1);

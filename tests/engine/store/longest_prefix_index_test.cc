@@ -34,7 +34,7 @@ using Implementations = testing::Types<StoredPrefixes, LinearPrefixes>;
 TYPED_TEST_SUITE(PrefixContract, Implementations);
 
 TYPED_TEST(PrefixContract, an_empty_index_matches_nothing) {
-  EXPECT_EQ(this->index.longest(ip(10, 0, 0, 1), 32), 0u);
+  EXPECT_EQ(this->index.longest(ip(10, 0, 0, 1), 32).value, 0u);
   EXPECT_EQ(this->index.find(0, 0), 0u);
   EXPECT_EQ(this->index.erase(0, 0), 0u);
   EXPECT_TRUE(this->matches(0, 32).empty());
@@ -44,15 +44,15 @@ TYPED_TEST(PrefixContract, the_default_route_matches_every_address_at_every_leng
   EXPECT_EQ(this->index.insert(ip(1, 2, 3, 4), 0, 7), 0u);
   EXPECT_EQ(this->index.find(0, 0), 7u);
   for (const uint32_t addr : {0u, ip(1, 2, 3, 4), ~0u}) {
-    for (uint8_t length = 0; length <= 32; ++length) EXPECT_EQ(this->index.longest(addr, length), 7u);
+    for (uint8_t length = 0; length <= 32; ++length) EXPECT_EQ(this->index.longest(addr, length).value, 7u);
   }
 }
 
 TYPED_TEST(PrefixContract, a_host_route_matches_its_address_alone_and_only_at_length_32) {
   this->index.insert(~0u, 32, 7);
-  EXPECT_EQ(this->index.longest(~0u, 32), 7u);
-  EXPECT_EQ(this->index.longest(~0u, 31), 0u);
-  EXPECT_EQ(this->index.longest(~0u - 1, 32), 0u);
+  EXPECT_EQ(this->index.longest(~0u, 32).value, 7u);
+  EXPECT_EQ(this->index.longest(~0u, 31).value, 0u);
+  EXPECT_EQ(this->index.longest(~0u - 1, 32).value, 0u);
 }
 
 TYPED_TEST(PrefixContract, bits_below_the_length_are_ignored) {
@@ -67,14 +67,14 @@ TYPED_TEST(PrefixContract, a_prefix_of_every_length_matches_longest_first) {
   const uint32_t addr = ip(203, 0, 113, 77);
   for (uint8_t length = 0; length <= 32; ++length) this->index.insert(addr, length, 100 + length);
   for (uint8_t most = 0; most <= 32; ++most) {
-    EXPECT_EQ(this->index.longest(addr, most), 100u + most);
+    EXPECT_EQ(this->index.longest(addr, most).value, 100u + most);
     const std::vector<uint32_t> found = this->matches(addr, most);
     ASSERT_EQ(found.size(), most + 1u);
     for (uint32_t i = 0; i < found.size(); ++i) EXPECT_EQ(found[i], 100 + most - i);
   }
   for (uint8_t differing = 1; differing <= 32; ++differing) {
     const uint32_t other = addr ^ 1u << (32 - differing);
-    EXPECT_EQ(this->index.longest(other, 32), 99u + differing) << "agrees in all but bit " << int{differing};
+    EXPECT_EQ(this->index.longest(other, 32).value, 99u + differing) << "agrees in all but bit " << int{differing};
   }
 }
 
@@ -85,7 +85,9 @@ void expectSameAnswers(const StoredPrefixes& index, const LinearPrefixes& twin, 
   ASSERT_EQ(found.count, expected.count) << std::hex << addr << "/" << std::dec << int{maxLength};
   ASSERT_EQ(std::memcmp(found.values, expected.values, found.count * sizeof found.values[0]), 0);
   ASSERT_EQ(std::memcmp(found.lengths, expected.lengths, found.count), 0);
-  ASSERT_EQ(index.longest(addr, maxLength), expected.count == 0 ? 0 : expected.values[0]);
+  const PrefixMatch longest = index.longest(addr, maxLength);
+  ASSERT_EQ(longest.value, expected.count == 0 ? 0 : expected.values[0]);
+  ASSERT_EQ(longest.length, expected.count == 0 ? 0 : expected.lengths[0]);
   ASSERT_EQ(index.find(addr, maxLength), twin.find(addr, maxLength));
 }
 
@@ -218,8 +220,8 @@ TEST(LongestPrefixIndex, a_reader_keeps_its_state_for_kRestingWrites_less_one) {
     } else {
       ASSERT_EQ(index.insert(0, 0, 100), 0u);
     }
-    ASSERT_EQ(view.longest(ip(192, 0, 2, 1), 32), 7u) << "after " << write + 1 << " writes";
-    ASSERT_EQ(view.longest(ip(10, 0, 0, 1), 32), 8u) << "after " << write + 1 << " writes";
+    ASSERT_EQ(view.longest(ip(192, 0, 2, 1), 32).value, 7u) << "after " << write + 1 << " writes";
+    ASSERT_EQ(view.longest(ip(10, 0, 0, 1), 32).value, 8u) << "after " << write + 1 << " writes";
   }
 }
 
@@ -235,7 +237,7 @@ TEST(LongestPrefixIndex, reading_a_node_that_is_its_own_child_ends_within_bounds
   PrefixMatches matches;
   index.match(ip(192, 0, 2, 1), 32, matches);
   EXPECT_EQ(matches.count, kMaxMatches);
-  EXPECT_EQ(index.longest(ip(192, 0, 2, 1), 32), node);
+  EXPECT_EQ(index.longest(ip(192, 0, 2, 1), 32).value, node);
 }
 
 // A reader that was overtaken sees reused memory. It may answer anything, but it must answer.
@@ -260,7 +262,7 @@ TEST(LongestPrefixIndex, reading_garbage_ends_within_bounds) {
     PrefixMatches matches;
     index.match(random(), static_cast<uint8_t>(random() % 33), matches);
     ASSERT_LE(matches.count, kMaxMatches);
-    answers += index.longest(random(), 32) != 0;
+    answers += index.longest(random(), 32).value != 0;
     answers += index.find(random(), static_cast<uint8_t>(random() % 33)) != 0;
   }
   EXPECT_GT(answers, 0u) << "the garbage was not interesting enough to be followed";
@@ -287,7 +289,7 @@ TEST(LongestPrefixIndex, readers_beside_a_writer_get_a_prefix_that_covers_the_ad
   Random random(seed + 1);
   for (int read = 0; read < 100000; ++read) {
     const uint32_t addr = ip(10, random() % 2, random(), random());
-    const uint32_t value = readStable(index.heap, [&] { return index.longest(addr, 32); });
+    const uint32_t value = readStable(index.heap, [&] { return index.longest(addr, 32).value; });
     ASSERT_NE(value, 0u) << "10.0.0.0/8 is always there";
     const uint32_t length = 32 - (value & 0x1f);
     ASSERT_EQ(value, valueOf(addr, length));
