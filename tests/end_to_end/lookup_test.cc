@@ -5,7 +5,7 @@
 #include <random>
 
 #include "tests/end_to_end/engine_fixture.h"
-#include "tools/fibdb/reference.h"
+#include "tools/fibdb/routes/reference.h"
 
 namespace fibdb::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/fibdb/routes_file.h"
+#include "tools/fibdb/routes/routes_file.h"
 
 using fibdb::program::LineFault;
 using fibdb::program::Route;

@@ -15,9 +15,9 @@
 #include <iostream>
 
 #include "fibdb/fibdb.h"
-#include "tools/fibdb/prompt.h"
-#include "tools/fibdb/routes.h"
-#include "tools/fibdb/shell.h"
+#include "tools/fibdb/routes/routes.h"
+#include "tools/fibdb/shell/prompt.h"
+#include "tools/fibdb/shell/shell.h"
 
 namespace fibdb::program {
 namespace {

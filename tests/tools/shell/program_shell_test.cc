@@ -1,0 +1,133 @@
+// tests/tools/shell/program_shell_test.cc: where commands come from, how failures end, what the shell sees of them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tools/run_program.h"
+#include "tests/tools/scratch_folder.h"
+
+namespace fibdb::program {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+TEST(Options, version_and_help_answer_and_wrong_ones_are_usage) {
+  EXPECT_THAT(runProgram({"--version"}).out, StartsWith("fibdb "));
+  EXPECT_THAT(runProgram({"--help"}).out, HasSubstr("--keep-going"));
+  EXPECT_EQ(runProgram({"--help"}).status, 0);
+  for (const Args& args : {Args{"--bogus"}, Args{"-c"}, Args{"stray"}, Args{"-c", "quit", "-f", "x"}}) {
+    const Outcome outcome = runProgram(args);
+    EXPECT_EQ(outcome.status, 2) << args[0];
+    EXPECT_NE(outcome.err, "");
+  }
+}
+
+TEST(Commands, run_in_order_and_stop_at_the_first_failure) {
+  const Outcome outcome = runProgram(commands({"count nhp", "show nexthop 1", "count nhp"}));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "0\n");
+}
+
+TEST(Commands, keep_going_runs_all_and_reports_the_first_failure) {
+  const Outcome outcome = runProgram({"-k", "-c", "show nexthop 1", "-c", "bogus", "-c", "count nhp"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "0\n");
+  const Outcome usage = runProgram({"-k", "-c", "bogus", "-c", "show nexthop 1"});
+  EXPECT_EQ(usage.status, 2);
+}
+
+TEST(Commands, quit_ends_the_run) {
+  const Outcome outcome = runProgram(commands({"quit", "count nhp"}));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out, "");
+}
+
+TEST(Commands, empty_ones_do_nothing) {
+  const Outcome outcome = runProgram(commands({"", "  # only a comment"}));
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.out + outcome.err, "");
+}
+
+TEST(Commands, unknown_words_are_usage_with_the_nearest_one) {
+  const Outcome outcome = runProgram(commands({"shwo route"}));
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.err, "fibdb: unknown command \"shwo\"\ndid you mean \"show\"?\n");
+  EXPECT_EQ(runProgram(commands({"s"})).err, "fibdb: \"s\" is ambiguous: save, set, show\n");
+  EXPECT_EQ(runProgram(commands({"count nhp nhp"})).err, "fibdb: unexpected word \"nhp\"\nusage: count TABLE\n");
+  EXPECT_EQ(runProgram(commands({"count 'nhp"})).err, "fibdb: a quote is not closed\n");
+}
+
+TEST(Commands, control_characters_never_reach_the_terminal) {
+  const Outcome outcome = runProgram(commands({"\x1b[31mboo"}));
+  EXPECT_EQ(outcome.err, "fibdb: unknown command \"\\x1b[31mboo\"\ntry help\n");
+}
+
+TEST(Script, errors_carry_file_and_line) {
+  const ScratchFolder folder;
+  const std::string file = folder.write("script", "# one\n\ncount nhp\nbogus\ncount nhp\n");
+  const Outcome outcome = runProgram({"-f", file});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.out, "0\n");
+  EXPECT_EQ(outcome.err, file + ":4: unknown command \"bogus\"\ntry help\n");
+}
+
+TEST(Script, from_standard_input_with_or_without_the_option) {
+  for (const Args& args : {Args{}, Args{"-f", "-"}}) {
+    const Outcome outcome = runProgram(args, "count nhp\ncount nhp\nbogus");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "0\n0\n");
+    EXPECT_THAT(outcome.err, StartsWith("stdin:3: "));
+  }
+}
+
+TEST(Script, errors_are_objects_in_json) {
+  const Outcome outcome = runProgram({"--json"}, "count nhp\nshow nexthop 5\n");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(jsonLines(outcome.out).at(0), (nlohmann::json{{"table", "nhp"}, {"records", 0}}));
+  EXPECT_EQ(jsonLines(outcome.err).at(0), (nlohmann::json{{"error", "no next hop 5"}, {"file", "stdin"}, {"line", 2}}));
+}
+
+TEST(Script, that_is_missing_is_named) {
+  const Outcome outcome = runProgram({"-f", "/no/such"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "/no/such: No such file or directory\n");
+}
+
+TEST(Script, a_folder_is_no_script) {
+  const Outcome outcome = runProgram({"-f", "/"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, StartsWith("/: "));
+}
+
+TEST(Output, a_reader_that_leaves_ends_the_program_as_shells_expect) {
+  const Outcome outcome = runProgramIntoClosedPipe(commands({"help"}));
+  EXPECT_EQ(outcome.status, 128 + 13);
+}
+
+TEST(Output, a_full_disk_is_a_failure) {
+  EXPECT_EQ(runProgramInto("/dev/full", commands({"help", "count nhp"})).status, 1);
+}
+
+TEST(Output, on_a_pipe_there_are_no_escapes_and_no_progress) {
+  std::string routes;
+  for (int i = 0; i < 200000; ++i) routes += "10.0.0.0/8\n";
+  const Outcome outcome = runProgram(commands({"load routes -", "show route summary"}), routes);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.out.find('\033'), std::string::npos);
+}
+
+TEST(Help, lists_every_command_on_a_line_and_explains_one) {
+  const Outcome list = runProgram(commands({"help"}));
+  EXPECT_EQ(list.status, 0);
+  for (const char* line : {"load routes FILE", "show route ADDRESS", "show errors", "quit"}) {
+    EXPECT_THAT(list.out, HasSubstr(std::string("\n") + line));
+  }
+  EXPECT_THAT(runProgram(commands({"help load routes"})).out, StartsWith("load routes FILE\n  load a routing table"));
+  EXPECT_THAT(runProgram(commands({"help sh ro"})).out, HasSubstr("show route summary"));
+  const Outcome unknown = runProgram(commands({"help laod"}));
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_THAT(unknown.err, HasSubstr("did you mean \"load\"?"));
+}
+
+}  // namespace
+}  // namespace fibdb::program

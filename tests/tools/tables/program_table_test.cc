@@ -1,0 +1,247 @@
+// tests/tools/tables/program_table_test.cc: routes, next hops, AR groups and any table, shown and changed.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tools/run_program.h"
+
+namespace fibdb::program {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+Outcome answer(const Args& lines) { return runProgram(commands(lines)); }
+
+std::vector<nlohmann::json> jsonAnswers(const Args& lines) {
+  Args args = commands(lines);
+  args.emplace_back("--json");
+  const Outcome outcome = runProgram(args);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  return jsonLines(outcome.out);
+}
+
+const Args kNested = {"add route 10.0.0.0/8 group 1", "add route 10.1.0.0/16 group 2", "add route 10.1.2.0/24 group 3",
+                      "add route 11.0.0.0/8 group 4"};
+
+Args afterNested(const Args& lines) {
+  Args all = kNested;
+  all.insert(all.end(), lines.begin(), lines.end());
+  return all;
+}
+
+TEST(ShowRoute, an_address_gets_its_longest_prefix) {
+  const auto answers = jsonAnswers(
+      afterNested({"show route 10.1.2.3", "show route 10.1.3.1", "show route 10.255.255.255", "show route 11.0.0.0"}));
+  EXPECT_EQ(answers.at(4).at("prefix"), "10.1.2.0/24");
+  EXPECT_EQ(answers.at(5).at("prefix"), "10.1.0.0/16");
+  EXPECT_EQ(answers.at(6).at("prefix"), "10.0.0.0/8");
+  EXPECT_EQ(answers.at(7).at("prefix"), "11.0.0.0/8");
+  EXPECT_EQ(answers.at(7).at("group"), 4);
+  EXPECT_EQ(answers.at(7).at("address"), "11.0.0.0");
+}
+
+TEST(ShowRoute, the_next_hop_is_the_record_of_the_group) {
+  const auto answers = jsonAnswers({"add nexthop 4 vrf 7 origin 99", "add route 11.0.0.0/8 group 4",
+                                    "show route 11.1.1.1", "delete nexthop 4", "show route 11.1.1.1"});
+  EXPECT_EQ(answers.at(2).at("nexthop"), 4);
+  EXPECT_EQ(answers.at(2).at("nexthop_vrf"), 7);
+  EXPECT_EQ(answers.at(2).at("nexthop_origin"), 99);
+  EXPECT_TRUE(answers.at(4).at("nexthop").is_null());
+}
+
+TEST(ShowRoute, an_address_that_nothing_covers_is_refused_with_status_1) {
+  const Outcome outcome = answer(afterNested({"show route 12.0.0.0"}));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "fibdb: no route covers 12.0.0.0\n");
+}
+
+TEST(ShowRoute, a_prefix_is_found_exactly_or_not_at_all) {
+  EXPECT_EQ(jsonAnswers(afterNested({"show route 10.1.0.0/16"})).at(4).at("group"), 2);
+  const Outcome outcome = answer(afterNested({"show route 10.1.0.0/17"}));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "fibdb: no route 10.1.0.0/17\n");
+}
+
+TEST(ShowRoute, longer_lists_the_routes_inside_in_key_order) {
+  const Outcome outcome = answer({"add route 10.1.2.0/24", "add route 10.1.0.0/16", "add route 10.2.0.0/16",
+                                  "add route 10.0.0.0/8", "add route 10.1.2.128/25", "show route 10.1.0.0/16 longer"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("prefix                   group\n"
+                                     "10.1.0.0/16                  0\n"
+                                     "10.1.2.0/24                  0\n"
+                                     "10.1.2.128/25                0\n"));
+  EXPECT_THAT(outcome.out, testing::Not(HasSubstr("10.2.0.0/16      ")));
+}
+
+TEST(ShowRoute, longer_of_everything_is_the_whole_table_and_of_nothing_is_refused) {
+  EXPECT_EQ(jsonAnswers(afterNested({"show route 0.0.0.0/0 longer"})).size(), 8u);
+  const Outcome outcome = answer(afterNested({"show route 12.0.0.0/8 longer"}));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.err, "fibdb: no route inside 12.0.0.0/8\n");
+}
+
+TEST(ShowRoute, wrong_words_are_usage_with_advice) {
+  const Outcome bits = answer({"show route 10.0.0.1/8"});
+  EXPECT_EQ(bits.status, 2);
+  EXPECT_THAT(bits.err,
+              HasSubstr("\"10.0.0.1/8\": bits set beyond the mask\ndid you mean 10.0.0.0/8?\nusage: show route"));
+  EXPECT_EQ(answer({"show route"}).status, 2);
+  EXPECT_EQ(answer({"show route 10.0.0.0/8 shorter"}).status, 2);
+  EXPECT_EQ(answer({"show route 10.0.0.0/8 longer 3"}).status, 2);
+}
+
+TEST(ShowRouteSummary, counts_by_length_and_by_group) {
+  const auto answers = jsonAnswers(afterNested({"add route 12.0.0.0/8 group 4", "show route summary"}));
+  EXPECT_EQ(answers.at(5), (nlohmann::json{{"routes", 5}, {"groups", 4}}));
+  EXPECT_EQ(answers.at(6), (nlohmann::json{{"list", "mask_lengths"}, {"length", 8}, {"routes", 3}, {"percent", 60.0}}));
+  EXPECT_EQ(answers.at(9),
+            (nlohmann::json{{"list", "largest_groups"}, {"group", 4}, {"routes", 2}, {"percent", 40.0}}));
+  EXPECT_EQ(answer({"show route summary"}).out, "0 routes in 0 groups\n");
+}
+
+TEST(AddRoute, adds_then_replaces_and_delete_takes_it_away_once) {
+  const Outcome outcome = answer({"add route 10.0.0.0/8 group 1", "add route 10.0.0.0/8 group 2",
+                                  "delete route 10.0.0.0/8", "count ip4forward", "delete route 10.0.0.0/8"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.out, "added 10.0.0.0/8 group 1\nreplaced 10.0.0.0/8 group 2\ndeleted 10.0.0.0/8\n0\n");
+  EXPECT_EQ(outcome.err, "fibdb: no route 10.0.0.0/8\n");
+}
+
+TEST(AddRoute, at_the_limit_is_refused_with_the_code) {
+  const Outcome outcome = answer({"set limit ip4forward records 1", "add route 1.0.0.0/8", "add route 2.0.0.0/8"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, StartsWith("fibdb: 2.0.0.0/8 refused: "));
+  EXPECT_THAT(outcome.err, HasSubstr("(code 20015)"));
+}
+
+TEST(Nexthop, is_written_shown_listed_in_order_and_deleted) {
+  const Outcome outcome =
+      answer({"add nexthop 300 vr 1 vrf 2 origin 3 num 4 flag 5 refs 6 flags 0xff iid_flags 8 source 9 "
+              "smooth 10 object 18446744073709551615 version 12",
+              "add nexthop 7", "show nexthop", "delete nexthop 7", "count nhp"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.out,
+            "added next hop 300\n"
+            "added next hop 7\n"
+            "index  vr  vrf  origin  num  flag  refs  flags  iid flags  source  smooth                object "
+            " version\n"
+            "    7   0    0       0    1     0     0      0          0       0       0                     0 "
+            "       0\n"
+            "  300   1    2       3    4     5     6    255          8       9      10  18446744073709551615 "
+            "      12\n"
+            "deleted next hop 7\n"
+            "1\n");
+}
+
+TEST(Nexthop, values_beyond_their_field_and_missing_records_are_refused) {
+  EXPECT_THAT(answer({"add nexthop 1 flag 256"}).err, HasSubstr("\"256\" is not a number up to 255"));
+  EXPECT_THAT(answer({"add nexthop 1 vrff 2"}).err, HasSubstr("unknown word \"vrff\"\ndid you mean \"vrf\"?"));
+  EXPECT_THAT(answer({"add nexthop 1 vr"}).err, HasSubstr("a value for vr is missing"));
+  const Outcome show = answer({"show nexthop 1"});
+  EXPECT_EQ(show.status, 1);
+  EXPECT_EQ(show.err, "fibdb: no next hop 1\n");
+  EXPECT_EQ(answer({"delete nexthop 1"}).err, "fibdb: no next hop 1\n");
+}
+
+TEST(ArGroup, is_created_once_found_by_origin_and_deleted) {
+  const auto answers = jsonAnswers({"add ar-group 1 2 3 originator 77 smooth 5", "add ar-group 1 2 4 asn 65000",
+                                    "show ar-group originator 77", "show ar-group asn 65000", "show ar-group 1 2 3",
+                                    "delete ar-group 1 2 3", "show ar-group"});
+  ASSERT_EQ(answers.size(), 7u);
+  EXPECT_EQ(answers[2].at("key_byte"), 3);
+  EXPECT_EQ(answers[2].at("originator"), 77);
+  EXPECT_EQ(answers[3].at("key_byte"), 4);
+  EXPECT_EQ(answers[4].at("smooth"), 5);
+  EXPECT_EQ(answers[6].at("asn"), 65000);
+}
+
+TEST(ArGroup, a_second_creation_and_a_missing_one_are_refused) {
+  const Outcome twice = answer({"add ar-group 1 2 3", "add ar-group 1 2 3"});
+  EXPECT_EQ(twice.status, 1);
+  EXPECT_THAT(twice.err, StartsWith("fibdb: AR group 1 2 3: "));
+  EXPECT_THAT(twice.err, HasSubstr("(code 20022)"));
+  EXPECT_EQ(answer({"delete ar-group 1 2 3"}).err, "fibdb: no AR group 1 2 3\n");
+  EXPECT_EQ(answer({"show ar-group 1 2 3"}).err, "fibdb: no AR group 1 2 3\n");
+  EXPECT_EQ(answer({"show ar-group asn 1"}).out, "no AR groups\n");
+}
+
+TEST(ShowTable, has_the_columns_of_the_database_and_its_rows) {
+  const auto answers = jsonAnswers(afterNested({"show table ip4forward", "show table ip4forward limit 2"}));
+  ASSERT_EQ(answers.size(), 4u + 4 + 2);
+  for (size_t i = 4; i < answers.size(); ++i) {
+    EXPECT_EQ(answers[i].at("vr_id"), 0);
+    EXPECT_THAT(answers[i].at("dest_ip_addr").get<std::string>(), StartsWith("1"));
+    EXPECT_EQ(answers[i].at("attr_block_a"), "0");
+    EXPECT_GT(answers[i].at("time_stamp_svc").get<uint64_t>(), 1'500'000'000'000'000u);
+  }
+}
+
+TEST(ShowTable, an_unknown_table_names_the_nearest_one) {
+  const Outcome outcome = answer({"show table ip4forwrad"});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.err,
+            "fibdb: unknown table \"ip4forwrad\"\ndid you mean \"ip4forward\"?\nusage: show table TABLE "
+            "[limit N]\n");
+  EXPECT_EQ(answer({"show table nhp limit x"}).status, 2);
+  EXPECT_EQ(answer({"show table nhp"}).out, "no records in nhp\n");
+}
+
+TEST(ShowTables, lists_the_tables_with_their_records) {
+  bool seen = false;
+  for (const auto& row : jsonAnswers({"add nexthop 1", "show tables"})) {
+    if (row.value("table", "") != "nhp") continue;
+    seen = true;
+    EXPECT_EQ(row.at("records"), 1);
+    EXPECT_GT(row.at("columns"), 10);
+  }
+  EXPECT_TRUE(seen);
+}
+
+TEST(SetLimit, holds_until_it_is_lifted) {
+  const Outcome outcome = answer({"set limit nhp records 1", "set limit nhp bytes 100000000", "add nexthop 1",
+                                  "set limit nhp records 0", "add nexthop 2", "count nhp"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out,
+              StartsWith("nhp may hold 1 records, any bytes\nnhp may hold 1 records, 100,000,000 bytes\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("nhp may hold any records, 100,000,000 bytes\nadded next hop 2\n2\n"));
+  EXPECT_EQ(answer({"set limit nhp rows 1"}).status, 2);
+}
+
+TEST(ShowEngine, counts_what_was_done) {
+  const auto answers =
+      jsonAnswers({"add route 1.0.0.0/8", "add route 1.0.0.0/8", "delete route 1.0.0.0/8", "show engine"});
+  bool seen = false;
+  for (const auto& row : answers) {
+    if (row.value("table", "") != "ip4forward") continue;
+    seen = true;
+    EXPECT_EQ(row.at("inserted"), 1);
+    EXPECT_EQ(row.at("replaced"), 1);
+    EXPECT_EQ(row.at("removed"), 1);
+  }
+  EXPECT_TRUE(seen);
+  EXPECT_EQ(answers.back().at("operations"), 3);
+  EXPECT_EQ(answers.back().at("waiting"), 0);
+}
+
+TEST(ShowErrors, is_a_matrix_of_19_tables_and_7_operations) {
+  const auto answers = jsonAnswers({"show errors"});
+  ASSERT_EQ(answers.size(), 20u);
+  for (size_t i = 0; i < 19; ++i) {
+    EXPECT_EQ(answers[i].size(), 2u + 7u);
+    EXPECT_EQ(answers[i].at("ITERATOR"), 0);
+  }
+  EXPECT_EQ(answers[0].at("table"), "ip4forward");
+  EXPECT_EQ(answers[18].at("table"), "nhp_group_ftn");
+  EXPECT_EQ(answers[19].at("route_write_retries"), 0);
+}
+
+TEST(ShowErrors, a_refused_next_hop_is_counted_and_logged) {
+  const Outcome outcome = runProgram(
+      {"-k", "-c", "add nexthop 1", "-c", "set limit nhp records 1", "-c", "add nexthop 2", "-c", "show errors"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("fibdb: next hop 2 refused: "));
+  EXPECT_THAT(outcome.out, HasSubstr("nhp                  0    0      1"));
+}
+
+}  // namespace
+}  // namespace fibdb::program

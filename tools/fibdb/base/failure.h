@@ -1,0 +1,34 @@
+// tools/fibdb/base/failure.h: how a command ends, and the exception that carries a refusal to the shell.
+#ifndef FIBDB_TOOLS_FAILURE_H
+#define FIBDB_TOOLS_FAILURE_H
+
+#include <stdexcept>
+#include <string>
+
+namespace fibdb::program {
+
+// Exit statuses of the program; a command's own status is one of them too.
+enum class Status : int {
+  kOk = 0,
+  kFailed = 1,         // refused, not found, or bad input
+  kUsage = 2,          // no such command, or words that do not fit it
+  kInterrupted = 130,  // SIGINT, as shells report it
+};
+
+// Ends the command that throws it. advice is a second line for the operator: a usage, a nearest word.
+class Failure : public std::runtime_error {
+ public:
+  Failure(Status status, const std::string& message, std::string advice = {})
+      : std::runtime_error(message), status_(status), advice_(std::move(advice)) {}
+
+  Status status() const { return status_; }
+  const std::string& advice() const { return advice_; }
+
+ private:
+  Status status_;
+  std::string advice_;
+};
+
+}  // namespace fibdb::program
+
+#endif

@@ -1,0 +1,29 @@
+// tools/fibdb/base/interrupt.h: Ctrl-C ends the command that runs, not the program that holds the tables.
+#ifndef FIBDB_TOOLS_INTERRUPT_H
+#define FIBDB_TOOLS_INTERRUPT_H
+
+#include <csignal>
+
+namespace fibdb::program {
+
+// While one exists, SIGINT sets a flag and wakes system calls that wait; afterwards it does what it did before.
+class InterruptScope {
+ public:
+  InterruptScope();
+  ~InterruptScope();
+  InterruptScope(const InterruptScope&) = delete;
+  InterruptScope& operator=(const InterruptScope&) = delete;
+
+ private:
+  struct sigaction before_ {};
+};
+
+bool interrupted();
+// Waits until the descriptor can be read. False when SIGINT came instead, however early.
+bool waitForInput(int descriptor);
+// For loops that take long: throws Failure (kInterrupted) once the flag is set.
+void checkInterrupt();
+
+}  // namespace fibdb::program
+
+#endif

@@ -1,0 +1,50 @@
+// tools/fibdb/output/progress.cc: see progress.h.
+#include "tools/fibdb/output/progress.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include "tools/fibdb/output/output.h"
+
+namespace fibdb::program {
+namespace {
+
+constexpr auto kPause = std::chrono::milliseconds(100);
+constexpr size_t kBarWidth = 30;
+constexpr const char* kClearLine = "\r\033[K";
+
+}  // namespace
+
+Progress::Progress(ProgressStyle style, std::string work)
+    : style_(style), work_(std::move(work)), start_(Clock::now()), drawn_(start_) {}
+
+Progress::~Progress() { clear(); }
+
+void Progress::clear() {
+  if (!shown_) return;
+  std::fputs(kClearLine, stderr);
+  std::fflush(stderr);
+  shown_ = false;
+}
+
+void Progress::update(double share, uint64_t steps) {
+  const auto now = Clock::now();
+  if (!style_.enabled || now - drawn_ < kPause) return;
+  drawn_ = now;
+  shown_ = true;
+  const double seconds = std::chrono::duration<double>(now - start_).count();
+  const auto rate = static_cast<uint64_t>(static_cast<double>(steps) / seconds);
+  std::string line = kClearLine + work_;
+  if (share >= 0) {
+    const double known = std::min(share, 1.0);
+    char percent[16];
+    std::snprintf(percent, sizeof percent, " %3.0f %% ", known * 100);
+    line += percent + drawBar(known, kBarWidth, style_.unicode);
+  }
+  line += "  " + formatCount(steps) + "  " + formatCount(rate) + "/s";
+  std::fputs(line.c_str(), stderr);
+  std::fflush(stderr);
+}
+
+}  // namespace fibdb::program

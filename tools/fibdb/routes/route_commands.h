@@ -1,0 +1,31 @@
+// tools/fibdb/routes/route_commands.h: what other commands use of the route commands.
+#ifndef FIBDB_TOOLS_ROUTE_COMMANDS_H
+#define FIBDB_TOOLS_ROUTE_COMMANDS_H
+
+#include <string>
+
+#include "tools/fibdb/routes/routes.h"
+#include "tools/fibdb/routes/routes_file.h"
+#include "tools/fibdb/shell/command.h"
+
+namespace fibdb::program {
+
+struct LoadSummary {
+  RoutesFileReport report;
+  LoadCounts counts;
+  double seconds = 0;
+
+  uint64_t loaded() const { return counts.inserted + counts.replaced; }
+  Status status() const;
+};
+
+// Loads a routes file through the batch path and reports every refusal; the summary is the caller's to show.
+LoadSummary loadRoutesFile(Session& session, const std::string& file);
+void showLoadSummary(Session& session, const std::string& file, const LoadSummary& summary);
+
+// How many routes there are, by mask length and by group.
+void showRouteSummary(Session& session);
+
+}  // namespace fibdb::program
+
+#endif

@@ -1,0 +1,234 @@
+// tools/fibdb/routes/routes.cc: see routes.h.
+#include "tools/fibdb/routes/routes.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "tools/fibdb/base/failure.h"
+#include "tools/fibdb/base/interrupt.h"
+
+namespace fibdb::program {
+namespace {
+
+uint64_t microsecondsNow() {
+  using std::chrono::microseconds;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return static_cast<uint64_t>(std::chrono::duration_cast<microseconds>(now).count());
+}
+
+FibDbIp4forwardItem keyItem(const Prefix& prefix) {
+  FibDbIp4forwardItem item{};
+  item.dest_ip_addr = prefix.address;
+  item.mask_len = prefix.length;
+  return item;
+}
+
+[[noreturn]] void fail(const std::string& what, uint32_t code) {
+  throw Failure(Status::kFailed, what + ": " + codeText(code));
+}
+
+}  // namespace
+
+std::string codeText(uint32_t code) {
+  switch (code) {
+    case FIB_DB_OK:
+      return "done";
+    case FIB_DB_ERR:
+      return "the library refused it (code 1)";
+    case FIB_DB_NOT_FOUND:
+      return "no such record (code 60)";
+    case FIB_DB_NO_ROUTE:
+      return "no route covers it (code 10003)";
+    default:
+      return std::string(fibdb_engine_error_text(code)) + " (code " + std::to_string(code) + ")";
+  }
+}
+
+Prefix prefixOf(const FibDbIp4forwardItem& item) { return {item.dest_ip_addr, item.mask_len}; }
+
+std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix) {
+  FibDbIp4forwardItem item = keyItem(prefix);
+  const uint32_t status = FIB_DB_ReadIp4forward(&item);
+  if (status == FIB_DB_NOT_FOUND) return std::nullopt;
+  if (status != FIB_DB_OK) fail("reading " + formatPrefix(prefix), status);
+  return item;
+}
+
+std::optional<FibDbIp4forwardItem> lookUpRoute(uint32_t address) {
+  FibDbIp4forwardItem item = keyItem({address, 32});
+  const uint32_t status = FIB_DB_ReadIp4forwardByLpm(&item);
+  if (status == FIB_DB_NO_ROUTE) return std::nullopt;
+  if (status != FIB_DB_OK) fail("looking up " + formatAddress(address), status);
+  return item;
+}
+
+uint32_t countRoutes() {
+  uint32_t count = 0;
+  const uint32_t status = FIB_DB_CountIp4forward(&count);
+  if (status != FIB_DB_OK) fail("counting routes", status);
+  return count;
+}
+
+RouteIterator::RouteIterator(Order order)
+    : handle_(order == Order::kKey ? FIB_DB_CreateDictionaryIterator(FIB_DB_NO_PROPERTY)
+                                   : FIB_DB_CreateIp4forwardIterator(FIB_DB_NO_PROPERTY)) {
+  if (handle_ == nullptr) throw Failure(Status::kFailed, "the routes cannot be iterated");
+}
+
+RouteIterator::~RouteIterator() { FIB_DB_ReleaseIp4forwardIterator(handle_); }
+
+const FibDbIp4forwardItem* RouteIterator::next() {
+  checkInterrupt();
+  const uint32_t status = FIB_DB_GetNextIp4forward(handle_, &item_);
+  if (status == FIB_DB_NOT_FOUND) return nullptr;
+  if (status != FIB_DB_OK) fail("iterating the routes", status);
+  return &item_;
+}
+
+void openConnection() {
+  if (FIB_DB_GetAsyncConn() != 0) return;
+  const uint32_t status = FIB_DB_CreateAsyncConnect(kBatchesWaiting, kBatchOperations);
+  if (status != FIB_DB_OK) fail("connecting for batch writes", status);
+}
+
+void closeConnection() {
+  if (FIB_DB_GetAsyncConn() != 0) FIB_DB_DestroyAsyncConnect();
+}
+
+// The routes of one batch, and its result once the engine has called back.
+class RouteLoader::Batch {
+ public:
+  explicit Batch(RouteLoader& loader) : loader_(loader) { routes.reserve(kBatchOperations); }
+
+  uint64_t argument() { return reinterpret_cast<uint64_t>(&completion_); }
+
+  std::vector<Route> routes;
+  std::optional<FibDbBatchResult> result;  // guarded by the loader's mutex
+
+ private:
+  // On the engine's thread. Notified under the lock: the loader may be gone as soon as it is free.
+  static void applied(void* context, const FibDbBatchResult* result) {
+    auto& batch = *static_cast<Batch*>(context);
+    const std::lock_guard lock(batch.loader_.mutex_);
+    batch.result = *result;
+    batch.loader_.applied_.notify_one();
+  }
+
+  RouteLoader& loader_;
+  FibDbBatchCompletion completion_{&Batch::applied, this};
+};
+
+RouteLoader::RouteLoader(uint32_t generation) : generation_(generation), writer_(static_cast<uint32_t>(getpid())) {
+  openConnection();
+  begin();
+}
+
+RouteLoader::~RouteLoader() {
+  std::unique_lock lock(mutex_);
+  applied_.wait(lock, [this] { return underWay_.empty() || underWay_.back()->result.has_value(); });
+}
+
+void RouteLoader::write(const Route& route) {
+  add(route, [&] {
+    FibDbIp4forwardItem item = keyItem(route.prefix);
+    item.attr_word_a = route.group;
+    item.source_pid = writer_;
+    item.table_smooth_id = generation_;
+    item.time_stamp_svc = microsecondsNow();
+    return FIB_DB_BatchAddOperWriteIp4forward(&object_, &item, 0);
+  });
+}
+
+void RouteLoader::remove(const Prefix& prefix) {
+  add({prefix, 0, 0}, [&] {
+    const FibDbIp4forwardItem item = keyItem(prefix);
+    return FIB_DB_BatchAddOperRemoveIp4forward(&object_, &item);
+  });
+}
+
+const LoadCounts& RouteLoader::finish() {
+  if (!current_->routes.empty()) handOver();
+  collect(true);
+  return counts_;
+}
+
+// A full batch is handed over before the library would have to refuse, and log, one operation too many; an
+// engine with smaller batches refuses all the same.
+template <class Add>
+void RouteLoader::add(const Route& route, Add addOperation) {
+  if (current_->routes.size() == kBatchOperations) handOver();
+  uint32_t code = addOperation();
+  if (code == DB_ERR_RETRY && !current_->routes.empty()) {
+    handOver();
+    code = addOperation();
+  }
+  if (code != FIB_DB_OK) fail(formatPrefix(route.prefix), code);
+  current_->routes.push_back(route);
+}
+
+void RouteLoader::begin() {
+  const uint32_t status = FIB_DB_GetIp4forwardBatchAsyncObject(&object_);
+  if (status != FIB_DB_OK) fail("preparing a batch", status);
+  current_ = std::make_unique<Batch>(*this);
+}
+
+void RouteLoader::handOver() {
+  uint64_t argument = current_->argument();
+  uint32_t status = FIB_DB_BatchExecuteAsync(&object_, &argument);
+  while (status == FIB_DB_BATCH_NOT_EXECUTED) {
+    collect(true);
+    fibdb_engine_drain(FIB_DB_GetAsyncConn());
+    status = FIB_DB_BatchExecuteAsync(&object_, &argument);
+  }
+  if (status != FIB_DB_OK) fail("handing over a batch", status);
+  {
+    const std::lock_guard lock(mutex_);
+    underWay_.push_back(std::move(current_));
+  }
+  collect(false);
+  begin();
+}
+
+// Takes the results that have come in, or waits for all. Batches are applied in order, so the oldest is first.
+void RouteLoader::collect(bool all) {
+  std::unique_lock lock(mutex_);
+  while (!underWay_.empty()) {
+    Batch& oldest = *underWay_.front();
+    if (!oldest.result && !all) return;
+    applied_.wait(lock, [&] { return oldest.result.has_value(); });
+    lock.unlock();
+    take(oldest);
+    lock.lock();
+    underWay_.pop_front();
+  }
+}
+
+void RouteLoader::take(const Batch& batch) {
+  const FibDbBatchResult& result = *batch.result;
+  counts_.inserted += result.inserted;
+  counts_.replaced += result.replaced;
+  counts_.removed += result.removed;
+  counts_.refused += result.failed;
+  if (result.failed == 0) return;
+  if (counts_.code == 0) counts_.code = result.code;
+  findRefused(batch, result.failed);
+}
+
+void RouteLoader::findRefused(const Batch& batch, uint32_t failed) {
+  for (const Route& route : batch.routes) {
+    if (failed == 0 || counts_.firstRefused.size() == kShownRefusals) return;
+    if (wasApplied(route)) continue;
+    counts_.firstRefused.push_back({route, batch.result->code});
+    --failed;
+  }
+}
+
+// A route that is not there, or carries another generation's stamp, was refused.
+bool RouteLoader::wasApplied(const Route& route) const {
+  const auto stored = readRoute(route.prefix);
+  return stored && stored->table_smooth_id == generation_;
+}
+
+}  // namespace fibdb::program

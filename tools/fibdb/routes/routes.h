@@ -1,0 +1,114 @@
+// tools/fibdb/routes/routes.h: routes as the program sees them, over the library's exported calls.
+//
+// DESCRIPTION: the program keeps its routes in virtual router 0, VRF 0. Reads go to the table at once; all
+// writes take the batch path. Failure carries what the library or the engine answered. THREADS: one thread;
+// the batch path has one writer.
+#ifndef FIBDB_TOOLS_ROUTES_H
+#define FIBDB_TOOLS_ROUTES_H
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "fibdb/fibdb.h"
+#include "tools/fibdb/base/words.h"
+#include "tools/fibdb/routes/routes_file.h"
+
+namespace fibdb::program {
+
+inline constexpr uint64_t kBatchOperations = 4096;
+inline constexpr uint64_t kBatchesWaiting = 16;
+inline constexpr size_t kShownRefusals = 10;
+
+// A line for any status or code of the library and the engine, the number included.
+std::string codeText(uint32_t code);
+
+Prefix prefixOf(const FibDbIp4forwardItem& item);
+std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix);
+std::optional<FibDbIp4forwardItem> lookUpRoute(uint32_t address);
+uint32_t countRoutes();
+
+// Every route of the table, in any order or in key order. Same promises as the library's iterators.
+class RouteIterator {
+ public:
+  enum class Order { kAny, kKey };
+
+  explicit RouteIterator(Order order);
+  ~RouteIterator();
+  RouteIterator(const RouteIterator&) = delete;
+  RouteIterator& operator=(const RouteIterator&) = delete;
+
+  // Nothing at the end. Also a place where Ctrl-C ends the walk.
+  const FibDbIp4forwardItem* next();
+
+ private:
+  FibDbIterator* handle_;
+  FibDbIp4forwardItem item_{};
+};
+
+// Opens the process's asynchronous connection once; closing applies what waits.
+void openConnection();
+void closeConnection();
+
+struct RefusedRoute {
+  Route route;
+  uint32_t code = 0;
+};
+
+// What became of everything handed over.
+struct LoadCounts {
+  uint64_t inserted = 0;
+  uint64_t replaced = 0;
+  uint64_t removed = 0;
+  uint64_t refused = 0;
+  uint32_t code = 0;                       // of the first refusal
+  std::vector<RefusedRoute> firstRefused;  // at most kShownRefusals
+};
+
+// Writes and removes routes in batches.
+//
+// DESCRIPTION: operations are collected, handed over when a batch is full, and applied by the engine
+// meanwhile. A batch keeps its routes until it is applied: when some were refused, reading them back tells
+// which. INVARIANTS: no batch outlives the loader; the destructor waits for those under way.
+class RouteLoader {
+ public:
+  explicit RouteLoader(uint32_t generation);
+  ~RouteLoader();
+  RouteLoader(const RouteLoader&) = delete;
+  RouteLoader& operator=(const RouteLoader&) = delete;
+
+  void write(const Route& route);
+  void remove(const Prefix& prefix);
+  // Hands over what is collected, waits until everything was applied.
+  const LoadCounts& finish();
+
+ private:
+  class Batch;
+
+  void begin();
+  void handOver();
+  void collect(bool all);
+  void take(const Batch& batch);
+  void findRefused(const Batch& batch, uint32_t failed);
+  bool wasApplied(const Route& route) const;
+  template <class Add>
+  void add(const Route& route, Add addOperation);
+
+  const uint32_t generation_;  // stamped into every route as table_smooth_id
+  const uint32_t writer_;      // this process, as source_pid
+  uint64_t object_ = 0;
+  std::mutex mutex_;  // guards the batches' results against the engine's thread
+  std::condition_variable applied_;
+  std::deque<std::unique_ptr<Batch>> underWay_;  // oldest first
+  std::unique_ptr<Batch> current_;
+  LoadCounts counts_;
+};
+
+}  // namespace fibdb::program
+
+#endif

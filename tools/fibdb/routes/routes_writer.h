@@ -1,0 +1,42 @@
+// tools/fibdb/routes/routes_writer.h: a routes file that appears when it is complete, or not at all.
+//
+// DESCRIPTION: lines go to a new file beside the target, which takes the target's name in commit(). Without a
+// commit the new file is removed and the target is as it was. "-" is standard output; pipes and devices are
+// written to as they stand, for nothing can be renamed over them. Throws Failure when a write fails.
+#ifndef FIBDB_TOOLS_ROUTES_WRITER_H
+#define FIBDB_TOOLS_ROUTES_WRITER_H
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "tools/fibdb/routes/routes_file.h"
+
+namespace fibdb::program {
+
+class RoutesWriter {
+ public:
+  explicit RoutesWriter(const std::string& file);
+  ~RoutesWriter();
+  RoutesWriter(const RoutesWriter&) = delete;
+  RoutesWriter& operator=(const RoutesWriter&) = delete;
+
+  void write(const Route& route);
+  void commit();
+  uint64_t count() const { return count_; }
+
+ private:
+  void openBeside();
+  void close();
+  [[noreturn]] void fail() const;
+
+  const std::string file_;
+  std::string target_;     // file_ with symbolic links followed
+  std::string temporary_;  // empty: written in place
+  std::FILE* stream_ = nullptr;
+  uint64_t count_ = 0;
+};
+
+}  // namespace fibdb::program
+
+#endif

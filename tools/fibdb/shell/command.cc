@@ -1,0 +1,242 @@
+// tools/fibdb/shell/command.cc: see command.h.
+#include "tools/fibdb/shell/command.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
+#include "fibdb/engine.h"
+
+namespace fibdb::program {
+namespace {
+
+std::vector<std::string_view> wordsOf(std::string_view text) {
+  std::vector<std::string_view> words;
+  while (!text.empty()) {
+    const size_t blank = text.find(' ');
+    if (blank != 0) words.push_back(text.substr(0, blank));
+    text.remove_prefix(blank == std::string_view::npos ? text.size() : blank + 1);
+  }
+  return words;
+}
+
+// Commands whose keywords all agree with what was typed so far, and the word each has at a place.
+class Candidates {
+ public:
+  Candidates() {
+    for (const Command* command : allCommands()) rows_.push_back({command, wordsOf(command->words)});
+  }
+
+  // Keywords that may stand at place.
+  std::vector<std::string_view> keywordsAt(size_t place) const {
+    std::vector<std::string_view> keywords;
+    for (const Row& row : rows_) {
+      if (row.words.size() > place) keywords.push_back(row.words[place]);
+    }
+    return keywords;
+  }
+
+  void keep(size_t place, std::string_view keyword) {
+    std::erase_if(rows_, [&](const Row& r) { return r.words.size() <= place || r.words[place] != keyword; });
+  }
+
+  // The command that has no further keyword at place.
+  const Command* endingAt(size_t place) const {
+    const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& r) { return r.words.size() == place; });
+    return row == rows_.end() ? nullptr : row->command;
+  }
+
+ private:
+  struct Row {
+    const Command* command;
+    std::vector<std::string_view> words;
+  };
+  std::vector<Row> rows_;
+};
+
+[[noreturn]] void failUnknown(std::string_view word, std::string_view what,
+                              std::span<const std::string_view> candidates) {
+  const std::string near = suggestion(word, candidates);
+  throw Failure(Status::kUsage, "unknown " + std::string(what) + ' ' + inQuotes(word),
+                near.empty() ? "try help" : near);
+}
+
+[[noreturn]] void failAmbiguous(std::string_view word, const KeywordMatch& match) {
+  throw Failure(Status::kUsage, inQuotes(word) + " is ambiguous: " + join(match.matches, ", "));
+}
+
+bool isKeyword(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(),
+                                      [](unsigned char c) { return std::islower(c) != 0 || c == '-' || c == '_'; });
+}
+
+// Words and place names of a usage, without its punctuation.
+std::vector<std::string_view> usageParts(std::string_view usage) {
+  constexpr std::string_view kPunctuation = " |[]{}.";
+  std::vector<std::string_view> parts;
+  while (!usage.empty()) {
+    const size_t end = usage.find_first_of(kPunctuation);
+    if (end != 0) parts.push_back(usage.substr(0, end));
+    usage.remove_prefix(end == std::string_view::npos ? usage.size() : end + 1);
+  }
+  return parts;
+}
+
+std::vector<std::string> filesNamed(const std::string& beginning) {
+  namespace fs = std::filesystem;
+  std::vector<std::string> names;
+  const size_t slash = beginning.rfind('/');
+  const std::string folder = slash == std::string::npos ? "" : beginning.substr(0, slash + 1);
+  std::error_code error;
+  for (fs::directory_iterator file(folder.empty() ? "." : folder, error), end; !error && file != end;
+       file.increment(error)) {
+    std::string name = folder + file->path().filename().string();
+    if (file->is_directory(error)) name += '/';
+    if (name.starts_with(beginning)) names.push_back(std::move(name));
+  }
+  return names;
+}
+
+template <class Texts>
+void append(std::vector<std::string>& found, const Texts& more) {
+  found.insert(found.end(), more.begin(), more.end());
+}
+
+std::vector<std::string> argumentCompletions(const Command& command, const std::string& word) {
+  std::vector<std::string> found;
+  for (const std::string_view part : usageParts(command.arguments)) {
+    if (isKeyword(part)) found.emplace_back(part);
+    if (part == "FILE") append(found, filesNamed(word));
+    if (part == "TABLE") append(found, tableNames());
+    if (part == "COMMAND") append(found, Candidates().keywordsAt(0));
+  }
+  return found;
+}
+
+}  // namespace
+
+std::string usageOf(const Command& command) {
+  std::string usage(command.words);
+  if (!command.arguments.empty()) usage += ' ' + std::string(command.arguments);
+  return usage;
+}
+
+const std::vector<const Command*>& allCommands() {
+  static const std::vector<const Command*> commands = [] {
+    std::vector<const Command*> all;
+    for (const auto rows : {routeCommands(), nexthopCommands(), arGroupCommands(), tableCommands(), measureCommands(),
+                            sessionCommands()}) {
+      for (const Command& row : rows) all.push_back(&row);
+    }
+    return all;
+  }();
+  return commands;
+}
+
+CommandMatch findCommand(std::span<const std::string> words) {
+  Candidates candidates;
+  for (size_t place = 0;; ++place) {
+    const Command* ending = candidates.endingAt(place);
+    const auto keywords = candidates.keywordsAt(place);
+    if (place == words.size() || keywords.empty()) {
+      if (ending != nullptr) return {ending, place};
+      throw Failure(Status::kUsage,
+                    inQuotes(join(std::vector<std::string_view>(words.begin(), words.end()), " ")) + " is not complete",
+                    "go on with: " + join(matchKeyword("", keywords).matches, ", "));
+    }
+    const KeywordMatch match = matchKeyword(words[place], keywords);
+    if (match.keyword) {
+      candidates.keep(place, *match.keyword);
+      continue;
+    }
+    if (match.matches.size() > 1) failAmbiguous(words[place], match);
+    if (ending != nullptr) return {ending, place};
+    failUnknown(words[place], place == 0 ? "command" : "word", keywords);
+  }
+}
+
+std::vector<std::string> completions(std::span<const std::string> words) {
+  const std::string& last = words.back();
+  Candidates candidates;
+  std::vector<std::string> found;
+  size_t place = 0;
+  for (; place + 1 < words.size(); ++place) {
+    const KeywordMatch match = matchKeyword(words[place], candidates.keywordsAt(place));
+    if (!match.keyword) break;
+    candidates.keep(place, *match.keyword);
+  }
+  const Command* ending = candidates.endingAt(place);
+  const bool keywordPlace = place + 1 == words.size();
+  if (keywordPlace) append(found, candidates.keywordsAt(place));
+  if (ending != nullptr) append(found, argumentCompletions(*ending, last));
+  std::erase_if(found, [&](const std::string& text) { return !text.starts_with(last); });
+  std::sort(found.begin(), found.end());
+  found.erase(std::unique(found.begin(), found.end()), found.end());
+  return found;
+}
+
+void Arguments::fail(const std::string& message, const std::string& advice) const {
+  const std::string usage = "usage: " + usageOf(command_);
+  throw Failure(Status::kUsage, message, advice.empty() ? usage : advice + '\n' + usage);
+}
+
+const std::string& Arguments::word(std::string_view what) {
+  if (words_.empty()) fail(std::string(what) + " is missing");
+  const std::string& word = words_.front();
+  words_ = words_.subspan(1);
+  return word;
+}
+
+uint64_t Arguments::number(std::string_view what, uint64_t most) {
+  const std::string& text = word(what);
+  const auto number = parseNumber(text, most);
+  if (!number) fail(inQuotes(text) + " is not a number up to " + std::to_string(most));
+  return *number;
+}
+
+Prefix Arguments::prefix() {
+  const std::string& text = word("a prefix");
+  Prefix prefix;
+  const PrefixFault fault = parsePrefix(text, prefix);
+  if (fault == PrefixFault::kNone) return prefix;
+  const Prefix masked{prefix.address & maskOf(prefix.length), prefix.length};
+  fail(inQuotes(text) + ": " + faultText(fault),
+       fault == PrefixFault::kBitsBeyondMask ? "did you mean " + formatPrefix(masked) + "?" : "");
+}
+
+size_t Arguments::keyword(std::span<const std::string_view> keywords) {
+  const std::string& text = word("one of " + join(keywords, ", "));
+  const KeywordMatch match = matchKeyword(text, keywords);
+  if (!match.keyword && match.matches.size() > 1) failAmbiguous(text, match);
+  if (!match.keyword) fail("unknown word " + inQuotes(text), suggestion(text, keywords));
+  return static_cast<size_t>(std::find(keywords.begin(), keywords.end(), *match.keyword) - keywords.begin());
+}
+
+uint32_t Arguments::table() {
+  const std::string& name = word("a table");
+  const auto names = tableNames();
+  const KeywordMatch match = matchKeyword(name, names);
+  if (match.keyword) return fibdb_engine_find_table(std::string(*match.keyword).c_str());
+  if (match.matches.size() > 1) failAmbiguous(name, match);
+  const std::string near = suggestion(name, names);
+  fail("unknown table " + inQuotes(name), near.empty() ? "try show tables" : near);
+}
+
+void Arguments::end() const {
+  if (!words_.empty()) fail("unexpected word " + inQuotes(words_.front()));
+}
+
+std::vector<std::string_view> tableNames() {
+  std::vector<std::string_view> names;
+  FibDbEngineTableStats stats{};
+  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {
+    if (fibdb_engine_table_stats(table, &stats) == FIB_DB_OK) names.emplace_back(stats.name);
+  }
+  return names;
+}
+
+uint64_t perSecond(uint64_t steps, double seconds) {
+  return seconds > 0 ? static_cast<uint64_t>(static_cast<double>(steps) / seconds) : 0;
+}
+
+}  // namespace fibdb::program

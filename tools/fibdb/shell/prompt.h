@@ -1,0 +1,17 @@
+// tools/fibdb/shell/prompt.h: the prompt on a terminal: line editing, history, completion.
+//
+// DESCRIPTION: history lives in $XDG_STATE_HOME/fibdb_history, or ~/.local/state/fibdb_history. Tab completes
+// commands, keywords, table names and files. Ctrl-C takes the line back, Ctrl-D on an empty line leaves.
+#ifndef FIBDB_TOOLS_PROMPT_H
+#define FIBDB_TOOLS_PROMPT_H
+
+#include "tools/fibdb/shell/shell.h"
+
+namespace fibdb::program {
+
+// REQUIRES: standard input is a terminal.
+Status runPrompt(Shell& shell);
+
+}  // namespace fibdb::program
+
+#endif

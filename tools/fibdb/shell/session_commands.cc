@@ -1,0 +1,68 @@
+// tools/fibdb/shell/session_commands.cc: help, and the way out.
+#include <algorithm>
+
+#include "tools/fibdb/shell/command.h"
+
+namespace fibdb::program {
+namespace {
+
+constexpr size_t kLongestUsage = 56;  // beyond it the list shows the keywords alone
+
+Status showList(Session& session, const std::vector<const Command*>& commands) {
+  session.output.beginList({"commands", {{"command"}, {"help"}}});
+  for (const Command* command : commands) {
+    const std::string usage = usageOf(*command);
+    const std::string shown = usage.size() <= kLongestUsage ? usage : std::string(command->words) + " ...";
+    session.output.row({shown, std::string(command->help)});
+  }
+  session.output.endList();
+  return Status::kOk;
+}
+
+Status showOne(Session& session, const Command& command) {
+  std::string text = usageOf(command) + "\n  " + std::string(command.help) + '.';
+  if (!command.details.empty()) text += "\n  ";
+  for (const char c : command.details) text += c == '\n' ? std::string("\n  ") : std::string(1, c);
+  session.output.result(text, {{"command", std::string(command.words)},
+                               {"usage", usageOf(command)},
+                               {"help", std::string(command.help)},
+                               {"details", std::string(command.details)}});
+  return Status::kOk;
+}
+
+bool beginsWith(const Command& command, const Words& words) {
+  const Words own = splitWords(command.words);
+  return words.size() <= own.size() && std::equal(words.begin(), words.end(), own.begin(),
+                                                  [](auto& word, auto& all) { return all.starts_with(word); });
+}
+
+Status help(Session& session, Arguments& arguments) {
+  if (arguments.empty()) return showList(session, allCommands());
+  Words words;
+  while (!arguments.empty()) words.push_back(arguments.word("a command"));
+  std::vector<const Command*> found;
+  for (const Command* command : allCommands()) {
+    if (beginsWith(*command, words)) found.push_back(command);
+  }
+  if (found.empty()) found.push_back(findCommand(words).command);
+  return found.size() == 1 ? showOne(session, *found.front()) : showList(session, found);
+}
+
+Status quit(Session& session, Arguments& arguments) {
+  arguments.end();
+  session.ended = true;
+  return Status::kOk;
+}
+
+constexpr Command kCommands[] = {
+    {"help", "[COMMAND]", "all commands, or one of them in detail",
+     "Keywords may be abbreviated as long as one command fits: sh ro 8.8.8.8.", help},
+    {"quit", "", "leave", "", quit},
+    {"exit", "", "leave", "", quit},
+};
+
+}  // namespace
+
+std::span<const Command> sessionCommands() { return kCommands; }
+
+}  // namespace fibdb::program

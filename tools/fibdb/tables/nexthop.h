@@ -1,0 +1,23 @@
+// tools/fibdb/tables/nexthop.h: what other commands use of the next-hop commands.
+#ifndef FIBDB_TOOLS_NEXTHOP_H
+#define FIBDB_TOOLS_NEXTHOP_H
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "fibdb/fibdb.h"
+#include "tools/fibdb/output/output.h"
+
+namespace fibdb::program {
+
+std::optional<FibDbNhpItem> readNexthop(uint32_t index);
+// Throws Failure when it is refused.
+void writeNexthop(const FibDbNhpItem& item);
+
+// Every property that `add nexthop` takes, and the index, as named there.
+std::vector<Fact> nexthopFacts(const FibDbNhpItem& item);
+
+}  // namespace fibdb::program
+
+#endif
