@@ -154,5 +154,29 @@ TEST(NearestWord, words_far_from_all_have_none) {
   for (const char* word : {"x", "quit", "routes", "zzzz"}) EXPECT_EQ(nearestWord(word, kWords), std::nullopt) << word;
 }
 
+TEST(Address6, texts_of_the_usual_forms_come_back_in_the_shortest) {
+  const auto again = [](std::string_view text) {
+    const auto address = parseAddress6(text);
+    return address ? formatAddress6(address->data()) : "no address";
+  };
+  EXPECT_EQ(again("::"), "::");
+  EXPECT_EQ(again("2001:DB8:0:0:0:0:0:1"), "2001:db8::1");
+  EXPECT_EQ(again("::ffff:10.0.0.1"), "::ffff:10.0.0.1");
+  EXPECT_EQ(again("2001:db8"), "no address");
+  EXPECT_EQ(again("10.0.0.1"), "no address");
+  EXPECT_EQ(again(""), "no address");
+  EXPECT_EQ(again(std::string_view("::1\0", 4)), "no address");
+}
+
+TEST(Hex, bytes_come_back_and_zeros_are_one_digit) {
+  const auto again = [](std::string_view text) {
+    const auto bytes = parseHex(text);
+    return formatHex(bytes.data(), bytes.size());
+  };
+  EXPECT_EQ(again("00ff7F"), "00ff7f");
+  EXPECT_EQ(again("0000"), "0");
+  for (const std::string_view wrong : {"", "0", "0g", "+1", "0x01"}) EXPECT_TRUE(parseHex(wrong).empty()) << wrong;
+}
+
 }  // namespace
 }  // namespace fibdb::program

@@ -14,6 +14,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 
 std::string found(const Words& words) {
   try {
@@ -96,6 +97,15 @@ TEST(Completions, behind_a_command_offer_keywords_and_tables) {
   EXPECT_THAT(completions(Words{"show", "route", "s"}), ElementsAre("summary"));
   EXPECT_THAT(completions(Words{"count", "ip4"}), ElementsAre("ip4forward"));
   EXPECT_THAT(completions(Words{"set", "limit", "nhp", "rec"}), ElementsAre("records"));
+}
+
+TEST(Completions, behind_a_tables_command_offer_the_properties_it_takes) {
+  EXPECT_THAT(completions(Words{"set", "n"}), Contains("nexthop"));
+  EXPECT_THAT(completions(Words{"set", "nexthop", "7", "vr"}), ElementsAre("vr", "vrf"));
+  EXPECT_THAT(completions(Words{"add", "ar-group", "1", "2", "3", "attr"}), ElementsAre("attr1", "attr2"));
+  EXPECT_THAT(completions(Words{"set", "ar-group", "1", "2", "3", ""}), ElementsAre("smooth"));
+  EXPECT_THAT(completions(Words{"show", "ar-group", ""}), ElementsAre("asn", "originator"));
+  EXPECT_THAT(completions(Words{"count", "n"}), IsSupersetOf({"nexthop", "nhp"}));
 }
 
 TEST(Completions, offer_files_where_a_file_is_meant) {

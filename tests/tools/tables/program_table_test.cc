@@ -143,6 +143,42 @@ TEST(Nexthop, values_beyond_their_field_and_missing_records_are_refused) {
   EXPECT_EQ(answer({"delete nexthop 1"}).err, "fibdb: no next hop 1\n");
 }
 
+TEST(Nexthop, set_changes_what_is_given_and_keeps_the_rest) {
+  const auto answers = jsonAnswers({"add nexthop 7 vr 1 vrf 2 object 3", "set nexthop 7 vrf 0x20 refs 4294967295",
+                                    "show nexthop 7", "count nexthop"});
+  EXPECT_EQ(answers.at(0), (nlohmann::json{{"index", 7}, {"replaced", false}}));
+  EXPECT_EQ(answers.at(1), (nlohmann::json{{"index", 7}, {"vrf", 32}, {"refs", 4294967295}}));
+  EXPECT_EQ(answers.at(2).at("vr"), 1);
+  EXPECT_EQ(answers.at(2).at("vrf"), 32);
+  EXPECT_EQ(answers.at(2).at("refs"), 4294967295);
+  EXPECT_EQ(answers.at(2).at("object"), 3);
+  EXPECT_EQ(answers.at(3), (nlohmann::json{{"table", "nexthop"}, {"records", 1}}));
+}
+
+TEST(Nexthop, set_of_a_missing_one_or_with_wrong_words_changes_nothing) {
+  const Outcome missing = runProgram({"-k", "-c", "set nexthop 1 vr 1", "-c", "show nexthop"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.err, "fibdb: no next hop 1\n");
+  EXPECT_EQ(missing.out, "no next hops\n");
+  EXPECT_THAT(answer({"set nexthop"}).err, HasSubstr("index is missing\nusage: set nexthop INDEX [vr N] "));
+  EXPECT_THAT(answer({"set nexthop 1"}).err, HasSubstr("one of vr, vrf, "));
+  EXPECT_THAT(answer({"set nexthop 1 flag 256"}).err, HasSubstr("flag: \"256\" is not a number up to 255"));
+  EXPECT_THAT(answer({"set nexthop 1 fags 1"}).err, HasSubstr("did you mean \"flags\"?"));
+}
+
+TEST(ArGroup, set_changes_the_smooth_id_and_nothing_else) {
+  const auto answers = jsonAnswers({"add ar-group 1 2 3 asn 9 attr1 4 bytes2 0102030405060708",
+                                    "set ar-group 1 2 3 smooth 77", "show ar-group 1 2 3", "count ar-group"});
+  EXPECT_EQ(answers.at(1), (nlohmann::json{{"key1", 1}, {"key2", 2}, {"key_byte", 3}, {"smooth", 77}}));
+  EXPECT_EQ(answers.at(2).at("smooth"), 77);
+  EXPECT_EQ(answers.at(2).at("asn"), 9);
+  EXPECT_EQ(answers.at(2).at("attr1"), 4);
+  EXPECT_EQ(answers.at(2).at("bytes2"), "0102030405060708");
+  EXPECT_EQ(answers.at(2).at("bytes1"), "0");
+  EXPECT_EQ(answers.at(3).at("records"), 1);
+  EXPECT_THAT(answer({"set ar-group 1 2 3 asn 4"}).err, HasSubstr("asn of an AR group cannot be changed\ndelete it"));
+}
+
 TEST(ArGroup, is_created_once_found_by_origin_and_deleted) {
   const auto answers = jsonAnswers({"add ar-group 1 2 3 originator 77 smooth 5", "add ar-group 1 2 4 asn 65000",
                                     "show ar-group originator 77", "show ar-group asn 65000", "show ar-group 1 2 3",

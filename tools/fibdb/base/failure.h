@@ -2,6 +2,7 @@
 #ifndef FIBDB_TOOLS_FAILURE_H
 #define FIBDB_TOOLS_FAILURE_H
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -28,6 +29,9 @@ class Failure : public std::runtime_error {
   Status status_;
   std::string advice_;
 };
+
+// A line for any status or code of the library and the engine, the number included.
+std::string codeText(uint32_t code);
 
 }  // namespace fibdb::program
 

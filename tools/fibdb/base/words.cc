@@ -1,6 +1,8 @@
 // tools/fibdb/base/words.cc: see words.h.
 #include "tools/fibdb/base/words.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <charconv>
 
@@ -40,6 +42,8 @@ std::optional<uint64_t> parseDigits(std::string_view text, int base, uint64_t mo
   if (error != std::errc() || stop != end || number > most) return std::nullopt;
   return number;
 }
+
+constexpr char kHexDigits[] = "0123456789abcdef";
 
 bool isPrintable(char c) { return c >= 0x20 && c < 0x7f; }
 
@@ -135,12 +139,43 @@ std::string formatAddress(uint32_t address) {
   return text;
 }
 
+std::optional<std::array<unsigned char, 16>> parseAddress6(std::string_view text) {
+  std::array<unsigned char, 16> address{};
+  // A zero inside the text would end it for the C function.
+  const bool whole = text.find('\0') == std::string_view::npos;
+  if (!whole || inet_pton(AF_INET6, std::string(text).c_str(), address.data()) != 1) return std::nullopt;
+  return address;
+}
+
+std::string formatAddress6(const void* address) {
+  char text[INET6_ADDRSTRLEN];
+  return inet_ntop(AF_INET6, address, text, sizeof text);
+}
+
+std::vector<unsigned char> parseHex(std::string_view text) {
+  std::vector<unsigned char> bytes;
+  if (text.size() % 2 != 0) return bytes;
+  for (; !text.empty(); text.remove_prefix(2)) {
+    const auto byte = parseDigits(text.substr(0, 2), 16, 255);
+    if (!byte) return {};
+    bytes.push_back(static_cast<unsigned char>(*byte));
+  }
+  return bytes;
+}
+
+std::string formatHex(const void* bytes, size_t count) {
+  const std::span all(static_cast<const unsigned char*>(bytes), count);
+  if (std::all_of(all.begin(), all.end(), [](unsigned char byte) { return byte == 0; })) return "0";
+  std::string text;
+  for (const unsigned char byte : all) text += {kHexDigits[byte >> 4], kHexDigits[byte & 15]};
+  return text;
+}
+
 std::string formatPrefix(const Prefix& prefix) {
   return formatAddress(prefix.address) + '/' + std::to_string(prefix.length);
 }
 
 std::string inQuotes(std::string_view text, size_t most) {
-  constexpr char kHex[] = "0123456789abcdef";
   std::string safe = "\"";
   for (size_t i = 0; i < text.size(); ++i) {
     if (safe.size() > most) {
@@ -154,7 +189,7 @@ std::string inQuotes(std::string_view text, size_t most) {
       safe += c;
     } else {
       const auto byte = static_cast<unsigned char>(c);
-      safe += {'\\', 'x', kHex[byte >> 4], kHex[byte & 15]};
+      safe += {'\\', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
     }
   }
   return safe + '"';

@@ -6,6 +6,7 @@
 #ifndef FIBDB_TOOLS_WORDS_H
 #define FIBDB_TOOLS_WORDS_H
 
+#include <array>
 #include <compare>
 #include <cstdint>
 #include <optional>
@@ -48,6 +49,15 @@ std::optional<uint32_t> parseAddress(std::string_view text);
 PrefixFault parsePrefix(std::string_view text, Prefix& prefix);
 
 std::string formatAddress(uint32_t address);
+// IPv6 addresses are sixteen bytes as on the wire.
+std::optional<std::array<unsigned char, 16>> parseAddress6(std::string_view text);
+std::string formatAddress6(const void* address);
+
+// Two hexadecimal digits a byte. Nothing for any other text.
+std::vector<unsigned char> parseHex(std::string_view text);
+// A block of zeros, which most are, as one 0.
+std::string formatHex(const void* bytes, size_t count);
+
 std::string formatPrefix(const Prefix& prefix);
 
 // Text of unknown origin, made safe for a terminal: bytes outside printable ASCII as \xNN, shortened to about most.

@@ -31,21 +31,6 @@ FibDbIp4forwardItem keyItem(const Prefix& prefix) {
 
 }  // namespace
 
-std::string codeText(uint32_t code) {
-  switch (code) {
-    case FIB_DB_OK:
-      return "done";
-    case FIB_DB_ERR:
-      return "the library refused it (code 1)";
-    case FIB_DB_NOT_FOUND:
-      return "no such record (code 60)";
-    case FIB_DB_NO_ROUTE:
-      return "no route covers it (code 10003)";
-    default:
-      return std::string(fibdb_engine_error_text(code)) + " (code " + std::to_string(code) + ")";
-  }
-}
-
 Prefix prefixOf(const FibDbIp4forwardItem& item) { return {item.dest_ip_addr, item.mask_len}; }
 
 std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix) {

@@ -25,9 +25,6 @@ inline constexpr uint64_t kBatchOperations = 4096;
 inline constexpr uint64_t kBatchesWaiting = 16;
 inline constexpr size_t kShownRefusals = 10;
 
-// A line for any status or code of the library and the engine, the number included.
-std::string codeText(uint32_t code);
-
 Prefix prefixOf(const FibDbIp4forwardItem& item);
 std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix);
 std::optional<FibDbIp4forwardItem> lookUpRoute(uint32_t address);

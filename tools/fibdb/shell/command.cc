@@ -66,8 +66,11 @@ class Candidates {
 }
 
 bool isKeyword(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(),
-                                      [](unsigned char c) { return std::islower(c) != 0 || c == '-' || c == '_'; });
+  const auto fits = [](unsigned char c) {
+    return std::islower(c) != 0 || std::isdigit(c) != 0 || c == '-' || c == '_';
+  };
+  return !text.empty() && std::islower(static_cast<unsigned char>(text[0])) != 0 &&
+         std::all_of(text.begin(), text.end(), fits);
 }
 
 // Words and place names of a usage, without its punctuation.
@@ -119,18 +122,6 @@ std::string usageOf(const Command& command) {
   std::string usage(command.words);
   if (!command.arguments.empty()) usage += ' ' + std::string(command.arguments);
   return usage;
-}
-
-const std::vector<const Command*>& allCommands() {
-  static const std::vector<const Command*> commands = [] {
-    std::vector<const Command*> all;
-    for (const auto rows : {routeCommands(), nexthopCommands(), arGroupCommands(), tableCommands(), measureCommands(),
-                            sessionCommands()}) {
-      for (const Command& row : rows) all.push_back(&row);
-    }
-    return all;
-  }();
-  return commands;
 }
 
 CommandMatch findCommand(std::span<const std::string> words) {

@@ -21,6 +21,7 @@
 namespace fibdb::program {
 
 class Arguments;
+struct RecordTable;
 struct Session;
 
 struct Command {
@@ -29,6 +30,7 @@ struct Command {
   std::string_view help;       // one line
   std::string_view details;    // for `help COMMAND`; may be empty
   Status (*run)(Session& session, Arguments& arguments);
+  const RecordTable* table = nullptr;  // whose records it is about, when many tables share the function
 };
 
 // What every command may use.
@@ -44,9 +46,8 @@ std::string usageOf(const Command& command);
 
 // The rows of each unit, and all of them in the order of help.
 std::span<const Command> routeCommands();
-std::span<const Command> nexthopCommands();
-std::span<const Command> arGroupCommands();
-std::span<const Command> tableCommands();
+std::span<const Command> recordCommands();
+std::span<const Command> databaseCommands();
 std::span<const Command> measureCommands();
 std::span<const Command> sessionCommands();
 const std::vector<const Command*>& allCommands();
@@ -68,6 +69,7 @@ class Arguments {
  public:
   Arguments(const Command& command, std::span<const std::string> words) : command_(command), words_(words) {}
 
+  const Command& command() const { return command_; }
   bool empty() const { return words_.empty(); }
   const std::string& word(std::string_view what);
   uint64_t number(std::string_view what, uint64_t most = UINT64_MAX);

@@ -1,12 +1,11 @@
-// tools/fibdb/tables/database_commands.cc: any table of the database, its limits, the engine's and the library's counters.
+// tools/fibdb/tables/database_commands.cc: any table of the database, its limits, and what was counted.
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "fibdb/fibdb.h"
 #include "tools/fibdb/base/interrupt.h"
-#include "tools/fibdb/routes/routes.h"
 #include "tools/fibdb/shell/command.h"
+#include "tools/fibdb/tables/field.h"
 
 namespace fibdb::program {
 namespace {
@@ -27,44 +26,10 @@ std::vector<FibDbEngineColumn> columnsOf(uint32_t table) {
   return columns;
 }
 
-// Host byte order on a little-endian machine: the low bytes come first, whatever the width.
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
-uint64_t numberAt(const unsigned char* field, size_t width) {
-  uint64_t number = 0;
-  std::memcpy(&number, field, std::min(width, sizeof number));
-  return number;
-}
-
-std::string numbersText(const unsigned char* field, const FibDbEngineColumn& column) {
-  std::string text;
-  for (uint32_t i = 0; i < column.count; ++i) {
-    if (i > 0) text += ',';
-    text += std::to_string(numberAt(field + i * column.width, column.width));
-  }
-  return text;
-}
-
-// Bytes as hexadecimal digits; a block of zeros, which most are, as one.
-std::string bytesText(const unsigned char* field, size_t count) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string text;
-  bool zero = true;
-  for (size_t i = 0; i < count; ++i) {
-    text += kDigits[field[i] >> 4];
-    text += kDigits[field[i] & 15];
-    zero = zero && field[i] == 0;
-  }
-  return zero ? "0" : text;
-}
-
-Value valueOf(const unsigned char* row, const FibDbEngineColumn& column) {
-  const unsigned char* field = row + column.offset;
-  if (column.kind == FIBDB_ENGINE_BYTES) return bytesText(field, size_t{column.width} * column.count);
-  if (column.count > 1) return numbersText(field, column);
-  if (std::string_view(column.name) == "dest_ip_addr") {
-    return formatAddress(static_cast<uint32_t>(numberAt(field, column.width)));
-  }
-  return numberAt(field, column.width);
+Layout layoutOf(const FibDbEngineColumn& column) {
+  const bool address = std::string_view(column.name) == "dest_ip_addr";
+  const Kind number = address ? Kind::kAddress : Kind::kNumber;
+  return {column.kind == FIBDB_ENGINE_BYTES ? Kind::kBytes : number, column.width, column.count};
 }
 
 // Shows rows until the walk ends, the limit is reached, or Ctrl-C stops it.
@@ -79,7 +44,7 @@ struct TableWalk {
     std::vector<Value> values;
     values.reserve(walk.columns.size());
     for (const auto& column : walk.columns) {
-      values.push_back(valueOf(static_cast<const unsigned char*>(row), column));
+      values.push_back(valueAt(static_cast<const unsigned char*>(row) + column.offset, layoutOf(column)));
     }
     walk.output.row(std::move(values));
     --walk.left;
@@ -249,6 +214,6 @@ constexpr Command kCommands[] = {
 
 }  // namespace
 
-std::span<const Command> tableCommands() { return kCommands; }
+std::span<const Command> databaseCommands() { return kCommands; }
 
 }  // namespace fibdb::program

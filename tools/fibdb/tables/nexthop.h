@@ -1,4 +1,4 @@
-// tools/fibdb/tables/nexthop.h: what other commands use of the next-hop commands.
+// tools/fibdb/tables/nexthop.h: what other commands use of the next hops.
 #ifndef FIBDB_TOOLS_NEXTHOP_H
 #define FIBDB_TOOLS_NEXTHOP_H
 
@@ -13,9 +13,9 @@ namespace fibdb::program {
 
 std::optional<FibDbNhpItem> readNexthop(uint32_t index);
 // Throws Failure when it is refused.
-void writeNexthop(const FibDbNhpItem& item);
+void writeNexthop(FibDbNhpItem item);
 
-// Every property that `add nexthop` takes, and the index, as named there.
+// The index, and every property that `add nexthop` takes, as named there.
 std::vector<Fact> nexthopFacts(const FibDbNhpItem& item);
 
 }  // namespace fibdb::program

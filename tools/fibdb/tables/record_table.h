@@ -1,0 +1,135 @@
+// tools/fibdb/tables/record_table.h: a table's commands, described by data.
+//
+// DESCRIPTION: show, add, set, delete and count, their usage, help, completion and errors are the same for every
+// table; a table says which words it goes by, which fields its item has, and which exported functions there are.
+// A function that a table lacks is an empty cell, and the command that would need it does not exist. What varies
+// between tables is a cell here, never a case in the commands.
+#ifndef FIBDB_TOOLS_RECORD_TABLE_H
+#define FIBDB_TOOLS_RECORD_TABLE_H
+
+#include <concepts>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fibdb/fibdb.h"
+#include "tools/fibdb/shell/command.h"
+#include "tools/fibdb/tables/field.h"
+
+namespace fibdb::program {
+
+// What tells a missing record and the end of an iteration from failures.
+struct Codes {
+  uint32_t missing;
+  uint32_t end;
+};
+inline constexpr Codes kObjectCodes{FIB_DB_NOT_FOUND, FIB_DB_NOT_FOUND};
+inline constexpr Codes kServiceCodes{DB_ERR_NO_DATA, DB_ERR_ITER_END};
+
+// An iterator, the item of its query included, whose types only the table knows.
+struct Walk {
+  void* (*create)(const void* query) = nullptr;
+  uint32_t (*next)(void* iterator, void* item) = nullptr;
+  void (*release)(void* iterator) = nullptr;
+};
+
+// The records that have what the query says of these fields: an iterator by an index.
+struct Selection {
+  std::string_view fields;  // names with blanks between, in the order of the usage
+  Walk walk;
+};
+
+struct RecordTable {
+  std::string_view word;  // in commands: "nexthop"
+  std::string_view one;   // with its article: "a next hop"
+  std::string_view many;
+  size_t itemSize = 0;
+  std::span<const Field> fields;  // those of the key first
+  Codes codes = kObjectCodes;
+  ItemCall read = nullptr;
+  ItemCall write = nullptr;   // inserts or replaces, or
+  ItemCall create = nullptr;  // refuses what exists
+  // Makes the stored record what the item says, after the item was read: updateWith<> over the table's partial update,
+  // or its whole write. A field's own cell goes first. Without either a field stays what it is.
+  ItemCall change = nullptr;
+  ItemCall remove = nullptr;
+  Walk walk = {};  // every record
+  std::span<const Selection> selections = {};
+  uint32_t (*count)(uint64_t* records) = nullptr;  // without it records are counted by walking
+  std::string_view details = {};                   // for the help of add
+};
+
+// Exported functions as cells. ----------------------------------------------------------------------------------------
+template <class Function>
+struct ItemOf;
+template <class Result, class Item, class... More>
+struct ItemOf<Result (*)(Item*, More...)> {
+  using type = Item;
+};
+
+// A function that takes an item alone.
+template <auto kFunction>
+constexpr auto onItem =
+    [](void* item) { return kFunction(static_cast<typename ItemOf<decltype(kFunction)>::type*>(item)); };
+
+// A partial update that stages what kSetter stages. A record that vanished meanwhile is not written anew.
+template <auto kUpdate, auto kSetter>
+constexpr auto updateWith = [](void* item) {
+  using Item = typename ItemOf<decltype(kUpdate)>::type;
+  return kUpdate(static_cast<Item*>(item),
+                 [](uint64_t object, const void* staged) { return kSetter(object, static_cast<Item*>(staged)); });
+};
+
+template <class Function>
+struct StepOf;
+template <class Iterator, class Item>
+struct StepOf<uint32_t (*)(Iterator*, Item*)> {
+  using iterator = Iterator;
+  using item = Item;
+};
+
+// kCreate takes a property, a query, or a query and a property.
+template <auto kCreate, auto kNext, auto kRelease>
+constexpr Walk walkOf() {
+  using Iterator = typename StepOf<decltype(kNext)>::iterator;
+  using Item = typename StepOf<decltype(kNext)>::item;
+  return {.create = [](const void* query) -> void* {
+            const auto* item = static_cast<const Item*>(query);
+            if constexpr (std::invocable<decltype(kCreate), const Item*, uint32_t>) {
+              return kCreate(item, FIB_DB_NO_PROPERTY);
+            } else if constexpr (std::invocable<decltype(kCreate), const Item*>) {
+              return kCreate(item);
+            } else {
+              return kCreate(FIB_DB_NO_PROPERTY);
+            }
+          },
+          .next = [](void* iterator,
+                     void* item) { return kNext(static_cast<Iterator*>(iterator), static_cast<Item*>(item)); },
+          .release = [](void* iterator) { static_cast<void>(kRelease(static_cast<Iterator*>(iterator))); }};
+}
+
+// A count that the library hands out in a number of any width.
+template <auto kCount>
+constexpr auto countOf = [](uint64_t* records) {
+  typename ItemOf<decltype(kCount)>::type count = 0;
+  const uint32_t code = kCount(&count);
+  *records = count;
+  return code;
+};
+
+// What the commands do, for other commands. ---------------------------------------------------------------------------
+// "next hop 7".
+std::string titleOf(const RecordTable& table, const void* item);
+std::vector<Fact> factsOf(const RecordTable& table, const void* item);
+// Fills item by its key; false when there is no such record. Throws Failure for any other answer.
+bool readRecord(const RecordTable& table, void* item);
+// Inserts or replaces; throws Failure when it is refused.
+void writeRecord(const RecordTable& table, void* item);
+
+// The commands of one table. Their texts live as long as the program.
+std::vector<Command> commandsOf(const RecordTable& table);
+
+}  // namespace fibdb::program
+
+#endif

@@ -1,0 +1,14 @@
+// tools/fibdb/tables/record_tables.h: the tables that have commands of their own, each in the file of its name.
+#ifndef FIBDB_TOOLS_RECORD_TABLES_H
+#define FIBDB_TOOLS_RECORD_TABLES_H
+
+#include "tools/fibdb/tables/record_table.h"
+
+namespace fibdb::program {
+
+extern const RecordTable kNexthops;
+extern const RecordTable kArGroups;
+
+}  // namespace fibdb::program
+
+#endif
