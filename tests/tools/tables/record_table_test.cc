@@ -257,6 +257,14 @@ TEST_F(RecordTableTest, every_kind_of_field_is_taken_and_shown) {
             "  kind        7\n");
 }
 
+TEST(StoreAt, a_shorter_text_leaves_nothing_of_a_longer_one) {
+  char name[8] = {};
+  const Layout layout{Kind::kText, 1, sizeof name};
+  EXPECT_EQ(storeAt(name, layout, "longer"), "");
+  EXPECT_EQ(storeAt(name, layout, "ab"), "");
+  EXPECT_EQ(std::string(name, sizeof name), std::string("ab\0\0\0\0\0\0", sizeof name));
+}
+
 TEST_F(RecordTableTest, answers_in_json_have_the_key_and_what_was_done) {
   EXPECT_EQ(json("add probe 7 0 eth0"), "{\"id\":7,\"mac\":\"0\",\"short_name\":\"eth0\",\"replaced\":false}\n");
   EXPECT_EQ(json("set probe 7 0 eth0 small 3 address 1.2.3.4"),

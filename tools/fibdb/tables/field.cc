@@ -137,7 +137,6 @@ std::string storeAt(void* place, const Layout& layout, std::string_view text) {
 
 std::strong_ordering compareAt(const void* a, const void* b, const Layout& layout) {
   if (layout.kind == Kind::kText) return textAt(a, layout) <=> textAt(b, layout);
-  if (layout.kind == Kind::kBytes || layout.kind == Kind::kAddress6) return std::memcmp(a, b, sizeOf(layout)) <=> 0;
   return numbersAt(a, layout) <=> numbersAt(b, layout);
 }
 

@@ -37,6 +37,7 @@ Value valueAt(const void* place, const Layout& layout);
 // Stores what text says. Otherwise the place is untouched, and the answer says what is wrong with the text.
 std::string storeAt(void* place, const Layout& layout, std::string_view text);
 void storeNumber(void* place, size_t width, uint64_t number);
+// By number, by byte, or as text.
 std::strong_ordering compareAt(const void* a, const void* b, const Layout& layout);
 // What stands in a usage for a value: "N", "ADDRESS".
 std::string_view placeholderOf(const Layout& layout);
