@@ -92,7 +92,7 @@ constexpr Layout layoutOf(std::optional<Kind> kind) {
   constexpr bool kCharacters = std::is_same_v<Element, char>;
   constexpr bool kArrayOfBytes = std::is_array_v<Type> && sizeof(Element) == 1;
   const Kind natural = kCharacters ? Kind::kText : kArrayOfBytes ? Kind::kBytes : Kind::kNumber;
-  return {kind.value_or(natural), sizeof(Element), sizeof(Type) / sizeof(Element)};
+  return {kind.value_or(natural), sizeof(Element), std::is_array_v<Type> ? std::extent_v<Type> : 1};
 }
 
 template <auto... kPath>

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstring>
 #include <deque>
+#include <iterator>
 #include <memory>
 
 #include "fibdb/engine.h"
@@ -74,7 +75,7 @@ void takeKey(const RecordTable& table, Arguments& arguments, Item& item) {
 // Words and values of these fields until no word is left.
 std::vector<const Field*> takeProperties(const std::vector<const Field*>& fields, Arguments& arguments, Item& item) {
   std::vector<std::string_view> words;
-  for (const Field* field : fields) words.push_back(field->name);
+  std::ranges::transform(fields, std::back_inserter(words), &Field::name);
   std::vector<const Field*> given;
   do {
     const Field& field = *fields[arguments.keyword(words)];
@@ -171,17 +172,17 @@ Status showList(Session& session, const RecordTable& table, const Walk& walk, co
 }
 
 // Commands. -----------------------------------------------------------------------------------------------------------
-std::vector<Fact> keyFacts(const RecordTable& table, const Item& item) {
+std::vector<Fact> factsOf(const std::vector<const Field*>& fields, const Item& item) {
   std::vector<Fact> facts;
-  for (const Field* field : fieldsOf(table, Role::kKey)) {
-    facts.push_back({std::string(field->name), valueOf(*field, item.data())});
-  }
+  std::ranges::transform(fields, std::back_inserter(facts), [&](const Field* field) {
+    return Fact{std::string(field->name), valueOf(*field, item.data())};
+  });
   return facts;
 }
 
 void report(Session& session, const RecordTable& table, const Item& item, const std::string& done,
             const std::vector<Fact>& more) {
-  std::vector<Fact> facts = keyFacts(table, item);
+  std::vector<Fact> facts = factsOf(fieldsOf(table, Role::kKey), item);
   facts.insert(facts.end(), more.begin(), more.end());
   session.output.result(done + ' ' + titleOf(table, item.data()), facts);
 }
@@ -255,9 +256,7 @@ Status setRecord(Session& session, Arguments& arguments) {
   requireRecord(table, item);
   for (const Field* field : given) copyValue(*field, wanted, item);
   changeRecord(table, given, item);
-  std::vector<Fact> facts;
-  for (const Field* field : given) facts.push_back({std::string(field->name), valueOf(*field, item.data())});
-  report(session, table, item, "changed", facts);
+  report(session, table, item, "changed", factsOf(given, item));
   return Status::kOk;
 }
 
