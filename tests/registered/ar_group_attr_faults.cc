@@ -21,33 +21,13 @@ const FaultRows kRows{
        return FIB_DB_GetArGroupAttrFields(&row, &group), 0u;
      },
      {}},
-    {"FIB_DB_SetArGroupAttrPriKey",
-     [] {
-       uint32_t id;
-       uint8_t key[9];
-       return FIB_DB_SetArGroupAttrPriKey(&group, &id, key), 0u;
-     },
-     {}},
-    {"FIB_DB_SetArGroupAttrAttrIdHashKey",
-     [] {
-       uint32_t id;
-       uint8_t key[8];
-       return FIB_DB_SetArGroupAttrAttrIdHashKey(&group, &id, key), 0u;
-     },
-     {}},
+    {"FIB_DB_SetArGroupAttrPriKey", [] { return keyBuilt(FIB_DB_SetArGroupAttrPriKey, &group); }, {}},
+    {"FIB_DB_SetArGroupAttrAttrIdHashKey", [] { return keyBuilt(FIB_DB_SetArGroupAttrAttrIdHashKey, &group); }, {}},
     {"FIB_DB_SetArGroupAttrOriginatorIdHashKey",
-     [] {
-       uint32_t id;
-       uint8_t key[9];
-       return FIB_DB_SetArGroupAttrOriginatorIdHashKey(&group, &id, key), 0u;
-     },
+     [] { return keyBuilt(FIB_DB_SetArGroupAttrOriginatorIdHashKey, &group); },
      {}},
     {"FIB_DB_SetArGroupAttrOriginAsnHashKey",
-     [] {
-       uint32_t id;
-       uint8_t key[9];
-       return FIB_DB_SetArGroupAttrOriginAsnHashKey(&group, &id, key), 0u;
-     },
+     [] { return keyBuilt(FIB_DB_SetArGroupAttrOriginAsnHashKey, &group); },
      {}},
     {"FIB_DB_SetArGroupAttrGroupTypeHashKey",
      [] {

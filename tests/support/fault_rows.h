@@ -79,6 +79,15 @@ inline Rules iteratorOf(const std::string& table, const Rules& steps = {}) {
          steps;
 }
 
+// A run of a key builder of the table service.
+template <class Build, class Item>
+uint32_t keyBuilt(Build build, Item* item) {
+  uint32_t indexId = 0;
+  uint8_t key[64];
+  build(item, &indexId, key);
+  return 0;
+}
+
 // A run that takes a step with its iterator and ends by giving it back; a release may have a status too.
 template <class Iterator, class Step, class Release>
 uint32_t stepWith(Iterator* iterator, Step step, Release release) {

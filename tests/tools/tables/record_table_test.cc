@@ -7,9 +7,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <set>
 #include <sstream>
 
 #include "tools/fibdb/base/failure.h"
+#include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
 namespace {
@@ -195,6 +197,22 @@ std::vector<std::string> usagesOf(const RecordTable& table) {
   std::vector<std::string> usages;
   for (const Command& command : commandsOf(table)) usages.push_back(usageOf(command));
   return usages;
+}
+
+// The tables of the program. A selection that names no field would not be found out before it is used.
+TEST(RecordTables, are_sound) {
+  for (const RecordTable* table : recordTables()) {
+    SCOPED_TRACE(table->word);
+    EXPECT_NE(table->one.find(' '), std::string_view::npos) << "an article first";
+    EXPECT_EQ(table->fields.empty() ? Role::kShown : table->fields[0].role, Role::kKey);
+    EXPECT_TRUE(std::ranges::is_sorted(table->fields, {}, [](const Field& field) { return field.role != Role::kKey; }));
+    std::set<std::string> names;
+    for (const Field& field : table->fields) EXPECT_TRUE(names.emplace(field.name).second) << field.name;
+    for (const Selection& selection : table->selections) {
+      for (const std::string& name : splitWords(selection.fields)) EXPECT_TRUE(names.contains(name)) << name;
+    }
+    EXPECT_FALSE(table->write != nullptr && table->create != nullptr);
+  }
 }
 
 // A command's usage is made of the fields; a command exists when its functions do.

@@ -118,7 +118,16 @@ constexpr auto countOf = [](uint64_t* records) {
   return code;
 };
 
-// What the commands do, for other commands. ---------------------------------------------------------------------------
+// A table's fields and records. ---------------------------------------------------------------------------------------
+std::vector<const Field*> fieldsOf(const RecordTable& table, Role role);
+std::vector<const Field*> fieldsOf(const RecordTable& table, const Selection& selection);
+// Whether a stored record's field can be given another value.
+bool changes(const RecordTable& table, const Field& field);
+// Without its article.
+std::string_view nameOf(const RecordTable& table);
+
+const void* placeOf(const Field& field, const void* item);
+Value valueOf(const Field& field, const void* item);
 // "next hop 7".
 std::string titleOf(const RecordTable& table, const void* item);
 std::vector<Fact> factsOf(const RecordTable& table, const void* item);

@@ -1,4 +1,4 @@
-// tools/fibdb/tables/record_tables.cc: their commands, in the order of help.
+// tools/fibdb/tables/record_tables.cc: see record_tables.h.
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
@@ -7,6 +7,8 @@ namespace {
 constexpr const RecordTable* kTables[] = {&kNexthops, &kArGroups};
 
 }  // namespace
+
+std::span<const RecordTable* const> recordTables() { return kTables; }
 
 std::span<const Command> recordCommands() {
   static const std::vector<Command> commands = [] {

@@ -9,6 +9,9 @@ namespace fibdb::program {
 extern const RecordTable kNexthops;
 extern const RecordTable kArGroups;
 
+// In the order of help.
+std::span<const RecordTable* const> recordTables();
+
 }  // namespace fibdb::program
 
 #endif

@@ -1,0 +1,290 @@
+// tools/fibdb/tables/record_commands.cc: show, add, set, delete and count of every table that is described by data.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <deque>
+#include <iterator>
+#include <memory>
+
+#include "fibdb/engine.h"
+#include "tools/fibdb/base/interrupt.h"
+#include "tools/fibdb/tables/record_usage.h"
+
+namespace fibdb::program {
+namespace {
+
+// An item of any table: bytes that the exported functions see as their record.
+class Item {
+ public:
+  explicit Item(const RecordTable& table) : bytes_(table.itemSize) {}
+
+  void* data() { return bytes_.data(); }
+  const void* data() const { return bytes_.data(); }
+
+ private:
+  std::vector<std::byte> bytes_;
+};
+
+// Properties are typed by their names, keys only talked about.
+std::string writtenName(const Field& field) {
+  std::string name(field.name);
+  if (field.role == Role::kKey) std::replace(name.begin(), name.end(), '_', ' ');
+  return name;
+}
+
+[[noreturn]] void failMissing(const RecordTable& table, const Item& item) {
+  throw Failure(Status::kFailed, "no " + titleOf(table, item.data()));
+}
+
+void requireRecord(const RecordTable& table, Item& item) {
+  if (!readRecord(table, item.data())) failMissing(table, item);
+}
+
+// Taking words. -------------------------------------------------------------------------------------------------------
+void takeValue(Arguments& arguments, const Field& field, Item& item, const std::string& what) {
+  const std::string fault = storeAt(field.at(item.data()), field.layout, arguments.word(what));
+  if (!fault.empty()) arguments.fail(writtenName(field) + ": " + fault);
+  if (field.goesWith != nullptr) field.goesWith(item.data());
+}
+
+void takeKey(const RecordTable& table, Arguments& arguments, Item& item) {
+  for (const Field* field : fieldsOf(table, Role::kKey)) takeValue(arguments, *field, item, writtenName(*field));
+}
+
+// Words and values of these fields until no word is left.
+std::vector<const Field*> takeProperties(const std::vector<const Field*>& fields, Arguments& arguments, Item& item) {
+  std::vector<std::string_view> words;
+  std::ranges::transform(fields, std::back_inserter(words), &Field::name);
+  std::vector<const Field*> given;
+  do {
+    const Field& field = *fields[arguments.keyword(words)];
+    takeValue(arguments, field, item, "a value for " + std::string(field.name));
+    given.push_back(&field);
+  } while (!arguments.empty());
+  return given;
+}
+
+// The selection that asks for exactly these fields.
+const Selection* selectionBy(const RecordTable& table, const std::vector<const Field*>& given) {
+  const auto asksFor = [&](const Selection& selection) {
+    const auto fields = fieldsOf(table, selection);
+    return std::is_permutation(fields.begin(), fields.end(), given.begin(), given.end());
+  };
+  const auto found = std::find_if(table.selections.begin(), table.selections.end(), asksFor);
+  return found == table.selections.end() ? nullptr : &*found;
+}
+
+std::vector<const Field*> selectingFields(const RecordTable& table) {
+  std::vector<const Field*> all;
+  for (const Selection& selection : table.selections) {
+    for (const Field* field : fieldsOf(table, selection)) {
+      if (std::find(all.begin(), all.end(), field) == all.end()) all.push_back(field);
+    }
+  }
+  return all;
+}
+
+// A key is meant unless its first word is the name of a selecting field, or no value that the key could have.
+bool beginsKey(const RecordTable& table, const Arguments& arguments) {
+  if (table.read == nullptr) return false;
+  if (table.selections.empty()) return true;
+  Arguments peek = arguments;
+  const std::string& word = peek.word("a key");
+  const auto fields = selectingFields(table);
+  if (std::any_of(fields.begin(), fields.end(), [&](const Field* field) { return field->name == word; })) return false;
+  const Field& first = *fieldsOf(table, Role::kKey).front();
+  Item scratch(table);
+  return storeAt(first.at(scratch.data()), first.layout, word).empty();
+}
+
+// Walking. ------------------------------------------------------------------------------------------------------------
+template <class Visit>
+void walkRecords(const RecordTable& table, const Walk& walk, const Item& query, Visit visit) {
+  const std::unique_ptr<void, void (*)(void*)> iterator(walk.create(query.data()), walk.release);
+  if (iterator == nullptr) throw Failure(Status::kFailed, "the " + std::string(table.many) + " cannot be iterated");
+  for (Item item(table);;) {
+    checkInterrupt();
+    const uint32_t code = walk.next(iterator.get(), item.data());
+    if (code == table.codes.end) return;
+    if (code != FIB_DB_OK) {
+      throw Failure(Status::kFailed, "iterating the " + std::string(table.many) + ": " + codeText(code));
+    }
+    visit(item);
+  }
+}
+
+bool precedes(const RecordTable& table, const Item& a, const Item& b) {
+  for (const Field* field : fieldsOf(table, Role::kKey)) {
+    const auto order = compareAt(placeOf(*field, a.data()), placeOf(*field, b.data()), field->layout);
+    if (order != std::strong_ordering::equal) return order == std::strong_ordering::less;
+  }
+  return false;
+}
+
+Status showList(Session& session, const RecordTable& table, const Walk& walk, const Item& query) {
+  std::vector<Item> items;
+  walkRecords(table, walk, query, [&](const Item& item) { items.push_back(item); });
+  std::sort(items.begin(), items.end(), [&](const Item& a, const Item& b) { return precedes(table, a, b); });
+  ListHead head{std::string(table.many), {}};
+  for (const Field& field : table.fields) {
+    if (field.listed) head.columns.push_back({std::string(field.name)});
+  }
+  session.output.beginList(std::move(head));
+  for (const Item& item : items) {
+    std::vector<Value> row;
+    for (const Field& field : table.fields) {
+      if (field.listed) row.push_back(valueOf(field, item.data()));
+    }
+    session.output.row(std::move(row));
+  }
+  session.output.endList();
+  return Status::kOk;
+}
+
+// Commands. -----------------------------------------------------------------------------------------------------------
+std::vector<Fact> factsOf(const std::vector<const Field*>& fields, const Item& item) {
+  std::vector<Fact> facts;
+  std::ranges::transform(fields, std::back_inserter(facts), [&](const Field* field) {
+    return Fact{std::string(field->name), valueOf(*field, item.data())};
+  });
+  return facts;
+}
+
+void report(Session& session, const RecordTable& table, const Item& item, const std::string& done,
+            const std::vector<Fact>& more) {
+  std::vector<Fact> facts = factsOf(fieldsOf(table, Role::kKey), item);
+  facts.insert(facts.end(), more.begin(), more.end());
+  session.output.result(done + ' ' + titleOf(table, item.data()), facts);
+}
+
+Status showRecords(Session& session, Arguments& arguments) {
+  const RecordTable& table = *arguments.command().table;
+  Item item(table);
+  if (arguments.empty() && table.walk.create != nullptr) return showList(session, table, table.walk, item);
+  if (arguments.empty() || beginsKey(table, arguments)) {
+    takeKey(table, arguments, item);
+    arguments.end();
+    requireRecord(table, item);
+    session.output.record(titleOf(table, item.data()), factsOf(table, item.data()));
+    return Status::kOk;
+  }
+  const Selection* selection = selectionBy(table, takeProperties(selectingFields(table), arguments, item));
+  if (selection == nullptr) arguments.fail("no index serves these words together");
+  return showList(session, table, selection->walk, item);
+}
+
+Status addRecord(Session& session, Arguments& arguments) {
+  const RecordTable& table = *arguments.command().table;
+  Item item(table);
+  for (const Field& field : table.fields) {
+    if (field.initial != 0) storeNumber(field.at(item.data()), field.layout.width, field.initial);
+  }
+  takeKey(table, arguments, item);
+  if (!arguments.empty()) takeProperties(fieldsOf(table, Role::kProperty), arguments, item);
+  Item before = item;
+  const bool replaced = table.create == nullptr && table.read != nullptr && readRecord(table, before.data());
+  writeRecord(table, item.data());
+  report(session, table, item, replaced ? "replaced" : "added", {{"replaced", replaced}});
+  return Status::kOk;
+}
+
+void copyValue(const Field& field, const Item& from, Item& to) {
+  std::memcpy(field.at(to.data()), placeOf(field, from.data()), sizeOf(field.layout));
+  if (field.goesWith != nullptr) field.goesWith(to.data());
+}
+
+// Calls that bring the given fields into the stored record: the fields' own, and the table's once for all others.
+void changeRecord(const RecordTable& table, const std::vector<const Field*>& given, Item& item) {
+  const auto call = [&](ItemCall change, const std::string& what) {
+    const uint32_t code = change(item.data());
+    if (code == table.codes.missing || code == DB_ERR_NO_DATA) failMissing(table, item);
+    if (code != FIB_DB_OK) throw Failure(Status::kFailed, what + " refused: " + codeText(code));
+  };
+  const std::string title = titleOf(table, item.data());
+  if (std::any_of(given.begin(), given.end(), [](const Field* field) { return field->change == nullptr; })) {
+    call(table.change, title);
+  }
+  for (const Field* field : given) {
+    if (field->change != nullptr) call(field->change, std::string(field->name) + " of " + title);
+  }
+}
+
+Status setRecord(Session& session, Arguments& arguments) {
+  const RecordTable& table = *arguments.command().table;
+  Item item(table);
+  takeKey(table, arguments, item);
+  Item wanted = item;
+  std::vector<const Field*> given = takeProperties(fieldsOf(table, Role::kProperty), arguments, wanted);
+  for (const Field* field : given) {
+    if (!changes(table, *field)) {
+      arguments.fail(std::string(field->name) + " of " + std::string(table.one) + " cannot be changed",
+                     "delete it and add it again");
+    }
+  }
+  std::sort(given.begin(), given.end());
+  given.erase(std::unique(given.begin(), given.end()), given.end());
+  requireRecord(table, item);
+  for (const Field* field : given) copyValue(*field, wanted, item);
+  changeRecord(table, given, item);
+  report(session, table, item, "changed", factsOf(given, item));
+  return Status::kOk;
+}
+
+Status deleteRecord(Session& session, Arguments& arguments) {
+  const RecordTable& table = *arguments.command().table;
+  Item item(table);
+  takeKey(table, arguments, item);
+  arguments.end();
+  // A removal of nothing would be counted as a failure of the table.
+  if (table.read != nullptr) requireRecord(table, item);
+  const uint32_t code = table.remove(item.data());
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, titleOf(table, item.data()) + ": " + codeText(code));
+  report(session, table, item, "deleted", {{"deleted", true}});
+  return Status::kOk;
+}
+
+Status countRecords(Session& session, Arguments& arguments) {
+  const RecordTable& table = *arguments.command().table;
+  arguments.end();
+  uint64_t records = 0;
+  if (table.count == nullptr) {
+    walkRecords(table, table.walk, Item(table), [&](const Item&) { ++records; });
+  } else if (const uint32_t code = table.count(&records); code != FIB_DB_OK) {
+    throw Failure(Status::kFailed, "counting the " + std::string(table.many) + ": " + codeText(code));
+  }
+  session.output.result(formatCount(records), {{"table", std::string(table.word)}, {"records", records}});
+  return Status::kOk;
+}
+
+// Commands are views of texts; texts that are put together stay here.
+std::string_view kept(std::string text) {
+  static std::deque<std::string> texts;
+  return texts.emplace_back(std::move(text));
+}
+
+}  // namespace
+
+std::vector<Command> commandsOf(const RecordTable& table) {
+  std::vector<Command> commands;
+  const auto add = [&](bool there, std::string_view verb, const std::string& usage, const std::string& help,
+                       const std::string& details, Status (*run)(Session&, Arguments&)) {
+    if (!there) return;
+    commands.push_back(
+        {kept(std::string(verb) + ' ' + std::string(table.word)), kept(usage), kept(help), kept(details), run, &table});
+  };
+  const bool walks = table.walk.create != nullptr;
+  const bool changing = table.read != nullptr && std::any_of(table.fields.begin(), table.fields.end(),
+                                                             [&](auto& field) { return changes(table, field); });
+  const std::string one(table.one);
+  add(table.read != nullptr || walks, "show", showUsage(table), showHelp(table), "", showRecords);
+  add(table.write != nullptr || table.create != nullptr, "add", addUsage(table), addHelp(table), addDetails(table),
+      addRecord);
+  add(changing, "set", setUsage(table), "change properties of " + one, setDetails(), setRecord);
+  add(table.remove != nullptr, "delete", keyUsage(table), "delete " + one, "", deleteRecord);
+  add(walks || table.count != nullptr, "count", "", "how many " + std::string(table.many) + " there are", "",
+      countRecords);
+  return commands;
+}
+
+}  // namespace fibdb::program
