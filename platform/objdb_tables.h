@@ -2,7 +2,7 @@
  * db_create_<t>_obj, db_release_<t>_object, and per row of the schema db_set_<t>_<field>, db_get_<t>_<field>,
  * db_reset_<t>_object, db_set_<t>_all_fields, db_get_<t>_all_fields, db_create_<t>_obj_specific_conn,
  * db_reset_<t>_batch_object. Byte fields are set from (data, len) and got as (pointer into the object, len), valid
- * until the object is used again. */
+ * until the object is used again; a getter's len may be NULL. */
 #ifndef FIBDB_PLATFORM_OBJDB_TABLES_H
 #define FIBDB_PLATFORM_OBJDB_TABLES_H
 

@@ -78,9 +78,9 @@ uint32_t getNumber(uint64_t handle, const FieldPlace& field, Number* out) {
 uint32_t getBytes(uint64_t handle, const FieldPlace& field, const void** out, uint32_t* length) {
   Object* object = nullptr;
   if (const uint32_t code = findStanding(handle, field.table, object)) return code;
-  if (out == nullptr || length == nullptr) return DB_ERR_NULL_ARGUMENT;
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
   *out = object->row + field.offset;
-  *length = field.size;
+  if (length != nullptr) *length = field.size;
   return 0;
 }
 

@@ -272,10 +272,11 @@ uint32_t setBytes(schema::TableId table, const char* call, const char* name, uin
 
 uint32_t getBytes(schema::TableId table, const char* call, const char* name, uint64_t obj, const void** out,
                   uint32_t* len) {
-  if (const uint32_t code = platform().answer(call, platform().nameOf(obj))) return code;
+  const std::string arguments = platform().nameOf(obj) + (len == nullptr ? ", no length" : "");
+  if (const uint32_t code = platform().answer(call, arguments)) return code;
   const schema::Field* field = schema::findField(layout(table).fields, name);
   *out = platform().record(table).data() + field->offset;
-  *len = field->size();
+  if (len != nullptr) *len = platform().byteLength.value_or(field->size());
   return 0;
 }
 
@@ -494,7 +495,7 @@ uint64_t UFIB_DB_GetSysTime() {
 static bool fits(size_t dstMax, size_t count) { return dstMax <= 0x7FFFFFFF && count <= dstMax; }
 
 int memcpy_s(void* dst, size_t dstMax, const void* src, size_t count) {
-  if (!platform().takesBoundsCall(__func__) || !fits(dstMax, count)) return 22;
+  if (!platform().takesBoundsCall(__func__) || src == nullptr || !fits(dstMax, count)) return 22;
   std::memcpy(dst, src, count);
   return 0;
 }

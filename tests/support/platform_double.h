@@ -10,6 +10,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -45,6 +46,7 @@ class PlatformDouble {
   // The row that reads and getters deliver, and the rows of an iteration.
   Row& record(schema::TableId table);
   std::deque<Row> entries;
+  std::optional<uint32_t> byteLength;  // what getters of bytes say their length is, in place of the truth
   uint64_t countResult = 0;
   uint64_t sysTime = 1'700'000'000'000'000;
   uint64_t sysTimeReads = 0;
