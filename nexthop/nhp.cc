@@ -37,18 +37,6 @@ uint32_t settleUpdate(uint32_t code, uint32_t oper) {
   return code == DB_ERR_NO_DATA ? code : FIB_DB_ProcNhpWriteDBResult(code, oper);
 }
 
-void nextFailed(uint32_t code) {
-  constexpr Text<uint32_t> failed = "GetNextNhpEntry next failed, ret: %d";
-  failed.error(code);
-  FIB_DB_RecordErrStat(FIB_DB_TABLE_NHP, FIB_DB_OPER_ITERATOR);
-}
-
-// Required: a field that cannot be read leaves the step a success.
-uint32_t unpackCurrent(uint64_t obj, Item* item) {
-  FIB_DB_GetNhpItem(obj, item);
-  return FIB_DB_OK;
-}
-
 template <fibdb::SetterOf<Item>* Set>
 uint32_t updateWith(const Item* item) {
   return FIB_DB_UpdateNhpFields(item, fibdb::asFieldSetter<Item, Set>);
@@ -178,8 +166,9 @@ FibDbIterator* FIB_DB_CreateNhpIteratorByVrf(uint32_t key0, uint32_t key1, uint3
 
 uint32_t FIB_DB_GetNextNhpEntry(FibDbIterator* handle, FibDbNhpItem* item) {
   constexpr Text<> isNull = "GetNextNhpEntry next failed, para is NULL.";
+  constexpr fibdb::Failure failed{FIB_DB_TABLE_NHP, FIB_DB_OPER_ITERATOR, "GetNextNhpEntry next failed, ret: %d"};
   if (handle == nullptr || item == nullptr) isNull.error();
-  return fibdb::next(handle, item, nextFailed, unpackCurrent);
+  return fibdb::next(handle, item, failed, fibdb::unpackCurrent<Item, FIB_DB_GetNhpItem>);
 }
 
 void FIB_DB_ReleaseNhpIterator(FibDbIterator* handle) { fibdb::releaseIterator(kNhp, handle); }

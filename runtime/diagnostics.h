@@ -20,6 +20,19 @@ uint32_t settleWrite(FibDbTableId table, uint32_t code, uint32_t oper, const Fai
 // Reads: a missing record is FIB_DB_NOT_FOUND and nobody's fault, any other failure is FIB_DB_ERR.
 uint32_t settleRead(FibDbTableId table, uint32_t code, uint32_t oper, const FailureText& failed);
 
+// A failure that is said in its function's own words, counted under its table, and handed on as it is.
+struct Failure {
+  FibDbTableId table = FIB_DB_TABLE_COUNT;  // counts nowhere, and says so
+  FibDbOperType oper = FIB_DB_OPER_ERR;
+  Text<uint32_t> text = {};
+
+  uint32_t operator()(uint32_t code) const {
+    text.error(code);
+    FIB_DB_RecordErrStat(table, oper);
+    return code;
+  }
+};
+
 }  // namespace fibdb
 
 #endif

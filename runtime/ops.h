@@ -8,8 +8,10 @@
 #include <cstdint>
 
 #include "fibdb/runtime.h"
+#include "platform/bounds.h"
 #include "platform/objdb.h"
 #include "runtime/diagnostics.h"
+#include "runtime/key.h"
 #include "runtime/stopwatch.h"
 #include "runtime/text.h"
 
@@ -38,14 +40,18 @@ class Object {
   template <class Item, class Key>
   Object(const Table<Item, Key>& table, uint32_t kind)
       : release_(table.release), error_(table.create(kind, 0, &handle_)) {}
-  ~Object() {
-    if (error_ == 0 && release_ != nullptr) release_(handle_);
-  }
+  ~Object() { release(); }
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
 
   uint32_t error() const { return error_; }  // of the creation
   uint64_t handle() const { return handle_; }
+
+  // Before the scope ends, where something must follow the release.
+  void release() {
+    if (error_ == 0 && release_ != nullptr) release_(handle_);
+    release_ = nullptr;
+  }
 
   // Hands the object over to the caller, who releases it.
   uint64_t keep() {
@@ -93,20 +99,49 @@ uint32_t fetchRow(uint64_t obj, const FibDbKeyDesc* desc, const void* key, Item*
   return code;
 }
 
+// Fetches a service context and, unless a field failed before it, copies it out. False: the copy itself failed, which is
+// said at once and ends the unpacking.
+template <size_t Size>
+bool unpackContext(uint64_t obj, uint32_t (*get)(uint64_t obj, const void** out, uint32_t* len), uint8_t (&out)[Size],
+                   uint32_t& code, const Text<uint32_t>& copyFailed) {
+  const void* bytes = nullptr;
+  code |= get(obj, &bytes, nullptr);
+  if (code != 0) return true;
+  const int copied = memcpy_s(out, Size, bytes, Size);
+  if (copied != 0) copyFailed.error(static_cast<uint32_t>(copied));
+  return copied == 0;
+}
+
+// A step's arrival at a record of a table that is read field by field.
+template <class Item, void (*Unpack)(uint64_t, Item*)>
+uint32_t unpackCurrent(uint64_t obj, Item* item) {
+  // Required: a field that cannot be read leaves the step a success.
+  Unpack(obj, item);
+  return FIB_DB_OK;
+}
+
 struct WriteHow {
   Text<uint32_t> createFailed = {};
+  Text<uint32_t> stageFailed = {};
+  bool unguarded = false;     // a NULL item is not caught
+  bool releaseFirst = false;  // the object goes before the code is settled
 };
 
 template <class Item, class Key>
 uint32_t write(const Table<Item, Key>& table, const Item* item, const WriteHow& how = {}) {
-  if (item == nullptr) return FIB_DB_ERR;
-  const Object obj(table, FIB_DB_OBJ_OP_WRITE);
+  if (item == nullptr && !how.unguarded) return FIB_DB_ERR;
+  Object obj(table, FIB_DB_OBJ_OP_WRITE);
   if (const uint32_t code = obj.error()) {
     how.createFailed.error(code);
     return code;
   }
-  if (table.stage(obj.handle(), item) != FIB_DB_OK) return FIB_DB_ERR;
-  return table.settle(db_write_obj(obj.handle()), FIB_DB_OPER_WRITE);
+  if (const uint32_t code = table.stage(obj.handle(), item)) {
+    how.stageFailed.error(code);
+    return code;
+  }
+  const uint32_t code = db_write_obj(obj.handle());
+  if (how.releaseFirst) obj.release();
+  return table.settle(code, FIB_DB_OPER_WRITE);
 }
 
 struct UpdateHow {
@@ -133,9 +168,14 @@ uint32_t update(const Table<Item, Key>& table, const Item* item, FibDbFieldSette
   return (how.settle != nullptr ? how.settle : table.settle)(code, FIB_DB_OPER_UPDATE);
 }
 
+struct UpdateWholeHow {
+  Text<uint32_t> createFailed = {};
+  Text<uint32_t> stageFailed = {};
+};
+
 // Replaces the whole record of item's key, which must exist.
 template <class Item, class Key>
-uint32_t updateWhole(const Table<Item, Key>& table, const Item* item, const WriteHow& how = {}) {
+uint32_t updateWhole(const Table<Item, Key>& table, const Item* item, const UpdateWholeHow& how = {}) {
   if (item == nullptr) return FIB_DB_ERR;
   const Object obj(table, FIB_DB_OBJ_OP_UPDATE);
   if (const uint32_t code = obj.error()) {
@@ -143,37 +183,58 @@ uint32_t updateWhole(const Table<Item, Key>& table, const Item* item, const Writ
     return code;
   }
   const KeyOf<Item, Key> key(table, item);
-  if (table.stage(obj.handle(), item) != FIB_DB_OK) return FIB_DB_ERR;
+  if (const uint32_t code = table.stage(obj.handle(), item)) {
+    how.stageFailed.error(code);
+    return code;
+  }
   return table.settle(db_update_obj(obj.handle(), &key.desc, &key.bytes), FIB_DB_OPER_UPDATE);
 }
 
 struct RemoveHow {
   Text<uint32_t> createFailed = {};
+  bool unguarded = false;     // a NULL item is not caught
+  bool releaseFirst = false;  // the object goes before the code is settled
 };
 
-template <class Item, class Key>
-uint32_t remove(const Table<Item, Key>& table, const Item* item, const RemoveHow& how = {}) {
-  if (item == nullptr) return FIB_DB_ERR;
-  const Object obj(table, FIB_DB_OBJ_OP_REMOVE);
+// makeKey gives a descriptor and packed bytes, once there is an object.
+template <class Item, class Key, class MakeKey>
+uint32_t removeBy(const Table<Item, Key>& table, const RemoveHow& how, const MakeKey& makeKey) {
+  Object obj(table, FIB_DB_OBJ_OP_REMOVE);
   if (const uint32_t code = obj.error()) {
     how.createFailed.error(code);
     return code;
   }
-  const KeyOf<Item, Key> key(table, item);
-  return table.settle(db_remove_obj(obj.handle(), &key.desc, &key.bytes), FIB_DB_OPER_REMOVE);
+  const auto key = makeKey();
+  const uint32_t code = db_remove_obj(obj.handle(), &key.desc, &key.bytes);
+  if (how.releaseFirst) obj.release();
+  return table.settle(code, FIB_DB_OPER_REMOVE);
+}
+
+template <class Item, class Key>
+uint32_t remove(const Table<Item, Key>& table, const Item* item, const RemoveHow& how = {}) {
+  if (item == nullptr && !how.unguarded) return FIB_DB_ERR;
+  return removeBy(table, how, [&] { return KeyOf<Item, Key>(table, item); });
+}
+
+// Every record under a key of a secondary index.
+template <class Item, class Key, uint32_t IndexId>
+uint32_t removeUnder(const Table<Item, Key>& table, const PackedKey<IndexId>& key, const RemoveHow& how = {}) {
+  return removeBy(table, how, [&] { return key; });
 }
 
 template <class Item>
 struct ReadHow {
   Text<uint32_t> createFailed = {};
-  // Says and counts a failure other than a missing record, and returns the status.
-  uint32_t (*failed)(uint32_t code, const Item* item);
+  // Settles a failure other than a missing record: in the simple form, or by a function that gives the status.
+  Failure failure = {};
+  uint32_t (*failed)(uint32_t code, const Item* item) = nullptr;  // in place of failure
+  bool unguarded = false;                                         // a NULL item is not caught
 };
 
 // Reads by the primary key of item into item.
 template <class Item, class Key>
 uint32_t read(const Table<Item, Key>& table, Item* item, const ReadHow<Item>& how) {
-  if (item == nullptr) return FIB_DB_ERR;
+  if (item == nullptr && !how.unguarded) return FIB_DB_ERR;
   const Object obj(table, FIB_DB_OBJ_OP_READ);
   if (const uint32_t code = obj.error()) {
     how.createFailed.error(code);
@@ -183,7 +244,47 @@ uint32_t read(const Table<Item, Key>& table, Item* item, const ReadHow<Item>& ho
   const uint32_t code = table.fetch(obj.handle(), &key.desc, &key.bytes, item);
   if (code == FIB_DB_OK) return FIB_DB_OK;
   if (code == DB_ERR_NO_DATA) return FIB_DB_NOT_FOUND;
-  return how.failed(code, item);
+  return how.failed != nullptr ? how.failed(code, item) : how.failure(code);
+}
+
+template <class Item>
+struct ReadUnderHow {
+  Text<uint32_t> createFailed = {};
+  Text<uint32_t> createIterFailed = {};
+  Failure stepFailed = {};
+  // Copies the record that the iterator stands on into item; a failure ends the reading and is its status.
+  uint32_t (*arrive)(uint64_t obj, Item* item);
+  bool unguarded = false;  // NULL desc, key or items are not caught
+};
+
+// Reads the records under a key into an array of bufLen bytes, as many as it has room for. How many they are goes to
+// filled, unless that is NULL; whether there were more is not told.
+template <class Item, class Key>
+uint32_t readUnder(const Table<Item, Key>& table, const FibDbKeyDesc* desc, const void* key, uint32_t bufLen,
+                   Item* items, uint32_t* filled, const ReadUnderHow<Item>& how) {
+  if (!how.unguarded && (desc == nullptr || key == nullptr || items == nullptr)) return FIB_DB_ERR;
+  const Object obj(table, FIB_DB_OBJ_OP_SCAN);
+  if (const uint32_t code = obj.error()) {
+    how.createFailed.error(code);
+    return code;
+  }
+  uint64_t rootIter = 0;
+  if (const uint32_t code = db_create_root_iter(obj.handle(), desc, key, &rootIter)) {
+    how.createIterFailed.error(code);
+    return code;
+  }
+  // Room is asked before each step: once the array is full, no further record is taken from the iterator.
+  const uint32_t room = bufLen / sizeof(Item);
+  uint32_t arrived = 0;
+  uint32_t status = FIB_DB_OK;
+  while (status == FIB_DB_OK && arrived < room) {
+    const uint32_t code = db_root_iterator_next(rootIter);
+    if (code == DB_ERR_ITER_END) break;
+    status = code == FIB_DB_OK ? how.arrive(obj.handle(), items + arrived) : how.stepFailed(code);
+    if (status == FIB_DB_OK) ++arrived;
+  }
+  if (filled != nullptr) *filled = arrived;
+  return status;
 }
 
 // The whole table's count.
@@ -196,6 +297,31 @@ uint32_t count(const Table<Item, Key>& table, uint32_t* out) {
   const uint32_t code = db_get_table_record_count(obj.handle(), &records);
   if (code == FIB_DB_OK) *out = static_cast<uint32_t>(records);
   return code;
+}
+
+struct CountUnderHow {
+  Text<uint32_t> createFailed = {};
+  Text<uint32_t> countFailed = {};
+  bool unguarded = false;  // NULL desc, key or out are not caught
+};
+
+// How many records stand under a key, cut to the width of out.
+template <class Item, class Key, class Out>
+uint32_t countUnder(const Table<Item, Key>& table, const FibDbKeyDesc* desc, const void* key, Out* out,
+                    const CountUnderHow& how) {
+  if (!how.unguarded && (desc == nullptr || key == nullptr || out == nullptr)) return FIB_DB_ERR;
+  const Object obj(table, FIB_DB_OBJ_OP_COUNT);
+  if (const uint32_t code = obj.error()) {
+    how.createFailed.error(code);
+    return code;
+  }
+  uint64_t records = 0;
+  if (const uint32_t code = db_get_table_record_count_by_key(obj.handle(), desc, key, &records)) {
+    how.countFailed.error(code);
+    return code;
+  }
+  *out = static_cast<Out>(records);
+  return FIB_DB_OK;
 }
 
 struct IteratorTexts {
@@ -255,6 +381,14 @@ struct WholeTable {
   }
 };
 
+// The caller's own descriptor and key, handed on as they are.
+struct UnderKey {
+  const FibDbKeyDesc* desc;
+  const void* key;
+
+  uint32_t operator()(uint64_t obj, uint64_t* rootIter) const { return db_create_root_iter(obj, desc, key, rootIter); }
+};
+
 template <size_t Words>
 struct UnderWords {
   uint32_t indexId;
@@ -266,10 +400,9 @@ struct UnderWords {
   }
 };
 
-// Advances, then arrive(obj, item) copies the record out and gives the status. failed says and counts a failure.
-template <class Item>
-uint32_t next(FibDbIterator* iterator, Item* item, void (*failed)(uint32_t code),
-              uint32_t (*arrive)(uint64_t obj, Item* item)) {
+// Advances, then arrive(obj, item) copies the record out and gives the status. failed(code) says and counts a failure.
+template <class Item, class Failed>
+uint32_t next(FibDbIterator* iterator, Item* item, const Failed& failed, uint32_t (*arrive)(uint64_t obj, Item* item)) {
   if (iterator == nullptr || item == nullptr) return FIB_DB_ERR;
   const uint32_t code = db_root_iterator_next(iterator->rootIter);
   if (code == FIB_DB_OK) return arrive(iterator->obj, item);

@@ -11,6 +11,7 @@
 #include "fibdb/common.h"
 #include "platform/schema/catalog.h"
 #include "platform/ufib.h"
+#include "runtime/key.h"
 
 namespace fibdb {
 
@@ -54,13 +55,6 @@ class KeyRequest {
   uint8_t key_[schema::kMaxKeyLength]{};
   FibDbUfibKey request_;
 };
-
-// Appends a key field without a gap.
-template <class Field>
-uint8_t* putKeyField(uint8_t* key, Field field) {
-  std::memcpy(key, &field, sizeof field);
-  return key + sizeof field;
-}
 
 // A pointer with a length: the entry buffer over a row, or the update context over an item.
 inline FibDbUfibData dataOf(void* data, uint32_t length) {
