@@ -1,4 +1,15 @@
-/* fibdb/nexthop.h: next hops, keyed by a 32-bit next-hop index. */
+/* fibdb/nexthop.h: next hops, keyed by a 32-bit next-hop index; standard (IPv4) next hops; next hops with a 16-byte
+ * address.
+ *
+ * Functions over several records of the last two tables
+ *  - Count...: stores how many records stand under a key; a failure is the database's code and stores nothing.
+ *  - Read...By...: fills buf, an array of whole items of bufLen bytes, with the records under a key, as many as it has
+ *    room for, and stores how many these are in *count (count may be NULL). That there were more is not told. An
+ *    iteration that fails on its way is the database's code; the items before it are filled and counted.
+ *  - The forms ...ByKey take a descriptor of any index of the table and its packed key.
+ *  - Create...Iterator...: NULL on failure. property: a vr_id, or FIB_DB_NO_PROPERTY.
+ *  - GetNext...: 0 with the next record in item, 60 at the end, 1 on failure.
+ */
 #ifndef FIBDB_NEXTHOP_H
 #define FIBDB_NEXTHOP_H
 
@@ -69,6 +80,97 @@ FIBDB_API FibDbIterator* FIB_DB_CreateNhpIteratorByVrf(uint32_t key0, uint32_t k
 /* 0 with the next hop in item, 60 at the end, 1 on failure (a NULL argument is logged). */
 FIBDB_API uint32_t FIB_DB_GetNextNhpEntry(FibDbIterator* handle, FibDbNhpItem* item);
 FIBDB_API void FIB_DB_ReleaseNhpIterator(FibDbIterator* handle);
+
+/* Index ids of the standard next-hop table. */
+enum {
+  FIB_DB_NHP_STD_PRIMARY = 0x0001000C,          /* nhp_index, next_hop, out_if_index */
+  FIB_DB_NHP_STD_BY_NHP_INDEX = 0x01090004,     /* nhp_index */
+  FIB_DB_NHP_STD_BY_LOCAL_HASH = 0x02090008,    /* next_hop, out_if_index */
+  FIB_DB_NHP_STD_BY_IF_INDEX = 0x03090004,      /* out_if_index */
+  FIB_DB_NHP_STD_BY_IF_TYPE = 0x04090004,       /* if_type */
+  FIB_DB_NHP_STD_BY_WORK_IF_INDEX = 0x05090004, /* work_if_index */
+  FIB_DB_NHP_STD_BY_GLOBAL_SLOT = 0x06090004    /* global_slotid */
+};
+
+/* One standard next hop. Stamps, states and contexts are the caller's: they are stored as given. */
+typedef struct FibDbNhpStdItem {
+  uint32_t nhp_index;
+  uint32_t next_hop; /* IPv4 address, host byte order */
+  uint32_t out_if_index;
+  uint32_t vr_id;
+  uint32_t vrf_index;
+  uint32_t flags;
+  uint16_t fwd_if_type;
+  uint8_t forwardVsId;
+  uint32_t if_type;
+  uint32_t iid_flags;
+  uint32_t work_if_index;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint32_t app_source_id;
+  uint32_t group_smooth_id;
+  uint64_t app_obj_id;
+  uint32_t app_version;
+  uint32_t attr_flag;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+  uint32_t global_slotid;
+} FibDbNhpStdItem;
+
+/* key: room for the 12 bytes of the primary key. */
+FIBDB_API void FIB_DB_SetNhpStdKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpStdItem* item);
+/* Stages all fields of item on obj: 0, or 1 if any field failed. */
+FIBDB_API uint32_t FIB_DB_SetNhpStdItem(uint64_t obj, const FibDbNhpStdItem* item);
+/* Fills item, unless it is NULL, from the record that obj stands on. A field that fails is logged and left as it was,
+ * and so is a service context behind it; a context that cannot be copied ends the filling. */
+FIBDB_API void FIB_DB_GetNhpStdItem(uint64_t obj, FibDbNhpStdItem* item);
+
+/* Inserts or replaces. */
+FIBDB_API uint32_t FIB_DB_WriteNhpStd(const FibDbNhpStdItem* item);
+/* Fills item by its primary key; 60 when there is none. Other failures: the database's code. */
+FIBDB_API uint32_t FIB_DB_ReadNhpStd(FibDbNhpStdItem* item);
+FIBDB_API uint32_t FIB_DB_RemoveNhpStd(const FibDbNhpStdItem* item);
+/* Every record of this next hop. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpStdByNhpIndex(uint32_t nhpIndex);
+
+FIBDB_API uint32_t FIB_DB_ReadNhpStdByKey(const FibDbKeyDesc* desc, const void* key, uint32_t bufLen,
+                                          FibDbNhpStdItem* buf, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpStdByKey(const FibDbKeyDesc* desc, const void* key, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_ReadNhpStdByNhpIndex(uint32_t nhpIndex, uint32_t bufLen, FibDbNhpStdItem* buf,
+                                               uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpStdByNhpIndex(uint32_t nhpIndex, uint32_t* count);
+/* These three do not tell how many items they filled. */
+FIBDB_API uint32_t FIB_DB_ReadNhpStdByLocalhash(uint32_t ip, uint32_t ifIndex, uint32_t bufLen, FibDbNhpStdItem* buf);
+FIBDB_API uint32_t FIB_DB_ReadNhpStdByIfIndex(uint32_t ifIndex, uint32_t bufLen, FibDbNhpStdItem* buf);
+FIBDB_API uint32_t FIB_DB_ReadNhpStdByIfType(uint32_t ifType, uint32_t bufLen, FibDbNhpStdItem* buf);
+FIBDB_API uint32_t FIB_DB_CountNhpStdByLocalhash(uint32_t ip, uint32_t ifIndex, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpStdByIfIndex(uint32_t ifIndex, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpStdByIfType(uint32_t ifType, uint32_t* count);
+
+/* Changes what setter stages in the record with item's primary key. The setter's own result is not looked at. The
+ * update is timed while g_fibGetDbOperTickCost is on. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpStdFields(const FibDbNhpStdItem* item, FibDbFieldSetter setter);
+/* Setters for partial updates. Context: both service contexts, the four states and error codes, time_stamp_svc and
+ * forwardVsId; 0 or 1. Flags: flags alone; the database's code. */
+FIBDB_API uint32_t FIB_DB_SetNhpStdContext(uint64_t obj, const FibDbNhpStdItem* item);
+FIBDB_API uint32_t FIB_DB_SetNhpStdFlags(uint64_t obj, const FibDbNhpStdItem* item);
+/* FIB_DB_UpdateNhpStdFields with the setter of that name. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpStdContext(const FibDbNhpStdItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateNhpStdFlags(const FibDbNhpStdItem* item);
+
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpStdIterator(uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpStdIteratorByKey(const FibDbKeyDesc* desc, const void* key, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpStdIteratorByNhpIndex(uint32_t nhpIndex, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpStdIteratorByIpIfIndex(uint32_t ip, uint32_t ifIndex, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpStdIteratorByIfIndex(uint32_t ifIndex, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpStdIteratorByWorkIfIndex(uint32_t workIfIndex, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpStdIteratorByGlobalSlotId(uint32_t globalSlotId, uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextNhpStdEntry(FibDbIterator* handle, FibDbNhpStdItem* item);
+FIBDB_API void FIB_DB_ReleaseNhpStdIterator(FibDbIterator* handle);
 
 #ifdef __cplusplus
 }
