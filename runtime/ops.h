@@ -27,7 +27,7 @@ struct Table {
 
   uint32_t (*create)(uint32_t kind, uint32_t zero, uint64_t* outObj);
   uint32_t (*release)(uint64_t obj);
-  uint32_t (*stage)(uint64_t obj, const Item* item) = nullptr;  // all fields; non-zero: some field failed
+  uint32_t (*stage)(uint64_t obj, const Item* item) = nullptr;  // all fields; a failure is the status
   void (*key)(FibDbKeyDesc* desc, Key* key, const Item* item) = nullptr;
   // Reads the record of a key, or with NULL desc and key the one the iterator stands on, and fills item on success.
   uint32_t (*fetch)(uint64_t obj, const FibDbKeyDesc* desc, const void* key, Item* item) = nullptr;
