@@ -172,6 +172,108 @@ FIBDB_API FibDbIterator* FIB_DB_CreateNhpStdIteratorByGlobalSlotId(uint32_t glob
 FIBDB_API uint32_t FIB_DB_GetNextNhpStdEntry(FibDbIterator* handle, FibDbNhpStdItem* item);
 FIBDB_API void FIB_DB_ReleaseNhpStdIterator(FibDbIterator* handle);
 
+/* Index ids of the table of next hops with a 16-byte address. */
+enum {
+  FIB_DB_NHP_LLA_PRIMARY = 0x00010018,       /* iid_index, next_hop, out_if_index */
+  FIB_DB_NHP_LLA_BY_NHP_INDEX = 0x01090004,  /* iid_index */
+  FIB_DB_NHP_LLA_BY_LOCAL_HASH = 0x02090014, /* next_hop, out_if_index */
+  FIB_DB_NHP_LLA_BY_IF_INDEX = 0x03090004,   /* out_if_index */
+  FIB_DB_NHP_LLA_BY_GLOBAL_SLOT = 0x05090004 /* global_slotid */
+};
+
+/* One next hop with a 16-byte address. Stamps, states and contexts are the caller's: they are stored as given. */
+typedef struct FibDbNhpLlaItem {
+  uint32_t iid_index;
+  uint8_t next_hop[16];
+  uint32_t out_if_index;
+  uint32_t vr_id;
+  uint32_t vrf_index;
+  uint32_t flags;
+  uint16_t fwd_if_type;
+  uint8_t forwardVsId;
+  uint32_t if_type;
+  uint32_t work_if_index;
+  uint32_t iid_flags;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint32_t app_source_id;
+  uint32_t group_smooth_id;
+  uint64_t app_obj_id;
+  uint32_t reserved; /* neither stored nor read */
+  uint32_t app_version;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+  uint32_t global_slotid;
+} FibDbNhpLlaItem;
+
+/* Partial updates and counted lookups of this table. A difference between begun and finished is a call that is inside
+ * the database. Plain counters that wrap; the library only counts. */
+typedef struct FibDbNhpLlaCnt {
+  uint8_t untouched[40]; /* never written by the library */
+  uint32_t updatesBegun;
+  uint32_t updatesFinished;
+  uint32_t lookupsBegun;
+  uint32_t lookupsFinished;
+} FibDbNhpLlaCnt;
+extern FIBDB_API FibDbNhpLlaCnt g_fibDbNhpLlaCnt;
+
+/* key: room for the 24 bytes of the primary key. */
+FIBDB_API void FIB_DB_SetNhpLlaKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpLlaItem* item);
+/* Stages all fields of item on obj: 0, or 1 if any field failed. */
+FIBDB_API uint32_t FIB_DB_SetNhpLlaItem(uint64_t obj, const FibDbNhpLlaItem* item);
+/* Fills item from the record that obj stands on. A field that fails, or an address longer than 16 bytes, is logged, and
+ * a service context behind it left as it was; a context that cannot be copied ends the filling. */
+FIBDB_API void FIB_DB_GetNhpLlaItem(uint64_t obj, FibDbNhpLlaItem* item);
+
+/* Inserts or replaces. */
+FIBDB_API uint32_t FIB_DB_WriteNhpLla(const FibDbNhpLlaItem* item);
+/* Fills item by its primary key; 60 when there is none. Other failures: the database's code. */
+FIBDB_API uint32_t FIB_DB_ReadNhpLla(FibDbNhpLlaItem* item);
+FIBDB_API uint32_t FIB_DB_RemoveNhpLLA(const FibDbNhpLlaItem* item);
+/* Every record of this next hop. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpLlaByNhpIndex(uint32_t nhpIndex);
+
+FIBDB_API uint32_t FIB_DB_ReadNhpLlaByKey(const FibDbKeyDesc* desc, const void* key, uint32_t bufLen,
+                                          FibDbNhpLlaItem* buf, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpLlaByKey(const FibDbKeyDesc* desc, const void* key, uint32_t* count);
+/* The same count as a lookup that g_fibDbNhpLlaCnt counts. Checks no argument. */
+FIBDB_API uint32_t FIB_DB_GetNhpLlaCountByKey(const FibDbKeyDesc* desc, const void* key, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_ReadNhpLlaByNhpIndex(uint32_t nhpIndex, uint32_t bufLen, FibDbNhpLlaItem* buf,
+                                               uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpLlaByNhpIndex(uint32_t nhpIndex, uint32_t* count);
+/* address: 16 bytes. Of the two counts, CountNhpLlaByLocalhash is the one that g_fibDbNhpLlaCnt counts. The read does
+ * not check address, and does not tell how many items it filled. */
+FIBDB_API uint32_t FIB_DB_ReadNhpLlaByLocalhash(const uint8_t* address, uint32_t ignored, uint32_t ifIndex,
+                                                uint32_t bufLen, FibDbNhpLlaItem* buf);
+FIBDB_API uint32_t FIB_DB_CountNhpLlaByLocalhash(const uint8_t* address, uint32_t ignored, uint32_t ifIndex,
+                                                 uint32_t* count);
+FIBDB_API uint32_t FIB_DB_GetNhpLlaCountByLocalhash(const uint8_t* address, uint32_t ignored, uint32_t ifIndex,
+                                                    uint32_t* count);
+
+/* Changes what setter stages in the record with item's primary key. Checks no argument; the setter's own result is not
+ * looked at. The database's code, 13044 too, unlogged and uncounted but for g_fibDbNhpLlaCnt. Timed while
+ * g_fibGetDbOperTickCost is on. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpLlaFields(const FibDbNhpLlaItem* item, FibDbFieldSetter setter);
+/* Setters for partial updates. Context: both service contexts, the four states and error codes, time_stamp_svc; 0 or 1.
+ * Flag: flags alone; the database's code, unlogged. */
+FIBDB_API uint32_t FIB_DB_SetNhpLlaContext(uint64_t obj, const FibDbNhpLlaItem* item);
+FIBDB_API uint32_t FIB_DB_SetNhpLlaFlag(uint64_t obj, const FibDbNhpLlaItem* item);
+/* FIB_DB_UpdateNhpLlaFields with the setter of that name. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpLlaContext(const FibDbNhpLlaItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateNhpLlaFlag(const FibDbNhpLlaItem* item);
+
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpLlaIterator(uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpLlaIteratorByKey(const FibDbKeyDesc* desc, const void* key, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpLlaIteratorByNhpIndex(uint32_t nhpIndex, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpLlaIteratorByIfIndex(uint32_t ifIndex, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpLlaIteratorByGlobalSlotId(uint32_t globalSlotId, uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextNhpLlaEntry(FibDbIterator* handle, FibDbNhpLlaItem* item);
+FIBDB_API void FIB_DB_ReleaseNhpLlaIterator(FibDbIterator* handle);
+
 #ifdef __cplusplus
 }
 #endif

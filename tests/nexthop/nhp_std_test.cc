@@ -52,12 +52,6 @@ FibDbNhpStdItem fullItem() {
           .global_slotid = 25};
 }
 
-void putBytes(Row& row, std::string_view name, const uint8_t (&bytes)[16]) {
-  std::memcpy(row.data() + schema::offsetOf(schema::kFields_nhp_std, "svc_ctx_high_prio") +
-                  (name == "svc_ctx_normal_prio" ? 16 : 0),
-              bytes, sizeof bytes);
-}
-
 Row rowOf(const FibDbNhpStdItem& item) {
   Row row;
   const auto put = [&](std::string_view name, uint64_t value) { putField(TableId::nhp_std, row, name, value); };
@@ -76,8 +70,8 @@ Row rowOf(const FibDbNhpStdItem& item) {
   put("status_normal_prio", item.status_normal_prio);
   put("errcode_high_prio", item.errcode_high_prio);
   put("errcode_normal_prio", item.errcode_normal_prio);
-  putBytes(row, "svc_ctx_high_prio", item.svc_ctx_high_prio);
-  putBytes(row, "svc_ctx_normal_prio", item.svc_ctx_normal_prio);
+  putBytes(TableId::nhp_std, row, "svc_ctx_high_prio", item.svc_ctx_high_prio);
+  putBytes(TableId::nhp_std, row, "svc_ctx_normal_prio", item.svc_ctx_normal_prio);
   put("app_source_id", item.app_source_id);
   put("group_smooth_id", item.group_smooth_id);
   put("app_obj_id", item.app_obj_id);

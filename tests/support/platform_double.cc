@@ -90,6 +90,7 @@ void PlatformDouble::reset() {
   g_fibDbOperTickCost = {0, 0, 0, 0, 1000.0, 0, 0};
   g_fibGetDbOperTickCost = 0;
   g_fibSourcePid = 7415578;
+  g_fibDbNhpLlaCnt = {};
   g_fibDbAsyncConn = 0;
   g_fibAsyncBatchObject = 0;
   g_ip4WriteDbSetDataRetry = 0;
@@ -212,6 +213,12 @@ void putField(schema::TableId table, Row& row, std::string_view name, uint64_t v
   row.resize(layout(table).rowLength);
   const schema::Field* field = schema::findField(layout(table).fields, name);
   std::memcpy(row.data() + field->offset, &value, field->width);
+}
+
+void putBytes(schema::TableId table, Row& row, std::string_view name, const void* bytes) {
+  row.resize(layout(table).rowLength);
+  const schema::Field* field = schema::findField(layout(table).fields, name);
+  std::memcpy(row.data() + field->offset, bytes, field->size());
 }
 
 namespace {

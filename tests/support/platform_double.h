@@ -103,6 +103,7 @@ class PlatformDouble {
 // Reads and writes a field of a row by its schema name.
 uint64_t getField(schema::TableId table, const Row& row, std::string_view name);
 void putField(schema::TableId table, Row& row, std::string_view name, uint64_t value);
+void putBytes(schema::TableId table, Row& row, std::string_view name, const void* bytes);
 
 }  // namespace fibdb::test
 
