@@ -7,6 +7,8 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +17,15 @@
 #include "platform/objdb_tables.h"
 
 namespace fibdb::test {
+
+// The seed of a random test: FIBDB_SEED repeats a run.
+inline uint32_t seedOfToday() {
+  const char* const given = std::getenv("FIBDB_SEED");
+  const uint32_t seed =
+      given != nullptr ? static_cast<uint32_t>(std::strtoul(given, nullptr, 10)) : std::random_device()();
+  std::printf("FIBDB_SEED=%u\n", seed);
+  return seed;
+}
 
 inline std::vector<std::string> logged;
 

@@ -1,0 +1,410 @@
+// tests/end_to_end/nexthop_test.cc: next hops of the two tables that are found under many keys, against a model.
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <random>
+
+#include "tests/end_to_end/engine_fixture.h"
+
+namespace fibdb::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+void putAddress(uint8_t (&address)[16], uint32_t number) { std::memcpy(address + 12, &number, sizeof number); }
+
+uint32_t numberOf(const uint8_t (&address)[16]) {
+  uint32_t number = 0;
+  std::memcpy(&number, address + 12, sizeof number);
+  return number;
+}
+
+// A key in few enough values that records share every part of it.
+struct Key {
+  uint32_t index, address, interface;
+
+  auto operator<=>(const Key&) const = default;
+};
+
+// What the two tables have in common, so that one test body holds for both.
+struct Std {
+  using Item = FibDbNhpStdItem;
+  static constexpr const char* kName = "nhp_std";
+
+  static Item itemOf(const Key& key) {
+    return {.nhp_index = key.index, .next_hop = key.address, .out_if_index = key.interface};
+  }
+  static Key keyOf(const Item& item) { return {item.nhp_index, item.next_hop, item.out_if_index}; }
+
+  static constexpr auto write = FIB_DB_WriteNhpStd;
+  static constexpr auto read = FIB_DB_ReadNhpStd;
+  static constexpr auto remove = FIB_DB_RemoveNhpStd;
+  static constexpr auto removeByIndex = FIB_DB_RemoveNhpStdByNhpIndex;
+  static constexpr auto updateFlags = FIB_DB_UpdateNhpStdFlags;
+  static constexpr auto updateContext = FIB_DB_UpdateNhpStdContext;
+  static constexpr auto readByIndex = FIB_DB_ReadNhpStdByNhpIndex;
+  static constexpr auto countByIndex = FIB_DB_CountNhpStdByNhpIndex;
+  static constexpr auto next = FIB_DB_GetNextNhpStdEntry;
+  static constexpr auto release = FIB_DB_ReleaseNhpStdIterator;
+  static constexpr auto iterate = FIB_DB_CreateNhpStdIterator;
+  static constexpr auto iterateByIndex = FIB_DB_CreateNhpStdIteratorByNhpIndex;
+  static constexpr auto iterateByInterface = FIB_DB_CreateNhpStdIteratorByIfIndex;
+  static constexpr auto iterateBySlot = FIB_DB_CreateNhpStdIteratorByGlobalSlotId;
+
+  static uint32_t countByHash(uint32_t address, uint32_t interface, uint32_t* count) {
+    return FIB_DB_CountNhpStdByLocalhash(address, interface, count);
+  }
+  static uint32_t readByHash(uint32_t address, uint32_t interface, uint32_t bufLen, Item* buf) {
+    return FIB_DB_ReadNhpStdByLocalhash(address, interface, bufLen, buf);
+  }
+};
+
+struct Lla {
+  using Item = FibDbNhpLlaItem;
+  static constexpr const char* kName = "nhp_lla";
+
+  static Item itemOf(const Key& key) {
+    Item item{.iid_index = key.index, .out_if_index = key.interface};
+    putAddress(item.next_hop, key.address);
+    return item;
+  }
+  static Key keyOf(const Item& item) { return {item.iid_index, numberOf(item.next_hop), item.out_if_index}; }
+
+  static constexpr auto write = FIB_DB_WriteNhpLla;
+  static constexpr auto read = FIB_DB_ReadNhpLla;
+  static constexpr auto remove = FIB_DB_RemoveNhpLLA;
+  static constexpr auto removeByIndex = FIB_DB_RemoveNhpLlaByNhpIndex;
+  static constexpr auto updateFlags = FIB_DB_UpdateNhpLlaFlag;
+  static constexpr auto updateContext = FIB_DB_UpdateNhpLlaContext;
+  static constexpr auto readByIndex = FIB_DB_ReadNhpLlaByNhpIndex;
+  static constexpr auto countByIndex = FIB_DB_CountNhpLlaByNhpIndex;
+  static constexpr auto next = FIB_DB_GetNextNhpLlaEntry;
+  static constexpr auto release = FIB_DB_ReleaseNhpLlaIterator;
+  static constexpr auto iterate = FIB_DB_CreateNhpLlaIterator;
+  static constexpr auto iterateByIndex = FIB_DB_CreateNhpLlaIteratorByNhpIndex;
+  static constexpr auto iterateByInterface = FIB_DB_CreateNhpLlaIteratorByIfIndex;
+  static constexpr auto iterateBySlot = FIB_DB_CreateNhpLlaIteratorByGlobalSlotId;
+
+  static uint32_t countByHash(uint32_t address, uint32_t interface, uint32_t* count) {
+    uint8_t bytes[16] = {};
+    putAddress(bytes, address);
+    uint32_t plain = 0;
+    EXPECT_EQ(FIB_DB_GetNhpLlaCountByLocalhash(bytes, 7, interface, &plain), 0u);
+    const uint32_t status = FIB_DB_CountNhpLlaByLocalhash(bytes, 7, interface, count);
+    EXPECT_EQ(*count, plain);
+    return status;
+  }
+  static uint32_t readByHash(uint32_t address, uint32_t interface, uint32_t bufLen, Item* buf) {
+    uint8_t bytes[16] = {};
+    putAddress(bytes, address);
+    return FIB_DB_ReadNhpLlaByLocalhash(bytes, 7, interface, bufLen, buf);
+  }
+};
+
+template <class Table>
+class NextHopTest : public EngineTest {
+ protected:
+  using Item = typename Table::Item;
+
+  static std::vector<Key> walk(FibDbIterator* iterator) {
+    std::vector<Key> keys;
+    EXPECT_NE(iterator, nullptr);
+    Item item{};
+    while (Table::next(iterator, &item) == 0) keys.push_back(Table::keyOf(item));
+    EXPECT_EQ(Table::next(iterator, &item), 60u);
+    Table::release(iterator);
+    std::ranges::sort(keys);
+    return keys;
+  }
+
+  // The keys of the model that a condition holds for, in order.
+  template <class Condition>
+  static std::vector<Key> keysOf(const std::map<Key, Item>& model, Condition holds) {
+    std::vector<Key> keys;
+    for (const auto& [key, item] : model) {
+      if (holds(item)) keys.push_back(key);
+    }
+    return keys;
+  }
+
+  // Everything that is stored.
+  static auto fieldsOf(const Item& item) {
+    const auto bytes = [](const uint8_t(&block)[16]) { return std::vector<uint8_t>(block, block + sizeof block); };
+    return std::make_tuple(Table::keyOf(item), item.vr_id, item.vrf_index, item.flags, item.fwd_if_type,
+                           item.forwardVsId, item.if_type, item.work_if_index, item.iid_flags, item.status_high_prio,
+                           item.status_normal_prio, item.errcode_high_prio, item.errcode_normal_prio,
+                           bytes(item.svc_ctx_high_prio), bytes(item.svc_ctx_normal_prio), item.app_source_id,
+                           item.group_smooth_id, item.app_obj_id, item.app_version, item.time_stamp_app,
+                           item.time_stamp_svc, item.global_slotid);
+  }
+
+  static Item fullItem(const Key& key) {
+    Item item = Table::itemOf(key);
+    item.vr_id = 1;
+    item.vrf_index = 2;
+    item.flags = 3;
+    item.fwd_if_type = 0x0405;
+    item.forwardVsId = 6;
+    item.if_type = 7;
+    item.work_if_index = 8;
+    item.iid_flags = 9;
+    item.status_high_prio = 10;
+    item.status_normal_prio = 11;
+    item.errcode_high_prio = 12;
+    item.errcode_normal_prio = 13;
+    std::memset(item.svc_ctx_high_prio, 14, sizeof item.svc_ctx_high_prio);
+    std::memset(item.svc_ctx_normal_prio, 15, sizeof item.svc_ctx_normal_prio);
+    item.app_source_id = 16;
+    item.group_smooth_id = 17;
+    item.app_obj_id = 1ull << 40;
+    item.app_version = 18;
+    item.time_stamp_app = 2ull << 40;
+    item.time_stamp_svc = 3ull << 40;
+    item.global_slotid = 19;
+    return item;
+  }
+};
+
+struct TableNames {
+  template <class Table>
+  static std::string GetName(int) {
+    return Table::kName;
+  }
+};
+using Tables = testing::Types<Std, Lla>;
+TYPED_TEST_SUITE(NextHopTest, Tables, TableNames);
+
+TYPED_TEST(NextHopTest, Lives_its_life) {
+  using Item = typename TypeParam::Item;
+  const Key key{42, 0x0A000001, 3};
+  Item item = this->fullItem(key);
+  Item read = TypeParam::itemOf(key);
+  EXPECT_EQ(TypeParam::read(&read), 60u);
+  EXPECT_EQ(TypeParam::write(&item), 0u);
+  EXPECT_EQ(TypeParam::read(&read), 0u);
+  EXPECT_TRUE(this->fieldsOf(read) == this->fieldsOf(item));
+
+  Item change = TypeParam::itemOf(key);
+  change.flags = 33;
+  change.status_high_prio = 34;
+  std::memset(change.svc_ctx_normal_prio, 35, sizeof change.svc_ctx_normal_prio);
+  change.time_stamp_svc = 36;
+  change.vr_id = 37;
+  EXPECT_EQ(TypeParam::updateFlags(&change), 0u);
+  item.flags = 33;
+  EXPECT_EQ(TypeParam::read(&read), 0u);
+  EXPECT_TRUE(this->fieldsOf(read) == this->fieldsOf(item));
+
+  EXPECT_EQ(TypeParam::updateContext(&change), 0u);
+  EXPECT_EQ(TypeParam::read(&read), 0u);
+  EXPECT_EQ(read.status_high_prio, 34);
+  EXPECT_EQ(read.status_normal_prio, 0);
+  EXPECT_EQ(read.svc_ctx_high_prio[15], 0);
+  EXPECT_EQ(read.svc_ctx_normal_prio[15], 35);
+  EXPECT_EQ(read.time_stamp_svc, 36u);
+  EXPECT_EQ(read.vr_id, 1u);
+  EXPECT_EQ(read.forwardVsId, (std::is_same_v<TypeParam, Std> ? 0 : 6));
+
+  EXPECT_EQ(TypeParam::remove(&item), 0u);
+  EXPECT_EQ(TypeParam::read(&read), 60u);
+}
+
+TYPED_TEST(NextHopTest, Bulk_reads_fill_what_there_is_room_for) {
+  using Item = typename TypeParam::Item;
+  constexpr uint32_t kRecords = 3;
+  constexpr uint32_t kSize = sizeof(Item);
+  for (uint32_t i = 0; i < kRecords; ++i) {
+    const Item item = this->fullItem({7, i, 5});
+    ASSERT_EQ(TypeParam::write(&item), 0u);
+    const Item other = this->fullItem({8, i, 5});
+    ASSERT_EQ(TypeParam::write(&other), 0u);
+  }
+  // Every size from nothing to one item more than there are, byte by byte around the items' ends.
+  for (uint32_t bufLen = 0; bufLen <= (kRecords + 1) * kSize + 1; ++bufLen) {
+    if (bufLen % kSize > 1 && bufLen % kSize < kSize - 1) continue;
+    std::vector<uint8_t> bytes((kRecords + 2) * kSize, 0xA5);
+    auto* const items = reinterpret_cast<Item*>(bytes.data());
+    uint32_t filled = 77;
+    ASSERT_EQ(TypeParam::readByIndex(7, bufLen, items, &filled), 0u) << bufLen;
+    ASSERT_EQ(filled, std::min(bufLen / kSize, kRecords)) << bufLen;
+    std::vector<Key> keys;
+    for (uint32_t i = 0; i < filled; ++i) {
+      EXPECT_EQ(items[i].group_smooth_id, 17u);
+      keys.push_back(TypeParam::keyOf(items[i]));
+    }
+    std::ranges::sort(keys);
+    EXPECT_EQ(std::ranges::adjacent_find(keys), keys.end()) << "each record once";
+    for (const Key& key : keys) EXPECT_EQ(key.index, 7u);
+    EXPECT_TRUE(std::all_of(bytes.begin() + filled * kSize, bytes.end(), [](uint8_t byte) { return byte == 0xA5; }));
+  }
+  uint32_t filled = 77;
+  Item item{};
+  EXPECT_EQ(TypeParam::readByIndex(9, sizeof item, &item, &filled), 0u) << "no record is no failure";
+  EXPECT_EQ(filled, 0u);
+}
+
+TYPED_TEST(NextHopTest, Counts_reads_and_iterators_agree_with_a_model) {
+  using Item = typename TypeParam::Item;
+  std::mt19937 random(seedOfToday());
+  const auto below = [&](uint32_t bound) { return static_cast<uint32_t>(random() % bound); };
+  const auto anyKey = [&] { return Key{below(6), below(4), below(5)}; };
+  std::map<Key, Item> model;
+  for (int round = 0; round < 3000; ++round) {
+    const Key key = anyKey();
+    Item item = TypeParam::itemOf(key);
+    switch (below(8)) {
+      case 0:
+      case 1:
+      case 2:
+        item.global_slotid = below(3);
+        item.vr_id = below(2);
+        item.flags = below(100);
+        ASSERT_EQ(TypeParam::write(&item), 0u);
+        model[key] = item;
+        break;
+      case 3:
+        ASSERT_EQ(TypeParam::remove(&item), model.erase(key) == 1 ? 0u : 15005u);
+        logged.clear();  // a missing record is said
+        break;
+      case 4:
+        item.flags = below(100);
+        ASSERT_EQ(TypeParam::updateFlags(&item), model.contains(key) ? 0u : 15005u);
+        logged.clear();
+        if (model.contains(key)) model[key].flags = item.flags;
+        break;
+      case 5: {
+        const uint32_t status = TypeParam::read(&item);
+        ASSERT_EQ(status, model.contains(key) ? 0u : 60u);
+        if (status == 0) {
+          ASSERT_EQ(item.flags, model[key].flags);
+        }
+        break;
+      }
+      case 6: {
+        uint32_t count = 77;
+        ASSERT_EQ(TypeParam::countByHash(key.address, key.interface, &count), 0u);
+        const auto found = this->keysOf(model, [&](const Item& other) {
+          const Key otherKey = TypeParam::keyOf(other);
+          return otherKey.address == key.address && otherKey.interface == key.interface;
+        });
+        ASSERT_EQ(count, found.size());
+        std::vector<Item> items(8);
+        ASSERT_EQ(TypeParam::readByHash(key.address, key.interface, static_cast<uint32_t>(items.size() * sizeof(Item)),
+                                        items.data()),
+                  0u);
+        std::vector<Key> keys;
+        for (size_t i = 0; i < found.size(); ++i) keys.push_back(TypeParam::keyOf(items[i]));
+        std::ranges::sort(keys);
+        ASSERT_EQ(keys, found);
+        break;
+      }
+      default: {
+        if (below(20) != 0) break;
+        const uint64_t gone = std::erase_if(model, [&](const auto& entry) { return entry.first.index == key.index; });
+        ASSERT_EQ(TypeParam::removeByIndex(key.index), gone > 0 ? 0u : 15005u);
+        logged.clear();
+      }
+    }
+    uint32_t count = 77;
+    ASSERT_EQ(TypeParam::countByIndex(key.index, &count), 0u);
+    const auto ofIndex =
+        this->keysOf(model, [&](const Item& other) { return TypeParam::keyOf(other).index == key.index; });
+    ASSERT_EQ(count, ofIndex.size());
+    if (round % 50 != 0) continue;
+    const uint32_t any = FIB_DB_NO_PROPERTY;
+    ASSERT_EQ(this->walk(TypeParam::iterate(any)), this->keysOf(model, [](const Item&) { return true; }));
+    ASSERT_EQ(this->walk(TypeParam::iterate(1)), this->keysOf(model, [](const Item& i) { return i.vr_id == 1; }));
+    ASSERT_EQ(this->walk(TypeParam::iterateByIndex(key.index, any)), ofIndex);
+    ASSERT_EQ(this->walk(TypeParam::iterateByInterface(key.interface, any)),
+              this->keysOf(model, [&](const Item& i) { return i.out_if_index == key.interface; }));
+    ASSERT_EQ(this->walk(TypeParam::iterateBySlot(2, 0)),
+              this->keysOf(model, [](const Item& i) { return i.global_slotid == 2 && i.vr_id == 0; }));
+  }
+}
+
+TYPED_TEST(NextHopTest, A_publication_is_a_success_of_a_write_that_is_counted) {
+  const uint32_t stat = std::is_same_v<TypeParam, Std> ? FIB_DB_TABLE_NHP_STD : FIB_DB_TABLE_NHP_LLA;
+  const uint32_t before = g_fibDbErrStat[stat][FIB_DB_OPER_PUB];
+  const uint32_t table = fibdb_engine_find_table(TypeParam::kName);
+  ASSERT_EQ(fibdb_engine_fault(table, DB_RET_PUB_STATUS, 1), 0u);
+  const auto item = TypeParam::itemOf({1, 2, 3});
+  EXPECT_EQ(TypeParam::write(&item), 0u);
+  EXPECT_EQ(g_fibDbErrStat[stat][FIB_DB_OPER_PUB], before + 1);
+
+  // Required: the partial update of nhp_lla hands the code on and counts nothing.
+  ASSERT_EQ(fibdb_engine_fault(table, DB_RET_PUB_STATUS, 1), 0u);
+  EXPECT_EQ(TypeParam::updateFlags(&item), (std::is_same_v<TypeParam, Std> ? 0u : 13044u));
+  EXPECT_EQ(g_fibDbErrStat[stat][FIB_DB_OPER_PUB], before + (std::is_same_v<TypeParam, Std> ? 2 : 1));
+}
+
+// What only the standard next hops have.
+class StdTest : public NextHopTest<Std> {};
+
+TEST_F(StdTest, Every_index_finds_its_own_field) {
+  // Two records that differ in everything that an index looks at.
+  for (uint32_t i = 1; i <= 2; ++i) {
+    FibDbNhpStdItem item = Std::itemOf({10 * i, 20 * i, 30 * i});
+    item.if_type = 40 * i;
+    item.work_if_index = 50 * i;
+    item.global_slotid = 60 * i;
+    item.attr_flag = 70 * i;
+    ASSERT_EQ(FIB_DB_WriteNhpStd(&item), 0u);
+  }
+  const Key second{20, 40, 60};
+  const uint32_t any = FIB_DB_NO_PROPERTY;
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByNhpIndex(20, any)), ElementsAre(second));
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByIpIfIndex(40, 60, any)), ElementsAre(second));
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByIpIfIndex(60, 40, any)), IsEmpty());
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByIfIndex(60, any)), ElementsAre(second));
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(100, any)), ElementsAre(second));
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByGlobalSlotId(120, any)), ElementsAre(second));
+  const FibDbKeyDesc byType{.indexId = FIB_DB_NHP_STD_BY_IF_TYPE, .rsv1 = 0, .rsv2 = 0};
+  const uint32_t type = 80;
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByKey(&byType, &type, any)), ElementsAre(second));
+
+  FibDbNhpStdItem item{};
+  uint32_t count = 0;
+  EXPECT_EQ(FIB_DB_ReadNhpStdByIfIndex(60, sizeof item, &item), 0u);
+  EXPECT_EQ(Std::keyOf(item), second);
+  EXPECT_EQ(item.attr_flag, 140u);
+  EXPECT_EQ(FIB_DB_CountNhpStdByIfIndex(60, &count), 0u);
+  EXPECT_EQ(count, 1u);
+  item = {};
+  EXPECT_EQ(FIB_DB_ReadNhpStdByIfType(80, sizeof item, &item), 0u);
+  EXPECT_EQ(Std::keyOf(item), second);
+  EXPECT_EQ(FIB_DB_CountNhpStdByIfType(81, &count), 0u);
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(FIB_DB_CountNhpStdByIfType(80, &count), 0u);
+  EXPECT_EQ(count, 1u);
+}
+
+TEST_F(StdTest, An_updated_record_is_found_under_its_new_keys_only) {
+  FibDbNhpStdItem item = Std::itemOf({1, 2, 3});
+  item.work_if_index = 4;
+  ASSERT_EQ(FIB_DB_WriteNhpStd(&item), 0u);
+  const FibDbFieldSetter setter = [](uint64_t obj, const void*) { return db_set_nhp_std_work_if_index(obj, 5); };
+  ASSERT_EQ(FIB_DB_UpdateNhpStdFields(&item, setter), 0u);
+  const uint32_t any = FIB_DB_NO_PROPERTY;
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(4, any)), IsEmpty());
+  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(5, any)), ElementsAre(Key{1, 2, 3}));
+}
+
+class LlaTest : public NextHopTest<Lla> {};
+
+TEST_F(LlaTest, Begun_and_finished_agree_when_nothing_is_inside_the_database) {
+  const FibDbNhpLlaCnt before = g_fibDbNhpLlaCnt;
+  const FibDbNhpLlaItem item = Lla::itemOf({1, 2, 3});
+  ASSERT_EQ(FIB_DB_WriteNhpLla(&item), 0u);
+  EXPECT_EQ(FIB_DB_UpdateNhpLlaFlag(&item), 0u);
+  uint32_t count = 0;
+  EXPECT_EQ(FIB_DB_CountNhpLlaByLocalhash(item.next_hop, 0, 3, &count), 0u);
+  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(g_fibDbNhpLlaCnt.updatesBegun, before.updatesBegun + 1);
+  EXPECT_EQ(g_fibDbNhpLlaCnt.updatesFinished, before.updatesFinished + 1);
+  EXPECT_EQ(g_fibDbNhpLlaCnt.lookupsBegun, before.lookupsBegun + 1);
+  EXPECT_EQ(g_fibDbNhpLlaCnt.lookupsFinished, before.lookupsFinished + 1);
+}
+
+}  // namespace
+}  // namespace fibdb::test
