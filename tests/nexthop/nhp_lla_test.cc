@@ -777,18 +777,33 @@ TEST_F(NhpLlaTest, Updates_check_no_argument) {
   EXPECT_EQ(FIB_DB_UpdateNhpLlaFields(nullptr, nullptr), 9u);
 }
 
-TEST_F(NhpLlaTest, Updates_have_begun_when_the_setter_runs_and_finish_behind_the_release) {
-  EXPECT_EQ(FIB_DB_UpdateNhpLlaFields(&item,
-                                      [](uint64_t, const void*) -> uint32_t {
-                                        seen.counters = g_fibDbNhpLlaCnt;
-                                        return 5;
-                                      }),
-            0u);
-  EXPECT_EQ(seen.counters.updatesBegun, 1u);
-  EXPECT_EQ(seen.counters.updatesFinished, 0u);
+// begun and finished, as each call found them.
+TEST_F(NhpLlaTest, Updates_begin_before_the_setter_and_finish_behind_the_release) {
+  std::vector<std::string> found;
+  platform.watch = [&found](std::string_view call) {
+    found.push_back(std::string(call) + " " + std::to_string(g_fibDbNhpLlaCnt.updatesBegun) + " " +
+                    std::to_string(g_fibDbNhpLlaCnt.updatesFinished));
+  };
+  EXPECT_EQ(FIB_DB_UpdateNhpLlaFlag(&item), 0u);
+  EXPECT_THAT(found, ElementsAre("db_create_nhp_lla_obj 0 0", "db_set_nhp_lla_flags 1 0", "db_update_obj 1 0",
+                                 "db_release_nhp_lla_object 1 0"));
   EXPECT_EQ(g_fibDbNhpLlaCnt.updatesBegun, 1u);
   EXPECT_EQ(g_fibDbNhpLlaCnt.updatesFinished, 1u);
   EXPECT_EQ(g_fibDbNhpLlaCnt.lookupsBegun, 0u);
+}
+
+TEST_F(NhpLlaTest, Counted_lookups_begin_before_the_count_and_finish_behind_the_release) {
+  std::vector<std::string> found;
+  platform.watch = [&found](std::string_view call) {
+    found.push_back(std::string(call) + " " + std::to_string(g_fibDbNhpLlaCnt.lookupsBegun) + " " +
+                    std::to_string(g_fibDbNhpLlaCnt.lookupsFinished));
+  };
+  uint32_t count = 0;
+  EXPECT_EQ(FIB_DB_GetNhpLlaCountByKey(&desc, &key, &count), 0u);
+  EXPECT_THAT(found, ElementsAre("db_create_nhp_lla_obj 0 0", "db_get_table_record_count_by_key 1 0",
+                                 "db_release_nhp_lla_object 1 0"));
+  EXPECT_EQ(g_fibDbNhpLlaCnt.lookupsFinished, 1u);
+  EXPECT_EQ(g_fibDbNhpLlaCnt.updatesBegun, 0u);
 }
 
 TEST_F(NhpLlaTest, Updates_are_timed_while_the_switch_is_on_and_said_when_all_is_finished) {

@@ -130,6 +130,7 @@ bool PlatformDouble::failsNow(std::string_view call, uint32_t& code) {
 uint32_t PlatformDouble::answer(std::string_view call, const std::string& arguments) {
   calls.push_back(std::string(call) + "(" + arguments + ")");
   allCalls.emplace_back(call);
+  if (watch) watch(call);
   uint32_t code = 0;
   failsNow(call, code);
   return code;

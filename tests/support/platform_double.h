@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -50,6 +51,9 @@ class PlatformDouble {
   uint64_t countResult = 0;
   uint64_t sysTime = 1'700'000'000'000'000;
   uint64_t sysTimeReads = 0;
+
+  // Told of every call as it comes, for tests that look at what is so at that moment.
+  std::function<void(std::string_view call)> watch;
 
   // What the library did. -------------------------------------------------------------------------------------------
   std::vector<std::string> calls;       // without allocations and bounded copies
