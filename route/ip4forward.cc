@@ -17,7 +17,8 @@ using Record = FibDbIp4forwardRecord;
 
 static_assert(sizeof(Item) == 128);
 static_assert(sizeof(Record) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_ip4forward));
-static_assert(offsetof(Key, mask_len) + sizeof(Key::mask_len) == (FIB_DB_IP4FORWARD_PRIMARY & 0xFFFF));
+constexpr size_t kKeyBytes = offsetof(Key, mask_len) + sizeof(Key::mask_len);
+static_assert(kKeyBytes == 13 && kKeyBytes == (FIB_DB_IP4FORWARD_PRIMARY & 0xFFFF));
 
 // The record is the schema's row, field for field.
 #define FIELD_AT(name) (offsetof(Record, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_ip4forward, #name))
@@ -78,7 +79,8 @@ void FIB_DB_SetIp4forwardKey(FibDbIp4forwardKey* key, uint32_t vrId, uint32_t vr
 }
 
 void FIB_DB_GetIp4forwardKey(const FibDbIp4forwardKey* src, FibDbIp4forwardKey* dst) {
-  if (src != nullptr && dst != nullptr) *dst = *src;
+  // Callers keep packed keys: what follows the key is not theirs to give, nor ours to write.
+  if (src != nullptr && dst != nullptr) std::memcpy(dst, src, kKeyBytes);
 }
 
 void FIB_DB_SetIp4forwardItem(const FibDbIp4forwardItem* item, FibDbIp4forwardRecord* record) {
@@ -235,7 +237,8 @@ FibDbIterator* FIB_DB_CreateIp4forwardIteratorByNhpGrpId(uint32_t nhpGroupId, ui
                                {.mallocFailed = "CreateIp4forwardIteratorByNhpGrpId malloc failed",
                                 .createObjFailed = "CreateIp4forwardIteratorByNhpGrpId createObj failed, ret: %d",
                                 .createIterFailed = "CreateIp4forwardIteratorByNhpGrpId createIter failed, ret: %d",
-                                .setPropertyFailed = "CreateIp4forwardIteratorByNhpGrpId setProperty failed, ret: %d"},
+                                .setPropertyFailed = "CreateIp4forwardIteratorByNhpGrpId setProperty failed, ret: %d",
+                                .madeInHandle = true},
                                static_cast<uint32_t>(property),
                                fibdb::UnderWords<2>{FIB_DB_IP4FORWARD_BY_GROUP, {nhpGroupId, word2}});
 }

@@ -34,12 +34,15 @@ struct Table {
   Settle* settle = nullptr;  // of writes, updates and removals
 };
 
-// A table object for one operation, released when it goes out of scope.
+// A table object for one operation, released when it goes out of scope. Its handle stands here, or in a word of the
+// caller's that is 0.
 class Object {
  public:
   template <class Item, class Key>
-  Object(const Table<Item, Key>& table, uint32_t kind)
-      : release_(table.release), error_(table.create(kind, 0, &handle_)) {}
+  Object(const Table<Item, Key>& table, uint32_t kind) : Object(table, kind, own_) {}
+  template <class Item, class Key>
+  Object(const Table<Item, Key>& table, uint32_t kind, uint64_t& handle)
+      : handle_(handle), release_(table.release), error_(table.create(kind, 0, &handle)) {}
   ~Object() { release(); }
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
@@ -60,8 +63,9 @@ class Object {
   }
 
  private:
+  uint64_t own_ = 0;
+  uint64_t& handle_;
   uint32_t (*release_)(uint64_t);
-  uint64_t handle_ = 0;
   uint32_t error_;
 };
 
@@ -324,11 +328,12 @@ uint32_t countUnder(const Table<Item, Key>& table, const FibDbKeyDesc* desc, con
   return FIB_DB_OK;
 }
 
-struct IteratorTexts {
+struct IteratorHow {
   Text<> mallocFailed;
   Text<uint32_t> createObjFailed;
   Text<uint32_t> createIterFailed;
   Text<uint32_t> setPropertyFailed;
+  bool madeInHandle = false;  // object and root iterator; else the handle gets them once all is well
 };
 
 // A block of FIB_DB_Malloc, freed when it goes out of scope unless kept.
@@ -355,21 +360,21 @@ inline uint32_t setProperty(uint64_t rootIter, uint32_t property) {
 
 // An iterator handle; open(obj, outRootIter) makes the root iterator.
 template <class Item, class Key, class Open>
-FibDbIterator* createIterator(const Table<Item, Key>& table, const IteratorTexts& texts, uint32_t property,
+FibDbIterator* createIterator(const Table<Item, Key>& table, const IteratorHow& how, uint32_t property,
                               const Open& open) {
   Block block(sizeof(FibDbIterator));
   auto* const iterator = static_cast<FibDbIterator*>(block.get());
-  if (iterator == nullptr) return texts.mallocFailed.error(), nullptr;
-  Object obj(table, FIB_DB_OBJ_OP_SCAN);
-  if (const uint32_t code = obj.error()) return texts.createObjFailed.error(code), nullptr;
-  iterator->rootIter = 0;
-  if (const uint32_t code = open(obj.handle(), &iterator->rootIter)) {
-    return texts.createIterFailed.error(code), nullptr;
-  }
-  if (const uint32_t code = setProperty(iterator->rootIter, property)) {
-    return texts.setPropertyFailed.error(code), nullptr;
-  }
+  if (iterator == nullptr) return how.mallocFailed.error(), nullptr;
+  FibDbIterator local;
+  FibDbIterator& made = how.madeInHandle ? *iterator : local;
+  made.obj = 0;
+  made.rootIter = 0;
+  Object obj(table, FIB_DB_OBJ_OP_SCAN, made.obj);
+  if (const uint32_t code = obj.error()) return how.createObjFailed.error(code), nullptr;
+  if (const uint32_t code = open(obj.handle(), &made.rootIter)) return how.createIterFailed.error(code), nullptr;
+  if (const uint32_t code = setProperty(made.rootIter, property)) return how.setPropertyFailed.error(code), nullptr;
   iterator->obj = obj.keep();
+  iterator->rootIter = made.rootIter;
   block.keep();
   return iterator;
 }

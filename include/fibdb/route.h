@@ -109,7 +109,7 @@ extern FIBDB_API uint32_t g_ip4RemoveDbAddOperRetry;
 
 FIBDB_API void FIB_DB_SetIp4forwardKey(FibDbIp4forwardKey* key, uint32_t vrId, uint32_t vrfIndex, uint32_t destIpAddr,
                                        uint8_t maskLen);
-/* Nothing when either pointer is NULL. */
+/* Copies the 13 bytes of the packed key; nothing when either pointer is NULL. */
 FIBDB_API void FIB_DB_GetIp4forwardKey(const FibDbIp4forwardKey* src, FibDbIp4forwardKey* dst);
 /* Conversions; nothing when either pointer is NULL. The first also sets g_fibSourcePid. */
 FIBDB_API void FIB_DB_SetIp4forwardItem(const FibDbIp4forwardItem* item, FibDbIp4forwardRecord* record);

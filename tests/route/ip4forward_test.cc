@@ -193,6 +193,15 @@ TEST_F(Ip4forwardTest, Keys_are_filled_and_copied) {
   EXPECT_EQ(copy.vr_id, 1u);
 }
 
+TEST_F(Ip4forwardTest, GetIp4forwardKey_copies_the_13_bytes_of_a_packed_key_and_no_more) {
+  alignas(FibDbIp4forwardKey) uint8_t from[16];
+  alignas(FibDbIp4forwardKey) uint8_t to[16];
+  for (uint8_t i = 0; i < 16; ++i) from[i] = i;
+  std::memset(to, 0xEE, sizeof to);
+  FIB_DB_GetIp4forwardKey(reinterpret_cast<const FibDbIp4forwardKey*>(from), reinterpret_cast<FibDbIp4forwardKey*>(to));
+  EXPECT_THAT(to, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0xEE, 0xEE, 0xEE));
+}
+
 TEST_F(Ip4forwardTest, SetIp4forwardKeyField_names_the_primary_key) {
   FibDbKeyDesc desc{.indexId = 0, .rsv1 = 2, .rsv2 = 3};
   FibDbIp4forwardKey key{};
@@ -426,6 +435,29 @@ TEST_P(Ip4forwardIterator, creation_failures_say_which_step_and_give_NULL) {
 
 INSTANTIATE_TEST_SUITE_P(Creators, Ip4forwardIterator, testing::ValuesIn(kCreators),
                          [](const auto& info) { return std::string(info.param.name); });
+
+// The platform's blocks are not zeroed: what the library does not write keeps 0xA5.
+TEST_F(Ip4forwardTest, CreateIp4forwardIteratorByNhpGrpId_makes_object_and_root_iterator_in_the_handle) {
+  FibDbIterator* const iterator = FIB_DB_CreateIp4forwardIteratorByNhpGrpId(1, 2, -1);
+  ASSERT_EQ(platform.outWords.size(), 2u);
+  EXPECT_EQ(platform.outWords[0].at, &iterator->obj);
+  EXPECT_EQ(platform.outWords[0].before, 0u);
+  EXPECT_EQ(platform.outWords[1].at, &iterator->rootIter);
+  EXPECT_EQ(platform.outWords[1].before, 0u);
+  EXPECT_EQ(iterator->rsv, 0xA5A5A5A5A5A5A5A5u);
+  FIB_DB_ReleaseIp4forwardByNhpGrpId(iterator);
+}
+
+TEST_F(Ip4forwardTest, CreateIp4forwardIterator_fills_the_handle_once_all_is_made) {
+  FibDbIterator* const iterator = FIB_DB_CreateIp4forwardIterator(0xFFFFFFFF);
+  ASSERT_EQ(platform.outWords.size(), 2u);
+  EXPECT_NE(platform.outWords[0].at, &iterator->obj);
+  EXPECT_EQ(platform.outWords[0].before, 0u);
+  EXPECT_NE(platform.outWords[1].at, &iterator->rootIter);
+  EXPECT_EQ(platform.outWords[1].before, 0u);
+  EXPECT_EQ(iterator->rsv, 0xA5A5A5A5A5A5A5A5u);
+  FIB_DB_ReleaseIp4forwardIterator(iterator);
+}
 
 TEST_F(Ip4forwardTest, CreateDictionaryIterator_does_not_look_at_the_statements_results) {
   platform.fail("db_create_stmt", 9);

@@ -163,7 +163,8 @@ std::string PlatformDouble::nameOf(uint64_t handle) const {
   return std::to_string(handle);
 }
 
-uint64_t PlatformDouble::makeObject() {
+uint64_t PlatformDouble::makeObject(const uint64_t* out) {
+  outWords.push_back({out, *out});
   const uint64_t object = kObjectBase + ++objects_;
   aliveObjects_.insert(object);
   return object;
@@ -174,7 +175,8 @@ void PlatformDouble::releaseObject(uint64_t object) {
   std::erase_if(iteratorOwner_, [object](const auto& entry) { return entry.second == object; });
 }
 
-uint64_t PlatformDouble::makeIterator(uint64_t object) {
+uint64_t PlatformDouble::makeIterator(uint64_t object, const uint64_t* out) {
+  outWords.push_back({out, *out});
   const uint64_t iterator = kIteratorBase + ++iterators_;
   iteratorOwner_[iterator] = object;
   return iterator;
@@ -228,7 +230,7 @@ namespace {
 uint32_t create(schema::TableId table, const char* call, const std::string& arguments, uint64_t* outObj) {
   const uint32_t code = platform().answer(call, arguments);
   if (code != 0) return code;
-  *outObj = platform().makeObject();
+  *outObj = platform().makeObject(outObj);
   platform().setTable(*outObj, table);
   platform().staged(table).assign(layout(table).rowLength, 0);
   return 0;
@@ -373,7 +375,7 @@ uint32_t db_get_table_record_count_by_key(uint64_t obj, const FibDbKeyDesc* desc
 uint32_t db_create_root_iter(uint64_t obj, const FibDbKeyDesc* desc, const void* key, uint64_t* outIter) {
   const std::string arguments = platform().nameOf(obj) + ", " + test::describe(desc, key);
   if (const uint32_t code = platform().answer(__func__, arguments)) return code;
-  *outIter = platform().makeIterator(obj);
+  *outIter = platform().makeIterator(obj, outIter);
   return 0;
 }
 
@@ -389,7 +391,7 @@ uint32_t db_append_stmt_condition(uint64_t obj, const void*, uint64_t, uint32_t 
 
 uint32_t db_create_root_iterator_by_filter(uint64_t obj, uint64_t* outIter) {
   if (const uint32_t code = platform().answer(__func__, platform().nameOf(obj))) return code;
-  *outIter = platform().makeIterator(obj);
+  *outIter = platform().makeIterator(obj, outIter);
   return 0;
 }
 
@@ -431,39 +433,54 @@ uint32_t UFIB_DB_TableRegister(uint32_t id, const FibDbTableDesc* desc) {
   return 0;
 }
 
+// Keeps the records of a call to the service, byte for byte.
+template <class... Record>
+static void keep(const Record*... records) {
+  const auto bytesOf = [](const void* record, size_t size) {
+    const auto* const bytes = static_cast<const uint8_t*>(record);
+    return test::Row(bytes, bytes + size);
+  };
+  (platform().serviceRecords.push_back(bytesOf(records, sizeof *records)), ...);
+}
+
 uint32_t UFIB_DB_Create(uint32_t id, const FibDbUfibData* entry) {
+  keep(entry);
   const auto* const bytes = static_cast<const uint8_t*>(entry->data);
   platform().created.emplace_back(bytes, bytes + entry->len);
   return platform().answer(__func__, std::to_string(id) + ", " + std::to_string(entry->len));
 }
 
-static uint32_t serviceRead(const char* call, uint32_t id, const std::string& from, FibDbUfibData* entry) {
-  const std::string arguments = std::to_string(id) + ", " + from + ", " + std::to_string(entry->len);
+static uint32_t serviceRead(const char* call, uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) {
+  keep(key, entry);
+  const std::string arguments = std::to_string(id) + ", " + test::describe(key) + ", " + std::to_string(entry->len);
   if (const uint32_t code = platform().answer(call, arguments)) return code;
   std::memcpy(entry->data, platform().record(TableId::ar_group_attr).data(), entry->len);
   return 0;
 }
 
 uint32_t UFIB_DB_Read(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) {
-  return serviceRead(__func__, id, test::describe(key), entry);
+  return serviceRead(__func__, id, key, entry);
 }
 
 uint32_t UFIB_DB_ReadUniqueHash(uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) {
-  return serviceRead(__func__, id, test::describe(key), entry);
+  return serviceRead(__func__, id, key, entry);
 }
 
 // Like a service: makes an object, lets the setter stage, and returns what went wrong first.
 uint32_t UFIB_DB_Update(uint32_t id, const FibDbUfibKey* key, const FibDbUfibData* ctx, FibDbUfibSetter setter) {
+  keep(key, ctx);
   const std::string arguments = std::to_string(id) + ", " + test::describe(key) + ", " + std::to_string(ctx->len);
   if (const uint32_t code = platform().answer(__func__, arguments)) return code;
   return setter(ctx, 0x1000);
 }
 
 uint32_t UFIB_DB_Delete(uint32_t id, const FibDbUfibKey* key) {
+  keep(key);
   return platform().answer(__func__, std::to_string(id) + ", " + test::describe(key));
 }
 
 uint32_t UFIB_DB_CountByKey(uint32_t id, const FibDbUfibKey* key, uint32_t* count) {
+  keep(key);
   const std::string arguments = std::to_string(id) + ", " + test::describe(key);
   if (const uint32_t code = platform().answer(__func__, arguments)) return code;
   *count = static_cast<uint32_t>(platform().countResult);
@@ -476,11 +493,13 @@ void* UFIB_DB_CreateIterator(uint32_t id, uint32_t property) {
 }
 
 void* UFIB_DB_CreateIteratorByKey(uint32_t id, uint32_t property, const FibDbUfibKey* key) {
+  keep(key);
   const std::string arguments = std::to_string(id) + ", " + std::to_string(property) + ", " + test::describe(key);
   return platform().answer(__func__, arguments) == 0 ? platform().makeServiceIterator() : nullptr;
 }
 
 uint32_t UFIB_DB_GetNextEntry(uint32_t id, void*, FibDbUfibData* entry) {
+  keep(entry);
   const std::string arguments = std::to_string(id) + ", " + std::to_string(entry->len);
   if (const uint32_t code = platform().answer(__func__, arguments)) return code;
   if (platform().entries.empty()) return DB_ERR_ITER_END;

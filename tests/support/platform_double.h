@@ -63,19 +63,26 @@ class PlatformDouble {
   // The row staged by setters or set-all calls since the object was made.
   Row& staged(schema::TableId table);
   std::vector<Row> created;         // rows handed to UFIB_DB_Create
+  std::vector<Row> serviceRecords;  // the bytes of each key request, entry buffer and update context handed over
   FibDbTableDesc lastDescriptor{};  // handed to UFIB_DB_TableRegister
+  // Where the calls that make objects and iterators were told to put them, and what stood there.
+  struct OutWord {
+    const uint64_t* at;
+    uint64_t before;
+  };
+  std::vector<OutWord> outWords;
   // Objects, iterators and blocks that are still alive, and releases of what was not.
   std::string leaks() const;
 
   // For the calls themselves.
   uint32_t answer(std::string_view call, const std::string& arguments);
-  uint64_t makeObject();
+  uint64_t makeObject(const uint64_t* out);
   void releaseObject(uint64_t object);
   std::string nameOf(uint64_t handle) const;
   bool takesBoundsCall(std::string_view call);
   void* allocate(size_t size);
   void release(void* block);
-  uint64_t makeIterator(uint64_t object);
+  uint64_t makeIterator(uint64_t object, const uint64_t* out);
   uint32_t advance(uint64_t iterator);
   schema::TableId tableOf(uint64_t object) const { return tables_.at(object); }
   void setTable(uint64_t object, schema::TableId table) { tables_[object] = table; }
