@@ -33,45 +33,68 @@ struct RegisteredTable {
 template <class Item>
 using KeyBuilder = void(const Item* item, uint32_t* indexId, void* key);
 
+// A record for the service, zero in every byte before its fields are set: in the gaps between them, too. It is kept as
+// bytes, because a compiler that knows it as a record, or copies it, need not keep its gaps.
+template <class Record>
+class Zeroed {
+ public:
+  Zeroed() = default;
+  Zeroed(const Zeroed&) = delete;
+  Zeroed& operator=(const Zeroed&) = delete;
+
+  template <class Field>
+  void put(size_t offset, Field field) {
+    std::memcpy(bytes_ + offset, &field, sizeof field);
+  }
+  Record* get() { return reinterpret_cast<Record*>(bytes_); }
+  const Record* get() const { return reinterpret_cast<const Record*>(bytes_); }
+
+ private:
+  alignas(Record) unsigned char bytes_[sizeof(Record)]{};
+};
+
 // A key request together with the descriptor and the key it points at. The index id says how long the key is.
 class KeyRequest {
  public:
   template <class Item>
   KeyRequest(const Item* item, KeyBuilder<Item>* build) {
     build(item, &desc_.indexId, key_);
-    std::memset(&request_, 0, sizeof request_);  // its gaps, too
-    request_.desc = &desc_;
-    request_.descLen = sizeof desc_;
-    request_.key = key_;
-    request_.keyLen = desc_.indexId & 0xFFFF;
+    request_.put(offsetof(FibDbUfibKey, desc), &desc_);
+    request_.put(offsetof(FibDbUfibKey, descLen), uint32_t{sizeof desc_});
+    request_.put(offsetof(FibDbUfibKey, key), &key_[0]);
+    request_.put(offsetof(FibDbUfibKey, keyLen), desc_.indexId & 0xFFFF);
   }
-  KeyRequest(const KeyRequest&) = delete;
-  KeyRequest& operator=(const KeyRequest&) = delete;
 
-  const FibDbUfibKey* get() const { return &request_; }
+  const FibDbUfibKey* get() const { return request_.get(); }
 
  private:
   FibDbKeyDesc desc_{};
   uint8_t key_[schema::kMaxKeyLength]{};
-  FibDbUfibKey request_;
+  Zeroed<FibDbUfibKey> request_;
 };
 
 // A pointer with a length: the entry buffer over a row, or the update context over an item.
-inline FibDbUfibData dataOf(void* data, uint32_t length) {
-  FibDbUfibData entry;
-  std::memset(&entry, 0, sizeof entry);
-  entry.data = data;
-  entry.len = length;
-  return entry;
-}
+class DataRequest {
+ public:
+  DataRequest(void* data, uint32_t length) {
+    request_.put(offsetof(FibDbUfibData, data), data);
+    request_.put(offsetof(FibDbUfibData, len), length);
+  }
+
+  FibDbUfibData* get() { return request_.get(); }
+  const FibDbUfibData* get() const { return request_.get(); }
+
+ private:
+  Zeroed<FibDbUfibData> request_;
+};
 
 template <class Item, class Row>
 uint32_t createEntry(const RegisteredTable<Item, Row>& table, const Item* item) {
   if (item == nullptr) return FIB_DB_ERR;
   Row row{};
   table.pack(item, &row);
-  const FibDbUfibData entry = dataOf(&row, sizeof row);
-  return UFIB_DB_Create(table.id, &entry);
+  const DataRequest entry(&row, sizeof row);
+  return UFIB_DB_Create(table.id, entry.get());
 }
 
 // UFIB_DB_Read or UFIB_DB_ReadUniqueHash into item, which stays as it is on a failure.
@@ -81,8 +104,8 @@ uint32_t readEntry(const RegisteredTable<Item, Row>& table, Item* item, KeyBuild
   if (item == nullptr) return FIB_DB_ERR;
   const KeyRequest key(item, build);
   Row row{};
-  FibDbUfibData entry = dataOf(&row, sizeof row);
-  const uint32_t code = readCall(table.id, key.get(), &entry);
+  DataRequest entry(&row, sizeof row);
+  const uint32_t code = readCall(table.id, key.get(), entry.get());
   if (code == FIB_DB_OK) table.unpack(&row, item);
   return code;
 }
@@ -93,8 +116,8 @@ uint32_t updateEntry(const RegisteredTable<Item, Row>& table, const Item* item, 
                      FibDbUfibSetter setter) {
   if (item == nullptr) return FIB_DB_ERR;
   const KeyRequest key(item, build);
-  const FibDbUfibData context = dataOf(const_cast<Item*>(item), sizeof *item);
-  return UFIB_DB_Update(table.id, key.get(), &context, setter);
+  const DataRequest context(const_cast<Item*>(item), sizeof *item);
+  return UFIB_DB_Update(table.id, key.get(), context.get(), setter);
 }
 
 template <class Item, class Row>
@@ -124,8 +147,8 @@ template <class Item, class Row>
 uint32_t nextEntry(const RegisteredTable<Item, Row>& table, void* iterator, Item* item) {
   if (iterator == nullptr || item == nullptr) return FIB_DB_ERR;
   Row row{};
-  FibDbUfibData entry = dataOf(&row, sizeof row);
-  const uint32_t code = UFIB_DB_GetNextEntry(table.id, iterator, &entry);
+  DataRequest entry(&row, sizeof row);
+  const uint32_t code = UFIB_DB_GetNextEntry(table.id, iterator, entry.get());
   if (code == FIB_DB_OK) table.unpack(&row, item);
   return code;
 }
