@@ -138,8 +138,7 @@ uint32_t db_read_obj(uint64_t obj, const FibDbKeyDesc* desc, const void* key) {
 uint32_t db_read_obj_with_buf(uint64_t obj, const FibDbKeyDesc* desc, const void* key, void* buf, uint32_t len) {
   Object* object = nullptr;
   if (const uint32_t code = findObject(obj, kReading, object)) return code;
-  if (buf == nullptr) return DB_ERR_NULL_ARGUMENT;
-  if (len != object->table->layout().rowLength) return DB_ERR_BAD_LENGTH;
+  if (const uint32_t code = checkRowBuffer(*object, buf, len)) return code;
   if (desc != nullptr || key != nullptr) {
     if (const uint32_t code = readInto(*object, desc, key)) return code;
   }

@@ -137,6 +137,12 @@ inline uint32_t findIndex(const Object& object, const FibDbKeyDesc* desc, const 
   return out != nullptr ? 0 : uint32_t{DB_ERR_BAD_INDEX};
 }
 
+// Whether a whole row can be copied to buf.
+inline uint32_t checkRowBuffer(const Object& object, const void* buf, uint32_t len) {
+  if (buf == nullptr) return DB_ERR_NULL_ARGUMENT;
+  return len == object.table->layout().rowLength ? 0 : uint32_t{DB_ERR_BAD_LENGTH};
+}
+
 // The staged row. Fields that are not staged have their initial value, zero.
 inline uint8_t* stagedRowOf(Object& object) {
   if (object.staged == 0) std::memset(object.stagedRow, 0, object.table->layout().rowLength);

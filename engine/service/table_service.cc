@@ -1,7 +1,8 @@
 // engine/service/table_service.cc: the table service, a client of the object database like any other.
 //
-// It reaches a table through the functions that were registered for it and the generic calls. One thing it
-// asks the engine besides: to insert a staged row unless its key is there, so that a create does not replace.
+// It reaches a table through the functions that were registered for it and the generic calls. Two things it
+// asks the engine besides: to insert a staged row unless its key is there, so that a create does not replace,
+// and whether a buffer can take a row.
 #include "engine/service/table_service.h"
 
 #include <time.h>
@@ -164,6 +165,13 @@ uint32_t findIterator(uint32_t id, void* handle, Iterator*& out) {
   return out->id == id ? 0 : uint32_t{DB_ERR_BAD_HANDLE};
 }
 
+uint32_t checkBuffer(const Iterator& iterator, const FibDbUfibData* entry) {
+  if (entry == nullptr) return DB_ERR_NULL_ARGUMENT;
+  client::Object* object = nullptr;
+  if (const uint32_t code = client::findIterator(iterator.rootIter, object)) return code;
+  return client::checkRowBuffer(*object, entry->data, entry->len);
+}
+
 }  // namespace
 
 void forgetTables() {
@@ -250,7 +258,8 @@ void* UFIB_DB_CreateIteratorByKey(uint32_t id, uint32_t property, const FibDbUfi
 uint32_t UFIB_DB_GetNextEntry(uint32_t id, void* iter, FibDbUfibData* entry) {
   Iterator* iterator = nullptr;
   if (const uint32_t code = findIterator(id, iter, iterator)) return code;
-  if (entry == nullptr) return DB_ERR_NULL_ARGUMENT;
+  // Before the step, which would lose a record to a buffer that cannot take it.
+  if (const uint32_t code = checkBuffer(*iterator, entry)) return code;
   if (const uint32_t code = db_root_iterator_next(iterator->rootIter)) return code;
   return db_read_obj_with_buf(iterator->object, nullptr, nullptr, entry->data, entry->len);
 }

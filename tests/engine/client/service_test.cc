@@ -280,6 +280,27 @@ TEST_F(Service, iterators_return_entries_until_110012) {
   EXPECT_EQ(keyBytes(UFIB_DB_CreateIteratorByKey(kId, FIB_DB_NO_PROPERTY, &request)), (std::multiset<uint64_t>{3, 4}));
 }
 
+TEST_F(Service, a_step_with_a_buffer_that_cannot_take_the_entry_loses_none) {
+  for (uint8_t i = 0; i < 3; ++i) ASSERT_EQ(create(group(1, 2, i)), 0u);
+  Row row(TableId::ar_group_attr);
+  FibDbUfibData entry{row.data(), row.length()}, shorter{row.data(), 119}, longer{row.data(), 121},
+      nowhere{nullptr, 120};
+  void* iter = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
+  std::set<uint64_t> seen;
+  for (int step = 0; step < 3; ++step) {
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, nullptr), DB_ERR_NULL_ARGUMENT);
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &nowhere), DB_ERR_NULL_ARGUMENT);
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &shorter), DB_ERR_BAD_LENGTH);
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &longer), DB_ERR_BAD_LENGTH);
+    ASSERT_EQ(UFIB_DB_GetNextEntry(kId, iter, &entry), 0u);
+    seen.insert(row.get("keyByte"));
+  }
+  EXPECT_EQ(seen, (std::set<uint64_t>{0, 1, 2}));
+  EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &shorter), DB_ERR_BAD_LENGTH);
+  EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &entry), DB_ERR_ITER_END);
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iter), 0u);
+}
+
 TEST_F(Service, an_iterator_property_keeps_one_vr_where_the_table_has_them) {
   ASSERT_EQ(UFIB_DB_TableRegister(40, &kRoutes), 0u);
   for (uint32_t i = 0; i < 9; ++i) ASSERT_EQ(create(route(i << 8, 24).set("vr_id", i % 2), 40), 0u);
