@@ -395,6 +395,8 @@ uint32_t db_connect(uint64_t mostOperations, uint64_t mostWaiting, uint64_t* out
 uint32_t db_disconnect(uint64_t conn) {
   Connection* connection = slotFor(conn);
   if (connection == nullptr) return DB_ERR_BAD_HANDLE;
+  // Half a disconnection would keep the slot for ever.
+  const Uncancelled whole;
   if (const uint32_t code = closeConnection(*connection, conn)) return code;
   pthread_join(connection->thread, nullptr);
   freeAll(connection->spare);

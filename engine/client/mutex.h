@@ -38,12 +38,31 @@ class Condition {
   Condition(const Condition&) = delete;
   Condition& operator=(const Condition&) = delete;
 
-  void wait(Lock& lock) { pthread_cond_wait(&condition_, &lock.mutex_.mutex_); }
+  // A thread that is cancelled here gives the mutex back. C's clean-up does it: what is compiled without exceptions
+  // runs no destructor while a cancelled thread is unwound.
+  void wait(Lock& lock) {
+    pthread_mutex_t* const mutex = &lock.mutex_.mutex_;
+    pthread_cleanup_push([](void* held) { pthread_mutex_unlock(static_cast<pthread_mutex_t*>(held)); }, mutex);
+    pthread_cond_wait(&condition_, mutex);
+    pthread_cleanup_pop(0);
+  }
   void wakeOne() { pthread_cond_signal(&condition_); }
   void wakeAll() { pthread_cond_broadcast(&condition_); }
 
  private:
   pthread_cond_t condition_ = PTHREAD_COND_INITIALIZER;
+};
+
+// As long as one lives, its thread is not cancelled.
+class [[nodiscard]] Uncancelled {
+ public:
+  Uncancelled() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
+  ~Uncancelled() { pthread_setcancelstate(before_, nullptr); }
+  Uncancelled(const Uncancelled&) = delete;
+  Uncancelled& operator=(const Uncancelled&) = delete;
+
+ private:
+  int before_ = PTHREAD_CANCEL_ENABLE;
 };
 
 }  // namespace fibdb::client

@@ -127,7 +127,8 @@ typedef struct FibDbEngineConnectionStats {
 FIBDB_API uint32_t fibdb_engine_connection_stats(uint64_t connection, FibDbEngineConnectionStats* out);
 
 /* Waits until every batch handed over so far has been applied and its completion has returned.
- * DB_ERR_BATCH_BUSY, as from db_disconnect, when such a completion asks for it. */
+ * DB_ERR_BATCH_BUSY, as from db_disconnect, when such a completion asks for it. A cancellation point: a thread that is
+ * cancelled here ends its wait and nothing else. No other call of the engine is one. */
 FIBDB_API uint32_t fibdb_engine_drain(uint64_t connection);
 
 /* For tests: the next `count` calls that commit a write, update or removal of the table apply it and then

@@ -1,4 +1,8 @@
 // tests/engine/client/batch_test.cc: connections, batches, their limits, failures and completions.
+#include <pthread.h>
+#include <sched.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -372,6 +376,68 @@ TEST_F(Connections, a_completion_can_neither_drain_nor_close_its_own_connection)
   ASSERT_EQ(fibdb_engine_drain(connection), 0u);
   EXPECT_EQ(codes.drain, DB_ERR_BATCH_BUSY);
   EXPECT_EQ(codes.disconnect, DB_ERR_BATCH_BUSY);
+}
+
+// Cancels a thread that does work beside a batch whose completion waits at the gate; once the thread is inside.
+void cancelBesideAGate(uint64_t connection, void* (*work)(void*)) {
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(&thread, nullptr, work, &connection), 0);
+  // Wherever in the call the thread is reached, the outcome must be the same.
+  usleep(50'000);
+  ASSERT_EQ(pthread_cancel(thread), 0);
+  void* result = nullptr;
+  ASSERT_EQ(pthread_join(thread, &result), 0);
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+}
+
+TEST_F(Connections, a_thread_cancelled_in_a_drain_leaves_the_connection_usable) {
+  Connection connection;
+  BatchObject batch(connection);
+  for (int round = 0; round < 3; ++round) {
+    Gate gate;
+    ASSERT_EQ(batch.addWrite(route(1, 32)), 0u);
+    ASSERT_EQ(batch.execute(&gate.completion), 0u);
+    gate.awaitArrival();
+    cancelBesideAGate(connection, [](void* handle) -> void* {
+      fibdb_engine_drain(*static_cast<uint64_t*>(handle));
+      return nullptr;
+    });
+    EXPECT_EQ(connection.stats().waiting, 1u);
+    ASSERT_EQ(batch.addWrite(route(2, 32)), 0u);
+    ASSERT_EQ(batch.execute(), 0u);
+    gate.open();
+    EXPECT_EQ(fibdb_engine_drain(connection), 0u);
+    EXPECT_EQ(connection.stats().waiting, 0u);
+  }
+  EXPECT_EQ(countRoutes(), 2u);
+}
+
+TEST_F(Connections, a_thread_cancelled_while_it_disconnects_finishes_the_disconnection) {
+  uint64_t connection = 0;
+  ASSERT_EQ(db_connect(0, 0, &connection), 0u);
+  Gate gate;
+  {
+    BatchObject batch(connection);
+    ASSERT_EQ(batch.execute(&gate.completion), 0u);
+  }
+  gate.awaitArrival();
+  pthread_t thread{};
+  const auto disconnect = [](void* handle) -> void* {
+    EXPECT_EQ(db_disconnect(*static_cast<uint64_t*>(handle)), 0u);
+    pthread_testcancel();
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, nullptr, disconnect, &connection), 0);
+  FibDbEngineConnectionStats stats{};
+  while (fibdb_engine_connection_stats(connection, &stats) == 0) sched_yield();  // until it is closing
+  ASSERT_EQ(pthread_cancel(thread), 0);
+  gate.open();
+  void* result = nullptr;
+  ASSERT_EQ(pthread_join(thread, &result), 0);
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+  FibDbEngineArenaStats engine{};
+  ASSERT_EQ(fibdb_engine_arena_stats(&engine), 0u);
+  EXPECT_EQ(engine.connections, 0u) << "its slot is free again";
 }
 
 TEST_F(Connections, have_defaults_and_bounds) {
