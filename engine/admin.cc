@@ -1,4 +1,6 @@
-// engine/admin.cc: administration: texts of codes, statistics, limits, walks over any table, test faults.
+// engine/admin.cc: administration: texts of codes, statistics, limits, walks over any table, test faults; and fork().
+#include <pthread.h>
+
 #include <cstring>
 
 #include "engine/client/batch.h"
@@ -67,6 +69,33 @@ const schema::Field* findColumn(const schema::Table& layout, uint32_t column) {
   }
   return nullptr;
 }
+
+// Around fork(): whatever the other threads are doing comes to a point where no lock is held, so that the child finds
+// nothing half done. No call holds two of these locks; the order is for threads that fork at the same time. The store
+// is made if it was not: it could come to be, and be written, between the two halves.
+void beforeFork() {
+  store::Store& store = store::Store::instance();
+  client::holdConnections();
+  client::holdObjects();
+  if (store.valid()) store.holdWriters();
+}
+
+void afterForkInParent() {
+  store::Store& store = store::Store::instance();
+  if (store.valid()) store.letWritersGo();
+  client::letObjectsGo();
+  client::letConnectionsGo();
+}
+
+void afterForkInChild() {
+  store::Store& store = store::Store::instance();
+  if (store.valid()) store.remakeLocks();
+  client::forgetObjects();
+  client::forgetConnections();
+  service::forgetIterators();
+}
+
+[[gnu::constructor]] void watchForks() { pthread_atfork(beforeFork, afterForkInParent, afterForkInChild); }
 
 }  // namespace
 }  // namespace fibdb

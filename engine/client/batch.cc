@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "engine/client/mutex.h"
 #include "platform/objdb.h"
@@ -76,7 +77,7 @@ struct Connection {
   FibDbEngineConnectionStats stats{};
   pthread_t thread{};
 
-  uint64_t generation = 0;  // under slotsMutex
+  uint64_t generation = 0;  // under slotsMutex; stays as it is while the connection lives
   bool slotTaken = false;   // under slotsMutex
 
   bool isOpenAs(uint64_t expected) const { return handle.load(std::memory_order_acquire) == expected; }
@@ -120,6 +121,11 @@ Batch* takeSpare(Connection& connection) {
   connection.spare = batch->next;
   batch->count = 0;
   return batch;
+}
+
+Batch* takeSpares(Connection& connection) {
+  const Lock lock(connection.mutex);
+  return std::exchange(connection.spare, nullptr);
 }
 
 // REQUIRES: the connection's mutex is held.
@@ -197,9 +203,14 @@ void finish(Connection& connection, Batch* batch, const FibDbBatchResult& result
 
 void* work(void* argument) {
   Connection& connection = *static_cast<Connection*>(argument);
+  const uint64_t generation = connection.generation;
   while (Batch* batch = nextBatch(connection)) {
     const FibDbBatchResult result = applyAll(*batch);
     complete(*batch, result);
+    if (connection.generation != generation) {  // the completion forked: in the child the slot is another's
+      std::free(batch);
+      break;
+    }
     finish(connection, batch, result);
   }
   return nullptr;
@@ -254,6 +265,21 @@ uint32_t closeConnection(Connection& connection, uint64_t handle) {
   connection.handle.store(kNoHandle, std::memory_order_release);
   connection.work.wakeOne();
   return 0;
+}
+
+// After fork(), in the child. A new generation: the slot may serve a new connection before the forking thread, which
+// may be this one's, comes back to it.
+void forget(Connection& connection) {
+  connection.mutex.makeAnew();  // of free slots, too: a stale handle is looked up under it
+  if (!connection.slotTaken) return;
+  connection.handle.store(kNoHandle, std::memory_order_release);
+  connection.work.makeAnew();
+  connection.applied.makeAnew();
+  freeAll(std::exchange(connection.first, nullptr));
+  freeAll(std::exchange(connection.spare, nullptr));
+  connection.batchesDone = connection.batchesTaken;
+  ++connection.generation;
+  connection.slotTaken = false;
 }
 
 // What every call on a batch object begins with.
@@ -372,6 +398,26 @@ uint64_t countConnections() {
                                              [](const Connection& slot) { return slot.slotTaken; }));
 }
 
+// Slots that nobody has taken change under slotsMutex only.
+void holdConnections() {
+  slotsMutex.hold();
+  for (Connection& connection : connections) {
+    if (connection.slotTaken) connection.mutex.hold();
+  }
+}
+
+void letConnectionsGo() {
+  for (Connection& connection : connections) {
+    if (connection.slotTaken) connection.mutex.letGo();
+  }
+  slotsMutex.letGo();
+}
+
+void forgetConnections() {
+  for (Connection& connection : connections) forget(connection);
+  slotsMutex.makeAnew();
+}
+
 }  // namespace fibdb::client
 
 using namespace fibdb;
@@ -399,8 +445,7 @@ uint32_t db_disconnect(uint64_t conn) {
   const Uncancelled whole;
   if (const uint32_t code = closeConnection(*connection, conn)) return code;
   pthread_join(connection->thread, nullptr);
-  freeAll(connection->spare);
-  connection->spare = nullptr;
+  freeAll(takeSpares(*connection));
   leaveSlot(*connection);
   return 0;
 }

@@ -9,6 +9,9 @@
 // COST        begin, stage, add: no lock; staging and adding copy the row once each. execute: one lock and
 //             one wake-up for the whole batch.
 // THREADS     A batch object belongs to one thread at a time; any number of them may share a connection.
+// FORK        A child has no connection: the threads of the parent's are not in it, their handles are stale, and
+//             batches that wait are the parent's to apply. A completion may fork; in the child its thread ends
+//             once it returns.
 // INVARIANTS  A connection's handle is 0 exactly while it is closed or closing. Slots are never given back.
 #ifndef FIBDB_ENGINE_CLIENT_BATCH_H
 #define FIBDB_ENGINE_CLIENT_BATCH_H
@@ -40,6 +43,11 @@ uint32_t connectionStats(uint64_t connection, FibDbEngineConnectionStats& out);
 // from such a completion, which would wait for itself.
 uint32_t drain(uint64_t connection);
 uint64_t countConnections();
+
+// Around fork(), of all connections: held before, let go in the parent, gone in the child.
+void holdConnections();
+void letConnectionsGo();
+void forgetConnections();
 
 }  // namespace fibdb::client
 

@@ -14,6 +14,12 @@ class Mutex {
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
+  // Around fork(): held by the thread that forks, until it is let go in the parent and made anew in the child. Threads
+  // of the parent that waited for it are not in the child, but left their marks in it.
+  void hold() { pthread_mutex_lock(&mutex_); }
+  void letGo() { pthread_mutex_unlock(&mutex_); }
+  void makeAnew() { pthread_mutex_init(&mutex_, nullptr); }
+
  private:
   friend class Lock;
   friend class Condition;
@@ -46,6 +52,7 @@ class Condition {
     pthread_cond_wait(&condition_, mutex);
     pthread_cleanup_pop(0);
   }
+  void makeAnew() { pthread_cond_init(&condition_, nullptr); }
   void wakeOne() { pthread_cond_signal(&condition_); }
   void wakeAll() { pthread_cond_broadcast(&condition_); }
 

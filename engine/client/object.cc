@@ -173,6 +173,23 @@ uint32_t resetObject(uint64_t handle, TableId table, uint32_t kind) {
   return 0;
 }
 
+void holdObjects() { poolMutex.hold(); }
+void letObjectsGo() { poolMutex.letGo(); }
+
+// The lists of threads that are not in the child are gone with them, so all slots are gathered from their chunks. What
+// batch objects were building stays behind: a thread may have been at it.
+void forgetObjects() {
+  poolMutex.makeAnew();
+  commonFree = {};
+  threadPool.free = {};
+  for (uint32_t i = chunksInUse * kObjectsPerChunk; i-- > 0;) {
+    Object& object = objectChunks[i / kObjectsPerChunk].load(std::memory_order_relaxed)[i % kObjectsPerChunk];
+    object.handle.store(kNoHandle, std::memory_order_relaxed);
+    endIteration(object);
+    commonFree.push(&object);
+  }
+}
+
 uint64_t countObjects() {
   uint64_t alive = 0;
   for (const std::atomic<Object*>& entry : objectChunks) {

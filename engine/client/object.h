@@ -8,6 +8,8 @@
 // COST        create, find, reset, release: O(1), and no allocation once as many objects existed together.
 // THREADS     Any thread may create, find and release. An object belongs to one thread at a time; a handle
 //             that is used after its release, from any thread, is refused.
+// FORK        The child's first sight of the pool is an empty one: the parent's handles are stale there, those
+//             of its iterators, too. Slots keep their generation, so no new handle looks like an old one.
 // INVARIANTS  handle is 0 exactly while the slot is free. Whatever else a free slot holds has no meaning:
 //             create resets only what an operation reads before it writes it.
 #ifndef FIBDB_ENGINE_CLIENT_OBJECT_H
@@ -119,6 +121,12 @@ uint32_t takeObject(TableId table, uint32_t kind, Object*& out);
 uint32_t createObject(TableId table, uint32_t kind, uint64_t* out);
 uint32_t releaseObject(uint64_t handle, TableId table);
 uint32_t resetObject(uint64_t handle, TableId table, uint32_t kind);
+
+// Around fork(), of the pool: held before, let go in the parent. In the child every object of the parent is stale, and
+// its slot free.
+void holdObjects();
+void letObjectsGo();
+void forgetObjects();
 
 // How many objects are alive; exact when none is made or released meanwhile.
 uint64_t countObjects();

@@ -179,6 +179,20 @@ void forgetTables() {
   for (RegisteredTable& table : tables) table.known.store(false, std::memory_order_release);
 }
 
+// The service's locks guard nothing that a child could find half done: a table that is not yet known is registered
+// anew, and of the iterators only their slots' generations are kept.
+void forgetIterators() {
+  registering.makeAnew();
+  iterating.makeAnew();
+  for (RegisteredTable& table : tables) table.creating.makeAnew();
+  firstFree = 0;
+  for (uint32_t slot = slotsUsed; slot-- > 0;) {
+    iterators[slot].handle.store(client::kNoHandle, std::memory_order_relaxed);
+    iterators[slot].nextFree = firstFree;
+    firstFree = slot + 1;
+  }
+}
+
 }  // namespace fibdb::service
 
 using namespace fibdb::service;

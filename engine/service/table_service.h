@@ -7,6 +7,9 @@ namespace fibdb::service {
 // Forgets all registrations. REQUIRES: nobody uses the service.
 void forgetTables();
 
+// After fork(), in the child: the parent's iterators are stale, registered tables stay.
+void forgetIterators();
+
 }  // namespace fibdb::service
 
 #endif

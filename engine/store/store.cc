@@ -59,6 +59,18 @@ void Store::clear() {
   makeStates();
 }
 
+void Store::holdWriters() {
+  for (size_t i = 0; i < schema_.size(); ++i) pthread_mutex_lock(&tables_[i].state_->writers);
+}
+
+void Store::letWritersGo() {
+  for (size_t i = 0; i < schema_.size(); ++i) pthread_mutex_unlock(&tables_[i].state_->writers);
+}
+
+void Store::remakeLocks() {
+  for (size_t i = 0; i < schema_.size(); ++i) makeLock(tables_[i].state_->writers);
+}
+
 // A state for each table, and the table attached to it; false when the arena is too small.
 bool Store::makeStates() {
   constexpr size_t kStatesPerExtent = kExtentBytes / sizeof(TableState);

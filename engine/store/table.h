@@ -252,6 +252,12 @@ class Store {
   // Empties everything, limits included. REQUIRES: nobody uses the store.
   void clear();
 
+  // Around fork(): no write is under way between holding the writers and letting them go, in the parent, or giving
+  // them new locks, in the child. REQUIRES: valid().
+  void holdWriters();
+  void letWritersGo();
+  void remakeLocks();
+
  private:
   bool makeStates();
 

@@ -11,6 +11,8 @@
  *  5. IPv4 addresses, like all numbers, are in host byte order. Keys are packed without gaps.
  *  6. Functions run on the caller's thread and take no lock. Different threads may call at the same time; one
  *     iterator handle belongs to one thread at a time. The batch path of route.h has one writer.
+ *     A child made by fork() has none of the parent's iterator handles, objects and connections: with the embedded
+ *     engine they are stale there (engine.h), and the library's own state is a copy.
  *  7. Failures are logged through the error hook of runtime.h, unless a prototype says otherwise.
  */
 #ifndef FIBDB_COMMON_H

@@ -3,6 +3,13 @@
  * platform's db_* calls.
  *
  * Functions return 0 or a code of this header or of common.h. Any thread may call them at any time.
+ *
+ * fork(): the child has the tables as they stood between two writes, registered tables and limits included, and a copy
+ * of its own: it may read and write at once, whatever other threads of the parent were doing, and neither process sees
+ * what the other writes afterwards. It has none of the parent's objects, iterators and connections: their handles are
+ * stale there (DB_ERR_BAD_HANDLE, in every call), releases included, and what waits in a connection or was added to a
+ * batch object is the parent's to apply. It opens a connection and makes objects of its own; see route.h for the batch
+ * path. The parent is not disturbed: fork() waits for the writes under way, and they for it.
  */
 #ifndef FIBDB_ENGINE_H
 #define FIBDB_ENGINE_H
