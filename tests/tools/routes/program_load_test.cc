@@ -115,10 +115,20 @@ TEST(LoadRoutes, at_the_limit_known_routes_are_still_replaced) {
   EXPECT_THAT(outcome.out, HasSubstr("group       5\n"));
 }
 
-TEST(LoadRoutes, a_missing_file_is_named) {
-  const Outcome outcome = runProgram(commands({"load routes /no/such"}));
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.err, "fibdb: /no/such: No such file or directory\n");
+TEST(LoadRoutes, a_file_that_cannot_be_read_is_named_with_what_is_wrong_about_it) {
+  const ScratchFolder folder;
+  const std::string file = folder.write("file", "10.0.0.0/8\n");
+  const auto errorOf = [](const std::string& named) {
+    const Outcome outcome = runProgram(commands({"load routes " + named}));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "");
+    return outcome.err;
+  };
+  EXPECT_EQ(errorOf("/no/such"), "fibdb: /no/such: No such file or directory\n");
+  EXPECT_EQ(errorOf(folder.path("")), "fibdb: " + folder.path("") + ": Is a directory\n");
+  EXPECT_EQ(errorOf(file + "/inside"), "fibdb: " + file + "/inside: Not a directory\n");
+  EXPECT_EQ(errorOf(file + "/"), "fibdb: " + file + "/: Not a directory\n");
+  EXPECT_EQ(errorOf("\"\""), "fibdb: \"\": No such file or directory\n");
 }
 
 TEST(LoadRoutes, standard_input_cannot_be_script_and_routes_at_once) {

@@ -3,7 +3,9 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <sstream>
 
@@ -188,6 +190,21 @@ TEST_F(RoutesFile, a_file_that_is_not_there_or_is_a_folder_is_a_failure_with_its
   const std::string missing = folder_.path("missing");
   EXPECT_EQ(failureOf(missing), missing + ": No such file or directory");
   EXPECT_EQ(failureOf(folder_.path("")), folder_.path("") + ": Is a directory");
+}
+
+TEST_F(RoutesFile, standard_input_that_is_a_folder_is_a_failure_in_words) {
+  const int before = dup(STDIN_FILENO);
+  const int opened = open(folder_.path("").c_str(), O_RDONLY | O_DIRECTORY);
+  ASSERT_GE(opened, 0);
+  ASSERT_EQ(dup2(opened, STDIN_FILENO), STDIN_FILENO);
+  EXPECT_EQ(failureOf("-"), "standard input: Is a directory");
+  close(opened);
+  if (before < 0) {
+    close(STDIN_FILENO);
+  } else {
+    dup2(before, STDIN_FILENO);
+    close(before);
+  }
 }
 
 }  // namespace

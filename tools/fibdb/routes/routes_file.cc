@@ -232,11 +232,17 @@ class BadLines {
   uint64_t count_ = 0;
 };
 
+// A name that can be told from the words around it.
+std::string shownName(const std::string& file) {
+  if (file == "-") return "standard input";
+  return file.empty() ? "\"\"" : file;
+}
+
 LineSource openRoutes(const std::string& file) {
   try {
     return LineSource(file);
   } catch (const Failure& failure) {
-    throw Failure(failure.status(), file + ": " + failure.what());
+    throw Failure(failure.status(), shownName(file) + ": " + failure.what());
   }
 }
 

@@ -50,12 +50,14 @@ Status Shell::runAll(std::span<const std::string> lines) {
 Status Shell::runScript(std::istream& script, const std::string& name) {
   Status first = Status::kOk;
   Place place{name, 0};
-  for (std::string line; std::getline(script, line);) {
+  std::string line;
+  // A script that turns out to be a folder, say, opens well and fails at its first line; the stream keeps no reason.
+  for (errno = 0; std::getline(script, line); errno = 0) {
     ++place.line;
     if (!goesOn(run(line, place), first)) return first;
   }
   if (!script.bad()) return first;
-  session_.output.complain({"cannot be read further", place});
+  session_.output.complain({errno != 0 ? std::strerror(errno) : "cannot be read further", place});
   return first == Status::kOk ? Status::kFailed : first;
 }
 
