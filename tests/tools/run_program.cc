@@ -19,7 +19,8 @@
 namespace fibdb::program {
 namespace {
 
-constexpr int kPatience = 60'000;  // milliseconds without a byte, after which the program counts as hanging
+// Milliseconds without a byte, after which the program counts as hanging: before the test does.
+constexpr int kPatience = FIBDB_TEST_TIMEOUT * 1000 / 2;
 
 constexpr int kMoment = 20;  // milliseconds
 
@@ -66,7 +67,7 @@ Outcome runOn(int standardOutput, const Args& args) {
   const pid_t process = fork();
   if (process == 0) {
     dup2(standardOutput, STDOUT_FILENO);
-    execute(args, "/nonexistent");
+    execute(args, kNoHome);
   }
   close(standardOutput);
   int status = 0;

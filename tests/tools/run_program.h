@@ -1,7 +1,8 @@
 // tests/tools/run_program.h: runs the fibdb program as a shell would, on pipes or on a terminal.
 //
-// DESCRIPTION: the child gets a clean environment: C locale, no colours, a home of its own. Waiting has a
-// generous bound that only a hanging program reaches; nothing here measures time.
+// DESCRIPTION: the child gets a clean environment: C locale, no colours, a home of its own or none, so that
+// it writes nothing outside the test's folder. Waiting has a generous bound (cmake's FIBDB_TEST_TIMEOUT) that
+// only a hanging program reaches; nothing here measures time.
 #ifndef FIBDB_TESTS_TOOLS_RUN_PROGRAM_H
 #define FIBDB_TESTS_TOOLS_RUN_PROGRAM_H
 
@@ -32,12 +33,15 @@ Outcome runProgramIntoClosedPipe(const Args& args);
 
 std::vector<nlohmann::json> jsonLines(const std::string& text);
 
+// A home that nobody can make, not even root, who could make any folder that is only missing.
+inline constexpr const char* kNoHome = "/dev/null/home";
+
 // A program that is talked to while it runs.
 class RunningProgram {
  public:
   enum class On { kPipes, kTerminal };
 
-  RunningProgram(On on, const Args& args, const std::string& home = "/nonexistent");
+  RunningProgram(On on, const Args& args, const std::string& home = kNoHome);
   ~RunningProgram();
   RunningProgram(const RunningProgram&) = delete;
   RunningProgram& operator=(const RunningProgram&) = delete;

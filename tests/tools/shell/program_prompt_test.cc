@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "tests/tools/run_program.h"
@@ -76,6 +77,16 @@ TEST(Prompt, history_is_kept_from_one_run_to_the_next) {
     EXPECT_EQ(program.finish().status, 0);
   }
   EXPECT_THAT(ScratchFolder::read(home.path("fibdb_history")), HasSubstr("count"));
+}
+
+TEST(Prompt, without_a_home_answers_all_the_same_and_leaves_nothing_behind) {
+  RunningProgram program(On::kTerminal, {});
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("count nhp\n");
+  EXPECT_TRUE(program.waitFor("\n0\r\n"));
+  program.type("quit\n");
+  EXPECT_EQ(program.finish().status, 0);
+  EXPECT_FALSE(std::filesystem::exists(kNoHome)) << "a home that can be made is left behind by every test";
 }
 
 TEST(Prompt, interactive_goes_on_to_the_prompt_after_the_commands) {
