@@ -3,6 +3,13 @@
  * Routes are written through one asynchronous connection and one batch object per process, by one thread:
  * FIB_DB_CreateAsyncConnect once; per batch FIB_DB_GetIp4forwardBatchAsyncObject, then any number of
  * FIB_DB_BatchAddOper..., then FIB_DB_BatchExecuteAsync; FIB_DB_DestroyAsyncConnect at the end.
+ *
+ * To connect again: FIB_DB_DestroyAsyncConnect leaves the batch object cached in g_fibAsyncBatchObject, although it
+ * belongs to the connection that is gone, and FIB_DB_GetIp4forwardBatchAsyncObject would go on trying to reset it. So
+ * release it by the database's db_release_ip4forward_object and set g_fibAsyncBatchObject to 0, after
+ * FIB_DB_DestroyAsyncConnect and before the next batch; operations that were added and not executed are gone.
+ * docs/reconnect.c is such a loop. A child made by fork() that writes routes has the parent's connection and batch
+ * object as stale handles: it sets g_fibDbAsyncConn and g_fibAsyncBatchObject to 0, releases nothing, and connects.
  */
 #ifndef FIBDB_ROUTE_H
 #define FIBDB_ROUTE_H
@@ -151,11 +158,12 @@ FIBDB_API void FIB_DB_ReleaseIp4forwardByNhpGrpId(FibDbIterator* handle);
 /* The parameters reach db_connect in swapped order. With the embedded engine: param2 is the most operations in one
  * batch, param1 the most batches waiting; 0 takes the default. */
 FIBDB_API uint32_t FIB_DB_CreateAsyncConnect(uint64_t param1, uint64_t param2);
-/* Leaves g_fibAsyncBatchObject as it is. */
+/* Leaves g_fibAsyncBatchObject as it is: see the top of this file. */
 FIBDB_API void FIB_DB_DestroyAsyncConnect(void);
 FIBDB_API uint64_t FIB_DB_GetAsyncConn(void);
 
-/* The cached batch object, reset, or a new one. FIB_DB_ERR without a connection. outObject must not be NULL. */
+/* The cached batch object, reset, or a new one. FIB_DB_ERR without a connection. The database's code when the cached
+ * one's connection is gone (with the embedded engine 20017). outObject must not be NULL. */
 FIBDB_API uint32_t FIB_DB_GetIp4forwardBatchAsyncObject(uint64_t* outObject);
 
 /* Adds an insert-or-replace (updateFlag 0) or an update of table_smooth_id and time_stamp_svc (any other value).

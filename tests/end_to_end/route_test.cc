@@ -1,4 +1,7 @@
 // tests/end_to_end/route_test.cc: routes through the batch path and every way to read them back.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <tuple>
 
@@ -100,6 +103,67 @@ TEST_F(RouteTest, The_completion_record_tells_what_became_of_the_batch) {
   EXPECT_EQ(result.removed, 1u);
   EXPECT_EQ(result.failed, 1u);
   EXPECT_EQ(result.code, uint32_t{DB_ERR_NO_DATA});
+}
+
+TEST_F(RouteTest, A_process_that_reconnects_writes_through_every_connection) {
+  constexpr uint32_t kRounds = 20;
+  for (uint32_t round = 0; round < kRounds; ++round) {
+    ASSERT_EQ(FIB_DB_CreateAsyncConnect(0, 0), 0u);
+    uint64_t object = 0, argument = 0;
+    ASSERT_EQ(FIB_DB_GetIp4forwardBatchAsyncObject(&object), 0u) << "in round " << round;
+    const FibDbIp4forwardItem item = routeOf(round << 8, 24, round);
+    ASSERT_EQ(FIB_DB_BatchAddOperWriteIp4forward(&object, &item, 0), 0u);
+    ASSERT_EQ(FIB_DB_BatchExecuteAsync(&object, &argument), 0u);
+    FIB_DB_DestroyAsyncConnect();
+    EXPECT_EQ(db_release_ip4forward_object(std::exchange(g_fibAsyncBatchObject, 0)), 0u);
+  }
+  for (uint32_t round = 0; round < kRounds; ++round) {
+    FibDbIp4forwardItem item = routeOf(round << 8, 24);
+    EXPECT_EQ(FIB_DB_ReadIp4forward(&item), 0u);
+    EXPECT_EQ(item.attr_word_a, round);
+  }
+  EXPECT_EQ(countAll(), kRounds);
+}
+
+TEST_F(RouteTest, A_process_that_reconnects_with_the_old_batch_object_is_told_so_and_loses_nothing_else) {
+  ASSERT_EQ(FIB_DB_CreateAsyncConnect(0, 0), 0u);
+  uint64_t object = 0;
+  ASSERT_EQ(FIB_DB_GetIp4forwardBatchAsyncObject(&object), 0u);
+  FIB_DB_DestroyAsyncConnect();
+  ASSERT_EQ(FIB_DB_CreateAsyncConnect(0, 0), 0u);
+  EXPECT_EQ(FIB_DB_GetIp4forwardBatchAsyncObject(&object), 20017u);
+  EXPECT_THAT(std::exchange(logged, {}),
+              ElementsAre("detIp4forwardBatchAsyncObject failed, reset ip4forward object failed. ret = 20017"));
+  EXPECT_EQ(db_release_ip4forward_object(std::exchange(g_fibAsyncBatchObject, 0)), 0u);
+  EXPECT_EQ(FIB_DB_GetIp4forwardBatchAsyncObject(&object), 0u) << "a new one, on the new connection";
+  FIB_DB_DestroyAsyncConnect();
+  EXPECT_EQ(db_release_ip4forward_object(std::exchange(g_fibAsyncBatchObject, 0)), 0u);
+}
+
+// A child sets both handles to 0 and connects: the parent's connection goes on beside it.
+TEST_F(RouteTest, A_child_of_fork_connects_anew_and_the_parents_connection_goes_on) {
+  {
+    Batch batch;
+    ASSERT_EQ(batch.write(routeOf(0x0A000000, 8)), 0u);
+    batch.execute();
+    const pid_t child = fork();
+    if (child == 0) {
+      g_fibDbAsyncConn = 0;
+      g_fibAsyncBatchObject = 0;
+      uint64_t object = 0, argument = 0;
+      const FibDbIp4forwardItem item = routeOf(0x0B000000, 8);
+      if (FIB_DB_CreateAsyncConnect(0, 0) != 0 || FIB_DB_GetIp4forwardBatchAsyncObject(&object) != 0) _exit(1);
+      if (FIB_DB_BatchAddOperWriteIp4forward(&object, &item, 0) != 0) _exit(2);
+      if (FIB_DB_BatchExecuteAsync(&object, &argument) != 0) _exit(3);
+      FIB_DB_DestroyAsyncConnect();
+      _exit(countAll() == 2 && logged.empty() ? 0 : 4);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    ASSERT_EQ(batch.write(routeOf(0x0C000000, 8)), 0u);
+  }
+  EXPECT_EQ(countAll(), 2u);
 }
 
 TEST_F(RouteTest, A_full_batch_asks_for_a_retry_and_is_executed_without_loss) {

@@ -10,9 +10,6 @@
 
 #include "engine_fixture.h"
 
-// Threads after a fork beside other threads: the sanitizer refuses them unless told.
-extern "C" const char* __tsan_default_options() { return "die_after_fork=0"; }
-
 namespace fibdb::testing {
 namespace {
 
