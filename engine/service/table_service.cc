@@ -184,7 +184,6 @@ void forgetTables() {
 void forgetIterators() {
   registering.makeAnew();
   iterating.makeAnew();
-  for (RegisteredTable& table : tables) table.creating.makeAnew();
   firstFree = 0;
   for (uint32_t slot = slotsUsed; slot-- > 0;) {
     iterators[slot].handle.store(client::kNoHandle, std::memory_order_relaxed);
