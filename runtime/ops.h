@@ -103,8 +103,8 @@ uint32_t fetchRow(uint64_t obj, const FibDbKeyDesc* desc, const void* key, Item*
   return code;
 }
 
-// Fetches a service context and, unless a field failed before it, copies it out. False: the copy itself failed, which is
-// said at once and ends the unpacking.
+// Fetches a service context and, unless a field failed before it, copies it out. False: the copy itself failed, which
+// is said at once and ends the unpacking.
 template <size_t Size>
 bool unpackContext(uint64_t obj, uint32_t (*get)(uint64_t obj, const void** out, uint32_t* len), uint8_t (&out)[Size],
                    uint32_t& code, const Text<uint32_t>& copyFailed) {
