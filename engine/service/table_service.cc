@@ -68,10 +68,12 @@ Iterator* takeIterator(uint32_t id) {
   return &iterator;
 }
 
-// Of two releases at the same time one finds the handle gone.
-bool giveBack(Iterator& iterator, uint64_t handle) {
+// Of two releases at the same time one finds the handle gone. What else the slot holds is looked at once it is sure
+// whose it is: another iterator may be made in it meanwhile.
+bool giveBack(Iterator& iterator, uint64_t handle, uint32_t id, uint64_t& object) {
   const Lock lock(iterating);
-  if (iterator.handle.load(std::memory_order_relaxed) != handle) return false;
+  if (iterator.handle.load(std::memory_order_relaxed) != handle || iterator.id != id) return false;
+  object = iterator.object;
   iterator.handle.store(client::kNoHandle, std::memory_order_relaxed);
   iterator.nextFree = firstFree;
   firstFree = static_cast<uint32_t>(&iterator - iterators) + 1;
@@ -149,20 +151,25 @@ void* createIterator(uint32_t id, uint32_t property, const FibDbKeyDesc* desc, c
   if (iterator == nullptr) return nullptr;
   const uint64_t handle = iterator->handle.load(std::memory_order_relaxed);
   if (open(*table, property, desc, key, *iterator) == 0) return reinterpret_cast<void*>(handle);
-  giveBack(*iterator, handle);
+  uint64_t released = 0;
+  giveBack(*iterator, handle, id, released);
   return nullptr;
 }
 
-uint32_t findIterator(uint32_t id, void* handle, Iterator*& out) {
+// The slot that a handle names, whatever it holds now.
+uint32_t findSlot(uint32_t id, const void* handle, Iterator*& out) {
   if (find(id) == nullptr) return DB_ERR_NOT_REGISTERED;
   if (handle == nullptr) return DB_ERR_NULL_ARGUMENT;
-  const auto word = reinterpret_cast<uint64_t>(handle);
-  const uint32_t slot = client::slotOf(word);
-  if (slot >= kMaxIterators || iterators[slot].handle.load(std::memory_order_relaxed) != word) {
-    return DB_ERR_BAD_HANDLE;
-  }
+  const uint32_t slot = client::slotOf(reinterpret_cast<uint64_t>(handle));
+  if (slot >= kMaxIterators) return DB_ERR_BAD_HANDLE;
   out = &iterators[slot];
-  return out->id == id ? 0 : uint32_t{DB_ERR_BAD_HANDLE};
+  return 0;
+}
+
+uint32_t findIterator(uint32_t id, const void* handle, Iterator*& out) {
+  if (const uint32_t code = findSlot(id, handle, out)) return code;
+  const bool alive = out->handle.load(std::memory_order_relaxed) == reinterpret_cast<uint64_t>(handle);
+  return alive && out->id == id ? 0 : uint32_t{DB_ERR_BAD_HANDLE};
 }
 
 uint32_t checkBuffer(const Iterator& iterator, const FibDbUfibData* entry) {
@@ -279,9 +286,9 @@ uint32_t UFIB_DB_GetNextEntry(uint32_t id, void* iter, FibDbUfibData* entry) {
 
 uint32_t UFIB_DB_ReleaseIterator(uint32_t id, void* iter) {
   Iterator* iterator = nullptr;
-  if (const uint32_t code = findIterator(id, iter, iterator)) return code;
-  const uint64_t object = iterator->object;
-  if (!giveBack(*iterator, reinterpret_cast<uint64_t>(iter))) return DB_ERR_BAD_HANDLE;
+  if (const uint32_t code = findSlot(id, iter, iterator)) return code;
+  uint64_t object = 0;
+  if (!giveBack(*iterator, reinterpret_cast<uint64_t>(iter), id, object)) return DB_ERR_BAD_HANDLE;
   return tables[id].desc.release(object);
 }
 

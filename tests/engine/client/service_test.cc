@@ -331,6 +331,42 @@ TEST_F(Service, a_stale_or_foreign_iterator_is_an_error) {
   EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, again), 0u);
 }
 
+// The sanitizer of threads watches, too: what the loser reads may be another iterator's by then.
+TEST_F(Service, of_two_releases_of_one_iterator_beside_a_creator_one_is_refused) {
+  constexpr int kIterators = 2000;
+  std::atomic<void*> offered{nullptr};
+  std::atomic<bool> done{false};
+  std::atomic<int> accepted{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 2; ++i) {
+    threads.emplace_back([&] {
+      while (!done) {
+        void* iter = offered.load();
+        if (iter == nullptr) {
+          std::this_thread::yield();
+          continue;
+        }
+        const uint32_t code = UFIB_DB_ReleaseIterator(kId, iter);
+        EXPECT_TRUE(code == 0 || code == DB_ERR_BAD_HANDLE) << code;
+        if (code != 0) continue;
+        ++accepted;
+        offered.compare_exchange_strong(iter, nullptr);
+      }
+    });
+  }
+  for (int i = 0; i < kIterators; ++i) {
+    void* const iter = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
+    EXPECT_NE(iter, nullptr);
+    for (void* nothing = nullptr; !offered.compare_exchange_weak(nothing, iter); nothing = nullptr) {
+      std::this_thread::yield();
+    }
+  }
+  while (offered.load() != nullptr) std::this_thread::yield();
+  done = true;
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(accepted, kIterators);
+}
+
 TEST_F(Service, an_iterator_that_cannot_be_made_is_null) {
   const Key unknown{{0x07090004, 0, 0}, std::string(4, '\0')};
   const FibDbUfibKey request = unknown.request();
