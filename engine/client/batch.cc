@@ -270,6 +270,7 @@ uint32_t closeConnection(Connection& connection, uint64_t handle) {
 // After fork(), in the child. A new generation: the slot may serve a new connection before the forking thread, which
 // may be this one's, comes back to it.
 void forget(Connection& connection) {
+  if (connection.slotTaken) connection.mutex.letGo();
   connection.mutex.makeAnew();  // of free slots, too: a stale handle is looked up under it
   if (!connection.slotTaken) return;
   connection.handle.store(kNoHandle, std::memory_order_release);
@@ -415,6 +416,7 @@ void letConnectionsGo() {
 
 void forgetConnections() {
   for (Connection& connection : connections) forget(connection);
+  slotsMutex.letGo();
   slotsMutex.makeAnew();
 }
 

@@ -14,8 +14,8 @@ class Mutex {
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
-  // Around fork(): held by the thread that forks, until it is let go in the parent and made anew in the child. Threads
-  // of the parent that waited for it are not in the child, but left their marks in it.
+  // Around fork(): held by the thread that forks, until it lets go, in parent and child. In the child a mutex is made
+  // anew: threads of the parent that held it or waited for it are not there, but left their marks in it.
   void hold() { pthread_mutex_lock(&mutex_); }
   void letGo() { pthread_mutex_unlock(&mutex_); }
   void makeAnew() { pthread_mutex_init(&mutex_, nullptr); }

@@ -179,6 +179,7 @@ void letObjectsGo() { poolMutex.letGo(); }
 // The lists of threads that are not in the child are gone with them, so all slots are gathered from their chunks. What
 // batch objects were building stays behind: a thread may have been at it.
 void forgetObjects() {
+  poolMutex.letGo();
   poolMutex.makeAnew();
   commonFree = {};
   threadPool.free = {};

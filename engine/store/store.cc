@@ -68,6 +68,7 @@ void Store::letWritersGo() {
 }
 
 void Store::remakeLocks() {
+  letWritersGo();
   for (size_t i = 0; i < schema_.size(); ++i) makeLock(tables_[i].state_->writers);
 }
 
