@@ -194,6 +194,7 @@ Ref Cursor::findPrefix(Heap& heap, Ref trie, uint8_t* row) const {
   if (const PrefixValue value(longest.value); !value.isSeveral()) {
     if (readPrefix(records, longest.length, value.ref(), row)) return value.ref();
   }
+  const uint64_t begun = heap.clock();
   PrefixMatches matches;
   tables.match(trie, addr_, position_.length, matches);
   for (uint32_t i = 0; i < matches.count; ++i) {
@@ -210,6 +211,8 @@ Ref Cursor::findPrefix(Heap& heap, Ref trie, uint8_t* row) const {
         if (readPrefix(records, length, entry.record, row)) return entry.record;
       }
       last = run[got - 1];
+      // Overtaken, we may be in what was a tree, which need not end.
+      if (heap.clock() - begun >= kRestingWrites) return kNoRef;
     }
   }
   return kNoRef;
@@ -218,7 +221,8 @@ Ref Cursor::findPrefix(Heap& heap, Ref trie, uint8_t* row) const {
 // Whether the record is one with a prefix of this length that covers the address, and is still to come.
 bool Cursor::readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const {
   const Table::Plan& plan = table_->plans_[index_];
-  if (!records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes)) return false;
+  if (!records.canBe(record) || !records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes))
+    return false;
   const Prefix prefix = plan.prefixIn(row);
   return prefix.length == length && prefix.covers(addr_) && position_.isBefore(length, entryOf(row, record));
 }

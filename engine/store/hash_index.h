@@ -69,6 +69,9 @@ class HashIndex {
   // it only gets slower. A write calls it last, when it needs no more memory of its own.
   void grow(uint32_t keep);
 
+  // The blocks of the directory and of overflow buckets; each reference, and whether it stands where its hash belongs.
+  void survey(VisitBlock block, Visit<Ref, bool> entry) const;
+
  private:
   static constexpr uint32_t kBucketsPerBlock = kMaxBlockBytes / sizeof(HashBucket);
   static constexpr uint32_t kRefsPerBlock = kMaxBlockBytes / sizeof(Ref);
@@ -182,7 +185,7 @@ HashBucket* HashIndex<HashOf>::appendOverflow(HashBucket* last) {
   if (ref == kNoRef) {
     ref = heap_->allocate(sizeof(HashBucket));
   } else {
-    state_->freeOverflow = heap_->at<HashBucket>(ref)->next;
+    store(state_->freeOverflow, heap_->at<HashBucket>(ref)->next);
   }
   auto* bucket = heap_->at<HashBucket>(ref);
   for (uint32_t& tags : bucket->tags) store(tags, 0U);
@@ -219,7 +222,7 @@ uint32_t HashIndex<HashOf>::prepare() {
 template <class HashOf>
 void HashIndex<HashOf>::insert(uint64_t hash, Ref ref) {
   place(bucketAt(bucketOf(hash, state_->buckets)), hash, ref);
-  ++state_->count;
+  store(state_->count, state_->count + 1);
 }
 
 template <class HashOf>
@@ -230,7 +233,7 @@ bool HashIndex<HashOf>::erase(uint64_t hash, Ref ref) {
     for (Ref& held : bucket->refs) {
       if (held != ref) continue;
       publish(held, kNoRef);
-      --state_->count;
+      store(state_->count, state_->count - 1);
       trim(chain);
       return true;
     }
@@ -250,7 +253,7 @@ void HashIndex<HashOf>::trim(HashBucket* chain) {
     }
     publish(before->next, kNoRef);
     store(heap_->at<HashBucket>(last)->next, state_->freeOverflow);
-    state_->freeOverflow = last;
+    store(state_->freeOverflow, last);
   }
 }
 
@@ -266,6 +269,28 @@ void HashIndex<HashOf>::grow(uint32_t keep) {
     if (bucket->next == kNoRef) break;
   }
   if (heap_->ensure(bytes + keep) == 0) split(from);
+}
+
+template <class HashOf>
+void HashIndex<HashOf>::survey(VisitBlock block, Visit<Ref, bool> entry) const {
+  if (state_->directory == kNoRef) return;
+  block(state_->directory, kMaxBlockBytes);
+  for (uint32_t number = 0; number < state_->buckets; ++number) {
+    const Ref leaf = heap_->at<Ref>(state_->directory)[number / kBucketsPerBlock / kRefsPerBlock];
+    if (number % (kBucketsPerBlock * kRefsPerBlock) == 0) block(leaf, kMaxBlockBytes);
+    const Ref buckets = heap_->at<Ref>(leaf)[number / kBucketsPerBlock % kRefsPerBlock];
+    if (number % kBucketsPerBlock == 0) block(buckets, kMaxBlockBytes);
+    for (const HashBucket* bucket = bucketAt(number);; bucket = heap_->at<HashBucket>(bucket->next)) {
+      for (const Ref ref : bucket->refs) {
+        if (ref != kNoRef) entry(ref, bucketOf(hashOf_(ref), state_->buckets) == number);
+      }
+      if (bucket->next == kNoRef) break;
+      block(bucket->next, sizeof(HashBucket));
+    }
+  }
+  for (Ref ref = state_->freeOverflow; ref != kNoRef; ref = heap_->at<HashBucket>(ref)->next) {
+    block(ref, sizeof(HashBucket));
+  }
 }
 
 // Moves what belongs to the next new bucket there, out of the one whose hashes it takes over.

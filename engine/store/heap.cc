@@ -176,6 +176,23 @@ Ref Heap::appendChunk() {
   return fresh;
 }
 
+void Heap::survey(VisitBlock free, VisitBlock resting, VisitBlock queue) const {
+  for (uint32_t units = 1; units <= kSizeClasses; ++units) {
+    for (Ref block = state_->free[units - 1]; block != kNoRef; block = at<FreeBlock>(block)->next) {
+      free(block, units * uint32_t{kRefUnit});
+    }
+  }
+  free(state_->open, state_->openUnits * uint32_t{kRefUnit});
+  free(state_->tail, state_->tailUnits * uint32_t{kRefUnit});
+  for (Ref ref = state_->oldestResting; ref != kNoRef; ref = at<Chunk>(ref)->next) {
+    const Chunk& chunk = *at<Chunk>(ref);
+    queue(ref, sizeof chunk);
+    for (uint32_t i = chunk.begin; i < chunk.end; ++i) {
+      resting(chunk.entries[i].block, chunk.entries[i].units * uint32_t{kRefUnit});
+    }
+  }
+}
+
 // What nothing fitted serves later allocations of its size.
 void Heap::shelveTail() {
   while (state_->tailUnits > 0) {

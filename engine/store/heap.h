@@ -25,6 +25,7 @@
 #include <cstdint>
 
 #include "engine/store/arena.h"
+#include "engine/store/survey.h"
 #include "engine/store/word.h"
 
 namespace fibdb::store {
@@ -94,6 +95,9 @@ class Heap {
 
   // A whole zeroed extent of kExtentBytes for the caller to cut (records); kNoRef at a limit. Never given back.
   Ref takeExtent();
+
+  // Free blocks and the uncut rests of extents; blocks that rest; the queue's own.
+  void survey(VisitBlock free, VisitBlock resting, VisitBlock queue) const;
 
   template <class T>
   T* at(Ref ref) const {

@@ -75,10 +75,18 @@ class KeyDirectory {
 
   void grow(uint32_t keep) { blocks().grow(keep); }
 
+  // All blocks, the keys' own among them; each key's block, and whether it is found where it belongs.
+  void survey(VisitBlock block, Visit<Ref, bool> key) const {
+    blocks().survey(block, [&](Ref ref, bool inPlace) {
+      block(ref, blockBytes());
+      key(ref, inPlace);
+    });
+  }
+  const uint8_t* keyBytes(Ref block) const { return reinterpret_cast<const uint8_t*>(payload(block) + 1); }
+
  private:
   Blocks blocks() const { return Blocks(*heap_, *state_, HashOfBlock{this}); }
   uint32_t blockBytes() const { return static_cast<uint32_t>(sizeof(Payload)) + shape_->length(); }
-  const uint8_t* keyBytes(Ref block) const { return reinterpret_cast<const uint8_t*>(payload(block) + 1); }
 
   Heap* heap_;
   HashIndexState* state_;

@@ -200,6 +200,26 @@ template <class Visit>
   return follow(refsOf(node)[valueRank(load(node.children), load(node.prefixes), place)]);
 }
 
+// chunks: those of the levels above, as an address shifted to the right.
+void surveyNode(const Heap& heap, Ref ref, uint32_t level, uint64_t chunks, VisitBlock node,
+                Visit<uint32_t, uint8_t, uint32_t> prefix) {
+  const Node& here = *heap.at<Node>(ref);
+  node(ref, bytesOf(here));
+  for (uint32_t place = 1; place < kChunks; ++place) {
+    if ((here.prefixes & bitOf(place)) == 0) continue;
+    const uint8_t length = lengthAt(level, place);
+    const uint32_t bits = static_cast<uint32_t>(std::bit_width(place)) - 1;
+    const uint64_t known = chunks << bits | (place & bitsBelow(bits));
+    const auto addr = static_cast<uint32_t>(length == 0 ? 0 : known << (kMaxLength - length));
+    prefix(addr, length, refsOf(here)[valueRank(here.children, here.prefixes, place)]);
+  }
+  for (uint32_t chunk = 0; chunk < kChunks; ++chunk) {
+    if ((here.children & bitOf(chunk)) == 0) continue;
+    surveyNode(heap, refsOf(here)[childRank(here.children, chunk)], level + 1, chunks << kChunkBits | chunk, node,
+               prefix);
+  }
+}
+
 // Runs a lookup compiled for a machine that counts bits in one instruction, if this is one: on x86-64 all are
 // since 2008, but the baseline does not promise it. REQUIRES: lookup is always_inline.
 #if defined(__x86_64__)
@@ -309,6 +329,10 @@ PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const 
     const uint32_t place = highestOf(bestCovering);
     return {valueAt(*best, place), lengthAt(bestLevel, place)};
   });
+}
+
+void LongestPrefixIndex::survey(VisitBlock node, Visit<uint32_t, uint8_t, uint32_t> prefix) const {
+  if (state_->root != kNoRef) surveyNode(*heap_, state_->root, 0, 0, node, prefix);
 }
 
 void LongestPrefixIndex::match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {

@@ -60,6 +60,9 @@ class LongestPrefixIndex {
   // All prefixes that cover addr and are no longer than maxLength, longest first.
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const;
 
+  // The nodes, and every prefix: address, length, value.
+  void survey(VisitBlock node, Visit<uint32_t, uint8_t, uint32_t> prefix) const;
+
  private:
   Heap* heap_;
   LongestPrefixState* state_;

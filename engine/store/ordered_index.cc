@@ -406,6 +406,25 @@ uint32_t OrderedIndex<Entry>::levels() const {
   return state_->root == kNoRef ? 0 : heap_->at<Node>(state_->root)->level + 1;
 }
 
+template <class Entry>
+void surveyNode(const Heap& heap, Ref ref, VisitBlock node, Visit<const Entry&> entry) {
+  using S = Shape<Entry>;
+  const Node& here = *heap.at<Node>(ref);
+  node(ref, kNodeBytes);
+  for (uint32_t slot = 0; slot < countIn(here.fill); ++slot) {
+    if (here.level > 0) {
+      surveyNode<Entry>(heap, S::childAt(here, slot), node, entry);
+    } else {
+      entry(S::entryAt(here, 0, slot));
+    }
+  }
+}
+
+template <class Entry>
+void OrderedIndex<Entry>::survey(VisitBlock node, Visit<const Entry&> entry) const {
+  if (state_->root != kNoRef) surveyNode<Entry>(*heap_, state_->root, node, entry);
+}
+
 template class OrderedIndex<PostingEntry>;
 template class OrderedIndex<OrderedEntry>;
 

@@ -48,6 +48,9 @@ class OrderedIndex {
   // all from one leaf; 0 only when there is none. REQUIRES: most > 0.
   uint32_t above(const Entry& bound, bool inclusive, Entry* out, uint32_t most) const;
 
+  // The nodes, and the entries in ascending order.
+  void survey(VisitBlock node, Visit<const Entry&> entry) const;
+
  private:
   uint32_t levels() const;
 

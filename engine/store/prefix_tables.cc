@@ -32,6 +32,20 @@ void PrefixTables::leave(const Key& leading, const Prefix& prefix, Ref record) {
   tries_.remove(leading, block);
 }
 
+void PrefixTables::survey(VisitBlock block, Visit<Ref, bool> eachTrie, Visit<Ref, const Prefix&, Ref> record) const {
+  tries_.survey(block, [&](Ref table, bool inPlace) {
+    eachTrie(table, inPlace);
+    trie(table).survey(block, [&](uint32_t addr, uint8_t length, uint32_t word) {
+      const PrefixValue value(word);
+      if (!value.isSeveral()) return record(table, Prefix{addr, length}, value.ref());
+      block(value.ref(), sizeof(OrderedIndexState));
+      sharers(value.ref()).survey(block, [&](const PostingEntry& sharer) {
+        record(table, Prefix{sharer.key, length}, sharer.record);
+      });
+    });
+  });
+}
+
 uint32_t PrefixTables::sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out,
                                     uint32_t most) const {
   // Overtaken, we may hold any word; the arena must be readable there all the same.

@@ -98,6 +98,11 @@ class PrefixTables {
   // Of the records that share a prefix, up to `most` that come after `after`, in order; 0: no more.
   uint32_t sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out, uint32_t most) const;
 
+  // All blocks; each trie's block, and whether it is in place; each record with its trie and its prefix, whose address
+  // has the bits below the mask only where records share it.
+  void survey(VisitBlock block, Visit<Ref, bool> trie, Visit<Ref, const Prefix&, Ref> record) const;
+  const uint8_t* leadingBytes(Ref block) const { return tries_.keyBytes(block); }
+
  private:
   LongestPrefixIndex trie(Ref block) const { return LongestPrefixIndex(*heap_, tries_.payload(block)->trie); }
   Sharers sharers(Ref block) const { return Sharers(*heap_, *heap_->at<OrderedIndexState>(block)); }

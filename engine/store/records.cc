@@ -48,7 +48,8 @@ Ref Records::cut() {
     const Ref fresh = heap_->takeExtent();
     if (fresh == kNoRef) return kNoRef;
     publish(extent == kNoRef ? state_->firstExtent : heap_->at<ExtentHead>(extent)->next, fresh);
-    extent = state_->lastExtent = fresh;
+    store(state_->lastExtent, fresh);
+    extent = fresh;
   }
   auto* head = heap_->at<ExtentHead>(extent);
   const Ref slot = extent + kHeadUnits + head->cut * layout_->slotUnits;
@@ -101,6 +102,12 @@ const uint8_t* Records::row(Ref record) const {
   return reinterpret_cast<const uint8_t*>(heap_->at<uint32_t>(record) + kRow);
 }
 
+bool Records::canBe(Ref record) const {
+  const uint32_t unit = record & (kExtentUnits - 1);
+  return heap_->arena().readable(record) && unit >= kHeadUnits &&
+         (unit - kHeadUnits) / layout_->slotUnits < layout_->slotsPerExtent;
+}
+
 bool Records::isLive(Ref record) const { return (follow(heap_->at<uint32_t>(record)[kVersion]) & kLive) != 0; }
 
 bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
@@ -114,6 +121,10 @@ bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
     acquireFence();
     if (load(slot[kVersion]) == version) return inTime;
   }
+}
+
+void Records::surveyFree(Visit<Ref> free) const {
+  for (Ref record = state_->free; record != kNoRef; record = static_cast<Ref>(*stamp(record))) free(record);
 }
 
 RecordPosition Records::first() const { return {follow(state_->firstExtent), 0}; }

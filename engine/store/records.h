@@ -68,11 +68,16 @@ class Records {
   // Gives the slot of a dead record back, or of one that was never live.
   void giveBack(Ref record);
 
+  // Whether there can be a slot: a reader that may have been overtaken asks before it takes a word for a reference.
+  bool canBe(Ref record) const;
   // The row, which may be changing or dead: for looking at keys before read() decides.
   const uint8_t* row(Ref record) const;
   bool isLive(Ref record) const;
   // Copies the row of a live record that was born at `latest` or before; false when it is not such a record.
   bool read(Ref record, uint64_t latest, uint8_t* row) const;
+
+  // Every slot that was given back.
+  void surveyFree(Visit<Ref> free) const;
 
   RecordPosition first() const;
   // The next slot, live or not, and moves past it; kNoRef at the end.

@@ -96,6 +96,13 @@ class SecondaryIndex {
     return found;
   }
 
+  // All blocks; each key's block, and whether it is in place; each posting.
+  void survey(VisitBlock block, Visit<Ref, bool> key, Visit<const PostingEntry&> posting) const {
+    keys_.survey(block, key);
+    postings_.survey(block, posting);
+  }
+  const uint8_t* keyBytes(Ref block) const { return keys_.keyBytes(block); }
+
  private:
   static constexpr uint32_t kMostAtOnce = 32;
 

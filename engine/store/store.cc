@@ -72,9 +72,12 @@ void Store::remakeLocks() {
   for (size_t i = 0; i < schema_.size(); ++i) makeLock(tables_[i].state_->writers);
 }
 
+constexpr size_t kStatesPerExtent = kExtentBytes / sizeof(TableState);
+
+uint64_t Store::stateBytes() const { return (schema_.size() + kStatesPerExtent - 1) / kStatesPerExtent * kExtentBytes; }
+
 // A state for each table, and the table attached to it; false when the arena is too small.
 bool Store::makeStates() {
-  constexpr size_t kStatesPerExtent = kExtentBytes / sizeof(TableState);
   TableState* states = nullptr;
   for (size_t i = 0; i < schema_.size(); ++i) {
     if (i % kStatesPerExtent == 0) {

@@ -436,7 +436,7 @@ uint32_t Table::read(const schema::Index& index, const uint8_t* key, uint8_t* ro
 }
 
 bool Table::readUnder(const Records& rows, size_t index, const Key& key, Ref record, uint8_t* row) const {
-  return rows.read(record, Records::kAnyTime, row) && plans_[index].shape.isIn(row, key.bytes);
+  return rows.canBe(record) && rows.read(record, Records::kAnyTime, row) && plans_[index].shape.isIn(row, key.bytes);
 }
 
 // Looks at all records under the key, then once more at the first of them. If none became live under the key

@@ -117,6 +117,7 @@ class Table {
  private:
   friend class Store;
   friend class Cursor;
+  friend class Accounting;  // which checks every word of a store, in tests
 
   // What the schema says about an index, worked out.
   struct Plan {
@@ -247,7 +248,11 @@ class Store {
   bool valid() const { return tables_ != nullptr; }
   size_t tableCount() const { return schema_.size(); }
   Table& table(size_t number) { return tables_[number]; }
+  Arena& arena() { return arena_; }
   const Arena& arena() const { return arena_; }
+
+  // The extents that hold the states of the tables.
+  uint64_t stateBytes() const;
 
   // Empties everything, limits included. REQUIRES: nobody uses the store.
   void clear();

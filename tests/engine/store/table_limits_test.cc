@@ -9,6 +9,7 @@
 
 #include "engine/store/table.h"
 #include "fibdb/engine.h"
+#include "tests/engine/store/accounting.h"
 #include "tests/support/table_twin.h"
 #include "tests/support/toy_tables.h"
 
@@ -66,7 +67,9 @@ class Refusing : public testing::TestWithParam<bool> {
       SCOPED_TRACE(one[0].name);
       source_.emplace(one[0], seed);
       fill(one);
-      if (!testing::Test::HasFatalFailure()) test();
+      if (testing::Test::HasFatalFailure()) return;
+      test();
+      EXPECT_EQ(store::accountOf(*store_), "");
     };
     for (const schema::Table& table : kToyTables) run({&table, 1});
     for (const schema::Table& table : schema::kTables) run({&table, 1});

@@ -5,12 +5,14 @@
 
 #include "engine/store/table.h"
 #include "fibdb/engine.h"
+#include "tests/engine/store/accounting.h"
 #include "tests/support/table_twin.h"
 #include "tests/support/toy_tables.h"
 
 namespace fibdb::test {
 namespace {
 
+using store::accountOf;
 using store::Change;
 using store::Cursor;
 using store::Store;
@@ -160,6 +162,7 @@ void playEveryTable(std::span<const schema::Table> tables, size_t steps) {
   Store store(tables, kSmallArena);
   ASSERT_TRUE(store.valid());
   for (size_t i = 0; i < store.tableCount(); ++i) Game(store.table(i), seed + i).play(steps);
+  EXPECT_EQ(accountOf(store), "");
 }
 
 TEST(Table, toy_tables_do_what_their_twins_do) { playEveryTable(kToyTables, 20000); }
@@ -314,6 +317,7 @@ class FullTable : public RouteTable {
     const Bytes low(index(3).keyLength, 0), high(index(3).keyLength, 0xFF);
     ASSERT_EQ(cursor.openRange(table_, index(3), low.data(), high.data()), 0U);
     EXPECT_EQ(allOf(cursor).size(), filled_);
+    EXPECT_EQ(accountOf(store_), "");
   }
 
   void expectItCanBeEmptied() {
@@ -322,6 +326,7 @@ class FullTable : public RouteTable {
     Cursor cursor;
     cursor.openAll(table_);
     EXPECT_TRUE(allOf(cursor).empty());
+    EXPECT_EQ(accountOf(store_), "");
   }
 
   uint32_t filled_ = 0;
@@ -427,6 +432,7 @@ TEST(ManyKeys, a_move_that_memory_refuses_is_taken_back) {
     }
   }
   EXPECT_GT(refused, 0U);
+  EXPECT_EQ(accountOf(store), "");
 }
 
 TEST(Store, cleared_it_is_as_new) {
