@@ -42,10 +42,6 @@ class Zeroed {
   Zeroed(const Zeroed&) = delete;
   Zeroed& operator=(const Zeroed&) = delete;
 
-  template <class Field>
-  void put(size_t offset, Field field) {
-    std::memcpy(bytes_ + offset, &field, sizeof field);
-  }
   Record* get() { return reinterpret_cast<Record*>(bytes_); }
   const Record* get() const { return reinterpret_cast<const Record*>(bytes_); }
 
@@ -59,10 +55,11 @@ class KeyRequest {
   template <class Item>
   KeyRequest(const Item* item, KeyBuilder<Item>* build) {
     build(item, &desc_.indexId, key_);
-    request_.put(offsetof(FibDbUfibKey, desc), &desc_);
-    request_.put(offsetof(FibDbUfibKey, descLen), uint32_t{sizeof desc_});
-    request_.put(offsetof(FibDbUfibKey, key), &key_[0]);
-    request_.put(offsetof(FibDbUfibKey, keyLen), desc_.indexId & 0xFFFF);
+    FibDbUfibKey& request = *request_.get();
+    request.desc = &desc_;
+    request.descLen = sizeof desc_;
+    request.key = key_;
+    request.keyLen = desc_.indexId & 0xFFFF;
   }
 
   const FibDbUfibKey* get() const { return request_.get(); }
@@ -77,8 +74,8 @@ class KeyRequest {
 class DataRequest {
  public:
   DataRequest(void* data, uint32_t length) {
-    request_.put(offsetof(FibDbUfibData, data), data);
-    request_.put(offsetof(FibDbUfibData, len), length);
+    request_.get()->data = data;
+    request_.get()->len = length;
   }
 
   FibDbUfibData* get() { return request_.get(); }
