@@ -80,7 +80,8 @@ struct Version {
 
 struct HistoryShape {
   uint32_t writes = 3000;
-  uint32_t hosts = 300;  // keys beside the nests of prefixes
+  uint32_t nests = 3;    // of prefixes inside each other, in each VRF
+  uint32_t hosts = 300;  // keys beside them
   uint32_t groups = 5;
 };
 

@@ -20,6 +20,11 @@ std::string fileOf(Site site) {
   return slash == nullptr ? site.file : slash + 1;
 }
 
+std::string functionOf(Site site) {
+  const std::string whole = site.function;
+  return whole.substr(0, whole.find('<'));
+}
+
 bool isRecording() { return theModel != nullptr && theModel->recording_; }
 bool isReplaying() { return theModel != nullptr && theModel->replaying_; }
 
@@ -63,9 +68,9 @@ std::vector<Site> MemoryModel::sites() const {
 void MemoryModel::record(const std::function<void()>& write) {
   recording_ = true;
   write();
-  endDelays(/*all=*/true);
   recording_ = false;
   writeEnds_.push_back(stores_);
+  endDelays(/*all=*/true);
 }
 
 void MemoryModel::append(uint32_t word, unsigned bytes, uint64_t value, Time released) {

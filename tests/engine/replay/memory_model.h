@@ -26,8 +26,9 @@ namespace fibdb::replay {
 // A place in the sequence of stores; 0 is before the first.
 using Time = uint32_t;
 
-// The file's own name, without its folders.
+// The file's and the function's own name, without folders and template arguments.
 std::string fileOf(Site site);
+std::string functionOf(Site site);
 
 // An order taken from the store on purpose, to see whether it is missed.
 struct Mutation {
@@ -35,7 +36,7 @@ struct Mutation {
     kNone,
     kWeaken,  // publish is a store, follow a load, a fence nothing
     kDelay,   // a publish comes after the four stores that follow it
-    kEnd,     // a publish comes as the last store of its write
+    kEnd,     // a publish comes after its write has ended
   };
   Kind kind = Kind::kNone;
   std::string file;

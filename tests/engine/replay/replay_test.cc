@@ -1,36 +1,124 @@
-// tests/engine/replay/replay_test.cc
-#include <chrono>
+// tests/engine/replay/replay_test.cc: readers of a table see nothing that was never so, whatever the memory model lets
+// them see; and orders that are taken away from the store on purpose are missed.
+#include <gtest/gtest.h>
+
 #include <algorithm>
-#include <map>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+#include <vector>
+
 #include "tests/engine/replay/readers.h"
-using namespace fibdb::replay;
-int main(int argc, char** argv) {
-  const uint64_t seed = argc > 1 ? strtoull(argv[1], nullptr, 0) : 1;
-  const unsigned runs = argc > 2 ? (unsigned)atoi(argv[2]) : 20000;
-  auto t0 = std::chrono::steady_clock::now();
-  auto secs = [&] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count(); };
-  History h(seed, {});
-  printf("history %.2f s\n", secs());
-  std::map<std::string, unsigned> faults;
-  for (unsigned i = 0; i < runs; ++i) { auto f = replayReader(h, seed * 1000003 + i); if (!f.empty()) { if (faults[f.substr(0, f.find(" (states"))]++ < 2) printf("%u: %s\n", i, f.c_str()); } }
-  printf("%u runs %.2f s, unrecorded %llu\n", runs, secs(), (unsigned long long)h.memory().unrecordedReads());
-  for (auto& [f, n] : faults) printf("%6u %s\n", n, f.c_str());
-  if (argc > 3) {
-    auto sites = h.memory().sites();
-    std::sort(sites.begin(), sites.end(), [](auto& a, auto& b) { return fileOf(a) != fileOf(b) ? fileOf(a) > fileOf(b) : a.line < b.line; });
-    for (auto& s : sites) {
-      for (auto kind : {Mutation::Kind::kWeaken, Mutation::Kind::kDelay, Mutation::Kind::kEnd}) {
-        if (kind != Mutation::Kind::kWeaken && s.access != Access::kPublish) continue;
-        if (fileOf(s) == "hash_index.h" && s.access == Access::kFollow) continue;
-        unsigned found = 0; std::string what; double b = secs();
-        for (uint64_t k = 0; k < 3 && !found; ++k) {
-          History m(seed + k, {.writes = 2000}, {kind, fileOf(s), s.line});
-          for (unsigned i = 0; i < runs / 3; ++i) { auto f = replayReader(m, (seed + k) * 777 + i); if (!f.empty()) { found = i + 1 + k * (runs / 3); what = f; break; } }
-        }
-        printf("%s %s:%d %s(%d) %s %u %s  (%.1f s)\n", kind == Mutation::Kind::kWeaken ? "weaken" : kind == Mutation::Kind::kDelay ? "delay" : "end", fileOf(s).c_str(), s.line, s.function, (int)s.access, found ? "FOUND" : "-", found, what.c_str(), secs() - b); fflush(stdout);
+
+namespace fibdb::replay {
+namespace {
+
+uint64_t seedOfToday() {
+  const char* text = std::getenv("FIBDB_SEED");
+  const uint64_t seed = text != nullptr ? std::strtoull(text, nullptr, 0) : std::random_device{}();
+  std::printf("FIBDB_SEED=%llu\n", static_cast<unsigned long long>(seed));
+  return seed;
+}
+
+// Many keys far apart; few that are written over and over; hosts alone, which split buckets and nodes.
+constexpr HistoryShape kShapes[] = {
+    {.writes = 3000},
+    {.writes = 2500, .nests = 1, .hosts = 6, .groups = 2},
+    {.writes = 2500, .nests = 1, .hosts = 900, .groups = 40},
+};
+
+TEST(Replay, readers_see_nothing_that_was_never_so) {
+  const uint64_t seed = seedOfToday();
+  for (const HistoryShape& shape : kShapes) {
+    History history(seed, shape);
+    for (uint64_t reader = 0; reader < 12000; ++reader) {
+      ASSERT_EQ(replayReader(history, seed + reader), "") << "reader " << reader << ", FIBDB_SEED=" << seed;
+    }
+    EXPECT_EQ(history.memory().unrecordedReads(), 0U) << "the store stores what readers read through word.h only";
+  }
+}
+
+using Kind = Mutation::Kind;
+
+// One access of the store: the nth of its sort in a function, in the order of the lines.
+struct Place {
+  const char* file;
+  const char* function;
+  Access access;
+  size_t nth = 0;
+};
+
+struct Missed {
+  Kind kind;
+  Place place;
+
+  friend void PrintTo(const Missed& missed, std::ostream* out) {
+    constexpr const char* kKinds[] = {"", "weaken", "delay", "end"};
+    constexpr const char* kAccesses[] = {"load", "store", "publish", "follow", "release fence", "acquire fence"};
+    *out << kKinds[static_cast<size_t>(missed.kind)] << ' ' << missed.place.file << ' ' << missed.place.function << ' '
+         << kAccesses[static_cast<size_t>(missed.place.access)] << ' ' << missed.place.nth;
+  }
+};
+
+const std::vector<Site>& allSites() {
+  static const std::vector<Site> sites = [] {
+    std::vector<Site> all;
+    for (const HistoryShape& shape : kShapes) {
+      History history(1, shape);
+      for (uint64_t reader = 0; reader < 500; ++reader) replayReader(history, reader);
+      for (const Site& site : history.memory().sites()) all.push_back(site);
+    }
+    const auto place = [](const Site& site) { return std::tuple(fileOf(site), site.line); };
+    std::sort(all.begin(), all.end(), [&](const Site& a, const Site& b) { return place(a) < place(b); });
+    const auto same = [&](const Site& a, const Site& b) { return place(a) == place(b); };
+    all.erase(std::unique(all.begin(), all.end(), same), all.end());
+    return all;
+  }();
+  return sites;
+}
+
+const Site* siteAt(const Place& place) {
+  size_t nth = 0;
+  for (const Site& site : allSites()) {
+    const bool fits = fileOf(site) == place.file && functionOf(site) == place.function && site.access == place.access;
+    if (fits && nth++ == place.nth) return &site;
+  }
+  return nullptr;
+}
+
+// Replays readers over a store that was changed so, until one sees something that never was; empty: none did.
+std::string firstFault(const Site& site, Kind kind, uint64_t readers) {
+  for (uint64_t round = 0; round < 2; ++round) {
+    for (const HistoryShape& shape : kShapes) {
+      History history(round + 1, shape, {kind, fileOf(site), site.line});
+      for (uint64_t reader = 0; reader < readers; ++reader) {
+        if (const std::string fault = replayReader(history, reader); !fault.empty()) return fault;
       }
     }
   }
+  return "";
 }
+
+class Order : public testing::TestWithParam<Missed> {};
+
+TEST_P(Order, is_missed) {
+  const Site* site = siteAt(GetParam().place);
+  ASSERT_NE(site, nullptr) << "the store has no such access (any more)";
+  EXPECT_NE(firstFault(*site, GetParam().kind, 6000), "");
+}
+
+// Prints which of all orders of the store are missed; the list above is what it finds without much luck.
+TEST(Replay, DISABLED_every_order_of_the_store) {
+  for (const Site& site : allSites()) {
+    for (const Kind kind : {Kind::kWeaken, Kind::kDelay, Kind::kEnd}) {
+      if (kind != Kind::kWeaken && site.access != Access::kPublish) continue;
+      const std::string fault = firstFault(site, kind, 2500);
+      std::printf("%d %s:%d %s %d: %s\n", static_cast<int>(kind), fileOf(site).c_str(), site.line,
+                  functionOf(site).c_str(), static_cast<int>(site.access), fault.empty() ? "-" : fault.c_str());
+      std::fflush(stdout);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace fibdb::replay
