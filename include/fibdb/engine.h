@@ -4,6 +4,11 @@
  *
  * Functions return 0 or a code of this header or of common.h. Any thread may call them at any time.
  *
+ * What reads promise beside writers, which they never wait for: a single read (by primary or secondary key, unique, the
+ * first step of an iterator by longest prefix) and a count are right at some moment between call and return. Of several
+ * records under a secondary key a read gives the first in the order of the primary key. An iterator returns every
+ * record that stays exactly once and none twice; a record that comes later it does not return.
+ *
  * fork(): the child has the tables as they stood between two writes, registered tables and limits included, and a copy
  * of its own: it may read and write at once, whatever other threads of the parent were doing, and neither process sees
  * what the other writes afterwards. It has none of the parent's objects, iterators and connections: their handles are
@@ -72,7 +77,11 @@ typedef struct FibDbEngineTableStats {
 } FibDbEngineTableStats;
 FIBDB_API uint32_t fibdb_engine_table_stats(uint32_t table, FibDbEngineTableStats* out);
 
-/* Limits of one table; 0 lifts a limit. What is stored already stays. */
+/* Limits of one table; 0 lifts a limit. What is stored already stays. bytes counts whole extents of 256 KiB.
+ * At a limit, and when the arena is exhausted, a write that needs more is refused (DB_ERR_RECORD_LIMIT,
+ * DB_ERR_MEMORY_LIMIT, DB_ERR_NO_MEMORY), everything stored stays readable, and every record can be removed: for that
+ * a table keeps some 100 KiB back. What was removed can be inserted again; a table that is refilled in another order may
+ * for that pass its memory limit by up to a quarter. */
 FIBDB_API uint32_t fibdb_engine_set_limits(uint32_t table, uint64_t records, uint64_t bytes);
 
 typedef enum FibDbEngineColumnKind {

@@ -93,6 +93,7 @@ void History::write(std::mt19937_64& random) {
   const auto key = static_cast<uint32_t>(random() % keys_.size());
   std::vector<Version>& versions = versions_[key];
   const bool there = !versions.empty() && versions.back().to == kForEver;
+  written_.push_back(key);
   // It grows and shrinks by turns.
   const uint32_t removals = state_ * 4 / shape_.writes % 2 == 0 ? 3 : 6;
   ++state_;

@@ -103,6 +103,7 @@ class History {
   const std::vector<RowKey>& keys() const { return keys_; }
   const std::vector<Version>& versionsOf(uint32_t key) const { return versions_[key]; }
   uint32_t placeOf(const RowKey& key) const;
+  uint32_t keyWritten(size_t write) const { return written_[write]; }
   const Version* versionAt(uint32_t key, State state) const;
 
   const std::vector<Probe>& probes() const { return probes_; }
@@ -123,6 +124,7 @@ class History {
   store::Table& table_;
   std::vector<RowKey> keys_;
   std::vector<std::vector<Version>> versions_;
+  std::vector<uint32_t> written_;
   State state_ = 0;
   uint32_t stamp_ = 1;
   std::vector<Probe> probes_;

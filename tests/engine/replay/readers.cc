@@ -17,10 +17,24 @@ class Reader {
   Reader(History& history, uint64_t seed) : history_(history), memory_(history.memory()), random_(seed) {}
 
   std::string play() {
-    const auto write = static_cast<size_t>(random_() % memory_.writes());
-    memory_.replay(write, random_(), [&] {
+    write_ = below(memory_.writes());
+    memory_.replay(write_, random_(), [&] {
       first_ = static_cast<State>(memory_.writesKnown());
-      switch (random_() % 9) {
+      // Walks are long, so there are fewer of them.
+      switch (random_() % 32) {
+        case 0:
+          return walkAll();
+        case 1:
+          return walkRange();
+        case 2:
+          return walkGroup();
+        case 3:
+        case 4:
+          return walkPrefixes();
+        default:
+          break;
+      }
+      switch (random_() % 5) {
         case 0:
         case 1:
           return readByKey();
@@ -28,16 +42,8 @@ class Reader {
           return lookUp();
         case 3:
           return readFirstOfGroup();
-        case 4:
-          return count();
-        case 5:
-          return walkAll();
-        case 6:
-          return walkRange();
-        case 7:
-          return walkGroup();
         default:
-          return walkPrefixes();
+          return count();
       }
     });
     return fault_;
@@ -50,6 +56,17 @@ class Reader {
   }
   size_t below(size_t bound) { return static_cast<size_t>(random_() % bound); }
   static uint8_t* bytes(Row& row) { return row.bytes(); }
+
+  // Any key, or one that is written about now.
+  uint32_t someKey() {
+    if (below(2) == 0) return static_cast<uint32_t>(below(history_.keys().size()));
+    return history_.keyWritten(std::min(write_ - std::min<size_t>(write_, 1) + below(3), memory_.writes() - 1));
+  }
+  uint32_t someGroup() {
+    const auto& versions = history_.versionsOf(someKey());
+    return versions.empty() ? static_cast<uint32_t>(below(history_.groups()))
+                            : versions[below(versions.size())].row.group;
+  }
 
   // Whether `holds` does in one of the states that may have been the moment.
   template <class Holds>
@@ -73,7 +90,7 @@ class Reader {
   }
 
   void readByKey() {
-    const auto key = static_cast<uint32_t>(below(history_.keys().size()));
+    const uint32_t key = someKey();
     Row row{};
     const uint32_t code = history_.table().read(kIndexes[0], history_.keys()[key].bytes(), bytes(row));
     const bool right = someMoment(
@@ -97,7 +114,7 @@ class Reader {
   }
 
   void readFirstOfGroup() {
-    const auto group = static_cast<uint32_t>(below(history_.groups()));
+    const uint32_t group = someGroup();
     Row row{};
     const uint32_t code = history_.table().read(kIndexes[1], reinterpret_cast<const uint8_t*>(&group), bytes(row));
     const bool right = someMoment([&](State state) {
@@ -108,7 +125,7 @@ class Reader {
   }
 
   void count() {
-    const auto group = static_cast<uint32_t>(below(history_.groups()));
+    const uint32_t group = someGroup();
     uint64_t records = 0;
     history_.table().countByKey(kIndexes[1], reinterpret_cast<const uint8_t*>(&group), records);
     if (!someMoment([&](State state) { return history_.countOf(group, state) == records; })) {
@@ -198,6 +215,7 @@ class Reader {
   History& history_;
   MemoryModel& memory_;
   std::mt19937_64 random_;
+  size_t write_ = 0;
   State first_ = 0;
   std::string fault_;
 };
