@@ -1,7 +1,7 @@
 /* fibdb/nexthop.h: next hops, keyed by a 32-bit next-hop index; standard (IPv4) next hops; next hops with a 16-byte
- * address.
+ * address; next hops into a VPN.
  *
- * Functions over several records of the last two tables
+ * Functions over several records of the standard and the 16-byte address tables
  *  - Count...: stores how many records stand under a key; a failure is the database's code and stores nothing.
  *  - Read...By...: fills buf, an array of whole items of bufLen bytes, with the records under a key, as many as it has
  *    room for, and stores how many these are in *count (count may be NULL). That there were more is not told. An
@@ -273,6 +273,48 @@ FIBDB_API FibDbIterator* FIB_DB_CreateNhpLlaIteratorByIfIndex(uint32_t ifIndex, 
 FIBDB_API FibDbIterator* FIB_DB_CreateNhpLlaIteratorByGlobalSlotId(uint32_t globalSlotId, uint32_t property);
 FIBDB_API uint32_t FIB_DB_GetNextNhpLlaEntry(FibDbIterator* handle, FibDbNhpLlaItem* item);
 FIBDB_API void FIB_DB_ReleaseNhpLlaIterator(FibDbIterator* handle);
+
+/* Index ids of the VPN next-hop table. */
+enum {
+  FIB_DB_NHP_VPN_PRIMARY = 0x00010010,     /* nhp_index, vr_id, vrf_index, dst_vpn_id */
+  FIB_DB_NHP_VPN_BY_NHP_INDEX = 0x01090004 /* nhp_index */
+};
+
+/* A next hop's way from a VR and VRF into a destination VPN. Stamps are the caller's: they are stored as given. */
+typedef struct FibDbNhpVpnItem {
+  uint32_t nhp_index;
+  uint32_t vr_id;
+  uint32_t vrf_index;
+  uint32_t dst_vpn_id;
+  uint32_t app_source_id;
+  uint32_t app_serial_id;
+  uint64_t app_obj_id;
+  uint32_t app_version;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+} FibDbNhpVpnItem;
+
+/* key: room for the 16 bytes of the primary key. */
+FIBDB_API void FIB_DB_SetNhpVpnKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpVpnItem* item);
+/* Stages all fields of item on obj: 0, or 1 if any field failed. */
+FIBDB_API uint32_t FIB_DB_SetNhpVpnItem(uint64_t obj, const FibDbNhpVpnItem* item);
+/* Fills item, unless it is NULL, from the record that obj stands on; a field that fails is logged and left as it was.
+ */
+FIBDB_API void FIB_DB_GetNhpVpnItem(uint64_t obj, FibDbNhpVpnItem* item);
+
+/* Inserts or replaces. */
+FIBDB_API uint32_t FIB_DB_WriteNhpVpn(const FibDbNhpVpnItem* item);
+/* Fills item by its primary key; 60 when there is none. Other failures: the database's code. */
+FIBDB_API uint32_t FIB_DB_ReadNhpVpn(FibDbNhpVpnItem* item);
+/* Fills item with any one record of this next hop. DB_ERR_ITER_END (110012, not 60) when there is none. Other
+ * failures: the database's code. */
+FIBDB_API uint32_t FIB_DB_ReadNhpVpnByNhpIndex(uint32_t nhpIndex, FibDbNhpVpnItem* item);
+/* Stores the low 8 bits of how many records this next hop has: 256 are 0. A failure is the database's code and stores
+ * nothing. */
+FIBDB_API uint32_t FIB_DB_CountNhpVpnByNhpIndex(uint32_t nhpIndex, uint8_t* count);
+FIBDB_API uint32_t FIB_DB_RemoveNhpVpn(const FibDbNhpVpnItem* item);
+/* Every record of this next hop. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpVpnByNhpIndex(uint32_t nhpIndex);
 
 #ifdef __cplusplus
 }
