@@ -177,7 +177,8 @@ struct UpdateWholeHow {
   Text<uint32_t> stageFailed = {};
 };
 
-// Replaces the whole record of item's key, which must exist.
+// Changes what the table stages, as a rule the whole record of item's key, which must exist. A field that cannot be
+// staged stops it.
 template <class Item, class Key>
 uint32_t updateWhole(const Table<Item, Key>& table, const Item* item, const UpdateWholeHow& how = {}) {
   if (item == nullptr) return FIB_DB_ERR;

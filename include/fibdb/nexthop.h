@@ -1,7 +1,7 @@
 /* fibdb/nexthop.h: next hops, keyed by a 32-bit next-hop index; standard (IPv4) next hops; next hops with a 16-byte
- * address; next hops into a VPN.
+ * address; next hops into a VPN; next hops into a VXLAN tunnel.
  *
- * Functions over several records of the standard and the 16-byte address tables
+ * Functions over several records of the standard, 16-byte address and VXLAN tables
  *  - Count...: stores how many records stand under a key; a failure is the database's code and stores nothing.
  *  - Read...By...: fills buf, an array of whole items of bufLen bytes, with the records under a key, as many as it has
  *    room for, and stores how many these are in *count (count may be NULL). That there were more is not told. An
@@ -315,6 +315,124 @@ FIBDB_API uint32_t FIB_DB_CountNhpVpnByNhpIndex(uint32_t nhpIndex, uint8_t* coun
 FIBDB_API uint32_t FIB_DB_RemoveNhpVpn(const FibDbNhpVpnItem* item);
 /* Every record of this next hop. */
 FIBDB_API uint32_t FIB_DB_RemoveNhpVpnByNhpIndex(uint32_t nhpIndex);
+
+/* Index ids of the VXLAN next-hop table. */
+enum {
+  /* nhp_index, vr_id, tunnel_vrf_index, tunnel_id, tunnel_type, af_type, gwip */
+  FIB_DB_NHP_VXLAN_PRIMARY = 0x00010022,
+  FIB_DB_NHP_VXLAN_BY_NHP_INDEX = 0x01090004, /* nhp_index */
+  /* three words and a byte; the embedded engine takes vr_id, tunnel_vrf_index, tunnel_id, tunnel_type */
+  FIB_DB_NHP_VXLAN_BY_TUNNEL = 0x0209000D,
+  FIB_DB_NHP_VXLAN_BY_VNI = 0x03090008 /* two words; the embedded engine takes vr_id, vn_id */
+};
+
+/* One next hop into a VXLAN tunnel. Stamps, states and contexts are the caller's: they are stored as given. */
+typedef struct FibDbNhpVxlanItem {
+  uint32_t nhp_index;
+  uint32_t vr_id;
+  uint32_t tunnel_vrf_index;
+  uint32_t tunnel_id;
+  uint8_t tunnel_type;
+  uint8_t af_type;  /* of gwip */
+  uint8_t gwip[16]; /* gateway address */
+  uint32_t vrf_index;
+  uint32_t flags;
+  uint32_t vn_id;
+  uint32_t aib_index;
+  uint16_t overlay_type;
+  uint8_t mac_addr[6];
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint32_t app_source_id;
+  uint32_t group_smooth_id;
+  uint64_t app_obj_id;
+  uint32_t app_version;
+  uint32_t vsi_index;
+  uint32_t dvp_index;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+} FibDbNhpVxlanItem;
+
+/* The same as the database stores it: byte-packed, 138 bytes. */
+#pragma pack(push, 1)
+typedef struct FibDbNhpVxlanRow {
+  uint32_t nhp_index;
+  uint32_t vr_id;
+  uint32_t tunnel_vrf_index;
+  uint32_t tunnel_id;
+  uint8_t tunnel_type;
+  uint8_t af_type;
+  uint8_t gwip[16];
+  uint32_t vrf_index;
+  uint32_t flags;
+  uint32_t vn_id;
+  uint32_t aib_index;
+  uint16_t overlay_type;
+  uint8_t mac_addr[6];
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint32_t app_source_id;
+  uint32_t group_smooth_id;
+  uint64_t app_obj_id;
+  uint32_t app_version;
+  uint32_t vsi_index;
+  uint32_t dvp_index;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+} FibDbNhpVxlanRow;
+#pragma pack(pop)
+
+/* key: room for the 34 bytes of the primary key. 0, or the code of the copy of gwip. */
+FIBDB_API uint32_t FIB_DB_SetNhpVxlanKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpVxlanItem* item);
+/* Stages all fields of item on obj: 0, or 1 if any field failed. */
+FIBDB_API uint32_t FIB_DB_SetNhpVxlanItem(uint64_t obj, const FibDbNhpVxlanItem* item);
+/* Fills item, unless it is NULL, from the record that obj stands on. Every field is tried, whatever failed before it;
+ * failures are logged in one line. */
+FIBDB_API void FIB_DB_GetNhpVxlanItem(uint64_t obj, FibDbNhpVxlanItem* item);
+/* Fills dst from a FibDbNhpVxlanRow, but for group_smooth_id and the two time stamps, which stay as they were. Nothing
+ * when either pointer is NULL. */
+FIBDB_API void FIB_DB_GetNhpVxlanItemLite(FibDbNhpVxlanItem* dst, const void* row);
+
+/* Inserts or replaces. */
+FIBDB_API uint32_t FIB_DB_WriteNhpVxlan(const FibDbNhpVxlanItem* item);
+/* Fills item by its primary key; 60 when there is none. Other failures: the database's code. item must not be NULL. */
+FIBDB_API uint32_t FIB_DB_ReadNhpVxlan(FibDbNhpVxlanItem* item);
+FIBDB_API uint32_t FIB_DB_RemoveNhpVxlan(const FibDbNhpVxlanItem* item);
+/* Every record of this next hop. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpVxlanByNhpIndex(uint32_t nhpIndex);
+
+/* The bulk reads of this table leave group_smooth_id and the two time stamps of each item in buf as they were. A record
+ * that cannot be fetched ends them, with 60 when it is missing and 1 otherwise; the items before it are filled and
+ * counted. */
+FIBDB_API uint32_t FIB_DB_ReadNhpVxlanByKey(const FibDbKeyDesc* desc, const void* key, uint32_t bufLen,
+                                            FibDbNhpVxlanItem* buf, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpVxlanByKey(const FibDbKeyDesc* desc, const void* key, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_ReadNhpVxlanByNhpIndex(uint32_t nhpIndex, uint32_t bufLen, FibDbNhpVxlanItem* buf,
+                                                 uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpVxlanByNhpIndex(uint32_t nhpIndex, uint32_t* count);
+
+/* Changes both service contexts, the four states and error codes and time_stamp_svc of the record with item's primary
+ * key. 1, and nothing is changed, when a field cannot be staged. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpVxlanContext(const FibDbNhpVxlanItem* item);
+
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVxlanIterator(uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVxlanIteratorByKey(const FibDbKeyDesc* desc, const void* key,
+                                                            uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVxlanIteratorByNhpIndex(uint32_t nhpIndex, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVxlanIteratorByTunnelKey(uint32_t key0, uint32_t key1, uint32_t key2,
+                                                                  uint8_t keyByte, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVxlanIteratorByVniKey(uint32_t key0, uint32_t key1, uint32_t property);
+/* A failure is not counted here, and a NULL argument, or a handle without its object or iterator, is logged. */
+FIBDB_API uint32_t FIB_DB_GetNextNhpVxlanItem(FibDbIterator* handle, FibDbNhpVxlanItem* item);
+FIBDB_API void FIB_DB_ReleaseNhpVxlanIterator(FibDbIterator* handle);
 
 #ifdef __cplusplus
 }
