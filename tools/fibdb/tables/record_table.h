@@ -89,6 +89,12 @@ struct StepOf<uint32_t (*)(Iterator*, Item*)> {
   using item = Item;
 };
 
+// A creation by an index whose key are these members of the query.
+template <auto kCreate, auto kFirst, auto... kRest>
+constexpr auto under = [](const typename MemberClass<decltype(kFirst)>::type* query, uint32_t property) {
+  return kCreate(query->*kFirst, query->*kRest..., property);
+};
+
 // kCreate takes a property, a query, or a query and a property.
 template <auto kCreate, auto kNext, auto kRelease>
 constexpr Walk walkOf() {

@@ -4,7 +4,8 @@
 namespace fibdb::program {
 namespace {
 
-constexpr const RecordTable* kTables[] = {&kNexthops, &kArGroups};
+constexpr const RecordTable* kTables[] = {&kNexthops,    &kStandardNexthops, &kLlaNexthops,
+                                          &kVpnNexthops, &kVxlanNexthops,    &kArGroups};
 
 }  // namespace
 

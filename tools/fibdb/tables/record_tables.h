@@ -7,6 +7,10 @@
 namespace fibdb::program {
 
 extern const RecordTable kNexthops;
+extern const RecordTable kStandardNexthops;
+extern const RecordTable kLlaNexthops;
+extern const RecordTable kVpnNexthops;
+extern const RecordTable kVxlanNexthops;
 extern const RecordTable kArGroups;
 
 // In the order of help.

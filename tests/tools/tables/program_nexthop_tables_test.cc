@@ -1,0 +1,200 @@
+// tests/tools/tables/program_nexthop_tables_test.cc: the next hops of each kind, shown and changed by the program.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/tools/run_program.h"
+
+namespace fibdb::program {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using Json = nlohmann::json;
+
+std::vector<Json> answersOf(const Args& lines) {
+  Args args = commands(lines);
+  args.emplace_back("--json");
+  const Outcome outcome = runProgram(args);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  return jsonLines(outcome.out);
+}
+
+// The values of one field in the rows of a list, which begins behind the answers to the lines before it.
+std::vector<Json> listed(const Args& before, const std::string& show, const char* field) {
+  Args lines = before;
+  lines.push_back(show);
+  std::vector<Json> values;
+  const std::vector<Json> answers = answersOf(lines);
+  for (size_t i = before.size(); i < answers.size(); ++i) values.push_back(answers[i].at(field));
+  return values;
+}
+
+std::string errorOf(const std::string& line) {
+  const Outcome outcome = runProgram(commands({line}));
+  EXPECT_NE(outcome.status, 0);
+  return outcome.err;
+}
+
+TEST(StandardNexthop, is_added_shown_changed_counted_and_deleted) {
+  const auto answers =
+      answersOf({"add standard-nexthop 7 10.0.0.1 3 vr 1 vrf 2 flags 4 forward_type 5 forward_vs 6 "
+                 "type 7 iid_flags 8 work_interface 9 slot 10 attributes 11 status_high 12 "
+                 "status_normal 13 error_high 14 error_normal 15 "
+                 "context_high 000102030405060708090a0b0c0d0e0f source 16 smooth 17 object 18 "
+                 "version 19 stamp_app 20 stamp_svc 21",
+                 "set standard-nexthop 7 10.0.0.1 3 flags 0x40 status_high 120", "show standard-nexthop 7 10.0.0.1 3",
+                 "count standard-nexthop", "delete standard-nexthop 7 10.0.0.1 3", "count standard-nexthop"});
+  EXPECT_EQ(answers.at(0), (Json{{"index", 7}, {"address", "10.0.0.1"}, {"interface", 3}, {"replaced", false}}));
+  const Json expected{{"index", 7},
+                      {"address", "10.0.0.1"},
+                      {"interface", 3},
+                      {"vr", 1},
+                      {"vrf", 2},
+                      {"flags", 64},
+                      {"forward_type", 5},
+                      {"forward_vs", 6},
+                      {"type", 7},
+                      {"iid_flags", 8},
+                      {"work_interface", 9},
+                      {"slot", 10},
+                      {"attributes", 11},
+                      {"status_high", 120},
+                      {"status_normal", 13},
+                      {"error_high", 14},
+                      {"error_normal", 15},
+                      {"context_high", "000102030405060708090a0b0c0d0e0f"},
+                      {"context_normal", "0"},
+                      {"source", 16},
+                      {"smooth", 17},
+                      {"object", 18},
+                      {"version", 19},
+                      {"stamp_app", 20},
+                      {"stamp_svc", 21}};
+  EXPECT_EQ(answers.at(2), expected);
+  EXPECT_EQ(answers.at(3).at("records"), 1);
+  EXPECT_EQ(answers.at(4).at("deleted"), true);
+  EXPECT_EQ(answers.at(5).at("records"), 0);
+}
+
+TEST(StandardNexthop, is_found_by_every_index_and_listed_in_the_order_of_its_key) {
+  const Args three{"add standard-nexthop 2 10.0.0.9 1 slot 8 work_interface 6",
+                   "add standard-nexthop 1 10.0.0.10 1 slot 8 work_interface 7",
+                   "add standard-nexthop 1 10.0.0.9 2 slot 9 work_interface 7"};
+  EXPECT_THAT(listed(three, "show standard-nexthop", "address"), ElementsAre("10.0.0.9", "10.0.0.10", "10.0.0.9"));
+  EXPECT_THAT(listed(three, "show standard-nexthop", "index"), ElementsAre(1, 1, 2));
+  EXPECT_THAT(listed(three, "show standard-nexthop index 1", "interface"), ElementsAre(2, 1));
+  EXPECT_THAT(listed(three, "show standard-nexthop interface 1", "index"), ElementsAre(1, 2));
+  EXPECT_THAT(listed(three, "show standard-nexthop address 10.0.0.9 interface 2", "slot"), ElementsAre(9));
+  EXPECT_THAT(listed(three, "show standard-nexthop interface 2 address 10.0.0.9", "slot"), ElementsAre(9));
+  EXPECT_THAT(listed(three, "show standard-nexthop work_interface 7", "slot"), ElementsAre(9, 8));
+  EXPECT_THAT(listed(three, "show standard-nexthop slot 8", "index"), ElementsAre(1, 2));
+  EXPECT_THAT(listed(three, "show standard-nexthop slot 7", "index"), IsEmpty());
+}
+
+TEST(StandardNexthop, a_missing_one_and_wrong_words_are_refused) {
+  EXPECT_EQ(errorOf("show standard-nexthop 7 10.0.0.1 3"), "fibdb: no standard next hop 7 10.0.0.1 3\n");
+  EXPECT_EQ(errorOf("set standard-nexthop 7 10.0.0.1 3 flags 1"), "fibdb: no standard next hop 7 10.0.0.1 3\n");
+  EXPECT_EQ(errorOf("delete standard-nexthop 7 10.0.0.1 3"), "fibdb: no standard next hop 7 10.0.0.1 3\n");
+  EXPECT_THAT(errorOf("add standard-nexthop 7 10.0.0 3"), HasSubstr("\"10.0.0\" is not an IPv4 address"));
+  EXPECT_THAT(errorOf("show standard-nexthop address 10.0.0.1"), HasSubstr("no index serves these words together"));
+  EXPECT_THAT(errorOf("add standard-nexthop 7 10.0.0.1 3 context_high 00"), HasSubstr("is not 32 hexadecimal digits"));
+}
+
+TEST(LlaNexthop, is_added_shown_changed_counted_and_deleted) {
+  const auto answers =
+      answersOf({"add lla-nexthop 7 fe80::1 3 vr 1 status_high 12 context_normal "
+                 "000102030405060708090a0b0c0d0e0f stamp_svc 18446744073709551615",
+                 "set lla-nexthop 7 FE80::1 3 vrf 5", "show lla-nexthop 7 fe80::1 3", "count lla-nexthop",
+                 "delete lla-nexthop 7 fe80::1 3", "count lla-nexthop"});
+  EXPECT_EQ(answers.at(1), (Json{{"index", 7}, {"address", "fe80::1"}, {"interface", 3}, {"vrf", 5}}));
+  EXPECT_EQ(answers.at(2).at("vr"), 1);
+  EXPECT_EQ(answers.at(2).at("vrf"), 5);
+  EXPECT_EQ(answers.at(2).at("status_high"), 12);
+  EXPECT_EQ(answers.at(2).at("context_high"), "0");
+  EXPECT_EQ(answers.at(2).at("context_normal"), "000102030405060708090a0b0c0d0e0f");
+  EXPECT_EQ(answers.at(2).at("stamp_svc"), 18446744073709551615u);
+  EXPECT_EQ(answers.at(3).at("records"), 1);
+  EXPECT_EQ(answers.at(5).at("records"), 0);
+}
+
+TEST(LlaNexthop, is_found_by_every_index) {
+  const Args three{"add lla-nexthop 2 fe80::9 1 slot 8", "add lla-nexthop 1 fe80::10 1 slot 8",
+                   "add lla-nexthop 1 fe80::9 2 slot 9"};
+  EXPECT_THAT(listed(three, "show lla-nexthop", "address"), ElementsAre("fe80::9", "fe80::10", "fe80::9"));
+  EXPECT_THAT(listed(three, "show lla-nexthop index 1", "interface"), ElementsAre(2, 1));
+  EXPECT_THAT(listed(three, "show lla-nexthop interface 1", "index"), ElementsAre(1, 2));
+  EXPECT_THAT(listed(three, "show lla-nexthop slot 9", "interface"), ElementsAre(2));
+  EXPECT_EQ(errorOf("show lla-nexthop 7 fe80::1 3"), "fibdb: no LLA next hop 7 fe80::1 3\n");
+}
+
+TEST(VpnNexthop, is_added_shown_changed_counted_and_deleted) {
+  const auto answers =
+      answersOf({"add vpn-nexthop 7 1 2 3 source 4 serial 5 object 6 version 7 stamp_app 8 "
+                 "stamp_svc 9",
+                 "set vpn-nexthop 7 1 2 3 serial 55", "show vpn-nexthop 7 1 2 3", "add vpn-nexthop 7 1 2 3",
+                 "count nhp_vpn", "delete vpn-nexthop 7 1 2 3", "count nhp_vpn"});
+  EXPECT_EQ(answers.at(2), (Json{{"index", 7},
+                                 {"vr", 1},
+                                 {"vrf", 2},
+                                 {"vpn", 3},
+                                 {"source", 4},
+                                 {"serial", 55},
+                                 {"object", 6},
+                                 {"version", 7},
+                                 {"stamp_app", 8},
+                                 {"stamp_svc", 9}}));
+  EXPECT_EQ(answers.at(3).at("replaced"), true);
+  EXPECT_EQ(answers.at(4).at("records"), 1);
+  EXPECT_EQ(answers.at(6).at("records"), 0);
+}
+
+TEST(VpnNexthop, has_no_list_because_nothing_iterates_the_table) {
+  EXPECT_THAT(errorOf("show vpn-nexthop"), HasSubstr("usage: show vpn-nexthop INDEX VR VRF VPN\n"));
+  EXPECT_EQ(errorOf("show vpn-nexthop 7 1 2 3"), "fibdb: no VPN next hop 7 1 2 3\n");
+}
+
+TEST(VxlanNexthop, is_added_shown_changed_counted_and_deleted) {
+  const std::string hop = "vxlan-nexthop 7 1 2 3 4 6 2001:db8::1";
+  const auto answers = answersOf({"add " + hop +
+                                      " vrf 5 flags 6 vni 5000 aib 8 overlay_type 9 mac 0a0b0c0d0e0f vsi 10 dvp 11 "
+                                      "status_high 12 smooth 13 stamp_app 14 stamp_svc 15",
+                                  "set " + hop + " vni 5001 status_normal 16", "show " + hop, "count vxlan-nexthop",
+                                  "delete " + hop, "count vxlan-nexthop"});
+  const Json& shown = answers.at(2);
+  EXPECT_EQ(shown.at("tunnel_vrf"), 2);
+  EXPECT_EQ(shown.at("tunnel"), 3);
+  EXPECT_EQ(shown.at("tunnel_type"), 4);
+  EXPECT_EQ(shown.at("family"), 6);
+  EXPECT_EQ(shown.at("gateway"), "2001:db8::1");
+  EXPECT_EQ(shown.at("vrf"), 5);
+  EXPECT_EQ(shown.at("flags"), 6);
+  EXPECT_EQ(shown.at("vni"), 5001);
+  EXPECT_EQ(shown.at("aib"), 8);
+  EXPECT_EQ(shown.at("overlay_type"), 9);
+  EXPECT_EQ(shown.at("mac"), "0a0b0c0d0e0f");
+  EXPECT_EQ(shown.at("vsi"), 10);
+  EXPECT_EQ(shown.at("dvp"), 11);
+  EXPECT_EQ(shown.at("status_high"), 12);
+  EXPECT_EQ(shown.at("status_normal"), 16);
+  EXPECT_EQ(shown.at("smooth"), 13);
+  EXPECT_EQ(shown.at("stamp_app"), 14);
+  EXPECT_EQ(shown.at("stamp_svc"), 15);
+  EXPECT_EQ(answers.at(3).at("records"), 1);
+  EXPECT_EQ(answers.at(5).at("records"), 0);
+}
+
+TEST(VxlanNexthop, is_found_by_every_index) {
+  const Args three{"add vxlan-nexthop 2 1 2 3 4 6 2001:db8::1 vni 50",
+                   "add vxlan-nexthop 1 1 2 3 4 6 2001:db8::2 vni 50",
+                   "add vxlan-nexthop 1 1 2 3 5 6 2001:db8::3 vni 51"};
+  EXPECT_THAT(listed(three, "show vxlan-nexthop", "gateway"), ElementsAre("2001:db8::2", "2001:db8::3", "2001:db8::1"));
+  EXPECT_THAT(listed(three, "show vxlan-nexthop index 1", "tunnel_type"), ElementsAre(4, 5));
+  EXPECT_THAT(listed(three, "show vxlan-nexthop vr 1 tunnel_vrf 2 tunnel 3 tunnel_type 4", "index"), ElementsAre(1, 2));
+  EXPECT_THAT(listed(three, "show vxlan-nexthop vr 1 vni 51", "gateway"), ElementsAre("2001:db8::3"));
+  EXPECT_THAT(listed(three, "show vxlan-nexthop vr 51 vni 1", "gateway"), IsEmpty());
+}
+
+}  // namespace
+}  // namespace fibdb::program
