@@ -236,20 +236,26 @@ struct ReadHow {
   bool unguarded = false;                                         // a NULL item is not caught
 };
 
-// Reads by the primary key of item into item.
-template <class Item, class Key>
-uint32_t read(const Table<Item, Key>& table, Item* item, const ReadHow<Item>& how) {
-  if (item == nullptr && !how.unguarded) return FIB_DB_ERR;
+// makeKey gives a descriptor and packed bytes, once there is an object.
+template <class Item, class Key, class MakeKey>
+uint32_t readBy(const Table<Item, Key>& table, Item* item, const ReadHow<Item>& how, const MakeKey& makeKey) {
   const Object obj(table, FIB_DB_OBJ_OP_READ);
   if (const uint32_t code = obj.error()) {
     how.createFailed.error(code);
     return code;
   }
-  const KeyOf<Item, Key> key(table, item);
+  const auto key = makeKey();
   const uint32_t code = table.fetch(obj.handle(), &key.desc, &key.bytes, item);
   if (code == FIB_DB_OK) return FIB_DB_OK;
   if (code == DB_ERR_NO_DATA) return FIB_DB_NOT_FOUND;
   return how.failed != nullptr ? how.failed(code, item) : how.failure(code);
+}
+
+// Reads by the primary key of item into item.
+template <class Item, class Key>
+uint32_t read(const Table<Item, Key>& table, Item* item, const ReadHow<Item>& how) {
+  if (item == nullptr && !how.unguarded) return FIB_DB_ERR;
+  return readBy(table, item, how, [&] { return KeyOf<Item, Key>(table, item); });
 }
 
 template <class Item>

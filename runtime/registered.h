@@ -24,8 +24,8 @@ struct RegisteredTable {
   using Item = ItemT;
   using Row = RowT;
 
-  uint32_t id;                                // the service's own number
-  void (*pack)(const Item* item, void* row);  // into a zeroed row
+  uint32_t id;                                          // the service's own number
+  void (*pack)(const Item* item, void* row) = nullptr;  // into a zeroed row, where records are created
   void (*unpack)(const void* row, Item* item);
 };
 
@@ -55,16 +55,25 @@ class KeyRequest {
   template <class Item>
   KeyRequest(const Item* item, KeyBuilder<Item>* build) {
     build(item, &desc_.indexId, key_);
-    FibDbUfibKey& request = *request_.get();
-    request.desc = &desc_;
-    request.descLen = sizeof desc_;
-    request.key = key_;
-    request.keyLen = desc_.indexId & 0xFFFF;
+    pointAtKey();
+  }
+  template <uint32_t IndexId>
+  explicit KeyRequest(const PackedKey<IndexId>& key) : desc_(key.desc) {
+    std::memcpy(key_, key.bytes.data(), sizeof key.bytes);
+    pointAtKey();
   }
 
   const FibDbUfibKey* get() const { return request_.get(); }
 
  private:
+  void pointAtKey() {
+    FibDbUfibKey& request = *request_.get();
+    request.desc = &desc_;
+    request.descLen = sizeof desc_;
+    request.key = key_;
+    request.keyLen = keyLengthOf(desc_.indexId);
+  }
+
   FibDbKeyDesc desc_{};
   uint8_t key_[schema::kMaxKeyLength]{};
   Zeroed<FibDbUfibKey> request_;
@@ -138,6 +147,12 @@ void* iterateEntries(const RegisteredTable<Item, Row>& table, const Item* item, 
   if (item == nullptr) return nullptr;
   const KeyRequest key(item, build);
   return UFIB_DB_CreateIteratorByKey(table.id, property, key.get());
+}
+
+// The entries under a key that is not an item's.
+template <class Item, class Row, uint32_t IndexId>
+void* iterateUnder(const RegisteredTable<Item, Row>& table, const PackedKey<IndexId>& key, uint32_t property) {
+  return UFIB_DB_CreateIteratorByKey(table.id, property, KeyRequest(key).get());
 }
 
 template <class Item, class Row>

@@ -1,6 +1,7 @@
 // tests/registered/ar_group_attr_test.cc: AR group attributes over the recorded table service.
 #include <cstddef>
 
+#include "tests/support/service_records.h"
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test {
@@ -191,17 +192,6 @@ TEST_F(ArGroupAttrTest, CountArGroupAttrByGroupTypeHash_goes_by_the_origin_key) 
 }
 
 // What the service is handed, byte for byte.
-// Leaves a pattern where the next call's locals will stand.
-[[gnu::noinline]] void dirtyTheStack() {
-  volatile uint8_t stack[4096];
-  for (volatile uint8_t& byte : stack) byte = 0xEE;
-}
-
-template <class Field>
-void clearAt(Row& record, size_t offset) {
-  std::fill_n(record.begin() + static_cast<std::ptrdiff_t>(offset), sizeof(Field), uint8_t{0});
-}
-
 TEST_F(ArGroupAttrTest, Records_for_the_service_are_zero_between_and_behind_their_fields) {
   void* const iterator = FIB_DB_CreateArGroupAttrIterator(0xFFFFFFFF);
   platform.entries = {packed(item)};
@@ -216,18 +206,7 @@ TEST_F(ArGroupAttrTest, Records_for_the_service_are_zero_between_and_behind_thei
   FIB_DB_ReleaseArGroupAttrIterator(FIB_DB_CreateArGroupAttrIteratorByOriginValue(&item, 0));
   FIB_DB_ReleaseArGroupAttrIterator(iterator);
   ASSERT_EQ(platform.serviceRecords.size(), 11u);
-  for (Row& record : platform.serviceRecords) {
-    if (record.size() == sizeof(FibDbUfibKey)) {
-      clearAt<const FibDbKeyDesc*>(record, offsetof(FibDbUfibKey, desc));
-      clearAt<uint32_t>(record, offsetof(FibDbUfibKey, descLen));
-      clearAt<const void*>(record, offsetof(FibDbUfibKey, key));
-      clearAt<uint32_t>(record, offsetof(FibDbUfibKey, keyLen));
-    } else {
-      clearAt<void*>(record, offsetof(FibDbUfibData, data));
-      clearAt<uint32_t>(record, offsetof(FibDbUfibData, len));
-    }
-    EXPECT_EQ(record, Row(record.size()));
-  }
+  for (const Row& record : platform.serviceRecords) EXPECT_EQ(besideFields(record), Row(record.size()));
 }
 
 // Update of the smooth id.

@@ -450,11 +450,22 @@ uint32_t UFIB_DB_Create(uint32_t id, const FibDbUfibData* entry) {
   return platform().answer(__func__, std::to_string(id) + ", " + std::to_string(entry->len));
 }
 
+// The table behind a number of the service.
+static TableId tableOfService(uint32_t id) {
+  static const std::map<uint32_t, TableId> tables{
+      {0, TableId::nhp_group},      {1, TableId::nhp_group_node},  {6, TableId::nhp_ext},
+      {8, TableId::nhp_vpnsid},     {10, TableId::pri_attr},       {11, TableId::ar_group_attr},
+      {12, TableId::ip_force_frag}, {24, TableId::nhp_ext_label},  {26, TableId::vrf_class_data},
+      {28, TableId::fib_dod_rule},  {30, TableId::fib_dod_aging},  {32, TableId::virtual_meth_host_route},
+      {33, TableId::fwd_vs_vpn},    {34, TableId::fib_special_ip}, {35, TableId::fib_special_ip_sub}};
+  return tables.at(id);
+}
+
 static uint32_t serviceRead(const char* call, uint32_t id, const FibDbUfibKey* key, FibDbUfibData* entry) {
   keep(key, entry);
   const std::string arguments = std::to_string(id) + ", " + test::describe(key) + ", " + std::to_string(entry->len);
   if (const uint32_t code = platform().answer(call, arguments)) return code;
-  std::memcpy(entry->data, platform().record(TableId::ar_group_attr).data(), entry->len);
+  std::memcpy(entry->data, platform().record(tableOfService(id)).data(), entry->len);
   return 0;
 }
 
