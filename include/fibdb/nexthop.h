@@ -1,7 +1,7 @@
 /* fibdb/nexthop.h: next hops, keyed by a 32-bit next-hop index; standard (IPv4) next hops; next hops with a 16-byte
- * address; next hops into a VPN; next hops into a VXLAN tunnel.
+ * address; next hops into a VPN; next hops into a VXLAN tunnel; next-hop extensions and their labels.
  *
- * Functions over several records of the standard, 16-byte address and VXLAN tables
+ * Functions over several records of a table that is found under many keys
  *  - Count...: stores how many records stand under a key; a failure is the database's code and stores nothing.
  *  - Read...By...: fills buf, an array of whole items of bufLen bytes, with the records under a key, as many as it has
  *    room for, and stores how many these are in *count (count may be NULL). That there were more is not told. An
@@ -433,6 +433,162 @@ FIBDB_API FibDbIterator* FIB_DB_CreateNhpVxlanIteratorByVniKey(uint32_t key0, ui
 /* A failure is not counted here, and a NULL argument, or a handle without its object or iterator, is logged. */
 FIBDB_API uint32_t FIB_DB_GetNextNhpVxlanItem(FibDbIterator* handle, FibDbNhpVxlanItem* item);
 FIBDB_API void FIB_DB_ReleaseNhpVxlanIterator(FibDbIterator* handle);
+
+/* Index ids of the next-hop extensions. Which words of the record the open keys are is the database's; the embedded
+ * engine's choice stands here. */
+enum {
+  FIB_DB_NHP_EXT_PRIMARY = 0x00010011,      /* keyWords[0] to keyWords[3], keyByte */
+  FIB_DB_NHP_EXT_BY_IID_INDEX = 0x01090004, /* keyWords[0] */
+  FIB_DB_NHP_EXT_BY_TUNNEL = 0x0209000D,    /* keyWords[1] to keyWords[3], keyByte */
+  FIB_DB_NHP_EXT_BY_SDWAN_KEY = 0x03090005  /* tunnel id and type: keyWords[3], keyByte */
+};
+
+/* One next-hop extension. The library only moves the fields. */
+typedef struct FibDbNhpExtItem {
+  uint32_t keyWords[4];
+  uint8_t keyByte;
+  uint8_t reserved; /* neither stored nor filled */
+  uint8_t extByte1;
+  uint8_t extByte2;
+  uint8_t addr1[16];
+  uint8_t addr2[16];
+  uint32_t extWord1;
+  uint8_t extBytes[4];
+  uint32_t extWord2;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint32_t extWord3;
+  uint32_t extWord4;
+  uint64_t extDword1;
+  uint32_t extWord5;
+  uint64_t extDword2;
+  uint64_t time_stamp_svc;
+} FibDbNhpExtItem;
+
+/* The same as the database stores it: byte-packed, 136 bytes. */
+#pragma pack(push, 1)
+typedef struct FibDbNhpExtRow {
+  uint32_t keyWords[4];
+  uint8_t keyByte;
+  uint8_t zero;
+  uint8_t extByte1;
+  uint8_t extByte2;
+  uint8_t addr1[16];
+  uint8_t addr2[16];
+  uint32_t extWord1;
+  uint8_t extBytes[4];
+  uint32_t extWord2;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint32_t extWord3;
+  uint32_t extWord4;
+  uint64_t extDword1;
+  uint32_t extWord5;
+  uint64_t extDword2;
+  uint64_t time_stamp_svc;
+} FibDbNhpExtRow;
+#pragma pack(pop)
+
+/* Packs item into row (FibDbNhpExtRow), all of it; returns what the copy of the normal service context gave. */
+FIBDB_API uint32_t FIB_DB_SetNhpExtItem(void* row, const FibDbNhpExtItem* item);
+/* Does nothing if either is NULL. */
+FIBDB_API void FIB_DB_GetNhpExtItem(FibDbNhpExtItem* item, const void* row);
+/* key: room for the 17 bytes of the primary key. */
+FIBDB_API void FIB_DB_SetNhpExtKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpExtItem* item);
+
+/* Inserts or replaces. */
+FIBDB_API uint32_t FIB_DB_WriteNhpExt(const FibDbNhpExtItem* item);
+/* Fills item by its primary key; 60 when there is none. Other failures: the database's code. */
+FIBDB_API uint32_t FIB_DB_ReadNhpExt(FibDbNhpExtItem* item);
+/* A failed creation of the object is not logged. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpExt(const FibDbNhpExtItem* item);
+/* Every record of this IID index. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpExtByIidIndex(uint32_t iidIndex);
+
+/* Changes what setter stages in the record with item's primary key. The setter's own result is not looked at. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpExtFields(const FibDbNhpExtItem* item, FibDbFieldSetter setter);
+/* Setter for partial updates: both service contexts, the four states and error codes, time_stamp_svc; 0 or 1. */
+FIBDB_API uint32_t FIB_DB_SetNhpExtContext(uint64_t obj, const FibDbNhpExtItem* item);
+/* FIB_DB_UpdateNhpExtFields with that setter. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpExtContext(const FibDbNhpExtItem* item);
+
+/* A record that is gone when the iterator stands on it ends the reading with 60; one that cannot be read, with 1. */
+FIBDB_API uint32_t FIB_DB_ReadNhpExtByKey(const FibDbKeyDesc* desc, const void* key, uint32_t bufLen,
+                                          FibDbNhpExtItem* buf, uint32_t* count);
+/* One step of that reading: advances rootIter, an iterator on obj, and fills row (FibDbNhpExtRow). A failed advance is
+ * the database's code, the end included (110012); the rest as above. */
+FIBDB_API uint32_t FIB_DB_ReadNhpExtByKIterNext(uint64_t obj, uint64_t rootIter, void* row);
+FIBDB_API uint32_t FIB_DB_ReadNhpExtByIidIndex(uint32_t iidIndex, uint32_t bufLen, FibDbNhpExtItem* buf,
+                                               uint32_t* count);
+FIBDB_API uint32_t FIB_DB_ReadNhpExtBySdwanKey(uint32_t tunnelId, uint8_t type, uint32_t bufLen, FibDbNhpExtItem* buf,
+                                               uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpExtByKey(const FibDbKeyDesc* desc, const void* key, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpExtByIidIndex(uint32_t iidIndex, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpExtBySdwanKey(uint32_t tunnelId, uint8_t type, uint32_t* count);
+
+/* An iterator of the object database, property -1: none. The functions below are not for it, and this table has no
+ * others: step it with db_root_iterator_next, give it back with db_release_nhp_ext_object and FIB_DB_Free. */
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpExtIteratorByIidIndex(uint32_t iidIndex, int32_t property);
+/* The table service's iterators, or NULL; the table must be registered (runtime.h). */
+FIBDB_API void* FIB_DB_CreateNhpExtIteratorByTunnelId(uint32_t key0, uint32_t key1, uint32_t key2, uint8_t keyByte,
+                                                      uint32_t property);
+FIBDB_API void* FIB_DB_CreateNhpExtIterByTnlIdAndType(uint32_t tunnelId, uint8_t type, uint32_t property);
+/* The service's code, the end included (110012, not 60); item stays as it was unless that is 0. */
+FIBDB_API uint32_t FIB_DB_GetNextNhpExtEntry(void* iter, FibDbNhpExtItem* item);
+/* 0 for NULL. */
+FIBDB_API uint32_t FIB_DB_ReleaseNhpExtIterator(void* iter);
+
+/* Index ids of the next-hop extension labels. */
+enum {
+  FIB_DB_NHP_EXT_LABEL_PRIMARY = 0x0001001C, /* keyWords */
+  FIB_DB_NHP_EXT_LABEL_BY_VRF = 0x01090008   /* two words; the embedded engine takes keyWords[1], keyWords[2] */
+};
+
+/* One label of a next-hop extension. The database stores it in the same layout. */
+typedef struct FibDbNhpExtLabelItem {
+  uint32_t keyWords[7];
+  uint32_t labelWord1;
+  uint32_t labelWord2;
+  uint8_t labelByte1;
+  uint8_t labelByte2;
+  uint8_t reserved[2]; /* zero in the database; neither stored nor filled */
+  uint8_t labelData[32];
+  uint32_t labelWord3;
+  uint32_t smoothId;
+  uint64_t stamp1; /* stored as given, like the next */
+  uint64_t stamp2;
+} FibDbNhpExtLabelItem;
+
+/* The labels go through the table service, in which the table must be registered (runtime.h). Its codes are returned
+ * unchanged, the end of an iteration included (110012, not 60); nothing is logged and nothing is counted. */
+FIBDB_API void FIB_DB_SetNhpExtLabelPriKey(const FibDbNhpExtLabelItem* item, uint32_t* indexId, void* key);
+/* row: a FibDbNhpExtLabelItem; its reserved bytes are left as they are. */
+FIBDB_API void FIB_DB_SetNhpExtLabelFields(const FibDbNhpExtLabelItem* item, void* row);
+FIBDB_API void FIB_DB_GetNhpExtLabelFields(const void* row, FibDbNhpExtLabelItem* item);
+
+/* A second create with the same primary key is the service's error, not a replace. */
+FIBDB_API uint32_t FIB_DB_CreateNhpExtLabel(const FibDbNhpExtLabelItem* item);
+/* Fills item by its primary key and leaves it untouched on any failure. A missing record is 15005. */
+FIBDB_API uint32_t FIB_DB_ReadNhpExtLabel(FibDbNhpExtLabelItem* item);
+/* Update callback: stages the smooth id, no stamp. 1 for a NULL ctx, else 0 or the database's code. */
+FIBDB_API uint32_t FIB_DB_SetNhpExtLabelSmoothID(const FibDbUfibData* ctx, uint64_t obj);
+FIBDB_API uint32_t FIB_DB_UpdateNhpExtLabelSmoothId(const FibDbNhpExtLabelItem* item);
+FIBDB_API uint32_t FIB_DB_DeleteNhpExtLabel(const FibDbNhpExtLabelItem* item);
+
+/* The service's iterator, or NULL. */
+FIBDB_API void* FIB_DB_CreateNhpExtLabelIterator(uint32_t property);
+FIBDB_API void* FIB_DB_CreateNhpExtLabelIteratorByVrf(uint32_t key0, uint32_t key1, uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextNhpExtLabel(void* iter, FibDbNhpExtLabelItem* item);
+/* 0 for NULL. */
+FIBDB_API uint32_t FIB_DB_ReleaseNhpExtLabelIterator(void* iter);
 
 #ifdef __cplusplus
 }
