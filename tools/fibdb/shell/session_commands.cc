@@ -30,20 +30,27 @@ Status showOne(Session& session, const Command& command) {
   return Status::kOk;
 }
 
-bool beginsWith(const Command& command, const Words& words) {
-  const Words own = splitWords(command.words);
-  return words.size() <= own.size() && std::equal(words.begin(), words.end(), own.begin(),
-                                                  [](auto& word, auto& all) { return all.starts_with(word); });
+// The commands that begin with these words, or else with words that these abbreviate.
+std::vector<const Command*> commandsFor(const Words& words) {
+  const auto beginning = [&](auto agree) {
+    std::vector<const Command*> found;
+    for (const Command* command : allCommands()) {
+      const Words own = splitWords(command->words);
+      if (words.size() <= own.size() && std::equal(words.begin(), words.end(), own.begin(), agree)) {
+        found.push_back(command);
+      }
+    }
+    return found;
+  };
+  const auto found = beginning([](auto& word, auto& own) { return word == own; });
+  return found.empty() ? beginning([](auto& word, auto& own) { return own.starts_with(word); }) : found;
 }
 
 Status help(Session& session, Arguments& arguments) {
   if (arguments.empty()) return showList(session, allCommands());
   Words words;
   while (!arguments.empty()) words.push_back(arguments.word("a command"));
-  std::vector<const Command*> found;
-  for (const Command* command : allCommands()) {
-    if (beginsWith(*command, words)) found.push_back(command);
-  }
+  std::vector<const Command*> found = commandsFor(words);
   if (found.empty()) found.push_back(findCommand(words).command);
   return found.size() == 1 ? showOne(session, *found.front()) : showList(session, found);
 }

@@ -78,11 +78,26 @@ struct MemberClass<Type Class::*> {
   using type = Class;
 };
 
-// The member at the end of a path of members: a field of a part of an item is &Item::part, &Part::field.
+template <class Part>
+constexpr auto& partOf(Part& part) {
+  return part;
+}
+template <auto kStep, auto... kMore, class Part>
+constexpr auto& partOf(Part& part) {
+  if constexpr (std::is_integral_v<decltype(kStep)>) {
+    static_assert(kStep >= 0 && kStep < std::extent_v<Part>);
+    return partOf<kMore...>(part[kStep]);
+  } else {
+    return partOf<kMore...>(part.*kStep);
+  }
+}
+
+// The member at the end of a path of members: a field of a part of an item is &Item::part, &Part::field; an element of
+// an array is &Item::array, 2.
 template <auto kFirst, auto... kRest>
 constexpr auto& memberOf(void* item) {
   using Item = typename MemberClass<decltype(kFirst)>::type;
-  return ((static_cast<Item*>(item)->*kFirst).*....*kRest);
+  return partOf<kRest...>(static_cast<Item*>(item)->*kFirst);
 }
 
 template <class Type>
