@@ -166,6 +166,78 @@ TEST(Nexthop, set_of_a_missing_one_or_with_wrong_words_changes_nothing) {
   EXPECT_THAT(answer({"set nexthop 1 fags 1"}).err, HasSubstr("did you mean \"flags\"?"));
 }
 
+TEST(Nexthop, help_of_its_words_is_not_that_of_longer_ones) {
+  EXPECT_EQ(answer({"help delete nexthop"}).out, "delete nexthop INDEX\n  delete a next hop.\n");
+  EXPECT_THAT(answer({"help del nexth"}).out, HasSubstr("delete nexthop-ext IID KEY2 KEY3 TUNNEL TYPE"));
+}
+
+TEST(NexthopExt, is_added_shown_changed_counted_and_deleted) {
+  const auto answers =
+      jsonAnswers({"add nexthop-ext 1 2 3 4 5 addr1 2001:db8::1 word1 6 dword1 0xffffffffffffffff "
+                   "ctx_high 000102030405060708090a0b0c0d0e0f",
+                   "set nexthop-ext 1 2 3 4 5 status_high 7 word5 8", "show nexthop-ext 1 2 3 4 5",
+                   "add nexthop-ext 1 2 3 4 5", "count nhp_ext", "delete nexthop-ext 1 2 3 4 5", "count nhp_ext"});
+  ASSERT_EQ(answers.size(), 7u);
+  EXPECT_EQ(answers[0],
+            (nlohmann::json{{"iid", 1}, {"key2", 2}, {"key3", 3}, {"tunnel", 4}, {"type", 5}, {"replaced", false}}));
+  EXPECT_EQ(answers[2].at("addr1"), "2001:db8::1");
+  EXPECT_EQ(answers[2].at("word1"), 6);
+  EXPECT_EQ(answers[2].at("word5"), 8);
+  EXPECT_EQ(answers[2].at("dword1"), UINT64_MAX);
+  EXPECT_EQ(answers[2].at("status_high"), 7);
+  EXPECT_EQ(answers[2].at("ctx_high"), "000102030405060708090a0b0c0d0e0f");
+  EXPECT_EQ(answers[3].at("replaced"), true);
+  EXPECT_EQ(answers[4].at("records"), 1);
+  EXPECT_EQ(answers[5].at("deleted"), true);
+  EXPECT_EQ(answers[6].at("records"), 0);
+}
+
+TEST(NexthopExt, is_found_by_iid_by_tunnel_and_by_its_type) {
+  const auto answers = jsonAnswers(
+      {"add nexthop-ext 1 2 3 4 5", "add nexthop-ext 1 2 0 4 6", "add nexthop-ext 7 2 3 4 5", "show nexthop-ext iid 1",
+       "show nexthop-ext type 5 tunnel 4", "show nexthop-ext key2 2 key3 0 tunnel 4 type 6"});
+  ASSERT_EQ(answers.size(), 8u);
+  EXPECT_EQ(answers[3].at("type"), 6);
+  EXPECT_EQ(answers[4].at("type"), 5);
+  EXPECT_EQ(answers[5].at("iid"), 1);
+  EXPECT_EQ(answers[6].at("iid"), 7);
+  EXPECT_EQ(answers[7].at("key3"), 0);
+  EXPECT_EQ(answer({"show nexthop-ext iid 9"}).out, "no next-hop extensions\n");
+}
+
+TEST(NexthopExt, what_is_missing_is_refused) {
+  EXPECT_EQ(answer({"show nexthop-ext 1 2 3 4 5"}).err, "fibdb: no next-hop extension 1 2 3 4 5\n");
+  EXPECT_EQ(answer({"set nexthop-ext 1 2 3 4 5 status_high 1"}).err, "fibdb: no next-hop extension 1 2 3 4 5\n");
+  EXPECT_EQ(answer({"delete nexthop-ext 1 2 3 4 5"}).err, "fibdb: no next-hop extension 1 2 3 4 5\n");
+  EXPECT_THAT(answer({"show nexthop-ext"}).err, HasSubstr("iid is missing\nusage: show nexthop-ext IID KEY2 "));
+  EXPECT_THAT(answer({"show nexthop-ext iid 1 type 2"}).err, HasSubstr("no index serves these words together"));
+}
+
+TEST(NexthopExtLabel, is_created_once_walked_by_VRF_and_deleted) {
+  const auto answers =
+      jsonAnswers({"add nexthop-ext-label 1 2 3 4 5 6 7 word2 8 stamp1 9", "add nexthop-ext-label 1 2 0 4 5 6 7",
+                   "set nexthop-ext-label 1 2 3 4 5 6 7 smooth 10", "show nexthop-ext-label vr 2 vrf 3",
+                   "show nexthop-ext-label 1 2 3 4 5 6 7", "count nexthop-ext-label",
+                   "delete nexthop-ext-label 1 2 3 4 5 6 7", "show nexthop-ext-label"});
+  ASSERT_EQ(answers.size(), 8u);
+  EXPECT_EQ(answers[3].at("vrf"), 3);
+  EXPECT_EQ(answers[3].at("smooth"), 10);
+  EXPECT_EQ(answers[4].at("word2"), 8);
+  EXPECT_EQ(answers[4].at("stamp1"), 9);
+  EXPECT_EQ(answers[4].at("data"), "0");
+  EXPECT_EQ(answers[5].at("records"), 2);
+  EXPECT_EQ(answers[7].at("vrf"), 0);
+}
+
+TEST(NexthopExtLabel, a_second_creation_and_what_cannot_change_are_refused) {
+  const Outcome twice = answer({"add nexthop-ext-label 1 2 3 4 5 6 7", "add nexthop-ext-label 1 2 3 4 5 6 7"});
+  EXPECT_EQ(twice.status, 1);
+  EXPECT_THAT(twice.err, StartsWith("fibdb: next-hop extension label 1 2 3 4 5 6 7: "));
+  EXPECT_THAT(twice.err, HasSubstr("(code 20022)"));
+  EXPECT_THAT(answer({"set nexthop-ext-label 1 2 3 4 5 6 7 word1 4"}).err,
+              HasSubstr("word1 of a next-hop extension label cannot be changed"));
+}
+
 TEST(ArGroup, set_changes_the_smooth_id_and_nothing_else) {
   const auto answers = jsonAnswers({"add ar-group 1 2 3 asn 9 attr1 4 bytes2 0102030405060708",
                                     "set ar-group 1 2 3 smooth 77", "show ar-group 1 2 3", "count ar-group"});

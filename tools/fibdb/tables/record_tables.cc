@@ -6,6 +6,7 @@ namespace {
 
 constexpr const RecordTable* kTables[] = {&kNexthops,    &kStandardNexthops, &kLlaNexthops,
                                           &kVpnNexthops, &kVxlanNexthops,    &kArGroups};
+constexpr const RecordTable* kTables[] = {&kNexthops, &kNexthopExts, &kNexthopExtLabels, &kArGroups};
 
 }  // namespace
 

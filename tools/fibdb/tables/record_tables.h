@@ -11,6 +11,8 @@ extern const RecordTable kStandardNexthops;
 extern const RecordTable kLlaNexthops;
 extern const RecordTable kVpnNexthops;
 extern const RecordTable kVxlanNexthops;
+extern const RecordTable kNexthopExts;
+extern const RecordTable kNexthopExtLabels;
 extern const RecordTable kArGroups;
 
 // In the order of help.
