@@ -33,6 +33,36 @@ static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext, 1) == FIB_DB_
 static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext, 2) == FIB_DB_NHP_EXT_BY_TUNNEL);
 static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext, 3) == FIB_DB_NHP_EXT_BY_SDWAN_KEY);
 
+// Between item and row, every field in its order whatever becomes of the copies before it. Gives what the last of the
+// four copies gave.
+template <class From, class To>
+int moveFields(const From* from, To* to) {
+  std::memcpy(to->keyWords, from->keyWords, sizeof to->keyWords);
+  to->keyByte = from->keyByte;
+  to->extByte1 = from->extByte1;
+  to->extByte2 = from->extByte2;
+  memcpy_s(to->addr1, sizeof to->addr1, from->addr1, sizeof from->addr1);
+  memcpy_s(to->addr2, sizeof to->addr2, from->addr2, sizeof from->addr2);
+  to->extWord1 = from->extWord1;
+  std::memcpy(to->extBytes, from->extBytes, sizeof to->extBytes);
+  to->extWord2 = from->extWord2;
+  to->status_high_prio = from->status_high_prio;
+  to->status_normal_prio = from->status_normal_prio;
+  to->errcode_high_prio = from->errcode_high_prio;
+  to->errcode_normal_prio = from->errcode_normal_prio;
+  memcpy_s(to->svc_ctx_high_prio, sizeof to->svc_ctx_high_prio, from->svc_ctx_high_prio,
+           sizeof from->svc_ctx_high_prio);
+  const int copied = memcpy_s(to->svc_ctx_normal_prio, sizeof to->svc_ctx_normal_prio, from->svc_ctx_normal_prio,
+                              sizeof from->svc_ctx_normal_prio);
+  to->extWord3 = from->extWord3;
+  to->extWord4 = from->extWord4;
+  to->extDword1 = from->extDword1;
+  to->extWord5 = from->extWord5;
+  to->extDword2 = from->extDword2;
+  to->time_stamp_svc = from->time_stamp_svc;
+  return copied;
+}
+
 uint32_t stageRow(uint64_t obj, const Item* item) {
   Row row{};
   FIB_DB_SetNhpExtItem(&row, item);
@@ -76,60 +106,14 @@ uint32_t unpackCurrent(uint64_t obj, Item* item) {
 
 uint32_t FIB_DB_SetNhpExtItem(void* row, const FibDbNhpExtItem* item) {
   auto* const out = static_cast<Row*>(row);
-  std::memcpy(out->keyWords, item->keyWords, sizeof out->keyWords);
-  out->keyByte = item->keyByte;
   out->zero = 0;
-  out->extByte1 = item->extByte1;
-  out->extByte2 = item->extByte2;
-  memcpy_s(out->addr1, sizeof out->addr1, item->addr1, sizeof item->addr1);
-  memcpy_s(out->addr2, sizeof out->addr2, item->addr2, sizeof item->addr2);
-  out->extWord1 = item->extWord1;
-  std::memcpy(out->extBytes, item->extBytes, sizeof out->extBytes);
-  out->extWord2 = item->extWord2;
-  out->status_high_prio = item->status_high_prio;
-  out->status_normal_prio = item->status_normal_prio;
-  out->errcode_high_prio = item->errcode_high_prio;
-  out->errcode_normal_prio = item->errcode_normal_prio;
-  memcpy_s(out->svc_ctx_high_prio, sizeof out->svc_ctx_high_prio, item->svc_ctx_high_prio,
-           sizeof item->svc_ctx_high_prio);
-  // Required: the last of the four copies is the result, and nobody looks at it.
-  const int copied = memcpy_s(out->svc_ctx_normal_prio, sizeof out->svc_ctx_normal_prio, item->svc_ctx_normal_prio,
-                              sizeof item->svc_ctx_normal_prio);
-  out->extWord3 = item->extWord3;
-  out->extWord4 = item->extWord4;
-  out->extDword1 = item->extDword1;
-  out->extWord5 = item->extWord5;
-  out->extDword2 = item->extDword2;
-  out->time_stamp_svc = item->time_stamp_svc;
-  return static_cast<uint32_t>(copied);
+  // Required: the result is that of the last copy alone; the write does not look at it.
+  return static_cast<uint32_t>(moveFields(item, out));
 }
 
 void FIB_DB_GetNhpExtItem(FibDbNhpExtItem* item, const void* row) {
   if (item == nullptr || row == nullptr) return;
-  const auto* const in = static_cast<const Row*>(row);
-  std::memcpy(item->keyWords, in->keyWords, sizeof item->keyWords);
-  item->keyByte = in->keyByte;
-  item->extByte1 = in->extByte1;
-  item->extByte2 = in->extByte2;
-  memcpy_s(item->addr1, sizeof item->addr1, in->addr1, sizeof in->addr1);
-  memcpy_s(item->addr2, sizeof item->addr2, in->addr2, sizeof in->addr2);
-  item->extWord1 = in->extWord1;
-  std::memcpy(item->extBytes, in->extBytes, sizeof item->extBytes);
-  item->extWord2 = in->extWord2;
-  item->status_high_prio = in->status_high_prio;
-  item->status_normal_prio = in->status_normal_prio;
-  item->errcode_high_prio = in->errcode_high_prio;
-  item->errcode_normal_prio = in->errcode_normal_prio;
-  memcpy_s(item->svc_ctx_high_prio, sizeof item->svc_ctx_high_prio, in->svc_ctx_high_prio,
-           sizeof in->svc_ctx_high_prio);
-  memcpy_s(item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio, in->svc_ctx_normal_prio,
-           sizeof in->svc_ctx_normal_prio);
-  item->extWord3 = in->extWord3;
-  item->extWord4 = in->extWord4;
-  item->extDword1 = in->extDword1;
-  item->extWord5 = in->extWord5;
-  item->extDword2 = in->extDword2;
-  item->time_stamp_svc = in->time_stamp_svc;
+  moveFields(static_cast<const Row*>(row), item);
 }
 
 void FIB_DB_SetNhpExtKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpExtItem* item) {
