@@ -17,7 +17,12 @@ class Reader {
   Reader(History& history, uint64_t seed) : history_(history), memory_(history.memory()), random_(seed) {}
 
   std::string play() {
+    // More often a write that stores much: it splits something.
     write_ = below(memory_.writes());
+    for (int more = static_cast<int>(below(4)); more > 0; --more) {
+      const size_t other = below(memory_.writes());
+      if (memory_.storesOf(other) > memory_.storesOf(write_)) write_ = other;
+    }
     memory_.replay(write_, random_(), [&] {
       first_ = static_cast<State>(memory_.writesKnown());
       // Walks are long, so there are fewer of them.
@@ -34,14 +39,15 @@ class Reader {
         default:
           break;
       }
-      switch (random_() % 5) {
+      switch (random_() % 6) {
         case 0:
+          return readKeys();
         case 1:
-          return readByKey();
-        case 2:
           return lookUp();
-        case 3:
+        case 2:
           return readFirstOfGroup();
+        case 3:
+          return countAfterRead();
         default:
           return count();
       }
@@ -89,8 +95,14 @@ class Reader {
     return version != nullptr && version->row == row;
   }
 
-  void readByKey() {
-    const uint32_t key = someKey();
+  void readKeys() {
+    for (size_t reads = 1 + below(12); reads > 0; --reads) {
+      first_ = static_cast<State>(memory_.writesKnown());
+      readByKey(someKey());
+    }
+  }
+
+  void readByKey(uint32_t key) {
     Row row{};
     const uint32_t code = history_.table().read(kIndexes[0], history_.keys()[key].bytes(), bytes(row));
     const bool right = someMoment(
@@ -122,6 +134,27 @@ class Reader {
       return code == 0 ? first != History::kNone && isRowAt(first, state, row) : first == History::kNone;
     });
     if (!right) fail(code == 0 ? "read of a group: never its first" : "read of a group: none, though never empty");
+  }
+
+  // A count agrees with the read before it: it was right then or later.
+  void countAfterRead() {
+    const uint32_t key = someKey();
+    Row row{};
+    const uint32_t code = history_.table().read(kIndexes[0], history_.keys()[key].bytes(), bytes(row));
+    const uint32_t group = code == 0 ? row.group : someGroup();
+    uint64_t records = 0;
+    const bool ofGroup = below(2) == 0;
+    if (ofGroup) {
+      history_.table().countByKey(kIndexes[1], reinterpret_cast<const uint8_t*>(&group), records);
+    } else {
+      records = history_.table().count();
+    }
+    bool readWasRight = false;
+    const bool agrees = someMoment([&](State state) {
+      readWasRight |= code == 0 ? isRowAt(key, state, row) : history_.versionAt(key, state) == nullptr;
+      return readWasRight && (ofGroup ? history_.countOf(group, state) : history_.count(state)) == records;
+    });
+    if (!agrees) fail("a count that disagrees with the read before it");
   }
 
   void count() {

@@ -4,9 +4,8 @@
 namespace fibdb::program {
 namespace {
 
-constexpr const RecordTable* kTables[] = {&kNexthops,    &kStandardNexthops, &kLlaNexthops,
-                                          &kVpnNexthops, &kVxlanNexthops,    &kArGroups};
-constexpr const RecordTable* kTables[] = {&kNexthops, &kNexthopExts, &kNexthopExtLabels, &kArGroups};
+constexpr const RecordTable* kTables[] = {&kNexthops,      &kStandardNexthops, &kLlaNexthops,      &kVpnNexthops,
+                                          &kVxlanNexthops, &kNexthopExts,      &kNexthopExtLabels, &kArGroups};
 
 }  // namespace
 
