@@ -48,7 +48,8 @@ void History::makeKeys() {
   for (uint32_t vrf = 0; vrf < kVrfs; ++vrf) {
     constexpr uint32_t kNets[] = {0x0A000000U, 0x0A0B0C00U, 0xC0A80100U};
     for (const uint32_t net : std::span(kNets).first(shape_.nests)) {
-      for (const uint8_t mask : {0, 8, 12, 16, 20, 23, 24, 25, 30, 32}) {
+      constexpr uint8_t kMasks[] = {0, 8, 12, 16, 20, 23, 24, 25, 30, 32};
+      for (const uint8_t mask : kMasks) {
         const uint32_t bits = mask == 0 ? 0 : ~0U << (32 - mask);
         keys_.push_back({vrf, net & bits, mask});
         // Records that share a prefix differ below its mask.

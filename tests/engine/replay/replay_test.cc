@@ -107,7 +107,47 @@ TEST_P(Order, is_missed) {
   EXPECT_NE(firstFault(*site, GetParam().kind, 3, 5000), "");
 }
 
-// Prints which of all orders of the store are missed; the list above is what it finds without much luck.
+// What is found without luck. Not found are orders that another one implies (a reference is followed, and then the
+// version of its record: either would do), and those that only a death amid a write would show.
+constexpr Missed kMissed[] = {
+    {Kind::kWeaken, {"records.cc", "enliven", Access::kPublish}},
+    {Kind::kWeaken, {"records.cc", "change", Access::kPublish, 0}},
+    {Kind::kDelay, {"records.cc", "change", Access::kPublish, 0}},
+    {Kind::kEnd, {"records.cc", "change", Access::kPublish, 0}},
+    {Kind::kWeaken, {"records.cc", "change", Access::kReleaseFence, 1}},
+    {Kind::kWeaken, {"records.cc", "change", Access::kPublish, 1}},
+    {Kind::kEnd, {"records.cc", "change", Access::kPublish, 1}},
+    {Kind::kEnd, {"records.cc", "enliven", Access::kPublish}},
+    {Kind::kEnd, {"records.cc", "bury", Access::kPublish}},
+    {Kind::kWeaken, {"records.cc", "read", Access::kFollow}},
+    {Kind::kWeaken, {"records.cc", "read", Access::kAcquireFence}},
+    {Kind::kWeaken, {"ordered_index.cc", "count", Access::kFollow}},
+    {Kind::kEnd, {"ordered_index.cc", "insert", Access::kPublish}},
+    {Kind::kWeaken, {"ordered_index.cc", "grow", Access::kPublish}},
+    {Kind::kEnd, {"ordered_index.cc", "grow", Access::kPublish}},
+    {Kind::kWeaken, {"ordered_index.cc", "append", Access::kPublish}},
+    {Kind::kEnd, {"ordered_index.cc", "append", Access::kPublish}},
+    {Kind::kWeaken, {"ordered_index.cc", "settle", Access::kPublish, 0}},
+    {Kind::kWeaken, {"ordered_index.cc", "settle", Access::kPublish, 1}},
+    {Kind::kWeaken, {"ordered_index.cc", "descend", Access::kFollow}},
+    {Kind::kWeaken, {"ordered_index.cc", "nextLeaf", Access::kFollow}},
+    {Kind::kWeaken, {"longest_prefix_index.cc", "replace", Access::kPublish}},
+    {Kind::kEnd, {"longest_prefix_index.cc", "replace", Access::kPublish}},
+    {Kind::kWeaken, {"heap.h", "clock", Access::kFollow}},
+    {Kind::kWeaken, {"heap.h", "readStable", Access::kAcquireFence}},
+    {Kind::kEnd, {"heap.cc", "tick", Access::kPublish}},
+    {Kind::kWeaken, {"hash_index.h", "find", Access::kFollow, 0}},
+    {Kind::kDelay, {"hash_index.h", "place", Access::kPublish}},
+    {Kind::kEnd, {"hash_index.h", "place", Access::kPublish}},
+    {Kind::kEnd, {"hash_index.h", "appendOverflow", Access::kPublish, 1}},
+    {Kind::kWeaken, {"hash_index.h", "split", Access::kPublish}},
+    {Kind::kEnd, {"tally.h", "put", Access::kPublish}},
+    {Kind::kEnd, {"secondary_index.h", "settle", Access::kPublish}},
+    {Kind::kEnd, {"prefix_tables.h", "settle", Access::kPublish}},
+};
+INSTANTIATE_TEST_SUITE_P(Taken, Order, testing::ValuesIn(kMissed));
+
+// Prints which of all orders of the store are missed.
 TEST(Replay, DISABLED_every_order_of_the_store) {
   for (const Site& site : allSites()) {
     for (const Kind kind : {Kind::kWeaken, Kind::kDelay, Kind::kEnd}) {
