@@ -1,5 +1,5 @@
-// nexthop/nhp_vxlan.cc: next hops into a VXLAN tunnel, keyed by next-hop index, tunnel and gateway address; found by the
-// index, the tunnel and the VNI, too.
+// nexthop/nhp_vxlan.cc: next hops into a VXLAN tunnel, keyed by next-hop index, tunnel and gateway address; found by
+// the index, the tunnel and the VNI, too.
 #include <cstddef>
 
 #include "fibdb/nexthop.h"
