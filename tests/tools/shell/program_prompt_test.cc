@@ -56,8 +56,8 @@ TEST(Prompt, tab_completes_commands_and_tables) {
   program.type("cou\tip4\t\n");
   EXPECT_TRUE(program.waitFor("\n0\r\n"));
   ASSERT_TRUE(program.waitFor(kPrompt));
-  program.type("show \t");
-  EXPECT_TRUE(program.waitFor("ar-group  engine  errors  nexthop  route  table  tables"));
+  program.type("show e\t");
+  EXPECT_TRUE(program.waitFor("engine  errors"));
   program.type("\x03");
   ASSERT_TRUE(program.waitFor("^C"));  // the terminal drops what is typed before
   ASSERT_TRUE(program.waitFor(kPrompt));
