@@ -112,7 +112,7 @@ class Limited : public Refusing {};
 
 TEST_P(Limited, all_that_was_removed_can_be_inserted_again_in_another_order_within_a_quarter_beyond) {
   forEveryTable([&] {
-    for (const size_t share : {1, 2, 4, 1, 2}) {
+    for (const size_t share : {1U, 2U, 4U, 1U, 2U}) {
       shuffle();
       const size_t count = rows_.size() / share;
       for (size_t i = 0; i < count; ++i) ASSERT_EQ(remove(rows_[i]), 0U) << i;
