@@ -14,11 +14,7 @@ static_assert(sizeof(FibDbTickCost) == 56);
 namespace fibdb {
 
 uint32_t settleWrite(FibDbTableId table, uint32_t code, uint32_t oper, const FailureText& failed) {
-  if (code == FIB_DB_OK) return FIB_DB_OK;
-  if (code == DB_RET_PUB_STATUS) {
-    FIB_DB_RecordErrStat(table, FIB_DB_OPER_PUB);
-    return FIB_DB_OK;
-  }
+  if (succeeds(table, code)) return FIB_DB_OK;
   failed.error(FIB_DB_GetDbErrOprStr(oper), code);
   FIB_DB_RecordErrStat(table, oper);
   return code;

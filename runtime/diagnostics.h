@@ -14,6 +14,12 @@ using Settle = uint32_t(uint32_t code, uint32_t oper);
 // What a processor says about a failure: the operation's name, and the code.
 using FailureText = Text<const char*, uint32_t>;
 
+// A success, or a publication, which is a success that is counted.
+inline bool succeeds(FibDbTableId table, uint32_t code) {
+  if (code == DB_RET_PUB_STATUS) FIB_DB_RecordErrStat(table, FIB_DB_OPER_PUB);
+  return code == FIB_DB_OK || code == DB_RET_PUB_STATUS;
+}
+
 // Writes, updates and removals: success and publication are FIB_DB_OK, a failure stays the database's own code.
 uint32_t settleWrite(FibDbTableId table, uint32_t code, uint32_t oper, const FailureText& failed);
 
@@ -32,6 +38,11 @@ struct Failure {
     return code;
   }
 };
+
+// Writes, updates and removals whose functions say a failure in their own words.
+inline uint32_t settleWrite(uint32_t code, const Failure& failure) {
+  return succeeds(failure.table, code) ? uint32_t{FIB_DB_OK} : failure(code);
+}
 
 }  // namespace fibdb
 

@@ -6,6 +6,7 @@
 #define FIBDB_RUNTIME_OPS_H
 
 #include <cstdint>
+#include <cstring>
 
 #include "fibdb/runtime.h"
 #include "platform/bounds.h"
@@ -31,7 +32,7 @@ struct Table {
   void (*key)(FibDbKeyDesc* desc, Key* key, const Item* item) = nullptr;
   // Reads the record of a key, or with NULL desc and key the one the iterator stands on, and fills item on success.
   uint32_t (*fetch)(uint64_t obj, const FibDbKeyDesc* desc, const void* key, Item* item) = nullptr;
-  Settle* settle = nullptr;  // of writes, updates and removals
+  Settle* settle = nullptr;  // of writes, updates and removals; without it each function's own words do it
 };
 
 // A table object for one operation, released when it goes out of scope. Its handle stands here, or in a word of the
@@ -103,17 +104,28 @@ uint32_t fetchRow(uint64_t obj, const FibDbKeyDesc* desc, const void* key, Item*
   return code;
 }
 
+// What the failure of a copy is said with.
+enum class Said { kCopysCode, kZero };
+
 // Fetches a service context and, unless a field failed before it, copies it out. False: the copy itself failed, which
 // is said at once and ends the unpacking.
 template <size_t Size>
 bool unpackContext(uint64_t obj, uint32_t (*get)(uint64_t obj, const void** out, uint32_t* len), uint8_t (&out)[Size],
-                   uint32_t& code, const Text<uint32_t>& copyFailed) {
+                   uint32_t& code, const Text<uint32_t>& copyFailed, Said said = Said::kCopysCode) {
   const void* bytes = nullptr;
   code |= get(obj, &bytes, nullptr);
   if (code != 0) return true;
   const int copied = memcpy_s(out, Size, bytes, Size);
-  if (copied != 0) copyFailed.error(static_cast<uint32_t>(copied));
+  if (copied != 0) copyFailed.error(said == Said::kZero ? 0 : static_cast<uint32_t>(copied));
   return copied == 0;
+}
+
+// Fetches an error code of two bytes and, unless a field failed before it, copies it out.
+inline void unpackErrcode(uint64_t obj, uint32_t (*get)(uint64_t obj, const void** out, uint32_t* len),
+                          uint8_t (&out)[2], uint32_t& code) {
+  const void* bytes = nullptr;
+  code |= get(obj, &bytes, nullptr);
+  if (code == 0) std::memcpy(out, bytes, sizeof out);
 }
 
 // A step's arrival at a record of a table that is read field by field.
@@ -124,9 +136,16 @@ uint32_t unpackCurrent(uint64_t obj, Item* item) {
   return FIB_DB_OK;
 }
 
+// What becomes of a write, an update or a removal.
+template <class Item, class Key>
+uint32_t settled(const Table<Item, Key>& table, uint32_t code, uint32_t oper, const Failure& failure) {
+  return table.settle != nullptr ? table.settle(code, oper) : settleWrite(code, failure);
+}
+
 struct WriteHow {
   Text<uint32_t> createFailed = {};
   Text<uint32_t> stageFailed = {};
+  Failure failure = {};       // of a table that has no settle
   bool unguarded = false;     // a NULL item is not caught
   bool releaseFirst = false;  // the object goes before the code is settled
 };
@@ -145,7 +164,7 @@ uint32_t write(const Table<Item, Key>& table, const Item* item, const WriteHow& 
   }
   const uint32_t code = db_write_obj(obj.handle());
   if (how.releaseFirst) obj.release();
-  return table.settle(code, FIB_DB_OPER_WRITE);
+  return settled(table, code, FIB_DB_OPER_WRITE, how.failure);
 }
 
 struct UpdateHow {
@@ -197,6 +216,7 @@ uint32_t updateWhole(const Table<Item, Key>& table, const Item* item, const Upda
 
 struct RemoveHow {
   Text<uint32_t> createFailed = {};
+  Failure failure = {};       // of a table that has no settle
   bool unguarded = false;     // a NULL item is not caught
   bool releaseFirst = false;  // the object goes before the code is settled
 };
@@ -212,7 +232,7 @@ uint32_t removeBy(const Table<Item, Key>& table, const RemoveHow& how, const Mak
   const auto key = makeKey();
   const uint32_t code = db_remove_obj(obj.handle(), &key.desc, &key.bytes);
   if (how.releaseFirst) obj.release();
-  return table.settle(code, FIB_DB_OPER_REMOVE);
+  return settled(table, code, FIB_DB_OPER_REMOVE, how.failure);
 }
 
 template <class Item, class Key>
@@ -268,6 +288,21 @@ struct ReadUnderHow {
   bool unguarded = false;  // NULL desc, key or items are not caught
 };
 
+// Takes records from an iterator on obj into an array with this much room, and counts those that arrive.
+template <class Item>
+uint32_t takeRecords(uint64_t obj, uint64_t rootIter, uint32_t room, Item* items, uint32_t& arrived,
+                     const ReadUnderHow<Item>& how) {
+  // Room is asked before each step: once the array is full, no further record is taken from the iterator.
+  uint32_t status = FIB_DB_OK;
+  while (status == FIB_DB_OK && arrived < room) {
+    const uint32_t code = db_root_iterator_next(rootIter);
+    if (code == DB_ERR_ITER_END) break;
+    status = code == FIB_DB_OK ? how.arrive(obj, items + arrived) : how.stepFailed(code);
+    if (status == FIB_DB_OK) ++arrived;
+  }
+  return status;
+}
+
 // Reads the records under a key into an array of bufLen bytes, as many as it has room for. How many they are goes to
 // filled, unless that is NULL; whether there were more is not told.
 template <class Item, class Key>
@@ -284,16 +319,8 @@ uint32_t readUnder(const Table<Item, Key>& table, const FibDbKeyDesc* desc, cons
     how.createIterFailed.error(code);
     return code;
   }
-  // Room is asked before each step: once the array is full, no further record is taken from the iterator.
-  const uint32_t room = bufLen / sizeof(Item);
   uint32_t arrived = 0;
-  uint32_t status = FIB_DB_OK;
-  while (status == FIB_DB_OK && arrived < room) {
-    const uint32_t code = db_root_iterator_next(rootIter);
-    if (code == DB_ERR_ITER_END) break;
-    status = code == FIB_DB_OK ? how.arrive(obj.handle(), items + arrived) : how.stepFailed(code);
-    if (status == FIB_DB_OK) ++arrived;
-  }
+  const uint32_t status = takeRecords(obj.handle(), rootIter, bufLen / sizeof(Item), items, arrived, how);
   if (filled != nullptr) *filled = arrived;
   return status;
 }

@@ -26,7 +26,7 @@ struct RegisteredTable {
 
   uint32_t id;                                          // the service's own number
   void (*pack)(const Item* item, void* row) = nullptr;  // into a zeroed row, where records are created
-  void (*unpack)(const void* row, Item* item);
+  void (*unpack)(const void* row, Item* item) = nullptr;
 };
 
 // Fills in the index id and the packed key of an item.
@@ -55,6 +55,12 @@ class KeyRequest {
   template <class Item>
   KeyRequest(const Item* item, KeyBuilder<Item>* build) {
     build(item, &desc_.indexId, key_);
+    pointAtKey();
+  }
+  // build(indexId, key), for keys that are not an item's.
+  template <class Build>
+  explicit KeyRequest(const Build& build) {
+    build(&desc_.indexId, key_);
     pointAtKey();
   }
   template <uint32_t IndexId>
