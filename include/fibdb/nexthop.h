@@ -1,5 +1,6 @@
 /* fibdb/nexthop.h: next hops, keyed by a 32-bit next-hop index; standard (IPv4) next hops; next hops with a 16-byte
- * address; next hops into a VPN; next hops into a VXLAN tunnel; next-hop extensions and their labels.
+ * address; next hops into a VPN; next hops into a VXLAN tunnel; next-hop extensions and their labels; next-hop groups,
+ * their members, and prefixes bound to them.
  *
  * Functions over several records of a table that is found under many keys
  *  - Count...: stores how many records stand under a key; a failure is the database's code and stores nothing.
@@ -589,6 +590,236 @@ FIBDB_API void* FIB_DB_CreateNhpExtLabelIteratorByVrf(uint32_t key0, uint32_t ke
 FIBDB_API uint32_t FIB_DB_GetNextNhpExtLabel(void* iter, FibDbNhpExtLabelItem* item);
 /* 0 for NULL. */
 FIBDB_API uint32_t FIB_DB_ReleaseNhpExtLabelIterator(void* iter);
+
+/* Index ids of the next-hop groups. */
+enum {
+  FIB_DB_NHP_GROUP_PRIMARY = 0x00010008, /* nhp_group_id, vr_id */
+  FIB_DB_NHP_GROUP_BY_VRF = 0x0109000C,  /* three words; the embedded engine takes vr_id, vrf_index, app_source_id */
+  FIB_DB_NHP_GROUP_BY_VR_AND_VRF = 0x02090008 /* vr_id, vrf_index; through the table service */
+};
+
+/* One next-hop group, or one prefix bound to a group: two tables share this item. Counts, flags and stamps are the
+ * caller's: they are stored as given. */
+typedef struct FibDbNhpGroupItem {
+  uint32_t nhp_group_id;
+  uint32_t vr_id;
+  uint32_t vrf_index;
+  uint32_t flags;
+  uint32_t ref_count;
+  uint32_t new_vrf;
+  uint16_t nhp_number;
+  uint8_t nhp_type_high_prio;
+  uint8_t nhp_type_normal_prio;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio[2];
+  uint8_t errcode_normal_prio[2];
+  uint8_t svc_ctx_high_prio[32];
+  uint8_t svc_ctx_normal_prio[32];
+  uint32_t app_source_id;
+  uint32_t table_smooth_id;
+  uint8_t overlay_universal_id;
+  uint8_t underlay_universal_id;
+  uint64_t db_attr_flag;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+  uint32_t reserved;     /* the caller's own; neither read nor written */
+  uint32_t skip_db_oper; /* groups: non-zero keeps write, removal and the four updates by name from the database */
+  uint32_t dest_ip_addr; /* prefixes: IPv4 address, host byte order */
+  uint8_t dest_mask_len; /* prefixes */
+  uint8_t forwardVsId;   /* groups */
+} FibDbNhpGroupItem;
+
+/* The primary key of a group. */
+typedef struct FibDbNhpGroupKey {
+  uint32_t nhp_group_id;
+  uint32_t vr_id;
+} FibDbNhpGroupKey;
+
+FIBDB_API void FIB_DB_SetNhpGroupKey(FibDbNhpGroupKey* key, uint32_t nhpGroupId, uint32_t vrId);
+FIBDB_API void FIB_DB_SetNhpGroupKeyField(FibDbKeyDesc* desc, FibDbNhpGroupKey* key, const FibDbNhpGroupItem* item);
+
+/* Stages all fields of item on obj: 0, or 1 if any field failed. The service state is not the item's: states and error
+ * codes are cleared, both service contexts are all ones. */
+FIBDB_API uint32_t FIB_DB_SetNhpGroupItem(uint64_t obj, const FibDbNhpGroupItem* item);
+/* Key, VRF, number of next hops, flags, universal ids, reference count and new VRF: the bitwise OR of the database's
+ * codes, unlogged. */
+FIBDB_API uint32_t FIB_DB_GetNhpGroupBaseItem(uint64_t obj, FibDbNhpGroupItem* item);
+/* Fills item from the record that obj stands on and clears skip_db_oper. A field that fails is logged and left as it
+ * was, and so are the error codes and service contexts behind it; a context that cannot be copied ends the filling. */
+FIBDB_API void FIB_DB_GetNhpGroupItem(uint64_t obj, FibDbNhpGroupItem* item);
+
+/* Inserts or replaces, with a fresh service state (FIB_DB_SetNhpGroupItem). Does nothing for an item with skip_db_oper.
+ * item must not be NULL. */
+FIBDB_API uint32_t FIB_DB_WriteNhpGroup(const FibDbNhpGroupItem* item);
+/* Fills item by its primary key; 60 when there is none, 1 on any other failure. */
+FIBDB_API uint32_t FIB_DB_ReadNhpGroup(FibDbNhpGroupItem* item);
+/* Does nothing for an item with skip_db_oper. item must not be NULL. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpGroup(const FibDbNhpGroupItem* item);
+
+/* Changes what setter stages in the record with item's primary key, whatever its skip_db_oper. A failing setter is
+ * logged and does not stop the update. A missing record is 15005, unlogged; other failures of the database are logged
+ * as information. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpGroupFields(const FibDbNhpGroupItem* item, FibDbFieldSetter setter);
+/* Setters for partial updates; unlogged, the bitwise OR of the database's codes. Flags: flags and db_attr_flag. */
+FIBDB_API uint32_t FIB_DB_SetNhpGroupRefCount(uint64_t obj, const FibDbNhpGroupItem* item);
+FIBDB_API uint32_t FIB_DB_SetNhpGroupSmoothID(uint64_t obj, const FibDbNhpGroupItem* item);
+FIBDB_API uint32_t FIB_DB_SetNhpGroupFlags(uint64_t obj, const FibDbNhpGroupItem* item);
+/* How a service reports back: service contexts, states and error codes, next-hop types, universal ids, new_vrf,
+ * db_attr_flag, forwardVsId and time_stamp_svc. 0, or 1 if any but db_attr_flag failed, logged as information. */
+FIBDB_API uint32_t FIB_DB_SetNhpGroupContext(uint64_t obj, const FibDbNhpGroupItem* item);
+/* FIB_DB_UpdateNhpGroupFields with the setter of that name; nothing for an item with skip_db_oper. item must not be
+ * NULL. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpGroupRefCount(const FibDbNhpGroupItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateNhpGroupSmoothID(const FibDbNhpGroupItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateNhpGroupFlags(const FibDbNhpGroupItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateNhpGroupContext(const FibDbNhpGroupItem* item);
+
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpGroupIterator(uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpGroupIteratorByVrf(uint32_t key0, uint32_t key1, uint32_t key2,
+                                                            uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextNhpGroup(FibDbIterator* handle, FibDbNhpGroupItem* item);
+FIBDB_API void FIB_DB_ReleaseNhpGroupIterator(FibDbIterator* handle);
+
+/* Key builder of the table service: the index id and the 8 bytes of the key. */
+FIBDB_API void FIB6_DB_SetNhpGroupVridVrfIndexHashKey(uint32_t vrId, uint32_t vrfIndex, uint32_t* indexId, void* key);
+/* The table service's iterator, or NULL, unlogged. The service steps and releases it, by its own number of the
+ * table (0). */
+FIBDB_API void* FIB_DB_CreateNhpGroupIteratorByVridVrfIndex(uint32_t vrId, uint32_t vrfIndex, uint32_t property);
+
+/* Index id of the prefixes bound to groups. */
+enum {
+  FIB_DB_NHP_GROUP_FTN_PRIMARY = 0x0001000D /* vr_id, vrf_index, dest_ip_addr, dest_mask_len */
+};
+
+/* key: room for the 13 bytes of the primary key. */
+FIBDB_API void FIB_DB_SetNhpGroupFtnKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpGroupItem* item);
+/* Stages all fields of item on obj, its service state too: 0, or 1 if any field failed. */
+FIBDB_API uint32_t FIB_DB_SetNhpGroupFtnItem(uint64_t obj, const FibDbNhpGroupItem* item);
+/* As for the groups, and the prefix. */
+FIBDB_API uint32_t FIB_DB_GetNhpGroupFtnBaseItem(uint64_t obj, FibDbNhpGroupItem* item);
+/* As for the groups; skip_db_oper and forwardVsId stay as they are. */
+FIBDB_API void FIB_DB_GetNhpGroupFtnItem(uint64_t obj, FibDbNhpGroupItem* item);
+/* skip_db_oper means nothing to these three. */
+FIBDB_API uint32_t FIB_DB_WriteNhpGroupFtn(const FibDbNhpGroupItem* item);
+/* Fills item by its primary key; 60 when there is none, 1 on any other failure. */
+FIBDB_API uint32_t FIB_DB_ReadNhpGroupFtn(FibDbNhpGroupItem* item);
+FIBDB_API uint32_t FIB_DB_RemoveNhpGroupFtn(const FibDbNhpGroupItem* item);
+
+/* Index ids of the members of next-hop groups. */
+enum {
+  FIB_DB_NHP_GROUP_NODE_PRIMARY = 0x0001001E,        /* the first seven words of the item, sequence */
+  FIB_DB_NHP_GROUP_NODE_BY_NHP_GROUP = 0x01090008,   /* nhp_group_id, vr_id */
+  FIB_DB_NHP_GROUP_NODE_BY_PRIMARY_NHP = 0x02090004, /* primary_nhp_id */
+  FIB_DB_NHP_GROUP_NODE_BY_BACKUP_NHP = 0x03090004,  /* backup_nhp_id */
+  FIB_DB_NHP_GROUP_NODE_BY_PRI_ATTR = 0x04090008     /* vr_id, attribute_id; through the table service */
+};
+
+/* One member: it ties a group to a primary and a backup next hop, each with a label. */
+typedef struct FibDbNhpGroupNodeItem {
+  uint32_t nhp_group_id;
+  uint32_t attribute_id;
+  uint32_t primary_nhp_id;
+  uint32_t primary_label;
+  uint32_t backup_nhp_id;
+  uint32_t backup_label;
+  uint32_t vr_id;
+  uint32_t vrf_index;
+  uint32_t flags;
+  uint32_t app_source_id;
+  uint32_t group_smooth_id;
+  uint64_t app_obj_id;
+  uint16_t sequence;
+  uint16_t rsv;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+  uint32_t bandwidth;
+} FibDbNhpGroupNodeItem;
+
+/* The same as the database stores it: byte-packed, 76 bytes. */
+#pragma pack(push, 1)
+typedef struct FibDbNhpGroupNodeRow {
+  uint32_t nhp_group_id;
+  uint32_t attribute_id;
+  uint32_t primary_nhp_id;
+  uint32_t primary_label;
+  uint32_t backup_nhp_id;
+  uint32_t backup_label;
+  uint32_t vr_id;
+  uint16_t sequence;
+  uint16_t rsv;
+  uint32_t vrf_index;
+  uint32_t flags;
+  uint32_t app_source_id;
+  uint32_t group_smooth_id;
+  uint64_t app_obj_id;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+  uint32_t bandwidth;
+} FibDbNhpGroupNodeRow;
+#pragma pack(pop)
+
+/* key: room for the 30 bytes of the primary key. Does nothing when any argument is NULL. */
+FIBDB_API void FIB_DB_FillNhpGroupNodeKey(const FibDbNhpGroupNodeItem* item, FibDbKeyDesc* desc, void* key);
+/* Copies the fields of the primary key from src to dst. */
+FIBDB_API void FIB_DB_SetNhpGroupNodeKey(FibDbNhpGroupNodeItem* dst, const FibDbNhpGroupNodeItem* src);
+/* Prepares item for FIB_DB_ReadNhpGroupNodeByPriAttr. */
+FIBDB_API void FIB_DB_SetNhpGroupNodeKeyByPriAttr(FibDbNhpGroupNodeItem* item, uint32_t vrId, uint32_t attributeId);
+/* Key builder of the table service: the index id and the 8 bytes of the key by primary attribute. */
+FIBDB_API void FIB_DB_SetNhpGroupNodeAttrIdKey(const FibDbNhpGroupNodeItem* item, uint32_t* indexId, void* key);
+
+/* Stages all fields of item on obj: 0, or 1 if any field failed. */
+FIBDB_API uint32_t FIB_DB_SetNhpGroupNodeItem(uint64_t obj, const FibDbNhpGroupNodeItem* item);
+/* Fills item from the record that obj stands on; a field that fails is logged and left as it was. */
+FIBDB_API void FIB_DB_GetNhpGroupNodeItem(uint64_t obj, FibDbNhpGroupNodeItem* item);
+/* record: a FibDbNhpGroupNodeRow, at any alignment. */
+FIBDB_API void FIB_DB_GetNhpGroupNodeFields(const void* record, FibDbNhpGroupNodeItem* item);
+
+/* Inserts or replaces. Here and below, a failed creation of the object is not logged. */
+FIBDB_API uint32_t FIB_DB_WriteNhpGroupNode(const FibDbNhpGroupNodeItem* item);
+/* Fills item by its primary key; 60 when there is none. Other failures: the database's code. */
+FIBDB_API uint32_t FIB_DB_ReadNhpGroupNode(FibDbNhpGroupNodeItem* item);
+FIBDB_API uint32_t FIB_DB_RemoveNhpGroupNode(const FibDbNhpGroupNodeItem* item);
+/* Changes what setter stages in the record with item's primary key. The setter's own result is not looked at. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpGroupNodeFields(const FibDbNhpGroupNodeItem* item, FibDbFieldSetter setter);
+/* Setters for partial updates: the database's code. */
+FIBDB_API uint32_t FIB_DB_SetNhpGroupNodeFlags(uint64_t obj, const FibDbNhpGroupNodeItem* item);
+FIBDB_API uint32_t FIB_DB_SetNhpGroupNodeSmoothID(uint64_t obj, const FibDbNhpGroupNodeItem* item);
+/* FIB_DB_UpdateNhpGroupNodeFields with the setter of that name. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpGroupNodeFlags(const FibDbNhpGroupNodeItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateNhpGroupNodeSmoothID(const FibDbNhpGroupNodeItem* item);
+
+/* Counts; a failure is not logged. */
+FIBDB_API uint32_t FIB_DB_CountNhpGroupNodeByNhpGroup(uint32_t nhpGroupId, uint32_t vrId, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpGroupNodeByPrimaryNhpId(uint32_t nhpIndex, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpGroupNodeByBackupNhpId(uint32_t nhpIndex, uint32_t* count);
+/* The sum of the two: a member whose primary and backup next hop are the same counts twice. */
+FIBDB_API uint32_t FIB_DB_CountNhpGroupNodeByNhpIndex(uint32_t nhpIndex, uint32_t* count);
+
+/* These two do not tell how many items they filled. The second fills in the members with this primary next hop, then
+ * those with this backup next hop. */
+FIBDB_API uint32_t FIB_DB_ReadNhpGroupNodeByNhpGroup(uint32_t nhpGroupId, uint32_t vrId, uint32_t bufLen,
+                                                     FibDbNhpGroupNodeItem* buf);
+FIBDB_API uint32_t FIB_DB_ReadNhpGroupNodeByNhpIndex(uint32_t nhpIndex, uint32_t bufLen, FibDbNhpGroupNodeItem* buf);
+/* The two halves of the last, on obj, an object of this table of the kind FIB_DB_OBJ_OP_SCAN that stays the caller's;
+ * capacity: items. On failure count stays as it is. The second checks neither count nor buf. */
+FIBDB_API uint32_t FIB_DB_ReadNhpPriGroupNodeByNhpIndex(uint64_t obj, uint32_t nhpIndex, uint32_t capacity,
+                                                        uint32_t* count, FibDbNhpGroupNodeItem* buf);
+FIBDB_API uint32_t FIB_DB_ReadNhpBakGroupNodeByNhpIndex(uint64_t obj, uint32_t nhpIndex, uint32_t capacity,
+                                                        uint32_t* count, FibDbNhpGroupNodeItem* buf);
+/* Through the table service: fills item by vr_id and attribute_id, and leaves it untouched on any failure. The
+ * service's code, unlogged: a missing member is 15005. */
+FIBDB_API uint32_t FIB_DB_ReadNhpGroupNodeByPriAttr(FibDbNhpGroupNodeItem* item);
+
+/* desc and key are handed on as they are: both NULL is the whole table. */
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpGrpNodeIteratorByKey(const FibDbKeyDesc* desc, const void* key,
+                                                              uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpGrpNodeIteratorByNhpGrpId(uint32_t nhpGroupId, uint32_t vrId,
+                                                                   uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpGrpNodeIteratorByPrimaryNhpId(uint32_t nhpIndex, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpGrpNodeIteratorByBackupNhpId(uint32_t nhpIndex, uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextNhpGroupNode(FibDbIterator* handle, FibDbNhpGroupNodeItem* item);
+FIBDB_API void FIB_DB_ReleaseNhpGrpNodeIterator(FibDbIterator* handle);
 
 #ifdef __cplusplus
 }
