@@ -199,6 +199,27 @@ std::vector<std::string> usagesOf(const RecordTable& table) {
   return usages;
 }
 
+// A key whose last columns may be left out.
+constexpr Field kOptionalFields[] = {
+    key<&Probe::id>("id"),
+    key<&Probe::address>("at", {.kind = Kind::kAddress}),
+    key<&Probe::kind>("kind", {.optional = true}),
+    key<&Probe::wide>("wide_key", {.optional = true}),
+    property<&Probe::part, &Part::word>("word"),
+};
+
+constexpr RecordTable kOptional{
+    .word = "probe",
+    .one = "a probe",
+    .many = "probes",
+    .itemSize = sizeof(Probe),
+    .fields = kOptionalFields,
+    .codes = kServiceCodes,
+    .read = onItem<read>,
+    .create = onItem<create>,
+    .remove = onItem<removeProbe>,
+};
+
 // The tables of the program. A selection that names no field would not be found out before it is used.
 TEST(RecordTables, are_sound) {
   for (const RecordTable* table : recordTables()) {
@@ -206,6 +227,11 @@ TEST(RecordTables, are_sound) {
     EXPECT_NE(table->one.find(' '), std::string_view::npos) << "an article first";
     EXPECT_EQ(table->fields.empty() ? Role::kShown : table->fields[0].role, Role::kKey);
     EXPECT_TRUE(std::ranges::is_sorted(table->fields, {}, [](const Field& field) { return field.role != Role::kKey; }));
+    const std::vector<const Field*> keys = fieldsOf(*table, Role::kKey);
+    EXPECT_TRUE(std::ranges::is_sorted(keys, {}, &Field::optional)) << "what may be left out comes last";
+    for (const Field& field : table->fields) {
+      EXPECT_TRUE(!field.optional || (field.role == Role::kKey && field.layout.kind == Kind::kNumber)) << field.name;
+    }
     std::set<std::string> names;
     for (const Field& field : table->fields) EXPECT_TRUE(names.emplace(field.name).second) << field.name;
     for (const Selection& selection : table->selections) {
@@ -242,6 +268,27 @@ TEST_F(RecordTableTest, a_missing_function_takes_its_command_away) {
     t.selections = {};
   });
   EXPECT_EQ(usagesOf(walkOnly).front(), "show probe");
+}
+
+TEST_F(RecordTableTest, keys_that_may_be_left_out_are_0) {
+  EXPECT_THAT(usagesOf(kOptional), Contains("add probe ID AT [KIND] [WIDEKEY] [word N]"));
+  EXPECT_EQ(answerOf(kOptional, "add probe 1 10.0.0.1"), "added probe 1 10.0.0.1\n");
+  EXPECT_EQ(answerOf(kOptional, "add probe 2 10.0.0.1 0 7 word 9"), "added probe 2 10.0.0.1 0 7\n");
+  EXPECT_EQ(answerOf(kOptional, "add probe 3 10.0.0.1 5 word 9"), "added probe 3 10.0.0.1 5\n");
+  EXPECT_EQ(store.records[0].kind, 0);
+  EXPECT_EQ(store.records[1].wide, 7u);
+  EXPECT_EQ(store.records[1].part.word, 9u);
+  EXPECT_EQ(store.records[2].kind, 5);
+  EXPECT_THAT(answerOf(kOptional, "show probe 3 10.0.0.1 5"), HasSubstr("word      9"));
+  EXPECT_EQ(answerOf(kOptional, "delete probe 1 10.0.0.1"), "deleted probe 1 10.0.0.1\n");
+}
+
+TEST_F(RecordTableTest, words_that_are_neither_key_nor_property_are_refused_as_what_they_look_like) {
+  EXPECT_THAT(answerOf(kOptional, "add probe 1 10.0.0.1 256"), HasSubstr("kind: \"256\" is not a number up to 255"));
+  EXPECT_THAT(answerOf(kOptional, "add probe 1 10.0.0.1 wrod 5"), HasSubstr("did you mean \"word\"?"));
+  EXPECT_THAT(answerOf(kOptional, "add probe 1 10.0.0.1 1 2 3"), HasSubstr("unknown word \"3\""));
+  EXPECT_THAT(answerOf(kOptional, "show probe 1 10.0.0.1 x"), HasSubstr("unexpected word \"x\""));
+  EXPECT_THAT(answerOf(kOptional, "show probe 1"), HasSubstr("at is missing"));
 }
 
 TEST_F(RecordTableTest, a_table_that_cannot_be_read_is_listed_but_not_looked_into) {

@@ -58,6 +58,7 @@ struct Field {
   void* (*at)(void* item) = nullptr;
   uint64_t initial = 0;                    // of a new record
   bool listed = true;                      // shown in lists too, not only with the record alone
+  bool optional = false;                   // of a key at the end, a number: not given, it is 0
   void (*goesWith)(void* item) = nullptr;  // sets what else a given value implies
   ItemCall change = nullptr;               // gives this field of the stored record the item's value
 };
@@ -67,6 +68,7 @@ struct FieldHow {
   std::optional<Kind> kind = std::nullopt;
   uint64_t initial = 0;
   bool listed = true;
+  bool optional = false;
   void (*goesWith)(void* item) = nullptr;
   ItemCall change = nullptr;
 };
@@ -123,6 +125,7 @@ constexpr Field fieldOf(Role role, std::string_view name, const FieldHow& how) {
           .at = [](void* item) -> void* { return &memberOf<kPath...>(item); },
           .initial = how.initial,
           .listed = how.listed,
+          .optional = how.optional,
           .goesWith = how.goesWith,
           .change = how.change};
 }

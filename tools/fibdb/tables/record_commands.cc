@@ -1,6 +1,7 @@
 // tools/fibdb/tables/record_commands.cc: show, add, set, delete and count of every table that is described by data.
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <cstring>
 #include <deque>
@@ -48,8 +49,16 @@ void takeValue(Arguments& arguments, const Field& field, Item& item, const std::
   if (field.goesWith != nullptr) field.goesWith(item.data());
 }
 
+// Keys begin with a digit where they may be left out, properties never do.
+bool nextIsKey(Arguments arguments) {
+  return !arguments.empty() && std::isdigit(static_cast<unsigned char>(arguments.word("a key").front())) != 0;
+}
+
 void takeKey(const RecordTable& table, Arguments& arguments, Item& item) {
-  for (const Field* field : fieldsOf(table, Role::kKey)) takeValue(arguments, *field, item, writtenName(*field));
+  for (const Field* field : fieldsOf(table, Role::kKey)) {
+    if (field->optional && !nextIsKey(arguments)) return;
+    takeValue(arguments, *field, item, writtenName(*field));
+  }
 }
 
 // Words and values of these fields until no word is left.

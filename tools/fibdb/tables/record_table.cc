@@ -37,7 +37,12 @@ Value valueOf(const Field& field, const void* item) { return valueAt(placeOf(fie
 
 std::string titleOf(const RecordTable& table, const void* item) {
   std::string title(nameOf(table));
-  for (const Field* field : fieldsOf(table, Role::kKey)) {
+  std::vector<const Field*> keys = fieldsOf(table, Role::kKey);
+  const std::vector<unsigned char> zero(table.itemSize);
+  while (keys.back()->optional && compareAt(placeOf(*keys.back(), item), zero.data(), keys.back()->layout) == 0) {
+    keys.pop_back();
+  }
+  for (const Field* field : keys) {
     const Value value = valueOf(*field, item);
     const auto* text = std::get_if<std::string>(&value);
     title += ' ' + (text == nullptr ? std::to_string(std::get<uint64_t>(value)) : *text);

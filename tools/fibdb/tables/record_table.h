@@ -134,7 +134,7 @@ std::string_view nameOf(const RecordTable& table);
 
 const void* placeOf(const Field& field, const void* item);
 Value valueOf(const Field& field, const void* item);
-// "next hop 7".
+// "next hop 7", without the zeros that need not be given.
 std::string titleOf(const RecordTable& table, const void* item);
 std::vector<Fact> factsOf(const RecordTable& table, const void* item);
 // Fills item by its key; false when there is no such record. Throws Failure for any other answer.

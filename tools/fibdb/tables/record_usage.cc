@@ -35,7 +35,7 @@ std::string keyUsage(const RecordTable& table) {
     for (const char c : field->name) {
       if (c != '_') name += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     }
-    appendWord(usage, name);
+    appendWord(usage, field->optional ? '[' + name + ']' : name);
   }
   return usage;
 }
