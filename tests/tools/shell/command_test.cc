@@ -106,6 +106,8 @@ TEST(Completions, behind_a_tables_command_offer_the_properties_it_takes) {
   EXPECT_THAT(completions(Words{"set", "ar-group", "1", "2", "3", ""}), ElementsAre("smooth"));
   EXPECT_THAT(completions(Words{"show", "ar-group", ""}), ElementsAre("asn", "originator"));
   EXPECT_THAT(completions(Words{"count", "n"}), IsSupersetOf({"nexthop", "nhp"}));
+  EXPECT_THAT(completions(Words{"show", "group", ""}), ElementsAre("member", "source", "vr", "vrf"));
+  EXPECT_THAT(completions(Words{"show", "group", "member", ""}), ElementsAre("backup", "group", "primary", "vr"));
 }
 
 TEST(Completions, offer_files_where_a_file_is_meant) {

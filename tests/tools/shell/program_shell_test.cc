@@ -124,6 +124,10 @@ TEST(Help, lists_every_command_on_a_line_and_explains_one) {
   }
   EXPECT_THAT(runProgram(commands({"help load routes"})).out, StartsWith("load routes FILE\n  load a routing table"));
   EXPECT_THAT(runProgram(commands({"help sh ro"})).out, HasSubstr("show route summary"));
+  const std::string named = runProgram(commands({"help add group"})).out;
+  EXPECT_THAT(named, StartsWith("add group ID [VR] [vrf N]"));
+  EXPECT_THAT(named, HasSubstr("What is not given is 0"));
+  EXPECT_THAT(named, HasSubstr("\nadd group member"));
   const Outcome unknown = runProgram(commands({"help laod"}));
   EXPECT_EQ(unknown.status, 2);
   EXPECT_THAT(unknown.err, HasSubstr("did you mean \"load\"?"));

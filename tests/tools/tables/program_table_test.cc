@@ -238,6 +238,132 @@ TEST(NexthopExtLabel, a_second_creation_and_what_cannot_change_are_refused) {
               HasSubstr("word1 of a next-hop extension label cannot be changed"));
 }
 
+TEST(Group, is_written_shown_listed_in_order_and_deleted) {
+  const Outcome outcome = answer({"add group 300 1 vrf 2 nexthops 3 refs 4 flags 5 source 6 smooth 7", "add group 7",
+                                  "show group", "count group", "delete group 300 1", "count nhp_group"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.out,
+            "added group 300 1\n"
+            "added group 7\n"
+            " id  vr  vrf  nexthops  refs  flags  source  smooth  status high  status normal\n"
+            "  7   0    0         0     0      0       0       0            0              0\n"
+            "300   1    2         3     4      5       6       7            0              0\n"
+            "2\n"
+            "deleted group 300 1\n"
+            "1\n");
+}
+
+TEST(Group, set_changes_what_is_given_and_keeps_the_rest) {
+  const auto answers =
+      jsonAnswers({"add group 3 vrf 1 refs 2 flags 3 smooth 4 attributes 5 new_vrf 6 type_high 7 "
+                   "type_normal 8 overlay 9 underlay 10 system 11 source 12",
+                   "set group 3 nexthops 20 refs 21 overlay 22", "show group 3",
+                   "set group 3 0 flags 30 smooth 31 attributes 32", "show group 3 0"});
+  EXPECT_EQ(answers.at(0), (nlohmann::json{{"id", 3}, {"vr", 0}, {"replaced", false}}));
+  nlohmann::json expected{{"id", 3},
+                          {"vr", 0},
+                          {"vrf", 1},
+                          {"nexthops", 20},
+                          {"refs", 21},
+                          {"flags", 3},
+                          {"source", 12},
+                          {"smooth", 4},
+                          {"attributes", 5},
+                          {"new_vrf", 6},
+                          {"type_high", 7},
+                          {"type_normal", 8},
+                          {"overlay", 22},
+                          {"underlay", 10},
+                          {"system", 11},
+                          {"status_high", 0},
+                          {"status_normal", 0},
+                          {"error_high", "0"},
+                          {"error_normal", "0"}};
+  const std::string allOnes(64, 'f');
+  expected["context_high"] = allOnes;
+  expected["context_normal"] = allOnes;
+  EXPECT_EQ(answers.at(2), expected);
+  expected["flags"] = 30;
+  expected["smooth"] = 31;
+  expected["attributes"] = 32;
+  EXPECT_EQ(answers.at(4), expected);
+}
+
+TEST(Group, is_found_by_router_VRF_and_source_together) {
+  const auto answers =
+      jsonAnswers({"add group 1 vrf 2 source 3", "add group 2 vrf 2 source 4", "show group vr 0 vrf 2 source 4"});
+  ASSERT_EQ(answers.size(), 3u);
+  EXPECT_EQ(answers[2].at("id"), 2);
+  EXPECT_THAT(answer({"show group vrf 2"}).err, HasSubstr("no index serves these words together"));
+}
+
+TEST(Group, that_is_missing_or_given_a_state_is_refused) {
+  EXPECT_EQ(answer({"show group 3"}).err, "fibdb: no group 3\n");
+  EXPECT_EQ(answer({"set group 3 refs 1"}).err, "fibdb: no group 3\n");
+  EXPECT_EQ(answer({"delete group 3 4"}).err, "fibdb: no group 3 4\n");
+  EXPECT_THAT(answer({"add group 3 status_high 1"}).err, HasSubstr("unknown word \"status_high\""));
+}
+
+TEST(GroupMember, is_written_shown_listed_in_order_changed_and_deleted) {
+  const auto answers =
+      jsonAnswers({"add group member 3 66 0 2", "add group member 3 65 66 1 0 5 100 200 bandwidth 9",
+                   "set group member 3 65 66 1 0 5 100 200 flags 4 smooth 5", "show group member 3 65 66 1 0 5 100 200",
+                   "show group member", "count group member", "delete group member 3 66 0 2", "count nhp_group_node"});
+  ASSERT_EQ(answers.size(), 9u);
+  EXPECT_EQ(answers[3], (nlohmann::json{{"group", 3},
+                                        {"primary", 65},
+                                        {"backup", 66},
+                                        {"sequence", 1},
+                                        {"vr", 0},
+                                        {"attribute", 5},
+                                        {"primary_label", 100},
+                                        {"backup_label", 200},
+                                        {"vrf", 0},
+                                        {"bandwidth", 9},
+                                        {"flags", 4},
+                                        {"source", 0},
+                                        {"smooth", 5},
+                                        {"object", 0}}));
+  EXPECT_EQ(answers[4].at("primary"), 65);
+  EXPECT_EQ(answers[5].at("primary"), 66);
+  EXPECT_EQ(answers[6], (nlohmann::json{{"table", "group member"}, {"records", 2}}));
+  EXPECT_EQ(answers[8].at("records"), 1);
+}
+
+TEST(GroupMember, is_found_by_its_group_and_by_either_next_hop) {
+  const Args members = {"add group member 3 65 66", "add group member 3 66 65", "add group member 4 65 0",
+                        "add group member 3 67 0 0 1"};
+  const auto found = [&](const char* line) {
+    Args lines = members;
+    lines.emplace_back(line);
+    std::vector<std::string> titles;
+    const auto answers = jsonAnswers(lines);
+    for (size_t i = members.size(); i < answers.size(); ++i) {
+      titles.push_back(answers[i].at("group").dump() + ' ' + answers[i].at("primary").dump());
+    }
+    return titles;
+  };
+  EXPECT_THAT(found("show group member group 3"), testing::ElementsAre("3 65", "3 66"));
+  EXPECT_THAT(found("show group member group 3 vr 1"), testing::ElementsAre("3 67"));
+  EXPECT_THAT(found("show group member primary 65"), testing::ElementsAre("3 65", "4 65"));
+  EXPECT_THAT(found("show group member backup 65"), testing::ElementsAre("3 66"));
+}
+
+TEST(Ftn, is_written_shown_changed_and_deleted) {
+  const auto answers = jsonAnswers({"add ftn 10.0.0.0 8 group 3 status_high 1", "add ftn 10.0.0.0 8 1 2 group 4",
+                                    "set ftn 10.0.0.0 8 group 5 refs 6", "show ftn 10.0.0.0 8",
+                                    "show ftn 10.0.0.0 8 1 2", "delete ftn 10.0.0.0 8", "count nhp_group_ftn"});
+  EXPECT_EQ(answers.at(3).at("group"), 5);
+  EXPECT_EQ(answers.at(3).at("refs"), 6);
+  EXPECT_EQ(answers.at(3).at("status_high"), 1);
+  EXPECT_EQ(answers.at(4).at("group"), 4);
+  EXPECT_EQ(answers.at(5),
+            (nlohmann::json{{"address", "10.0.0.0"}, {"length", 8}, {"vr", 0}, {"vrf", 0}, {"deleted", true}}));
+  EXPECT_EQ(answers.at(6).at("records"), 1);
+  EXPECT_EQ(answer({"show ftn 10.0.0.0 8"}).err, "fibdb: no FTN 10.0.0.0 8\n");
+  EXPECT_THAT(answer({"show ftn"}).err, HasSubstr("address is missing\nusage: show ftn ADDRESS LENGTH [VR] [VRF]"));
+}
+
 TEST(ArGroup, set_changes_the_smooth_id_and_nothing_else) {
   const auto answers = jsonAnswers({"add ar-group 1 2 3 asn 9 attr1 4 bytes2 0102030405060708",
                                     "set ar-group 1 2 3 smooth 77", "show ar-group 1 2 3", "count ar-group"});

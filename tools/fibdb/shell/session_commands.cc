@@ -52,7 +52,15 @@ Status help(Session& session, Arguments& arguments) {
   while (!arguments.empty()) words.push_back(arguments.word("a command"));
   std::vector<const Command*> found = commandsFor(words);
   if (found.empty()) found.push_back(findCommand(words).command);
-  return found.size() == 1 ? showOne(session, *found.front()) : showList(session, found);
+  if (found.size() == 1) return showOne(session, *found.front());
+  // A command that is named in full is meant, and those that go on from it are not kept back.
+  const auto named = std::find_if(found.begin(), found.end(),
+                                  [&](const Command* command) { return splitWords(command->words) == words; });
+  if (named != found.end()) {
+    showOne(session, **named);
+    found.erase(named);
+  }
+  return showList(session, found);
 }
 
 Status quit(Session& session, Arguments& arguments) {

@@ -4,8 +4,9 @@
 namespace fibdb::program {
 namespace {
 
-constexpr const RecordTable* kTables[] = {&kNexthops,      &kStandardNexthops, &kLlaNexthops,      &kVpnNexthops,
-                                          &kVxlanNexthops, &kNexthopExts,      &kNexthopExtLabels, &kArGroups};
+constexpr const RecordTable* kTables[] = {
+    &kNexthops,         &kStandardNexthops, &kLlaNexthops,  &kVpnNexthops, &kVxlanNexthops, &kNexthopExts,
+    &kNexthopExtLabels, &kGroups,           &kGroupMembers, &kFtns,        &kArGroups};
 
 }  // namespace
 

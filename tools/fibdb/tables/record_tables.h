@@ -13,6 +13,9 @@ extern const RecordTable kVpnNexthops;
 extern const RecordTable kVxlanNexthops;
 extern const RecordTable kNexthopExts;
 extern const RecordTable kNexthopExtLabels;
+extern const RecordTable kGroups;
+extern const RecordTable kGroupMembers;
+extern const RecordTable kFtns;
 extern const RecordTable kArGroups;
 
 // In the order of help.
