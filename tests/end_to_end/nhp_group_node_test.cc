@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "tests/end_to_end/engine_fixture.h"
+#include "tests/support/group_items.h"
 
 namespace fibdb::test {
 namespace {
@@ -65,23 +66,7 @@ class NodeTest : public EngineTest {
 };
 
 TEST_F(NodeTest, A_member_lives_its_life) {
-  Node node{.nhp_group_id = 42,
-            .attribute_id = 2,
-            .primary_nhp_id = 3,
-            .primary_label = 4,
-            .backup_nhp_id = 5,
-            .backup_label = 6,
-            .vr_id = 7,
-            .vrf_index = 8,
-            .flags = 9,
-            .app_source_id = 10,
-            .group_smooth_id = 11,
-            .app_obj_id = 12ull << 40,
-            .sequence = 13,
-            .rsv = 14,
-            .time_stamp_app = 15ull << 40,
-            .time_stamp_svc = 16ull << 40,
-            .bandwidth = 17};
+  Node node = fullMember();
   Node read{};
   FIB_DB_SetNhpGroupNodeKey(&read, &node);
   EXPECT_EQ(FIB_DB_ReadNhpGroupNode(&read), 60u);

@@ -8,6 +8,7 @@
 #include "platform/schema/catalog.h"
 #include "platform/ufib.h"
 #include "tests/end_to_end/engine_fixture.h"
+#include "tests/support/group_items.h"
 
 namespace fibdb::test {
 namespace {
@@ -31,36 +32,6 @@ uint64_t fieldOf(std::span<const schema::Field> fields, const Row& row, std::str
 class GroupTest : public EngineTest {
  protected:
   static FibDbNhpGroupItem groupOf(uint32_t id, uint32_t vr = 0) { return {.nhp_group_id = id, .vr_id = vr}; }
-
-  // An item whose service state is one that no group starts with.
-  static FibDbNhpGroupItem fullGroup(uint32_t id, uint32_t vr) {
-    FibDbNhpGroupItem item{.nhp_group_id = id,
-                           .vr_id = vr,
-                           .vrf_index = 3,
-                           .flags = 4,
-                           .ref_count = 5,
-                           .new_vrf = 6,
-                           .nhp_number = 7,
-                           .nhp_type_high_prio = 8,
-                           .nhp_type_normal_prio = 9,
-                           .status_high_prio = 10,
-                           .status_normal_prio = 11,
-                           .errcode_high_prio = {12, 13},
-                           .errcode_normal_prio = {14, 15},
-                           .app_source_id = 16,
-                           .table_smooth_id = 17,
-                           .overlay_universal_id = 18,
-                           .underlay_universal_id = 19,
-                           .db_attr_flag = 20ull << 40,
-                           .time_stamp_app = 21ull << 40,
-                           .time_stamp_svc = 22ull << 40,
-                           .dest_ip_addr = 0x0A000100,
-                           .dest_mask_len = 24,
-                           .forwardVsId = 25};
-    std::memset(item.svc_ctx_high_prio, 0x23, sizeof item.svc_ctx_high_prio);
-    std::memset(item.svc_ctx_normal_prio, 0x24, sizeof item.svc_ctx_normal_prio);
-    return item;
-  }
 
   // Everything that both tables store, but for the service state.
   static auto fieldsOf(const FibDbNhpGroupItem& item) {
@@ -121,14 +92,14 @@ class GroupTest : public EngineTest {
 };
 
 TEST_F(GroupTest, A_group_starts_with_a_fresh_service_state_and_gets_one_from_its_service) {
-  const FibDbNhpGroupItem group = fullGroup(42, 2);
+  const FibDbNhpGroupItem group = fullGroup();
   FibDbNhpGroupItem read = groupOf(42, 2);
   EXPECT_EQ(FIB_DB_ReadNhpGroup(&read), 60u);
   EXPECT_EQ(FIB_DB_WriteNhpGroup(&group), 0u);
   read.skip_db_oper = 1;
   EXPECT_EQ(FIB_DB_ReadNhpGroup(&read), 0u);
   EXPECT_TRUE(fieldsOf(read) == fieldsOf(group));
-  EXPECT_EQ(read.forwardVsId, 25);
+  EXPECT_EQ(read.forwardVsId, 27);
   EXPECT_EQ(read.skip_db_oper, 0u);
   EXPECT_EQ(read.status_high_prio, 0);
   EXPECT_EQ(read.status_normal_prio, 0);
@@ -148,7 +119,7 @@ TEST_F(GroupTest, A_group_starts_with_a_fresh_service_state_and_gets_one_from_it
 }
 
 TEST_F(GroupTest, Each_update_changes_its_own_fields_and_says_which_kind_of_change_it_is) {
-  const FibDbNhpGroupItem group = fullGroup(42, 2);
+  const FibDbNhpGroupItem group = fullGroup();
   ASSERT_EQ(FIB_DB_WriteNhpGroup(&group), 0u);
   FibDbNhpGroupItem change = groupOf(42, 2);
   change.ref_count = 50;
@@ -280,7 +251,7 @@ class FtnTest : public GroupTest {
 };
 
 TEST_F(FtnTest, A_bound_prefix_keeps_the_service_state_that_it_is_written_with) {
-  const FibDbNhpGroupItem ftn = fullGroup(42, 2);
+  const FibDbNhpGroupItem ftn = fullGroup();
   FibDbNhpGroupItem read = ftnOf(0x0A000100, 24, 2, 3);
   EXPECT_EQ(FIB_DB_ReadNhpGroupFtn(&read), 60u);
   EXPECT_EQ(FIB_DB_WriteNhpGroupFtn(&ftn), 0u);

@@ -1,6 +1,6 @@
 // tests/nexthop/nhp_group_ftn_test.cc: prefixes bound to next-hop groups over the recorded platform.
 #include "platform/objdb_tables.h"
-#include "tests/nexthop/group_items.h"
+#include "tests/nexthop/group_rows.h"
 
 namespace fibdb::test {
 namespace {

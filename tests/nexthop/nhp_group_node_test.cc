@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "platform/objdb_tables.h"
+#include "tests/support/group_items.h"
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test {
@@ -13,35 +14,7 @@ using schema::TableId;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// The layout that callers were compiled against.
-static_assert(offsetof(FibDbNhpGroupNodeItem, vr_id) == 24 && offsetof(FibDbNhpGroupNodeItem, group_smooth_id) == 40);
-static_assert(offsetof(FibDbNhpGroupNodeItem, app_obj_id) == 48 && offsetof(FibDbNhpGroupNodeItem, sequence) == 56);
-static_assert(offsetof(FibDbNhpGroupNodeItem, rsv) == 58 && offsetof(FibDbNhpGroupNodeItem, time_stamp_app) == 64);
-static_assert(offsetof(FibDbNhpGroupNodeItem, time_stamp_svc) == 72);
-static_assert(offsetof(FibDbNhpGroupNodeItem, bandwidth) == 80 && sizeof(FibDbNhpGroupNodeItem) == 88);
-static_assert(sizeof(FibDbNhpGroupNodeRow) == 76);
-
 constexpr size_t kFields = 17;
-
-FibDbNhpGroupNodeItem fullItem() {
-  return {.nhp_group_id = 42,
-          .attribute_id = 2,
-          .primary_nhp_id = 3,
-          .primary_label = 4,
-          .backup_nhp_id = 5,
-          .backup_label = 6,
-          .vr_id = 7,
-          .vrf_index = 8,
-          .flags = 9,
-          .app_source_id = 10,
-          .group_smooth_id = 11,
-          .app_obj_id = 0x1200000000,
-          .sequence = 13,
-          .rsv = 14,
-          .time_stamp_app = 0x1500000000,
-          .time_stamp_svc = 0x1600000000,
-          .bandwidth = 17};
-}
 
 Row rowOf(const FibDbNhpGroupNodeItem& item) {
   Row row;
@@ -68,12 +41,12 @@ Row rowOf(const FibDbNhpGroupNodeItem& item) {
 
 class NhpGroupNodeTest : public TablesTest {
  protected:
-  void SetUp() override { platform.record(TableId::nhp_group_node) = rowOf(fullItem()); }
+  void SetUp() override { platform.record(TableId::nhp_group_node) = rowOf(fullMember()); }
 
   // The bytes of 42, 2, 3, 4, 5, 6, 7 and, in two of them, 13.
   static constexpr const char* kKey = "0x0001001E 2a0000000200000003000000040000000500000006000000070000000d00";
 
-  FibDbNhpGroupNodeItem item = fullItem();
+  FibDbNhpGroupNodeItem item = fullMember();
   uint32_t count = 77;
 };
 
@@ -118,7 +91,7 @@ TEST_F(NhpGroupNodeTest, SetNhpGroupNodeKey_copies_the_key_and_nothing_else) {
 
 TEST_F(NhpGroupNodeTest, SetNhpGroupNodeKeyByPriAttr_stores_router_and_attribute) {
   FIB_DB_SetNhpGroupNodeKeyByPriAttr(&item, 70, 20);
-  FibDbNhpGroupNodeItem expected = fullItem();
+  FibDbNhpGroupNodeItem expected = fullMember();
   expected.vr_id = 70;
   expected.attribute_id = 20;
   EXPECT_EQ(rowOf(item), rowOf(expected));
@@ -263,7 +236,7 @@ TEST_F(NhpGroupNodeTest, ReadNhpGroupNode_fills_every_field_in_order) {
   FibDbNhpGroupNodeItem out{};
   FIB_DB_SetNhpGroupNodeKey(&out, &item);
   EXPECT_EQ(FIB_DB_ReadNhpGroupNode(&out), 0u);
-  EXPECT_EQ(rowOf(out), rowOf(fullItem()));
+  EXPECT_EQ(rowOf(out), rowOf(fullMember()));
   std::vector<std::string> expected{"db_create_nhp_group_node_obj(3)", called("db_read_obj", kKey)};
   expected.insert(expected.end(), kGetters.begin(), kGetters.end());
   expected.emplace_back("db_release_nhp_group_node_object(#1)");
@@ -426,7 +399,7 @@ class NhpGroupNodeBulk : public NhpGroupNodeTest {
   // Records whose sequences are first, first + 1, and so on.
   void fillEntries(uint16_t first, uint16_t howMany) {
     for (uint16_t i = 0; i < howMany; ++i) {
-      FibDbNhpGroupNodeItem entry = fullItem();
+      FibDbNhpGroupNodeItem entry = fullMember();
       entry.sequence = static_cast<uint16_t>(first + i);
       platform.entries.push_back(rowOf(entry));
     }
@@ -640,7 +613,7 @@ TEST_F(NhpGroupNodeTest, ReadNhpGroupNodeByPriAttr_is_a_unique_read_by_router_an
   FIB_DB_SetNhpGroupNodeKeyByPriAttr(&out, 7, 2);
   EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByPriAttr(&out), 0u);
   EXPECT_THAT(platform.calls, ElementsAre("UFIB_DB_ReadUniqueHash(1, 0x04090008 0700000002000000, 76)"));
-  EXPECT_EQ(rowOf(out), rowOf(fullItem()));
+  EXPECT_EQ(rowOf(out), rowOf(fullMember()));
 }
 
 TEST_F(NhpGroupNodeTest, ReadNhpGroupNodeByPriAttr_failure_is_the_services_code_silently_and_keeps_the_item) {
@@ -655,7 +628,7 @@ TEST_F(NhpGroupNodeTest, ReadNhpGroupNodeByPriAttr_failure_is_the_services_code_
 
 TEST_F(NhpGroupNodeTest, GetNhpGroupNodeFields_copies_a_record_at_any_alignment) {
   Row unaligned(77);
-  const Row row = rowOf(fullItem());
+  const Row row = rowOf(fullMember());
   std::ranges::copy(row, unaligned.begin() + 1);
   FibDbNhpGroupNodeItem out{};
   FIB_DB_GetNhpGroupNodeFields(unaligned.data() + 1, &out);

@@ -3,7 +3,7 @@
 
 #include "platform/objdb_tables.h"
 #include "platform/ufib.h"
-#include "tests/nexthop/group_items.h"
+#include "tests/nexthop/group_rows.h"
 
 namespace fibdb::test {
 namespace {

@@ -1,11 +1,12 @@
-// tests/nexthop/group_items.h: an item of the groups and of the prefixes bound to them, each field of its own value.
-#ifndef FIBDB_TESTS_NEXTHOP_GROUP_ITEMS_H
-#define FIBDB_TESTS_NEXTHOP_GROUP_ITEMS_H
+// tests/support/group_items.h: a group and a member of one, each field of a value of its own, for tests over either
+// database.
+#ifndef FIBDB_TESTS_SUPPORT_GROUP_ITEMS_H
+#define FIBDB_TESTS_SUPPORT_GROUP_ITEMS_H
 
 #include <cstddef>
 #include <cstring>
 
-#include "tests/support/tables_fixture.h"
+#include "fibdb/nexthop.h"
 
 namespace fibdb::test {
 
@@ -22,6 +23,14 @@ static_assert(offsetof(FibDbNhpGroupItem, reserved) == 136 && offsetof(FibDbNhpG
 static_assert(offsetof(FibDbNhpGroupItem, dest_ip_addr) == 144 && offsetof(FibDbNhpGroupItem, dest_mask_len) == 148);
 static_assert(offsetof(FibDbNhpGroupItem, forwardVsId) == 149 && sizeof(FibDbNhpGroupItem) == 152);
 
+static_assert(offsetof(FibDbNhpGroupNodeItem, vr_id) == 24 && offsetof(FibDbNhpGroupNodeItem, group_smooth_id) == 40);
+static_assert(offsetof(FibDbNhpGroupNodeItem, app_obj_id) == 48 && offsetof(FibDbNhpGroupNodeItem, sequence) == 56);
+static_assert(offsetof(FibDbNhpGroupNodeItem, rsv) == 58 && offsetof(FibDbNhpGroupNodeItem, time_stamp_app) == 64);
+static_assert(offsetof(FibDbNhpGroupNodeItem, time_stamp_svc) == 72);
+static_assert(offsetof(FibDbNhpGroupNodeItem, bandwidth) == 80 && sizeof(FibDbNhpGroupNodeItem) == 88);
+static_assert(sizeof(FibDbNhpGroupNodeRow) == 76);
+
+// Group 42 of router 2; as a prefix 10.0.1.0/24 of VRF 3. No group starts with its service state.
 inline FibDbNhpGroupItem fullGroup() {
   FibDbNhpGroupItem item{.nhp_group_id = 42,
                          .vr_id = 2,
@@ -53,33 +62,25 @@ inline FibDbNhpGroupItem fullGroup() {
   return item;
 }
 
-// The fields that both tables have; what else the table has is added by its test.
-inline Row rowOfGroup(schema::TableId table, const FibDbNhpGroupItem& item) {
-  Row row;
-  const auto put = [&](std::string_view name, uint64_t value) { putField(table, row, name, value); };
-  put("nhp_group_id", item.nhp_group_id);
-  put("vr_id", item.vr_id);
-  put("vrf_index", item.vrf_index);
-  put("nhp_number", item.nhp_number);
-  put("flags", item.flags);
-  put("ref_count", item.ref_count);
-  put("new_vrf", item.new_vrf);
-  put("app_source_id", item.app_source_id);
-  put("table_smooth_id", item.table_smooth_id);
-  put("db_attr_flag", item.db_attr_flag);
-  put("nhp_type_high_prio", item.nhp_type_high_prio);
-  put("nhp_type_normal_prio", item.nhp_type_normal_prio);
-  put("status_high_prio", item.status_high_prio);
-  put("status_normal_prio", item.status_normal_prio);
-  putBytes(table, row, "errcode_high_prio", item.errcode_high_prio);
-  putBytes(table, row, "errcode_normal_prio", item.errcode_normal_prio);
-  putBytes(table, row, "svc_ctx_high_prio", item.svc_ctx_high_prio);
-  putBytes(table, row, "svc_ctx_normal_prio", item.svc_ctx_normal_prio);
-  put("overlay_universal_id", item.overlay_universal_id);
-  put("underlay_universal_id", item.underlay_universal_id);
-  put("time_stamp_app", item.time_stamp_app);
-  put("time_stamp_svc", item.time_stamp_svc);
-  return row;
+// A member of group 42 of router 7.
+inline FibDbNhpGroupNodeItem fullMember() {
+  return {.nhp_group_id = 42,
+          .attribute_id = 2,
+          .primary_nhp_id = 3,
+          .primary_label = 4,
+          .backup_nhp_id = 5,
+          .backup_label = 6,
+          .vr_id = 7,
+          .vrf_index = 8,
+          .flags = 9,
+          .app_source_id = 10,
+          .group_smooth_id = 11,
+          .app_obj_id = 0x1200000000,
+          .sequence = 13,
+          .rsv = 14,
+          .time_stamp_app = 0x1500000000,
+          .time_stamp_svc = 0x1600000000,
+          .bandwidth = 17};
 }
 
 }  // namespace fibdb::test
