@@ -24,6 +24,7 @@ inline uint32_t raw(uint32_t code) { return code; }
 inline uint32_t one(uint32_t) { return 1; }
 inline uint32_t null(uint32_t) { return kNull; }
 inline uint32_t ignored(uint32_t) { return 0; }
+inline uint32_t refused(uint32_t) { return 22; }  // the own result of a checked copy
 inline uint32_t written(uint32_t code) { return code == 13044 ? 0 : code; }
 inline uint32_t read(uint32_t code) { return code == 15005 ? 60 : 1; }
 inline uint32_t readOrRaw(uint32_t code) { return code == 15005 ? 60 : code; }
