@@ -1,6 +1,6 @@
 /* fibdb/nexthop.h: next hops, keyed by a 32-bit next-hop index; standard (IPv4) next hops; next hops with a 16-byte
  * address; next hops into a VPN; next hops into a VXLAN tunnel; next-hop extensions and their labels; next-hop groups,
- * their members, and prefixes bound to them.
+ * their members, and prefixes bound to them; VPN SID next hops; SRv6 traffic-engineering extensions.
  *
  * Functions over several records of a table that is found under many keys
  *  - Count...: stores how many records stand under a key; a failure is the database's code and stores nothing.
@@ -820,6 +820,252 @@ FIBDB_API FibDbIterator* FIB_DB_CreateNhpGrpNodeIteratorByPrimaryNhpId(uint32_t 
 FIBDB_API FibDbIterator* FIB_DB_CreateNhpGrpNodeIteratorByBackupNhpId(uint32_t nhpIndex, uint32_t property);
 FIBDB_API uint32_t FIB_DB_GetNextNhpGroupNode(FibDbIterator* handle, FibDbNhpGroupNodeItem* item);
 FIBDB_API void FIB_DB_ReleaseNhpGrpNodeIterator(FibDbIterator* handle);
+
+/* Index ids of the VPN SID next hops. */
+enum {
+  FIB_DB_NHP_VPNSID_PRIMARY = 0x0001001C,      /* key_word1 to key_word3, sid */
+  FIB_DB_NHP_VPNSID_BY_NHP_INDEX = 0x01090004, /* one word; the embedded engine takes key_word1 */
+  /* Two words, an address, two bytes; the embedded engine takes key_word2, key_word3, addr2, attr_byte1, attr_byte2. */
+  FIB_DB_NHP_VPNSID_BY_XSID_INFO = 0x0209001A,
+  FIB_DB_NHP_VPNSID_BY_VPN_SID = 0x03090018 /* two words, an address; the engine takes key_word2, key_word3, sid */
+};
+
+/* One next hop with VPN segment identifiers. The three addresses are four 32-bit words each, in host byte order, most
+ * significant word first. Stamps, states, contexts and blocks are the caller's: they are stored as given. */
+typedef struct FibDbNhpVpnSidItem {
+  uint32_t key_word1;
+  uint32_t key_word2;
+  uint32_t key_word3;
+  uint32_t attr_word1;
+  uint8_t sid[16];
+  uint8_t addr2[16];
+  uint8_t addr3[16];
+  uint32_t attr_word2;
+  uint32_t attr_word3;
+  uint8_t attr_byte1;
+  uint8_t attr_byte2;
+  uint8_t attr_byte3;
+  uint32_t flags;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint32_t attr_word4;
+  uint32_t attr_word5;
+  uint8_t block16a[16];
+  uint8_t block16b[16];
+  uint32_t app_source_id;
+  uint32_t group_smooth_id;
+  uint64_t app_obj_id;
+  uint32_t app_version;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+  uint8_t block32a[32];
+  uint8_t block32b[32];
+} FibDbNhpVpnSidItem;
+
+/* The same as the database stores it: byte-packed, 256 bytes, addresses in network byte order. */
+#pragma pack(push, 1)
+typedef struct FibDbNhpVpnSidRow {
+  uint32_t key_word1;
+  uint32_t key_word2;
+  uint32_t key_word3;
+  uint8_t sid[16];
+  uint32_t attr_word1;
+  uint8_t addr2[16];
+  uint8_t addr3[16];
+  uint8_t attr_byte1;
+  uint8_t attr_byte2;
+  uint8_t attr_byte3;
+  uint8_t zero;
+  uint32_t flags;
+  uint32_t attr_word2;
+  uint32_t attr_word3;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint32_t attr_word4;
+  uint32_t attr_word5;
+  uint8_t block16a[16];
+  uint8_t block16b[16];
+  uint32_t app_source_id;
+  uint32_t group_smooth_id;
+  uint64_t app_obj_id;
+  uint32_t app_version;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+  uint8_t block32a[32];
+  uint8_t block32b[32];
+} FibDbNhpVpnSidRow;
+#pragma pack(pop)
+
+/* Packs item into row (FibDbNhpVpnSidRow, zeroed by the caller), and unpacks it again. The result is that of the last
+ * block's copy, and a failed one stops nothing. */
+FIBDB_API uint32_t FIB_DB_SetNhpVpnSidItem(void* row, const FibDbNhpVpnSidItem* item);
+FIBDB_API uint32_t FIB_DB_GetNhpVpnSidItem(FibDbNhpVpnSidItem* item, const void* row);
+/* key: room for the 28 bytes of the primary key. The result is that of the address's copy. */
+FIBDB_API uint32_t FIB_DB_SetNhpVpnSidKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpVpnSidItem* item);
+
+/* Inserts or replaces. Does not check item. */
+FIBDB_API uint32_t FIB_DB_WriteNhpVpnSid(const FibDbNhpVpnSidItem* item);
+/* Fills item by its primary key through the table service: call FIB_DB_TableRegisterInit (runtime.h) first. The
+ * service's code, unlogged and uncounted; a missing record is 15005. */
+FIBDB_API uint32_t FIB_DB_ReadNhpVpnSid(FibDbNhpVpnSidItem* item);
+/* Does not check item. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpVpnSid(const FibDbNhpVpnSidItem* item);
+/* Every record of this next hop. */
+FIBDB_API uint32_t FIB_DB_RemoveNhpVpnSidByNhpIndex(uint32_t nhpIndex);
+
+/* The two ByKey check no argument. A record that vanishes while it is read ends the reading with 15005, unlogged; the
+ * items before it are filled and counted. */
+FIBDB_API uint32_t FIB_DB_ReadNhpVpnSidByKey(const FibDbKeyDesc* desc, const void* key, uint32_t bufLen,
+                                             FibDbNhpVpnSidItem* buf, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_ReadNhpVpnSidByNhpIndex(uint32_t nhpIndex, uint32_t bufLen, FibDbNhpVpnSidItem* buf,
+                                                  uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhpVpnSidByKey(const FibDbKeyDesc* desc, const void* key, uint32_t* count);
+/* Does not check count. */
+FIBDB_API uint32_t FIB_DB_CountNhpVpnSidByNhpIndex(uint32_t nhpIndex, uint32_t* count);
+
+/* Changes what setter stages in the record with item's primary key. The setter's own result is not looked at. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpVpnSidFields(const FibDbNhpVpnSidItem* item, FibDbFieldSetter setter);
+/* Setters for partial updates. Context: both service contexts, the four states and error codes, time_stamp_svc; 0 or 1.
+ * Flag: flags alone; the database's code. */
+FIBDB_API uint32_t FIB_DB_SetNhpVpnSidContext(uint64_t obj, const FibDbNhpVpnSidItem* item);
+FIBDB_API uint32_t FIB_DB_SetNhpVpnSidFlag(uint64_t obj, const FibDbNhpVpnSidItem* item);
+/* FIB_DB_UpdateNhpVpnSidFields with the setter of that name. */
+FIBDB_API uint32_t FIB_DB_UpdateNhpVpnSidContext(const FibDbNhpVpnSidItem* item);
+FIBDB_API uint32_t FIB_DB_UpdateNhpVpnSidFlag(const FibDbNhpVpnSidItem* item);
+
+/* These records have no vr_id: to the embedded engine any property but FIB_DB_NO_PROPERTY is an error. */
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVpnSidIterator(uint32_t property);
+/* Checks no argument. */
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVpnSidIteratorByKey(const FibDbKeyDesc* desc, const void* key,
+                                                             uint32_t property);
+/* xsid, sid: 16 bytes in the form of the items' addresses. Not checked. */
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVpnSidIteratorByXsidInfo(uint32_t key0, uint32_t key1, const uint8_t* xsid,
+                                                                  uint8_t byte0, uint8_t byte1, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVpnSidIteratorByVpnSid(uint32_t key0, uint32_t key1, const uint8_t* sid,
+                                                                uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhpVpnSidIteratorByNhpIndex(uint32_t nhpIndex, uint32_t property);
+/* 1, unlogged, for a record that vanishes while it is read, too. */
+FIBDB_API uint32_t FIB_DB_GetNextNhpVpnSidEntry(FibDbIterator* handle, FibDbNhpVpnSidItem* item);
+FIBDB_API void FIB_DB_ReleaseNhpVpnSidIterator(FibDbIterator* handle);
+
+/* Index ids of the SRv6 traffic-engineering extensions. */
+enum {
+  FIB_DB_PP4EXT_SRV6_TE_PRIMARY = 0x00010021,      /* key_word1 to key_word4, addr, type_byte */
+  FIB_DB_PP4EXT_SRV6_TE_BY_NHP_INDEX = 0x01090004, /* one word; the embedded engine takes key_word1 */
+  /* Three words, one byte; the embedded engine takes key_word2 to key_word4, type_byte. */
+  FIB_DB_PP4EXT_SRV6_TE_BY_POLICY_INFO = 0x0209000D
+};
+
+/* What SRv6 traffic engineering adds to a next hop. The two addresses are four 32-bit words each, in host byte order,
+ * most significant word first. Stamps, states, contexts and blocks are the caller's: they are stored as given. */
+typedef struct FibDbNhpSrv6TeItem {
+  uint32_t key_word1;
+  uint32_t key_word2;
+  uint32_t key_word3;
+  uint8_t addr[16];
+  uint32_t key_word4; /* before addr in the key and in the row */
+  uint8_t type_byte;
+  uint8_t attr_byte1;
+  uint32_t attr_word1;
+  uint8_t addr2[16];
+  uint32_t attr_word2;
+  uint32_t attr_word3;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t attr_byte2;
+  uint8_t attr_byte3;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint8_t block1[16];
+  uint8_t block2[16];
+  uint32_t attr_word4;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+} FibDbNhpSrv6TeItem;
+
+/* The same as the database stores it: byte-packed, 156 bytes, addresses in network byte order. */
+#pragma pack(push, 1)
+typedef struct FibDbNhpSrv6TeRow {
+  uint32_t key_word1;
+  uint32_t key_word2;
+  uint32_t key_word3;
+  uint32_t key_word4;
+  uint8_t addr[16];
+  uint8_t type_byte;
+  uint8_t attr_byte1;
+  uint8_t zero1[2];
+  uint32_t attr_word1;
+  uint8_t addr2[16];
+  uint32_t attr_word2;
+  uint32_t attr_word3;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint8_t zero2[2];
+  uint8_t attr_byte2;
+  uint8_t attr_byte3;
+  uint8_t svc_ctx_high_prio[16];
+  uint8_t svc_ctx_normal_prio[16];
+  uint8_t block1[16];
+  uint8_t block2[16];
+  uint32_t attr_word4;
+  uint64_t time_stamp_app;
+  uint64_t time_stamp_svc;
+} FibDbNhpSrv6TeRow;
+#pragma pack(pop)
+
+/* Packs item into row (FibDbNhpSrv6TeRow, zeroed by the caller), and unpacks it again. The result is that of the last
+ * block's copy, and a failed one stops nothing. */
+FIBDB_API uint32_t FIB_DB_SetNhp4ExtSrv6TeItem(void* row, const FibDbNhpSrv6TeItem* item);
+FIBDB_API uint32_t FIB_DB_GetNhp4ExtSrv6TeItem(FibDbNhpSrv6TeItem* item, const void* row);
+/* key: room for the 33 bytes of the primary key. The result is that of the address's copy. */
+FIBDB_API uint32_t FIB_DB_SetNhp4ExtSrv6TeKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpSrv6TeItem* item);
+
+/* Inserts or replaces. Neither this nor the removal checks item. To read one record, read it ByKey. */
+FIBDB_API uint32_t FIB_DB_WriteNhp4ExtSrv6Te(const FibDbNhpSrv6TeItem* item);
+FIBDB_API uint32_t FIB_DB_RemoveNhpPp4ExtSrv6Te(const FibDbNhpSrv6TeItem* item);
+/* Every record of this next hop. */
+FIBDB_API uint32_t FIB_DB_RemoveNhp4ExtSrv6TeByNhpIndex(uint32_t nhpIndex);
+
+/* The two ByKey check no argument. A record that vanishes while it is read ends the reading with 15005, unlogged; the
+ * items before it are filled and counted. */
+FIBDB_API uint32_t FIB_DB_ReadNhp4ExtSrv6TeByKey(const FibDbKeyDesc* desc, const void* key, uint32_t bufLen,
+                                                 FibDbNhpSrv6TeItem* buf, uint32_t* count);
+FIBDB_API uint32_t FIB_DB_ReadNhp4ExtSrv6TeByNhpIndex(uint32_t nhpIndex, uint32_t bufLen, FibDbNhpSrv6TeItem* buf,
+                                                      uint32_t* count);
+FIBDB_API uint32_t FIB_DB_CountNhp4ExtSrv6TeByKey(const FibDbKeyDesc* desc, const void* key, uint32_t* count);
+/* Does not check count. */
+FIBDB_API uint32_t FIB_DB_CountNhp4ExtSrv6TeByNhpIndex(uint32_t nhpIndex, uint32_t* count);
+
+/* Changes what setter stages in the record with item's primary key. The setter's own result is not looked at. */
+FIBDB_API uint32_t FIB_DB_UpdateNhp4ExtSrv6TeFields(const FibDbNhpSrv6TeItem* item, FibDbFieldSetter setter);
+/* Setter of both service contexts, the four states and error codes, and time_stamp_svc; 0 or 1. */
+FIBDB_API uint32_t FIB_DB_SetNhp4ExtSrv6TeContext(uint64_t obj, const FibDbNhpSrv6TeItem* item);
+/* FIB_DB_UpdateNhp4ExtSrv6TeFields with it. */
+FIBDB_API uint32_t FIB_DB_UpdateNhp4ExtSrv6TeContext(const FibDbNhpSrv6TeItem* item);
+
+/* These records have no vr_id: to the embedded engine any property but FIB_DB_NO_PROPERTY is an error. */
+FIBDB_API FibDbIterator* FIB_DB_CreateNhp4ExtSrv6TeIterator(uint32_t property);
+/* Checks no argument. */
+FIBDB_API FibDbIterator* FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey(const FibDbKeyDesc* desc, const void* key,
+                                                                 uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhp4ExtSrv6TeIterByPolicyInfo(uint32_t key0, uint32_t key1, uint32_t key2,
+                                                                    uint8_t keyByte, uint32_t property);
+FIBDB_API FibDbIterator* FIB_DB_CreateNhp4ExtSrv6TeIterByNhpIndex(uint32_t nhpIndex, uint32_t property);
+/* 1, unlogged, for a record that vanishes while it is read, too. */
+FIBDB_API uint32_t FIB_DB_GetNextNhp4ExtSrv6TeEntry(FibDbIterator* handle, FibDbNhpSrv6TeItem* item);
+FIBDB_API void FIB_DB_ReleaseNhp4ExtSrv6TeIterator(FibDbIterator* handle);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,237 @@
+// nexthop/pp4ext_srv6_te.cc: what SRv6 traffic engineering adds to next hops, keyed by four words, an address and a
+// type; found by next hop and by policy, too. Records travel as whole rows.
+#include <cstddef>
+
+#include "fibdb/nexthop.h"
+#include "platform/objdb_tables.h"
+#include "platform/schema/catalog.h"
+#include "runtime/ops.h"
+#include "runtime/rows.h"
+
+namespace {
+
+using fibdb::PackedKey;
+using fibdb::Text;
+using Item = FibDbNhpSrv6TeItem;
+using Row = FibDbNhpSrv6TeRow;
+using Key = fibdb::KeyBytes<FIB_DB_PP4EXT_SRV6_TE_PRIMARY>;
+
+static_assert(sizeof(Item) == 160);
+static_assert(sizeof(Row) == 156);
+static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_pp4ext_srv6_te));
+#define FIELD_AT(name) (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_pp4ext_srv6_te, #name))
+static_assert(FIELD_AT(key_word4) && FIELD_AT(addr) && FIELD_AT(type_byte) && FIELD_AT(attr_byte1));
+static_assert(FIELD_AT(attr_word1) && FIELD_AT(addr2) && FIELD_AT(attr_word3) && FIELD_AT(status_high_prio));
+static_assert(FIELD_AT(errcode_normal_prio) && FIELD_AT(attr_byte2) && FIELD_AT(svc_ctx_high_prio));
+static_assert(FIELD_AT(svc_ctx_normal_prio) && FIELD_AT(block1) && FIELD_AT(block2) && FIELD_AT(attr_word4));
+static_assert(FIELD_AT(time_stamp_app) && FIELD_AT(time_stamp_svc));
+#undef FIELD_AT
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_pp4ext_srv6_te, 0) == FIB_DB_PP4EXT_SRV6_TE_PRIMARY);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_pp4ext_srv6_te, 1) == FIB_DB_PP4EXT_SRV6_TE_BY_NHP_INDEX);
+static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_pp4ext_srv6_te, 2) == FIB_DB_PP4EXT_SRV6_TE_BY_POLICY_INFO);
+
+constexpr fibdb::Table<Item, Key> kSrv6Te{
+    .create = db_create_pp4ext_srv6_te_obj,
+    .release = db_release_pp4ext_srv6_te_object,
+    .stage = fibdb::stageRow<Item, Row, FIB_DB_SetNhp4ExtSrv6TeItem, db_set_pp4ext_srv6_te_all_fields>,
+    .key = [](FibDbKeyDesc* desc, Key* key, const Item* item) { FIB_DB_SetNhp4ExtSrv6TeKeyField(desc, key, item); },
+    .fetch = fibdb::fetchRow<Item, Row, [](const Row* row, Item* item) { FIB_DB_GetNhp4ExtSrv6TeItem(item, row); }>,
+    .settle = FIB_DB_Nhp4ExtSrv6TeLog,
+};
+
+// Required: a record that vanishes while it is read ends a bulk read with 15005, and is 1 to a step; neither says it.
+uint32_t arriveInBulk(uint64_t obj, Item* item) {
+  return fibdb::fetchCurrent(
+      kSrv6Te, obj, item,
+      {FIB_DB_TABLE_PP4EXT_SRV6_TE, FIB_DB_OPER_READ, "ReadNhp4ExtSrv6TeByKey read failed, ret: %u"});
+}
+
+uint32_t arriveInStep(uint64_t obj, Item* item) {
+  const uint32_t code = fibdb::fetchCurrent(
+      kSrv6Te, obj, item, {FIB_DB_TABLE_PP4EXT_SRV6_TE, FIB_DB_OPER_READ, "Read Nhp4ExtSrv6Te Entry failed, ret: %u"});
+  return code == FIB_DB_OK ? FIB_DB_OK : FIB_DB_ERR;
+}
+
+// Required: the iterators by a key fail in the words of the one over the whole table.
+template <class Open>
+FibDbIterator* iterate(uint32_t property, const Open& open, bool madeInHandle) {
+  return fibdb::createIterator(kSrv6Te,
+                               {.mallocFailed = "CreateNhp4ExtSrv6TeIterator malloc failed",
+                                .createObjFailed = "CreateNhp4ExtSrv6TeIterator createObj failed, ret: %d",
+                                .createIterFailed = "CreateNhp4ExtSrv6TeIterator createIter failed, ret: %d",
+                                .setPropertyFailed = "CreateNhp4ExtSrv6TeIterator setProperty failed, ret: %d",
+                                .madeInHandle = madeInHandle},
+                               property, open);
+}
+
+}  // namespace
+
+// Required: the address stands before the fourth key word in an item, and behind it in a row.
+uint32_t FIB_DB_SetNhp4ExtSrv6TeItem(void* row, const FibDbNhpSrv6TeItem* item) {
+  auto* const out = static_cast<Row*>(row);
+  out->key_word1 = item->key_word1;
+  out->key_word2 = item->key_word2;
+  out->key_word3 = item->key_word3;
+  fibdb::packAddress(out->addr, item->addr);
+  out->key_word4 = item->key_word4;
+  out->type_byte = item->type_byte;
+  out->attr_byte1 = item->attr_byte1;
+  out->attr_word1 = item->attr_word1;
+  fibdb::packAddress(out->addr2, item->addr2);
+  out->attr_word2 = item->attr_word2;
+  out->attr_word3 = item->attr_word3;
+  out->status_high_prio = item->status_high_prio;
+  out->status_normal_prio = item->status_normal_prio;
+  out->errcode_high_prio = item->errcode_high_prio;
+  out->errcode_normal_prio = item->errcode_normal_prio;
+  out->attr_byte2 = item->attr_byte2;
+  out->attr_byte3 = item->attr_byte3;
+  fibdb::copyBlock(out->svc_ctx_high_prio, item->svc_ctx_high_prio);
+  fibdb::copyBlock(out->svc_ctx_normal_prio, item->svc_ctx_normal_prio);
+  fibdb::copyBlock(out->block1, item->block1);
+  const uint32_t copied = fibdb::copyBlock(out->block2, item->block2);
+  out->attr_word4 = item->attr_word4;
+  out->time_stamp_app = item->time_stamp_app;
+  out->time_stamp_svc = item->time_stamp_svc;
+  return copied;
+}
+
+uint32_t FIB_DB_GetNhp4ExtSrv6TeItem(FibDbNhpSrv6TeItem* item, const void* row) {
+  const auto* const in = static_cast<const Row*>(row);
+  item->key_word1 = in->key_word1;
+  item->key_word2 = in->key_word2;
+  item->key_word3 = in->key_word3;
+  fibdb::unpackAddress(item->addr, in->addr);
+  item->key_word4 = in->key_word4;
+  item->type_byte = in->type_byte;
+  item->attr_byte1 = in->attr_byte1;
+  item->attr_word1 = in->attr_word1;
+  fibdb::unpackAddress(item->addr2, in->addr2);
+  item->attr_word2 = in->attr_word2;
+  item->attr_word3 = in->attr_word3;
+  item->status_high_prio = in->status_high_prio;
+  item->status_normal_prio = in->status_normal_prio;
+  item->errcode_high_prio = in->errcode_high_prio;
+  item->errcode_normal_prio = in->errcode_normal_prio;
+  item->attr_byte2 = in->attr_byte2;
+  item->attr_byte3 = in->attr_byte3;
+  fibdb::copyBlock(item->svc_ctx_high_prio, in->svc_ctx_high_prio);
+  fibdb::copyBlock(item->svc_ctx_normal_prio, in->svc_ctx_normal_prio);
+  fibdb::copyBlock(item->block1, in->block1);
+  const uint32_t copied = fibdb::copyBlock(item->block2, in->block2);
+  item->attr_word4 = in->attr_word4;
+  item->time_stamp_app = in->time_stamp_app;
+  item->time_stamp_svc = in->time_stamp_svc;
+  return copied;
+}
+
+uint32_t FIB_DB_SetNhp4ExtSrv6TeKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpSrv6TeItem* item) {
+  fibdb::Address addr{};
+  const uint32_t copied = fibdb::packAddress(addr.data(), item->addr);
+  desc->indexId = FIB_DB_PP4EXT_SRV6_TE_PRIMARY;
+  fibdb::putKey<FIB_DB_PP4EXT_SRV6_TE_PRIMARY>(key, item->key_word1, item->key_word2, item->key_word3, item->key_word4,
+                                               addr, item->type_byte);
+  return copied;
+}
+
+// Required: neither a write nor a removal checks its item, both release their object before its code is settled, and
+// both say "NhpPp4Ext".
+uint32_t FIB_DB_WriteNhp4ExtSrv6Te(const FibDbNhpSrv6TeItem* item) {
+  return fibdb::write(kSrv6Te, item,
+                      {.createFailed = "WriteNhpPp4ExtSrv6Te create object failed, ret: %d.",
+                       .stageFailed = "WriteNhpPp4ExtSrv6Te failed, set all fields failed. ret: %d",
+                       .unguarded = true,
+                       .releaseFirst = true});
+}
+
+// Required: the name, which is the only one that begins like its texts.
+uint32_t FIB_DB_RemoveNhpPp4ExtSrv6Te(const FibDbNhpSrv6TeItem* item) {
+  return fibdb::remove(kSrv6Te, item,
+                       {.createFailed = "RemoveNhpPp4ExtSrv6Te create object failed, ret: %d.",
+                        .unguarded = true,
+                        .releaseFirst = true});
+}
+
+uint32_t FIB_DB_RemoveNhp4ExtSrv6TeByNhpIndex(uint32_t nhpIndex) {
+  return fibdb::removeUnder(
+      kSrv6Te, PackedKey<FIB_DB_PP4EXT_SRV6_TE_BY_NHP_INDEX>(nhpIndex),
+      {.createFailed = "RemoveNhp4ExtSrv6TeByNhpIndex create object failed, ret: %d.", .releaseFirst = true});
+}
+
+uint32_t FIB_DB_ReadNhp4ExtSrv6TeByKey(const FibDbKeyDesc* desc, const void* key, uint32_t bufLen,
+                                       FibDbNhpSrv6TeItem* buf, uint32_t* count) {
+  return fibdb::readUnder(
+      kSrv6Te, desc, key, bufLen, buf, count,
+      {.createFailed = "ReadNhp4ExtSrv6TeByKey failed, create object failed. ret: %u",
+       .createIterFailed = "ReadNhp4ExtSrv6TeByKey failed, create root iter failed. ret: %u",
+       .stepFailed = {FIB_DB_TABLE_PP4EXT_SRV6_TE, FIB_DB_OPER_ITERATOR, "ReadNhp4ExtSrv6TeByKey failed, ret: %u"},
+       .arrive = arriveInBulk,
+       .unguarded = true});
+}
+
+uint32_t FIB_DB_ReadNhp4ExtSrv6TeByNhpIndex(uint32_t nhpIndex, uint32_t bufLen, FibDbNhpSrv6TeItem* buf,
+                                            uint32_t* count) {
+  if (buf == nullptr) return FIB_DB_ERR;
+  const PackedKey<FIB_DB_PP4EXT_SRV6_TE_BY_NHP_INDEX> key(nhpIndex);
+  return FIB_DB_ReadNhp4ExtSrv6TeByKey(&key.desc, &key.bytes, bufLen, buf, count);
+}
+
+uint32_t FIB_DB_CountNhp4ExtSrv6TeByKey(const FibDbKeyDesc* desc, const void* key, uint32_t* count) {
+  return fibdb::countUnder(kSrv6Te, desc, key, count,
+                           {.createFailed = "CountNhp4ExtSrv6TeByKey create object failed, ret: %d.",
+                            .countFailed = "CountNhp4ExtSrv6TeByKey get record count failed, ret: %d.",
+                            .unguarded = true});
+}
+
+uint32_t FIB_DB_CountNhp4ExtSrv6TeByNhpIndex(uint32_t nhpIndex, uint32_t* count) {
+  const PackedKey<FIB_DB_PP4EXT_SRV6_TE_BY_NHP_INDEX> key(nhpIndex);
+  return FIB_DB_CountNhp4ExtSrv6TeByKey(&key.desc, &key.bytes, count);
+}
+
+uint32_t FIB_DB_UpdateNhp4ExtSrv6TeFields(const FibDbNhpSrv6TeItem* item, FibDbFieldSetter setter) {
+  return fibdb::update(kSrv6Te, item, setter,
+                       {.createFailed = "UpdateNhp4ExtSrv6TeFields failed, create object failed. ret: %d"});
+}
+
+uint32_t FIB_DB_SetNhp4ExtSrv6TeContext(uint64_t obj, const FibDbNhpSrv6TeItem* item) {
+  constexpr Text<> failed = "SetNhp4ExtSrv6TeContext failed, set fields failed.";
+  uint32_t code = db_set_pp4ext_srv6_te_svc_ctx_high_prio(obj, item->svc_ctx_high_prio, sizeof item->svc_ctx_high_prio);
+  code |= db_set_pp4ext_srv6_te_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
+  code |= db_set_pp4ext_srv6_te_status_high_prio(obj, item->status_high_prio);
+  code |= db_set_pp4ext_srv6_te_status_normal_prio(obj, item->status_normal_prio);
+  code |= db_set_pp4ext_srv6_te_errcode_high_prio(obj, item->errcode_high_prio);
+  code |= db_set_pp4ext_srv6_te_errcode_normal_prio(obj, item->errcode_normal_prio);
+  code |= db_set_pp4ext_srv6_te_time_stamp_svc(obj, item->time_stamp_svc);
+  if (code == 0) return FIB_DB_OK;
+  failed.error();
+  return FIB_DB_ERR;
+}
+
+uint32_t FIB_DB_UpdateNhp4ExtSrv6TeContext(const FibDbNhpSrv6TeItem* item) {
+  return FIB_DB_UpdateNhp4ExtSrv6TeFields(item, fibdb::asFieldSetter<Item, FIB_DB_SetNhp4ExtSrv6TeContext>);
+}
+
+FibDbIterator* FIB_DB_CreateNhp4ExtSrv6TeIterator(uint32_t property) {
+  return iterate(property, fibdb::WholeTable(), false);
+}
+FibDbIterator* FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey(const FibDbKeyDesc* desc, const void* key, uint32_t property) {
+  return iterate(property, fibdb::UnderKey{desc, key}, true);
+}
+FibDbIterator* FIB_DB_CreateNhp4ExtSrv6TeIterByPolicyInfo(uint32_t key0, uint32_t key1, uint32_t key2, uint8_t keyByte,
+                                                          uint32_t property) {
+  const PackedKey<FIB_DB_PP4EXT_SRV6_TE_BY_POLICY_INFO> key(key0, key1, key2, keyByte);
+  return FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey(&key.desc, &key.bytes, property);
+}
+FibDbIterator* FIB_DB_CreateNhp4ExtSrv6TeIterByNhpIndex(uint32_t nhpIndex, uint32_t property) {
+  const PackedKey<FIB_DB_PP4EXT_SRV6_TE_BY_NHP_INDEX> key(nhpIndex);
+  return FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey(&key.desc, &key.bytes, property);
+}
+
+uint32_t FIB_DB_GetNextNhp4ExtSrv6TeEntry(FibDbIterator* handle, FibDbNhpSrv6TeItem* item) {
+  // Required: the small letter of the name.
+  constexpr fibdb::Failure failed{FIB_DB_TABLE_PP4EXT_SRV6_TE, FIB_DB_OPER_ITERATOR,
+                                  "GetNextnhp4ExtSrv6TeEntry failed, ret: %u"};
+  return fibdb::next(handle, item, failed, arriveInStep);
+}
+
+void FIB_DB_ReleaseNhp4ExtSrv6TeIterator(FibDbIterator* handle) { fibdb::releaseIterator(kSrv6Te, handle); }
