@@ -196,5 +196,73 @@ TEST(VxlanNexthop, is_found_by_every_index) {
   EXPECT_THAT(listed(three, "show vxlan-nexthop vr 51 vni 1", "gateway"), IsEmpty());
 }
 
+TEST(VpnSidNexthop, is_added_changed_found_by_each_index_and_deleted) {
+  const auto answers = answersOf(
+      {"add vpn-sid-nexthop 7 1 2 2001:db8::1 addr2 fe80::2 byte1 3 byte2 4 block3 "
+       "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f",
+       "add vpn-sid-nexthop 8 1 2 2001:db8::2", "set vpn-sid-nexthop 7 1 2 2001:db8::1 flags 0x80000000 attr5 9",
+       "show vpn-sid-nexthop 7 1 2 2001:db8::1", "show vpn-sid-nexthop index 8",
+       "show vpn-sid-nexthop key2 1 key3 2 sid 2001:db8::2",
+       "show vpn-sid-nexthop key2 1 key3 2 addr2 fe80::2 byte1 3 byte2 4", "count vpn-sid-nexthop",
+       "delete vpn-sid-nexthop 7 1 2 2001:db8::1", "show vpn-sid-nexthop", "show table nhp_vpnsid"});
+  ASSERT_EQ(answers.size(), 11u);
+  EXPECT_EQ(answers[2].at("flags"), 0x80000000);
+  EXPECT_EQ(answers[3].at("sid"), "2001:db8::1");
+  EXPECT_EQ(answers[3].at("addr2"), "fe80::2");
+  EXPECT_EQ(answers[3].at("flags"), 0x80000000);
+  EXPECT_EQ(answers[3].at("attr5"), 9);
+  EXPECT_EQ(answers[3].at("byte2"), 4);
+  EXPECT_EQ(answers[3].at("block3"), "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f");
+  EXPECT_EQ(answers[4].at("index"), 8);
+  EXPECT_EQ(answers[5].at("index"), 8);
+  EXPECT_EQ(answers[6].at("index"), 7);
+  EXPECT_EQ(answers[7].at("records"), 2);
+  EXPECT_EQ(answers[9].at("sid"), "2001:db8::2");
+  EXPECT_EQ(answers[10].at("sid"), "20010db8000000000000000000000002");
+}
+
+TEST(VpnSidNexthop, a_missing_one_is_refused_and_nothing_is_counted) {
+  const Outcome outcome =
+      runProgram({"-k", "-c", "show vpn-sid-nexthop 7 1 2 ::1", "-c", "set vpn-sid-nexthop 7 1 2 ::1 flags 1", "-c",
+                  "delete vpn-sid-nexthop 7 1 2 ::1", "-c", "show vpn-sid-nexthop", "-c", "show errors"});
+  EXPECT_EQ(outcome.status, 1);
+  const std::string line = "fibdb: no VPN SID next hop 7 1 2 ::1\n";
+  EXPECT_EQ(outcome.err, line + line + line);
+  EXPECT_THAT(outcome.out, testing::StartsWith("no VPN SID next hops\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("nhp_vpnsid           0    0      0       0       0     0         0"));
+  EXPECT_THAT(errorOf("add vpn-sid-nexthop 7 1 2 2001:db8"), HasSubstr("\"2001:db8\" is not an IPv6 address"));
+}
+
+TEST(Srv6TeNexthop, is_added_changed_found_by_each_index_and_deleted) {
+  const auto answers = answersOf(
+      {"add srv6-te-nexthop 7 1 2 3 2001:db8::5 6 addr2 ::1 attr1 9", "add srv6-te-nexthop 8 1 2 4 2001:db8::5 6",
+       "add srv6-te-nexthop 7 1 2 3 2001:db8::5 6 attr1 10", "set srv6-te-nexthop 7 1 2 3 2001:db8::5 6 attr4 11",
+       "show srv6-te-nexthop 7 1 2 3 2001:db8::5 6", "show srv6-te-nexthop index 8",
+       "show srv6-te-nexthop key2 1 key3 2 key4 3 type 6", "count srv6-te-nexthop",
+       "delete srv6-te-nexthop 7 1 2 3 2001:db8::5 6", "show srv6-te-nexthop", "show table pp4ext_srv6_te"});
+  ASSERT_EQ(answers.size(), 11u);
+  EXPECT_EQ(answers[0].at("replaced"), false);
+  EXPECT_EQ(answers[2].at("replaced"), true);
+  EXPECT_EQ(answers[4].at("address"), "2001:db8::5");
+  EXPECT_EQ(answers[4].at("addr2"), "::");
+  EXPECT_EQ(answers[4].at("attr1"), 10);
+  EXPECT_EQ(answers[4].at("attr4"), 11);
+  EXPECT_EQ(answers[5].at("index"), 8);
+  EXPECT_EQ(answers[6].at("index"), 7);
+  EXPECT_EQ(answers[7].at("records"), 2);
+  EXPECT_EQ(answers[9].at("index"), 8);
+  EXPECT_EQ(answers[10].at("addr"), "20010db8000000000000000000000005");
+}
+
+TEST(Srv6TeNexthop, a_missing_one_is_refused) {
+  const Outcome outcome =
+      runProgram({"-k", "-c", "show srv6-te-nexthop 7 1 2 3 ::5 6", "-c", "set srv6-te-nexthop 7 1 2 3 ::5 6 attr1 1",
+                  "-c", "delete srv6-te-nexthop 7 1 2 3 ::5 6", "-c", "show srv6-te-nexthop"});
+  EXPECT_EQ(outcome.status, 1);
+  const std::string line = "fibdb: no SRv6 TE next hop 7 1 2 3 ::5 6\n";
+  EXPECT_EQ(outcome.err, line + line + line);
+  EXPECT_EQ(outcome.out, "no SRv6 TE next hops\n");
+}
+
 }  // namespace
 }  // namespace fibdb::program

@@ -2,6 +2,7 @@
 #include "tools/fibdb/tables/field.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <vector>
 
@@ -71,9 +72,18 @@ std::string storeAddress(void* place, std::string_view text) {
   return {};
 }
 
-std::string storeAddress6(void* place, std::string_view text) {
-  const auto address = parseAddress6(text);
+// Four numbers in host byte order as bytes on the wire, or the other way: the bytes of each number turned round.
+std::array<unsigned char, 16> turned(const void* place) {
+  std::array<unsigned char, 16> bytes;
+  std::memcpy(bytes.data(), place, bytes.size());
+  for (auto number = bytes.begin(); number != bytes.end(); number += 4) std::reverse(number, number + 4);
+  return bytes;
+}
+
+std::string storeAddress6(void* place, Kind kind, std::string_view text) {
+  auto address = parseAddress6(text);
   if (!address) return inQuotes(text) + " is not an IPv6 address";
+  if (kind == Kind::kAddress6Words) address = turned(address->data());
   std::memcpy(place, address->data(), address->size());
   return {};
 }
@@ -108,6 +118,8 @@ Value valueAt(const void* place, const Layout& layout) {
       return formatAddress(static_cast<uint32_t>(numberAt(place, layout.width)));
     case Kind::kAddress6:
       return formatAddress6(place);
+    case Kind::kAddress6Words:
+      return formatAddress6(turned(place).data());
     case Kind::kBytes:
       return formatHex(place, sizeOf(layout));
     case Kind::kText:
@@ -124,7 +136,8 @@ std::string storeAt(void* place, const Layout& layout, std::string_view text) {
     case Kind::kAddress:
       return storeAddress(place, text);
     case Kind::kAddress6:
-      return storeAddress6(place, text);
+    case Kind::kAddress6Words:
+      return storeAddress6(place, layout.kind, text);
     case Kind::kBytes:
       return storeBytes(place, layout, text);
     case Kind::kText:
@@ -137,6 +150,7 @@ std::string storeAt(void* place, const Layout& layout, std::string_view text) {
 
 std::strong_ordering compareAt(const void* a, const void* b, const Layout& layout) {
   if (layout.kind == Kind::kText) return textAt(a, layout) <=> textAt(b, layout);
+  if (layout.kind == Kind::kAddress6Words) return turned(a) <=> turned(b);
   return numbersAt(a, layout) <=> numbersAt(b, layout);
 }
 
@@ -144,6 +158,7 @@ std::string_view placeholderOf(const Layout& layout) {
   switch (layout.kind) {
     case Kind::kAddress:
     case Kind::kAddress6:
+    case Kind::kAddress6Words:
       return "ADDRESS";
     case Kind::kBytes:
       return "HEX";

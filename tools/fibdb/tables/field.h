@@ -19,11 +19,12 @@
 namespace fibdb::program {
 
 enum class Kind {
-  kNumber,    // 1, 2, 4 or 8 bytes, host byte order; count of them
-  kAddress,   // 4 bytes, host byte order, shown with dots
-  kAddress6,  // 16 bytes as on the wire
-  kBytes,     // count opaque bytes
-  kText,      // count characters at most, the closing zero among them
+  kNumber,         // 1, 2, 4 or 8 bytes, host byte order; count of them
+  kAddress,        // 4 bytes, host byte order, shown with dots
+  kAddress6,       // 16 bytes as on the wire
+  kAddress6Words,  // the same as four numbers of 4 bytes, host byte order
+  kBytes,          // count opaque bytes
+  kText,           // count characters at most, the closing zero among them
 };
 
 struct Layout {
@@ -118,7 +119,8 @@ constexpr Field fieldOf(Role role, std::string_view name, const FieldHow& how) {
   const Layout layout = layoutOf<Type>(how.kind);
   // Not reached by a right table; a wrong one does not compile.
   if (layout.kind == Kind::kAddress && sizeof(Type) != 4) throw "an address has four bytes";
-  if (layout.kind == Kind::kAddress6 && sizeof(Type) != 16) throw "an IPv6 address has sixteen bytes";
+  const bool address6 = layout.kind == Kind::kAddress6 || layout.kind == Kind::kAddress6Words;
+  if (address6 && sizeof(Type) != 16) throw "an IPv6 address has sixteen bytes";
   return {.name = name,
           .role = role,
           .layout = layout,

@@ -7,6 +7,9 @@ namespace {
 constexpr const RecordTable* kTables[] = {
     &kNexthops,         &kStandardNexthops, &kLlaNexthops,  &kVpnNexthops, &kVxlanNexthops, &kNexthopExts,
     &kNexthopExtLabels, &kGroups,           &kGroupMembers, &kFtns,        &kArGroups};
+constexpr const RecordTable* kTables[] = {&kNexthops,       &kStandardNexthops, &kLlaNexthops,      &kVpnNexthops,
+                                          &kVxlanNexthops,  &kNexthopExts,      &kNexthopExtLabels, &kVpnSidNexthops,
+                                          &kSrv6TeNexthops, &kArGroups};
 
 }  // namespace
 

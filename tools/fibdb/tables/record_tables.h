@@ -16,6 +16,8 @@ extern const RecordTable kNexthopExtLabels;
 extern const RecordTable kGroups;
 extern const RecordTable kGroupMembers;
 extern const RecordTable kFtns;
+extern const RecordTable kVpnSidNexthops;
+extern const RecordTable kSrv6TeNexthops;
 extern const RecordTable kArGroups;
 
 // In the order of help.
