@@ -60,6 +60,42 @@ fibdb::Address keyAddress(const uint8_t* address, const Text<uint32_t>& copyFail
   return stored;
 }
 
+// Item to row and back, field by field in the order of the item; copyAddress says which way.
+template <class To, class From>
+uint32_t convert(To& to, const From& from, uint32_t (*copyAddress)(uint8_t*, const uint8_t*)) {
+  to.key_word1 = from.key_word1;
+  to.key_word2 = from.key_word2;
+  to.key_word3 = from.key_word3;
+  to.attr_word1 = from.attr_word1;
+  copyAddress(to.sid, from.sid);
+  copyAddress(to.addr2, from.addr2);
+  copyAddress(to.addr3, from.addr3);
+  to.attr_word2 = from.attr_word2;
+  to.attr_word3 = from.attr_word3;
+  to.attr_byte1 = from.attr_byte1;
+  to.attr_byte2 = from.attr_byte2;
+  to.attr_byte3 = from.attr_byte3;
+  to.flags = from.flags;
+  to.status_high_prio = from.status_high_prio;
+  to.status_normal_prio = from.status_normal_prio;
+  to.errcode_high_prio = from.errcode_high_prio;
+  to.errcode_normal_prio = from.errcode_normal_prio;
+  fibdb::copyBlock(to.svc_ctx_high_prio, from.svc_ctx_high_prio);
+  fibdb::copyBlock(to.svc_ctx_normal_prio, from.svc_ctx_normal_prio);
+  to.attr_word4 = from.attr_word4;
+  to.attr_word5 = from.attr_word5;
+  fibdb::copyBlock(to.block16a, from.block16a);
+  fibdb::copyBlock(to.block16b, from.block16b);
+  to.app_source_id = from.app_source_id;
+  to.group_smooth_id = from.group_smooth_id;
+  to.app_obj_id = from.app_obj_id;
+  to.app_version = from.app_version;
+  to.time_stamp_app = from.time_stamp_app;
+  to.time_stamp_svc = from.time_stamp_svc;
+  fibdb::copyBlock(to.block32a, from.block32a);
+  return fibdb::copyBlock(to.block32b, from.block32b);
+}
+
 // Required: a record that vanishes while it is read ends a bulk read with 15005, and is 1 to a step; neither says it.
 uint32_t arriveInBulk(uint64_t obj, Item* item) {
   return fibdb::fetchCurrent(kNhpVpnSid, obj, item,
@@ -74,73 +110,10 @@ uint32_t arriveInStep(uint64_t obj, Item* item) {
 }  // namespace
 
 uint32_t FIB_DB_SetNhpVpnSidItem(void* row, const FibDbNhpVpnSidItem* item) {
-  auto* const out = static_cast<Row*>(row);
-  out->key_word1 = item->key_word1;
-  out->key_word2 = item->key_word2;
-  out->key_word3 = item->key_word3;
-  out->attr_word1 = item->attr_word1;
-  fibdb::packAddress(out->sid, item->sid);
-  fibdb::packAddress(out->addr2, item->addr2);
-  fibdb::packAddress(out->addr3, item->addr3);
-  out->attr_word2 = item->attr_word2;
-  out->attr_word3 = item->attr_word3;
-  out->attr_byte1 = item->attr_byte1;
-  out->attr_byte2 = item->attr_byte2;
-  out->attr_byte3 = item->attr_byte3;
-  out->flags = item->flags;
-  out->status_high_prio = item->status_high_prio;
-  out->status_normal_prio = item->status_normal_prio;
-  out->errcode_high_prio = item->errcode_high_prio;
-  out->errcode_normal_prio = item->errcode_normal_prio;
-  fibdb::copyBlock(out->svc_ctx_high_prio, item->svc_ctx_high_prio);
-  fibdb::copyBlock(out->svc_ctx_normal_prio, item->svc_ctx_normal_prio);
-  out->attr_word4 = item->attr_word4;
-  out->attr_word5 = item->attr_word5;
-  fibdb::copyBlock(out->block16a, item->block16a);
-  fibdb::copyBlock(out->block16b, item->block16b);
-  out->app_source_id = item->app_source_id;
-  out->group_smooth_id = item->group_smooth_id;
-  out->app_obj_id = item->app_obj_id;
-  out->app_version = item->app_version;
-  out->time_stamp_app = item->time_stamp_app;
-  out->time_stamp_svc = item->time_stamp_svc;
-  fibdb::copyBlock(out->block32a, item->block32a);
-  return fibdb::copyBlock(out->block32b, item->block32b);
+  return convert(*static_cast<Row*>(row), *item, fibdb::packAddress);
 }
-
 uint32_t FIB_DB_GetNhpVpnSidItem(FibDbNhpVpnSidItem* item, const void* row) {
-  const auto* const in = static_cast<const Row*>(row);
-  item->key_word1 = in->key_word1;
-  item->key_word2 = in->key_word2;
-  item->key_word3 = in->key_word3;
-  item->attr_word1 = in->attr_word1;
-  fibdb::unpackAddress(item->sid, in->sid);
-  fibdb::unpackAddress(item->addr2, in->addr2);
-  fibdb::unpackAddress(item->addr3, in->addr3);
-  item->attr_word2 = in->attr_word2;
-  item->attr_word3 = in->attr_word3;
-  item->attr_byte1 = in->attr_byte1;
-  item->attr_byte2 = in->attr_byte2;
-  item->attr_byte3 = in->attr_byte3;
-  item->flags = in->flags;
-  item->status_high_prio = in->status_high_prio;
-  item->status_normal_prio = in->status_normal_prio;
-  item->errcode_high_prio = in->errcode_high_prio;
-  item->errcode_normal_prio = in->errcode_normal_prio;
-  fibdb::copyBlock(item->svc_ctx_high_prio, in->svc_ctx_high_prio);
-  fibdb::copyBlock(item->svc_ctx_normal_prio, in->svc_ctx_normal_prio);
-  item->attr_word4 = in->attr_word4;
-  item->attr_word5 = in->attr_word5;
-  fibdb::copyBlock(item->block16a, in->block16a);
-  fibdb::copyBlock(item->block16b, in->block16b);
-  item->app_source_id = in->app_source_id;
-  item->group_smooth_id = in->group_smooth_id;
-  item->app_obj_id = in->app_obj_id;
-  item->app_version = in->app_version;
-  item->time_stamp_app = in->time_stamp_app;
-  item->time_stamp_svc = in->time_stamp_svc;
-  fibdb::copyBlock(item->block32a, in->block32a);
-  return fibdb::copyBlock(item->block32b, in->block32b);
+  return convert(*item, *static_cast<const Row*>(row), fibdb::unpackAddress);
 }
 
 uint32_t FIB_DB_SetNhpVpnSidKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpVpnSidItem* item) {

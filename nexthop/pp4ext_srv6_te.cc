@@ -39,6 +39,37 @@ constexpr fibdb::Table<Item, Key> kSrv6Te{
     .settle = FIB_DB_Nhp4ExtSrv6TeLog,
 };
 
+// Item to row and back, field by field in the order of the item; copyAddress says which way.
+// Required: the address stands before the fourth key word in an item, and behind it in a row.
+template <class To, class From>
+uint32_t convert(To& to, const From& from, uint32_t (*copyAddress)(uint8_t*, const uint8_t*)) {
+  to.key_word1 = from.key_word1;
+  to.key_word2 = from.key_word2;
+  to.key_word3 = from.key_word3;
+  copyAddress(to.addr, from.addr);
+  to.key_word4 = from.key_word4;
+  to.type_byte = from.type_byte;
+  to.attr_byte1 = from.attr_byte1;
+  to.attr_word1 = from.attr_word1;
+  copyAddress(to.addr2, from.addr2);
+  to.attr_word2 = from.attr_word2;
+  to.attr_word3 = from.attr_word3;
+  to.status_high_prio = from.status_high_prio;
+  to.status_normal_prio = from.status_normal_prio;
+  to.errcode_high_prio = from.errcode_high_prio;
+  to.errcode_normal_prio = from.errcode_normal_prio;
+  to.attr_byte2 = from.attr_byte2;
+  to.attr_byte3 = from.attr_byte3;
+  fibdb::copyBlock(to.svc_ctx_high_prio, from.svc_ctx_high_prio);
+  fibdb::copyBlock(to.svc_ctx_normal_prio, from.svc_ctx_normal_prio);
+  fibdb::copyBlock(to.block1, from.block1);
+  const uint32_t copied = fibdb::copyBlock(to.block2, from.block2);
+  to.attr_word4 = from.attr_word4;
+  to.time_stamp_app = from.time_stamp_app;
+  to.time_stamp_svc = from.time_stamp_svc;
+  return copied;
+}
+
 // Required: a record that vanishes while it is read ends a bulk read with 15005, and is 1 to a step; neither says it.
 uint32_t arriveInBulk(uint64_t obj, Item* item) {
   return fibdb::fetchCurrent(
@@ -66,63 +97,11 @@ FibDbIterator* iterate(uint32_t property, const Open& open, bool madeInHandle) {
 
 }  // namespace
 
-// Required: the address stands before the fourth key word in an item, and behind it in a row.
 uint32_t FIB_DB_SetNhp4ExtSrv6TeItem(void* row, const FibDbNhpSrv6TeItem* item) {
-  auto* const out = static_cast<Row*>(row);
-  out->key_word1 = item->key_word1;
-  out->key_word2 = item->key_word2;
-  out->key_word3 = item->key_word3;
-  fibdb::packAddress(out->addr, item->addr);
-  out->key_word4 = item->key_word4;
-  out->type_byte = item->type_byte;
-  out->attr_byte1 = item->attr_byte1;
-  out->attr_word1 = item->attr_word1;
-  fibdb::packAddress(out->addr2, item->addr2);
-  out->attr_word2 = item->attr_word2;
-  out->attr_word3 = item->attr_word3;
-  out->status_high_prio = item->status_high_prio;
-  out->status_normal_prio = item->status_normal_prio;
-  out->errcode_high_prio = item->errcode_high_prio;
-  out->errcode_normal_prio = item->errcode_normal_prio;
-  out->attr_byte2 = item->attr_byte2;
-  out->attr_byte3 = item->attr_byte3;
-  fibdb::copyBlock(out->svc_ctx_high_prio, item->svc_ctx_high_prio);
-  fibdb::copyBlock(out->svc_ctx_normal_prio, item->svc_ctx_normal_prio);
-  fibdb::copyBlock(out->block1, item->block1);
-  const uint32_t copied = fibdb::copyBlock(out->block2, item->block2);
-  out->attr_word4 = item->attr_word4;
-  out->time_stamp_app = item->time_stamp_app;
-  out->time_stamp_svc = item->time_stamp_svc;
-  return copied;
+  return convert(*static_cast<Row*>(row), *item, fibdb::packAddress);
 }
-
 uint32_t FIB_DB_GetNhp4ExtSrv6TeItem(FibDbNhpSrv6TeItem* item, const void* row) {
-  const auto* const in = static_cast<const Row*>(row);
-  item->key_word1 = in->key_word1;
-  item->key_word2 = in->key_word2;
-  item->key_word3 = in->key_word3;
-  fibdb::unpackAddress(item->addr, in->addr);
-  item->key_word4 = in->key_word4;
-  item->type_byte = in->type_byte;
-  item->attr_byte1 = in->attr_byte1;
-  item->attr_word1 = in->attr_word1;
-  fibdb::unpackAddress(item->addr2, in->addr2);
-  item->attr_word2 = in->attr_word2;
-  item->attr_word3 = in->attr_word3;
-  item->status_high_prio = in->status_high_prio;
-  item->status_normal_prio = in->status_normal_prio;
-  item->errcode_high_prio = in->errcode_high_prio;
-  item->errcode_normal_prio = in->errcode_normal_prio;
-  item->attr_byte2 = in->attr_byte2;
-  item->attr_byte3 = in->attr_byte3;
-  fibdb::copyBlock(item->svc_ctx_high_prio, in->svc_ctx_high_prio);
-  fibdb::copyBlock(item->svc_ctx_normal_prio, in->svc_ctx_normal_prio);
-  fibdb::copyBlock(item->block1, in->block1);
-  const uint32_t copied = fibdb::copyBlock(item->block2, in->block2);
-  item->attr_word4 = in->attr_word4;
-  item->time_stamp_app = in->time_stamp_app;
-  item->time_stamp_svc = in->time_stamp_svc;
-  return copied;
+  return convert(*item, *static_cast<const Row*>(row), fibdb::unpackAddress);
 }
 
 uint32_t FIB_DB_SetNhp4ExtSrv6TeKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpSrv6TeItem* item) {
