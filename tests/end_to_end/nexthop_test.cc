@@ -1,10 +1,7 @@
 // tests/end_to_end/nexthop_test.cc: next hops of the two tables that are found under many keys, against a model.
-#include <algorithm>
-#include <cstring>
-#include <map>
 #include <random>
 
-#include "tests/end_to_end/engine_fixture.h"
+#include "tests/end_to_end/table_model.h"
 
 namespace fibdb::test {
 namespace {
@@ -107,27 +104,6 @@ class NextHopTest : public EngineTest {
  protected:
   using Item = typename Table::Item;
 
-  static std::vector<Key> walk(FibDbIterator* iterator) {
-    std::vector<Key> keys;
-    EXPECT_NE(iterator, nullptr);
-    Item item{};
-    while (Table::next(iterator, &item) == 0) keys.push_back(Table::keyOf(item));
-    EXPECT_EQ(Table::next(iterator, &item), 60u);
-    Table::release(iterator);
-    std::ranges::sort(keys);
-    return keys;
-  }
-
-  // The keys of the model that a condition holds for, in order.
-  template <class Condition>
-  static std::vector<Key> keysOf(const std::map<Key, Item>& model, Condition holds) {
-    std::vector<Key> keys;
-    for (const auto& [key, item] : model) {
-      if (holds(item)) keys.push_back(key);
-    }
-    return keys;
-  }
-
   // Everything that is stored.
   static auto fieldsOf(const Item& item) {
     const auto bytes = [](const uint8_t(&block)[16]) { return std::vector<uint8_t>(block, block + sizeof block); };
@@ -166,12 +142,6 @@ class NextHopTest : public EngineTest {
   }
 };
 
-struct TableNames {
-  template <class Table>
-  static std::string GetName(int) {
-    return Table::kName;
-  }
-};
 using Tables = testing::Types<Std, Lla>;
 TYPED_TEST_SUITE(NextHopTest, Tables, TableNames);
 
@@ -212,36 +182,11 @@ TYPED_TEST(NextHopTest, Lives_its_life) {
 
 TYPED_TEST(NextHopTest, Bulk_reads_fill_what_there_is_room_for) {
   using Item = typename TypeParam::Item;
-  constexpr uint32_t kRecords = 3;
-  constexpr uint32_t kSize = sizeof(Item);
-  for (uint32_t i = 0; i < kRecords; ++i) {
-    const Item item = this->fullItem({7, i, 5});
-    ASSERT_EQ(TypeParam::write(&item), 0u);
-    const Item other = this->fullItem({8, i, 5});
-    ASSERT_EQ(TypeParam::write(&other), 0u);
-  }
-  // Every size from nothing to one item more than there are, byte by byte around the items' ends.
-  for (uint32_t bufLen = 0; bufLen <= (kRecords + 1) * kSize + 1; ++bufLen) {
-    if (bufLen % kSize > 1 && bufLen % kSize < kSize - 1) continue;
-    std::vector<uint8_t> bytes((kRecords + 2) * kSize, 0xA5);
-    auto* const items = reinterpret_cast<Item*>(bytes.data());
-    uint32_t filled = 77;
-    ASSERT_EQ(TypeParam::readByIndex(7, bufLen, items, &filled), 0u) << bufLen;
-    ASSERT_EQ(filled, std::min(bufLen / kSize, kRecords)) << bufLen;
-    std::vector<Key> keys;
-    for (uint32_t i = 0; i < filled; ++i) {
-      EXPECT_EQ(items[i].group_smooth_id, 17u);
-      keys.push_back(TypeParam::keyOf(items[i]));
-    }
-    std::ranges::sort(keys);
-    EXPECT_EQ(std::ranges::adjacent_find(keys), keys.end()) << "each record once";
-    for (const Key& key : keys) EXPECT_EQ(key.index, 7u);
-    EXPECT_TRUE(std::all_of(bytes.begin() + filled * kSize, bytes.end(), [](uint8_t byte) { return byte == 0xA5; }));
-  }
-  uint32_t filled = 77;
-  Item item{};
-  EXPECT_EQ(TypeParam::readByIndex(9, sizeof item, &item, &filled), 0u) << "no record is no failure";
-  EXPECT_EQ(filled, 0u);
+  expectBulkReadsFillWhatThereIsRoomFor<TypeParam>(
+      [this](uint32_t index, uint32_t i) {
+        return this->fullItem({index, i, 5});
+      },
+      [](const Item& item) { return item.group_smooth_id == 17; });
 }
 
 TYPED_TEST(NextHopTest, Counts_reads_and_iterators_agree_with_a_model) {
@@ -284,7 +229,7 @@ TYPED_TEST(NextHopTest, Counts_reads_and_iterators_agree_with_a_model) {
       case 6: {
         uint32_t count = 77;
         ASSERT_EQ(TypeParam::countByHash(key.address, key.interface, &count), 0u);
-        const auto found = this->keysOf(model, [&](const Item& other) {
+        const auto found = keysOf(model, [&](const Item& other) {
           const Key otherKey = TypeParam::keyOf(other);
           return otherKey.address == key.address && otherKey.interface == key.interface;
         });
@@ -308,18 +253,17 @@ TYPED_TEST(NextHopTest, Counts_reads_and_iterators_agree_with_a_model) {
     }
     uint32_t count = 77;
     ASSERT_EQ(TypeParam::countByIndex(key.index, &count), 0u);
-    const auto ofIndex =
-        this->keysOf(model, [&](const Item& other) { return TypeParam::keyOf(other).index == key.index; });
+    const auto ofIndex = keysOf(model, [&](const Item& other) { return TypeParam::keyOf(other).index == key.index; });
     ASSERT_EQ(count, ofIndex.size());
     if (round % 50 != 0) continue;
     const uint32_t any = FIB_DB_NO_PROPERTY;
-    ASSERT_EQ(this->walk(TypeParam::iterate(any)), this->keysOf(model, [](const Item&) { return true; }));
-    ASSERT_EQ(this->walk(TypeParam::iterate(1)), this->keysOf(model, [](const Item& i) { return i.vr_id == 1; }));
-    ASSERT_EQ(this->walk(TypeParam::iterateByIndex(key.index, any)), ofIndex);
-    ASSERT_EQ(this->walk(TypeParam::iterateByInterface(key.interface, any)),
-              this->keysOf(model, [&](const Item& i) { return i.out_if_index == key.interface; }));
-    ASSERT_EQ(this->walk(TypeParam::iterateBySlot(2, 0)),
-              this->keysOf(model, [](const Item& i) { return i.global_slotid == 2 && i.vr_id == 0; }));
+    ASSERT_EQ(walk<TypeParam>(TypeParam::iterate(any)), keysOf(model, [](const Item&) { return true; }));
+    ASSERT_EQ(walk<TypeParam>(TypeParam::iterate(1)), keysOf(model, [](const Item& i) { return i.vr_id == 1; }));
+    ASSERT_EQ(walk<TypeParam>(TypeParam::iterateByIndex(key.index, any)), ofIndex);
+    ASSERT_EQ(walk<TypeParam>(TypeParam::iterateByInterface(key.interface, any)),
+              keysOf(model, [&](const Item& i) { return i.out_if_index == key.interface; }));
+    ASSERT_EQ(walk<TypeParam>(TypeParam::iterateBySlot(2, 0)),
+              keysOf(model, [](const Item& i) { return i.global_slotid == 2 && i.vr_id == 0; }));
   }
 }
 
@@ -353,15 +297,15 @@ TEST_F(StdTest, Every_index_finds_its_own_field) {
   }
   const Key second{20, 40, 60};
   const uint32_t any = FIB_DB_NO_PROPERTY;
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByNhpIndex(20, any)), ElementsAre(second));
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByIpIfIndex(40, 60, any)), ElementsAre(second));
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByIpIfIndex(60, 40, any)), IsEmpty());
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByIfIndex(60, any)), ElementsAre(second));
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(100, any)), ElementsAre(second));
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByGlobalSlotId(120, any)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByNhpIndex(20, any)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIpIfIndex(40, 60, any)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIpIfIndex(60, 40, any)), IsEmpty());
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIfIndex(60, any)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(100, any)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByGlobalSlotId(120, any)), ElementsAre(second));
   const FibDbKeyDesc byType{.indexId = FIB_DB_NHP_STD_BY_IF_TYPE, .rsv1 = 0, .rsv2 = 0};
   const uint32_t type = 80;
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByKey(&byType, &type, any)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByKey(&byType, &type, any)), ElementsAre(second));
 
   FibDbNhpStdItem item{};
   uint32_t count = 0;
@@ -386,8 +330,8 @@ TEST_F(StdTest, An_updated_record_is_found_under_its_new_keys_only) {
   const FibDbFieldSetter setter = [](uint64_t obj, const void*) { return db_set_nhp_std_work_if_index(obj, 5); };
   ASSERT_EQ(FIB_DB_UpdateNhpStdFields(&item, setter), 0u);
   const uint32_t any = FIB_DB_NO_PROPERTY;
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(4, any)), IsEmpty());
-  EXPECT_THAT(walk(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(5, any)), ElementsAre(Key{1, 2, 3}));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(4, any)), IsEmpty());
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(5, any)), ElementsAre(Key{1, 2, 3}));
 }
 
 class LlaTest : public NextHopTest<Lla> {};

@@ -1,11 +1,8 @@
 // tests/end_to_end/whole_row_test.cc: the two next-hop tables whose records travel as whole rows, against a model.
-#include <algorithm>
-#include <cstring>
-#include <map>
 #include <random>
 
 #include "platform/objdb.h"
-#include "tests/end_to_end/engine_fixture.h"
+#include "tests/end_to_end/table_model.h"
 
 namespace fibdb::test {
 namespace {
@@ -220,27 +217,6 @@ class WholeRowTest : public EngineTest {
  protected:
   using Item = typename Table::Item;
 
-  static std::vector<Key> walk(FibDbIterator* iterator) {
-    std::vector<Key> keys;
-    EXPECT_NE(iterator, nullptr);
-    Item item{};
-    while (Table::next(iterator, &item) == 0) keys.push_back(Table::keyOf(item));
-    EXPECT_EQ(Table::next(iterator, &item), 60u);
-    Table::release(iterator);
-    std::ranges::sort(keys);
-    return keys;
-  }
-
-  // The keys of the model that a condition holds for, in order.
-  template <class Condition>
-  static std::vector<Key> keysOf(const std::map<Key, Item>& model, Condition holds) {
-    std::vector<Key> keys;
-    for (const auto& [key, item] : model) {
-      if (holds(item)) keys.push_back(key);
-    }
-    return keys;
-  }
-
   static auto contextOf(const Item& item) {
     return std::make_tuple(item.status_high_prio, item.status_normal_prio, item.errcode_high_prio,
                            item.errcode_normal_prio, bytesOf(item.svc_ctx_high_prio), bytesOf(item.svc_ctx_normal_prio),
@@ -266,12 +242,6 @@ class WholeRowTest : public EngineTest {
   }
 };
 
-struct TableNames {
-  template <class Table>
-  static std::string GetName(int) {
-    return Table::kName;
-  }
-};
 using Tables = testing::Types<VpnSid, Srv6Te>;
 TYPED_TEST_SUITE(WholeRowTest, Tables, TableNames);
 
@@ -329,39 +299,13 @@ TYPED_TEST(WholeRowTest, The_database_holds_addresses_in_network_byte_order) {
 
 TYPED_TEST(WholeRowTest, Bulk_reads_fill_what_there_is_room_for) {
   using Item = typename TypeParam::Item;
-  constexpr uint32_t kRecords = 3;
-  constexpr uint32_t kSize = sizeof(Item);
-  for (uint32_t i = 0; i < kRecords; ++i) {
-    for (const uint32_t index : {7u, 8u}) {
-      const Item item = this->fullItem({index, i, 5, 6, 0});
-      ASSERT_EQ(TypeParam::write(&item), 0u);
-    }
-  }
-  // Every size from nothing to one item more than there are, byte by byte around the items' ends.
-  for (uint32_t bufLen = 0; bufLen <= (kRecords + 1) * kSize + 1; ++bufLen) {
-    if (bufLen % kSize > 1 && bufLen % kSize < kSize - 1) continue;
-    std::vector<Item> items(kRecords + 2);
-    std::memset(static_cast<void*>(items.data()), 0xA5, items.size() * kSize);
-    uint32_t filled = 77;
-    ASSERT_EQ(TypeParam::readByIndex(7, bufLen, items.data(), &filled), 0u) << bufLen;
-    ASSERT_EQ(filled, std::min(bufLen / kSize, kRecords)) << bufLen;
-    std::vector<Key> keys;
-    for (uint32_t i = 0; i < filled; ++i) {
-      const Key key = TypeParam::keyOf(items[i]);
-      EXPECT_TRUE(this->fieldsOf(items[i]) == this->fieldsOf(this->fullItem(key)));
-      EXPECT_EQ(key.index, 7u);
-      keys.push_back(key);
-    }
-    std::ranges::sort(keys);
-    EXPECT_EQ(std::ranges::adjacent_find(keys), keys.end()) << "each record once";
-    const auto* const bytes = reinterpret_cast<const uint8_t*>(items.data());
-    EXPECT_TRUE(
-        std::all_of(bytes + filled * kSize, bytes + items.size() * kSize, [](uint8_t byte) { return byte == 0xA5; }));
-  }
-  uint32_t filled = 77;
-  Item item{};
-  EXPECT_EQ(TypeParam::readByIndex(9, sizeof item, &item, &filled), 0u) << "no record is no failure";
-  EXPECT_EQ(filled, 0u);
+  expectBulkReadsFillWhatThereIsRoomFor<TypeParam>(
+      [this](uint32_t index, uint32_t i) {
+        return this->fullItem({index, i, 5, 6, 0});
+      },
+      [this](const Item& item) {
+        return this->fieldsOf(item) == this->fieldsOf(this->fullItem(TypeParam::keyOf(item)));
+      });
 }
 
 TYPED_TEST(WholeRowTest, Counts_reads_and_iterators_agree_with_a_model) {
@@ -408,7 +352,7 @@ TYPED_TEST(WholeRowTest, Counts_reads_and_iterators_agree_with_a_model) {
     }
     uint32_t count = 77;
     ASSERT_EQ(TypeParam::countByIndex(key.index, &count), 0u);
-    ASSERT_EQ(count, this->keysOf(model, [&](const Item& i) { return TypeParam::keyOf(i).index == key.index; }).size());
+    ASSERT_EQ(count, keysOf(model, [&](const Item& i) { return TypeParam::keyOf(i).index == key.index; }).size());
     FibDbKeyDesc desc{};
     uint8_t bytes[64];
     TypeParam::keyField(&desc, bytes, &item);
@@ -416,12 +360,12 @@ TYPED_TEST(WholeRowTest, Counts_reads_and_iterators_agree_with_a_model) {
     ASSERT_EQ(TypeParam::countByKey(&desc, bytes, &count), 0u);
     ASSERT_EQ(count, model.contains(key) ? 1u : 0u);
     if (round % 50 != 0) continue;
-    ASSERT_EQ(this->walk(TypeParam::iterate(kAny)), this->keysOf(model, [](const Item&) { return true; }));
-    ASSERT_EQ(this->walk(TypeParam::iterateByKey(nullptr, nullptr, kAny)).size(), model.size());
+    ASSERT_EQ(walk<TypeParam>(TypeParam::iterate(kAny)), keysOf(model, [](const Item&) { return true; }));
+    ASSERT_EQ(walk<TypeParam>(TypeParam::iterateByKey(nullptr, nullptr, kAny)).size(), model.size());
     TypeParam::scatter(item, random);
     for (const auto& index : TypeParam::kIndexes) {
-      ASSERT_EQ(this->walk(index.iterate(item)),
-                this->keysOf(model, [&](const Item& i) { return index.same(i, item); }));
+      ASSERT_EQ(walk<TypeParam>(index.iterate(item)),
+                keysOf(model, [&](const Item& i) { return index.same(i, item); }));
     }
   }
 }

@@ -55,24 +55,18 @@ struct VpnSid {
               .attr_byte2 = 11,
               .attr_byte3 = 112,
               .flags = 0x13131313,
-              .status_high_prio = 12,
-              .status_normal_prio = 13,
-              .errcode_high_prio = 14,
-              .errcode_normal_prio = 15,
-              .svc_ctx_high_prio = {0x16, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xEE},
-              .svc_ctx_normal_prio = {0x17, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xFF},
               .attr_word4 = 0x20202020,
               .attr_word5 = 0x21212121,
-              .block16a = {0x22, 1, 2, 3},
-              .block16b = {0x23, 4, 5, 6},
               .app_source_id = 0x24242424,
               .group_smooth_id = 0x25252525,
               .app_obj_id = 0x2600000026,
               .app_version = 0x27272727,
-              .time_stamp_app = 0x2800000028,
-              .time_stamp_svc = 0x2400000000,
-              .block32a = {0x30, 7, 8, 9},
-              .block32b = {0x31, 10, 11, 12}};
+              .time_stamp_app = 0x2800000028};
+    putContext(item);
+    std::memset(item.block16a, 0x22, sizeof item.block16a);
+    std::memset(item.block16b, 0x23, sizeof item.block16b);
+    std::memset(item.block32a, 0x30, sizeof item.block32a);
+    std::memset(item.block32b, 0x31, sizeof item.block32b);
     putWords(item.sid, 0x20010DB8, 0x000A000B, 0x000C000D, 0x000E000F);
     putWords(item.addr2, 0xFE800000, 0x01020304, 0x05060708, 0x090A0B0C);
     putWords(item.addr3, 0xFD000000, 0x11121314, 0x15161718, 0x191A1B1C);

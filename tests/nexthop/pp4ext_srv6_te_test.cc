@@ -51,19 +51,13 @@ struct Srv6Te {
               .attr_word1 = 0x08080808,
               .attr_word2 = 0x10101010,
               .attr_word3 = 0x11111111,
-              .status_high_prio = 12,
-              .status_normal_prio = 13,
-              .errcode_high_prio = 14,
-              .errcode_normal_prio = 15,
               .attr_byte2 = 116,
               .attr_byte3 = 117,
-              .svc_ctx_high_prio = {0x16, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xEE},
-              .svc_ctx_normal_prio = {0x17, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xFF},
-              .block1 = {0x20, 1, 2, 3},
-              .block2 = {0x21, 4, 5, 6},
               .attr_word4 = 0x22222222,
-              .time_stamp_app = 0x2300000023,
-              .time_stamp_svc = 0x2400000000};
+              .time_stamp_app = 0x2300000023};
+    putContext(item);
+    std::memset(item.block1, 0x20, sizeof item.block1);
+    std::memset(item.block2, 0x21, sizeof item.block2);
     putWords(item.addr, 0x20010DB8, 0x000A000B, 0x000C000D, 0x000E000F);
     putWords(item.addr2, 0xFE800000, 0x01020304, 0x05060708, 0x090A0B0C);
     return item;

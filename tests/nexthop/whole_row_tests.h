@@ -59,6 +59,20 @@ inline void putNetworkOrder(Row& row, size_t at, const uint8_t (&address)[16]) {
   }
 }
 
+// What a service says of a record: the fields that context updates stage.
+template <class Item>
+void putContext(Item& item) {
+  item.status_high_prio = 12;
+  item.status_normal_prio = 13;
+  item.errcode_high_prio = 14;
+  item.errcode_normal_prio = 15;
+  for (uint8_t i = 0; i < 16; ++i) {
+    item.svc_ctx_high_prio[i] = static_cast<uint8_t>(0x10 + i);
+    item.svc_ctx_normal_prio[i] = static_cast<uint8_t>(0xF0 - i);
+  }
+  item.time_stamp_svc = 0x2400000000;
+}
+
 // What was so when the last line was logged.
 struct AtTheLine {
   bool alive = false;
@@ -424,8 +438,8 @@ TYPED_TEST_P(WholeRowTest, A_context_update_stages_its_seven_fields_in_order) {
   const auto set = [&](const char* rest) { return this->object("db_set_", rest); };
   EXPECT_THAT(
       this->platform.calls,
-      ElementsAre(this->created(1), set("_svc_ctx_high_prio(#1, 160102030405060708090a0b0c0d0eee)"),
-                  set("_svc_ctx_normal_prio(#1, 170102030405060708090a0b0c0d0eff)"), set("_status_high_prio(#1, 12)"),
+      ElementsAre(this->created(1), set("_svc_ctx_high_prio(#1, 101112131415161718191a1b1c1d1e1f)"),
+                  set("_svc_ctx_normal_prio(#1, f0efeeedecebeae9e8e7e6e5e4e3e2e1)"), set("_status_high_prio(#1, 12)"),
                   set("_status_normal_prio(#1, 13)"), set("_errcode_high_prio(#1, 14)"),
                   set("_errcode_normal_prio(#1, 15)"), set("_time_stamp_svc(#1, 154618822656)"),
                   this->keyed("db_update_obj", TypeParam::kKey), this->released()));
