@@ -4,12 +4,10 @@
 namespace fibdb::program {
 namespace {
 
-constexpr const RecordTable* kTables[] = {
-    &kNexthops,         &kStandardNexthops, &kLlaNexthops,  &kVpnNexthops, &kVxlanNexthops, &kNexthopExts,
-    &kNexthopExtLabels, &kGroups,           &kGroupMembers, &kFtns,        &kArGroups};
-constexpr const RecordTable* kTables[] = {&kNexthops,       &kStandardNexthops, &kLlaNexthops,      &kVpnNexthops,
-                                          &kVxlanNexthops,  &kNexthopExts,      &kNexthopExtLabels, &kVpnSidNexthops,
-                                          &kSrv6TeNexthops, &kArGroups};
+constexpr const RecordTable* kTables[] = {&kNexthops,         &kStandardNexthops, &kLlaNexthops,    &kVpnNexthops,
+                                          &kVxlanNexthops,    &kVpnSidNexthops,   &kSrv6TeNexthops, &kNexthopExts,
+                                          &kNexthopExtLabels, &kGroups,           &kGroupMembers,   &kFtns,
+                                          &kArGroups};
 
 }  // namespace
 
