@@ -1,4 +1,4 @@
-// bench/idle_platform.cc: a platform whose calls do nothing and succeed, so that what is left is the library's own cost.
+// bench/idle_platform.cc: a platform whose calls do nothing and succeed: what is left is the library's own cost.
 #include "platform/bounds.h"
 #include "platform/objdb.h"
 #include "platform/objdb_tables.h"

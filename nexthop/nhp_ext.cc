@@ -8,6 +8,7 @@
 #include "platform/schema/catalog.h"
 #include "runtime/ops.h"
 #include "runtime/registered.h"
+#include "runtime/rows.h"
 
 namespace {
 
@@ -63,18 +64,12 @@ int moveFields(const From* from, To* to) {
   return copied;
 }
 
-uint32_t stageRow(uint64_t obj, const Item* item) {
-  Row row{};
-  FIB_DB_SetNhpExtItem(&row, item);
-  return db_set_nhp_ext_all_fields(obj, &row, sizeof row);
-}
-
 void unpack(const void* row, Item* item) { FIB_DB_GetNhpExtItem(item, row); }
 
 constexpr fibdb::Table<Item, Key> kNhpExt{
     .create = db_create_nhp_ext_obj,
     .release = db_release_nhp_ext_object,
-    .stage = stageRow,
+    .stage = fibdb::stageRow<Item, Row, FIB_DB_SetNhpExtItem, db_set_nhp_ext_all_fields>,
     .key = [](FibDbKeyDesc* desc, Key* key, const Item* item) { FIB_DB_SetNhpExtKeyField(desc, key, item); },
     .fetch = fibdb::fetchRow<Item, Row, [](const Row* row, Item* item) { unpack(row, item); }>,
     .settle = FIB_DB_ProcNhpExtWriteDBResult,

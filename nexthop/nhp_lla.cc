@@ -255,7 +255,8 @@ FibDbIterator* FIB_DB_CreateNhpLlaIteratorByKey(const FibDbKeyDesc* desc, const 
                                {.mallocFailed = "CreateNhpLlaIteratorByKey malloc failed",
                                 .createObjFailed = "CreateNhpLlaIteratorByKey createObj failed, ret: %d",
                                 .createIterFailed = "CreateNhpLlaIteratorByKey createIter failed, ret: %d",
-                                .setPropertyFailed = "CreateNhpLlaIteratorByKey setProperty failed, ret: %d"},
+                                .setPropertyFailed = "CreateNhpLlaIteratorByKey setProperty failed, ret: %d",
+                                .madeInHandle = true},
                                property, fibdb::UnderKey{desc, key});
 }
 

@@ -221,7 +221,8 @@ FibDbIterator* FIB_DB_CreateNhpStdIteratorByKey(const FibDbKeyDesc* desc, const 
                                {.mallocFailed = "CreateNhpStdIteratorByKey malloc failed",
                                 .createObjFailed = "CreateNhpStdIteratorByKey createObj failed, ret: %d",
                                 .createIterFailed = "CreateNhpStdIteratorByKey createIter failed, ret: %d",
-                                .setPropertyFailed = "CreateNhpStdIteratorByKey setProperty failed, ret: %d"},
+                                .setPropertyFailed = "CreateNhpStdIteratorByKey setProperty failed, ret: %d",
+                                .madeInHandle = true},
                                property, fibdb::UnderKey{desc, key});
 }
 

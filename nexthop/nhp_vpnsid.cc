@@ -1,5 +1,5 @@
-// nexthop/nhp_vpnsid.cc: next hops with VPN segment identifiers, keyed by three words and a SID; found by next hop, XSID
-// and VPN SID, too. Records travel as whole rows; one record is read through the table service.
+// nexthop/nhp_vpnsid.cc: next hops with VPN segment identifiers, keyed by three words and a SID; found by next hop,
+// XSID and VPN SID, too. Records travel as whole rows; one record is read through the table service.
 #include <cstddef>
 
 #include "fibdb/nexthop.h"

@@ -19,9 +19,9 @@ class Visit {
   template <class Callable>
   // NOLINTNEXTLINE(google-explicit-constructor,bugprone-forwarding-reference-overload): stands for the callable.
   Visit(Callable&& callable)
-      : callable_(const_cast<void*>(static_cast<const void*>(&callable))), call_([](void* called, Args... args) {
-          (*static_cast<std::remove_reference_t<Callable>*>(called))(args...);
-        }) {}
+      : callable_(const_cast<void*>(static_cast<const void*>(&callable))),
+        call_([](void* called, Args... args) { (*static_cast<std::remove_reference_t<Callable>*>(called))(args...); }) {
+  }
 
   void operator()(Args... args) const { call_(callable_, args...); }
 

@@ -79,9 +79,9 @@ FIBDB_API uint32_t fibdb_engine_table_stats(uint32_t table, FibDbEngineTableStat
 
 /* Limits of one table; 0 lifts a limit. What is stored already stays. bytes counts whole extents of 256 KiB.
  * At a limit, and when the arena is exhausted, a write that needs more is refused (DB_ERR_RECORD_LIMIT,
- * DB_ERR_MEMORY_LIMIT, DB_ERR_NO_MEMORY), everything stored stays readable, and every record can be removed: for that
- * a table keeps some 100 KiB back. What was removed can be inserted again; a table that is refilled in another order may
- * for that pass its memory limit by up to a quarter. */
+ * DB_ERR_MEMORY_LIMIT, DB_ERR_NO_MEMORY), everything stored stays readable, and every record can be removed: for
+ * that a table keeps some 100 KiB back. What was removed can be inserted again; a table that is refilled in another
+ * order may for that pass its memory limit by up to a quarter. */
 FIBDB_API uint32_t fibdb_engine_set_limits(uint32_t table, uint64_t records, uint64_t bytes);
 
 typedef enum FibDbEngineColumnKind {

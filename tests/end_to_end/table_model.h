@@ -1,7 +1,7 @@
 // tests/end_to_end/table_model.h: a table beside its model, a map from keys to items.
 //
-// A table is a struct of its names: Item, kName, keyOf, and the exported functions as next, release, readByIndex, write.
-// Its Key is ordered, and begins with the index of the next hop.
+// A table is a struct of its names: Item, kName, keyOf, and the exported functions as next, release, readByIndex,
+// write. Its Key is ordered, and begins with the index of the next hop.
 #ifndef FIBDB_TESTS_END_TO_END_TABLE_MODEL_H
 #define FIBDB_TESTS_END_TO_END_TABLE_MODEL_H
 

@@ -111,7 +111,15 @@ class Reader {
   }
 
   void lookUp() {
-    const size_t probe = below(history_.probes().size());
+    // Any address, or one that a key covers that is written about now.
+    const RowKey& near = history_.keys()[someKey()];
+    size_t probe = below(history_.probes().size());
+    for (size_t tries = 0; tries < history_.probes().size(); ++tries) {
+      const size_t other = (probe + tries) % history_.probes().size();
+      if (!near.covers(history_.probes()[other].vrf, history_.probes()[other].addr)) continue;
+      probe = other;
+      break;
+    }
     const auto [vrf, addr] = history_.probes()[probe];
     const RowKey key{vrf, addr, 32};
     Cursor cursor;

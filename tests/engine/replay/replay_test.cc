@@ -136,14 +136,8 @@ constexpr Missed kMissed[] = {
     {Kind::kWeaken, {"heap.h", "clock", Access::kFollow}},
     {Kind::kWeaken, {"heap.h", "readStable", Access::kAcquireFence}},
     {Kind::kEnd, {"heap.cc", "tick", Access::kPublish}},
-    {Kind::kWeaken, {"hash_index.h", "find", Access::kFollow, 0}},
-    {Kind::kDelay, {"hash_index.h", "place", Access::kPublish}},
     {Kind::kEnd, {"hash_index.h", "place", Access::kPublish}},
-    {Kind::kEnd, {"hash_index.h", "appendOverflow", Access::kPublish, 1}},
-    {Kind::kWeaken, {"hash_index.h", "split", Access::kPublish}},
     {Kind::kEnd, {"tally.h", "put", Access::kPublish}},
-    {Kind::kEnd, {"secondary_index.h", "settle", Access::kPublish}},
-    {Kind::kEnd, {"prefix_tables.h", "settle", Access::kPublish}},
 };
 INSTANTIATE_TEST_SUITE_P(Taken, Order, testing::ValuesIn(kMissed));
 

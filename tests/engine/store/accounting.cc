@@ -8,7 +8,7 @@ namespace fibdb::store {
 
 using schema::IndexKind;
 
-Accounting::Accounting(Store& store) : store_(store) {
+Accounting::Accounting(Store& store) {
   const uint64_t bytes = store.arena().usedBytes() + kExtentBytes;
   owners_.resize(bytes / kRefUnit);
   own(0, kExtentBytes + store.stateBytes(), "the arena's own");

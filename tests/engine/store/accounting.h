@@ -42,7 +42,6 @@ class Accounting {
   void find(const std::string& what);
   std::string name(const std::string& what, Ref ref) const;
 
-  Store& store_;
   Table* table_ = nullptr;
   std::vector<uint16_t> owners_;  // of every unit: a place in names_, 0: nobody
   std::vector<std::string> names_{"nobody"};
