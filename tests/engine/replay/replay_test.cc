@@ -132,7 +132,6 @@ constexpr Missed kMissed[] = {
     {Kind::kWeaken, {"ordered_index.cc", "descend", Access::kFollow}},
     {Kind::kWeaken, {"ordered_index.cc", "nextLeaf", Access::kFollow}},
     {Kind::kWeaken, {"longest_prefix_index.cc", "replace", Access::kPublish}},
-    {Kind::kEnd, {"longest_prefix_index.cc", "replace", Access::kPublish}},
     {Kind::kWeaken, {"heap.h", "clock", Access::kFollow}},
     {Kind::kWeaken, {"heap.h", "readStable", Access::kAcquireFence}},
     {Kind::kEnd, {"heap.cc", "tick", Access::kPublish}},
