@@ -118,7 +118,6 @@ struct VpnSid {
   static constexpr auto write = FIB_DB_WriteNhpVpnSid;
   static constexpr auto remove = FIB_DB_RemoveNhpVpnSid;
   static constexpr auto removeByIndex = FIB_DB_RemoveNhpVpnSidByNhpIndex;
-  static constexpr auto readByKey = FIB_DB_ReadNhpVpnSidByKey;
   static constexpr auto readByIndex = FIB_DB_ReadNhpVpnSidByNhpIndex;
   static constexpr auto countByKey = FIB_DB_CountNhpVpnSidByKey;
   static constexpr auto countByIndex = FIB_DB_CountNhpVpnSidByNhpIndex;
@@ -153,7 +152,7 @@ struct Srv6Te {
   }
   static Key anyKey(std::mt19937& random) {
     return {below(random, 5), below(random, 2), below(random, 2), below(random, 2),
-            (below(random, 2) << 8 | below(random, 2)) & 0x0101u};
+            static_cast<uint32_t>(below(random, 2) << 8 | below(random, 2))};
   }
   static void scatter(Item&, std::mt19937&) {}
   static void fill(Item& item) {
@@ -199,7 +198,6 @@ struct Srv6Te {
   static constexpr auto write = FIB_DB_WriteNhp4ExtSrv6Te;
   static constexpr auto remove = FIB_DB_RemoveNhpPp4ExtSrv6Te;
   static constexpr auto removeByIndex = FIB_DB_RemoveNhp4ExtSrv6TeByNhpIndex;
-  static constexpr auto readByKey = FIB_DB_ReadNhp4ExtSrv6TeByKey;
   static constexpr auto readByIndex = FIB_DB_ReadNhp4ExtSrv6TeByNhpIndex;
   static constexpr auto countByKey = FIB_DB_CountNhp4ExtSrv6TeByKey;
   static constexpr auto countByIndex = FIB_DB_CountNhp4ExtSrv6TeByNhpIndex;
