@@ -164,9 +164,6 @@ class Table {
   uint32_t keptBytes_ = 0;                      // what an insert leaves to removals
 };
 
-// A walk over records. Needs no release; takes no memory. One thread at a time.
-// open... return 0, DB_ERR_BAD_INDEX or DB_ERR_BAD_KEY. A cursor must not be used before it is opened.
-//
 // The records of a longest-prefix key come in one order, longer prefixes first, and of one prefix those with the
 // lower address first (then the lower reference); where a cursor stands in it is the last one that it returned.
 struct PrefixPosition {
@@ -178,6 +175,8 @@ struct PrefixPosition {
   }
 };
 
+// A walk over records. Needs no release; takes no memory. One thread at a time.
+// open... return 0, DB_ERR_BAD_INDEX or DB_ERR_BAD_KEY. A cursor must not be used before it is opened.
 class Cursor {
  public:
   // The whole table.

@@ -42,7 +42,7 @@ TEST_F(Account, of_an_empty_store_is_clean) {
   EXPECT_EQ(accountOf(store), "");
 }
 
-TEST_F(Account, is_clean_after_every_step_of_a_random_history) {
+TEST_F(Account, is_clean_after_every_round_of_a_random_history) {
   Store store(kToyTables, kSmallArena);
   for (int round = 0; round < 30; ++round) {
     for (size_t i = 0; i < store.tableCount(); ++i) {
