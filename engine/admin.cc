@@ -44,7 +44,7 @@ constexpr ErrorText kErrorTexts[] = {
     {DB_ERR_RECORD_LIMIT, "the table's record limit is reached"},
     {DB_ERR_BATCH_EMPTY_OBJECT, "the batch object has no operation begun"},
     {DB_ERR_CONNECTION_CLOSED, "the connection of this batch object is closed"},
-    {DB_ERR_NOT_SUPPORTED, "no table supports this call yet"},
+    {DB_ERR_BAD_NODE, "the table has no child node of this name, or the handle is another node's"},
     {DB_ERR_NOT_REGISTERED, "no table is registered under this id"},
     {DB_ERR_ALREADY_REGISTERED, "the id belongs to another table"},
     {DB_ERR_BAD_DESCRIPTOR, "a table descriptor without name or a function, or an id above 63"},

@@ -2,7 +2,8 @@
  * db_create_<t>_obj, db_release_<t>_object, and per row of the schema db_set_<t>_<field>, db_get_<t>_<field>,
  * db_reset_<t>_object, db_set_<t>_all_fields, db_get_<t>_all_fields, db_create_<t>_obj_specific_conn,
  * db_reset_<t>_batch_object. Byte fields are set from (data, len) and got as (pointer into the object, len), valid
- * until the object is used again; a getter's len may be NULL. */
+ * until the object is used again; a getter's len may be NULL. The accessors of a child node's fields take the node's
+ * handle. db_get_<t>_sp_all_data copies the row as far as the schema says. */
 #ifndef FIBDB_PLATFORM_OBJDB_TABLES_H
 #define FIBDB_PLATFORM_OBJDB_TABLES_H
 
@@ -18,6 +19,7 @@ extern "C" {
 #define RESET(t) FIBDB_API uint32_t db_reset_##t##_object(uint64_t obj, uint32_t kind);
 #define SET_ALL(t) FIBDB_API uint32_t db_set_##t##_all_fields(uint64_t obj, const void* row, uint32_t len);
 #define GET_ALL(t) FIBDB_API uint32_t db_get_##t##_all_fields(uint64_t obj, void* row, uint32_t len);
+#define GET_SP_ALL(t, name) FIBDB_API uint32_t db_get_##t##_sp_all_data(uint64_t obj, void* out);
 #define BATCH(t)                                                                                        \
   FIBDB_API uint32_t db_create_##t##_obj_specific_conn(uint32_t kind, uint64_t conn, uint64_t* outObj); \
   FIBDB_API uint32_t db_reset_##t##_batch_object(uint64_t obj, uint32_t kind);

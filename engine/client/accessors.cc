@@ -27,6 +27,19 @@ consteval FieldPlace place(TableId table, std::string_view name) {
   return {table, field->offset, field->size(), store::FieldSet{1} << (field - fields.data())};
 }
 
+// The same in a child node, and where the row marks the node as written.
+struct NodePlace {
+  FieldPlace field;
+  FieldPlace marks;
+  size_t node;
+};
+
+consteval NodePlace nodePlace(TableId table, std::string_view node, std::string_view name) {
+  const schema::Table& layout = schema::kTables[static_cast<size_t>(table)];
+  return {place(table, name), place(table, schema::nodesField(layout.fields)->name),
+          schema::nodeNumber(layout.nodes, node)};
+}
+
 // A whole row: every field counts as staged, padding does not and is zero.
 struct RowPlace {
   TableId table;
@@ -84,6 +97,33 @@ uint32_t getBytes(uint64_t handle, const FieldPlace& field, const void** out, ui
   return 0;
 }
 
+// 0 with the handle of the node's object.
+uint32_t findNode(uint64_t handle, const NodePlace& place, uint64_t& object) {
+  if (!isNodeHandle(handle)) return DB_ERR_BAD_HANDLE;
+  if (handle != nodeHandleOf(handle, place.node)) return DB_ERR_BAD_NODE;
+  object = objectHandleOf(handle);
+  return 0;
+}
+
+template <class Number>
+uint32_t stageInNode(uint64_t handle, const NodePlace& place, Number value) {
+  uint64_t parent = kNoHandle;
+  if (const uint32_t code = findNode(handle, place, parent)) return code;
+  if (const uint32_t code = stage(parent, place.field, &value, sizeof value)) return code;
+  Object& object = *slotAt(parent);
+  uint8_t& written = object.stagedRow[place.marks.offset];
+  written = static_cast<uint8_t>(written | 1U << place.node);
+  object.staged |= place.marks.bit;
+  return 0;
+}
+
+template <class Number>
+uint32_t getFromNode(uint64_t handle, const NodePlace& place, Number* out) {
+  uint64_t parent = kNoHandle;
+  if (const uint32_t code = findNode(handle, place, parent)) return code;
+  return getNumber(parent, place.field, out);
+}
+
 uint32_t stageRow(uint64_t handle, const RowPlace& place, const void* row, uint32_t length) {
   Object* object = nullptr;
   if (const uint32_t code = findForStaging(handle, place.table, object)) return code;
@@ -96,6 +136,15 @@ uint32_t stageRow(uint64_t handle, const RowPlace& place, const void* row, uint3
     std::memset(object->stagedRow + pad.offset, 0, pad.size());
   }
   object->staged = place.fields;
+  return 0;
+}
+
+// The row as far as the field at this offset.
+uint32_t getHead(uint64_t handle, TableId table, uint16_t offset, void* out) {
+  Object* object = nullptr;
+  if (const uint32_t code = findStanding(handle, table, object)) return code;
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  std::memcpy(out, object->row, offset);
   return 0;
 }
 
@@ -130,6 +179,10 @@ using namespace fibdb::client;
     static constexpr RowPlace kRow = wholeRow(TableId::t);                  \
     return getRow(obj, kRow, row, len);                                     \
   }
+#define GET_SP_ALL(t, name)                                                \
+  uint32_t db_get_##t##_sp_all_data(uint64_t obj, void* out) {             \
+    return getHead(obj, TableId::t, place(TableId::t, #name).offset, out); \
+  }
 #define BATCH(t)                                                                               \
   uint32_t db_create_##t##_obj_specific_conn(uint32_t kind, uint64_t conn, uint64_t* outObj) { \
     return createBatchObject(TableId::t, kind, conn, outObj);                                  \
@@ -144,6 +197,16 @@ using namespace fibdb::client;
   uint32_t db_get_##t##_##name(uint64_t obj, type* out) {          \
     static constexpr FieldPlace kField = place(TableId::t, #name); \
     return getNumber(obj, kField, out);                            \
+  }
+#define SET_NODE_SCALAR(t, node, name, type)                                           \
+  uint32_t db_set_##t##_##node##_##name(uint64_t child, type value) {                  \
+    static constexpr NodePlace kPlace = nodePlace(TableId::t, #node, #node "_" #name); \
+    return stageInNode(child, kPlace, value);                                          \
+  }
+#define GET_NODE_SCALAR(t, node, name, type)                                           \
+  uint32_t db_get_##t##_##node##_##name(uint64_t child, type* out) {                   \
+    static constexpr NodePlace kPlace = nodePlace(TableId::t, #node, #node "_" #name); \
+    return getFromNode(child, kPlace, out);                                            \
   }
 #define SET_BYTES(t, name, count)                                              \
   uint32_t db_set_##t##_##name(uint64_t obj, const void* data, uint32_t len) { \

@@ -230,10 +230,17 @@ uint32_t db_root_iterator_next(uint64_t iter) {
   return code;
 }
 
-// A node will be fields inside its parent's row, with a handle tag of its own; no table has one yet.
 uint32_t db_create_child_node(uint64_t obj, uint64_t, const char* nodeName, uint64_t, uint64_t, uint64_t* outChild) {
   Object* object = nullptr;
-  if (const uint32_t code = findObject(obj, kAnyKind, object)) return code;
+  if (const uint32_t code = findObject(obj, kWriting | kUpdating | kReading, object)) return code;
   if (nodeName == nullptr || outChild == nullptr) return DB_ERR_NULL_ARGUMENT;
-  return DB_ERR_NOT_SUPPORTED;
+  const schema::Table& layout = object->table->layout();
+  const size_t node = schema::nodeNumber(layout.nodes, nodeName);
+  if (node == layout.nodes.size()) return DB_ERR_BAD_NODE;
+  const bool reads = (only(object->kind) & kReading) != 0;
+  if (reads && !object->standing) return DB_ERR_NO_CURRENT;
+  *outChild = nodeHandleOf(obj, node);
+  // A node that was never written can be opened all the same; its fields read as zero.
+  const bool absent = reads && (object->row[schema::nodesField(layout.fields)->offset] >> node & 1) == 0;
+  return absent ? uint32_t{DB_ERR_FIELD_ABSENT} : 0;
 }

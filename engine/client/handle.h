@@ -6,24 +6,35 @@
 #ifndef FIBDB_ENGINE_CLIENT_HANDLE_H
 #define FIBDB_ENGINE_CLIENT_HANDLE_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace fibdb::client {
 
-// Never zero, so a handle never is. A child node's tag will be 4.
-enum class HandleTag : uint8_t { kObject = 1, kIterator = 2, kConnection = 3, kServiceIterator = 5 };
+// Never zero, so a handle never is. kNode and those above it are child nodes: the node's number is added.
+enum class HandleTag : uint8_t { kObject = 1, kIterator = 2, kConnection = 3, kServiceIterator = 5, kNode = 8 };
 
 inline constexpr uint64_t kNoHandle = 0;
 
 // Few slots leave many generations: a slot taken ten million times a second repeats a handle after 20 days.
 inline constexpr unsigned kTagBits = 4;
+inline constexpr unsigned kTagShift = 64 - kTagBits;
 inline constexpr unsigned kSlotBits = 16;
 inline constexpr unsigned kGenerationBits = 64 - kTagBits - kSlotBits;
 inline constexpr uint64_t kGenerationMask = (uint64_t{1} << kGenerationBits) - 1;
 
 constexpr uint64_t makeHandle(HandleTag tag, uint64_t generation, uint32_t slot) {
-  return static_cast<uint64_t>(tag) << (kGenerationBits + kSlotBits) | (generation & kGenerationMask) << kSlotBits |
-         slot;
+  return static_cast<uint64_t>(tag) << kTagShift | (generation & kGenerationMask) << kSlotBits | slot;
+}
+
+// A child node has no state of its own: its handle is its object's with another tag, and ends with it.
+constexpr uint64_t nodeHandleOf(uint64_t object, size_t node) {
+  const auto tag = static_cast<uint64_t>(HandleTag::kNode) + node;
+  return tag << kTagShift | (object & ((uint64_t{1} << kTagShift) - 1));
+}
+constexpr bool isNodeHandle(uint64_t handle) { return handle >> kTagShift >= static_cast<uint64_t>(HandleTag::kNode); }
+constexpr uint64_t objectHandleOf(uint64_t nodeHandle) {
+  return static_cast<uint64_t>(HandleTag::kObject) << kTagShift | (nodeHandle & ((uint64_t{1} << kTagShift) - 1));
 }
 
 constexpr uint32_t slotOf(uint64_t handle) { return static_cast<uint32_t>(handle & ((1U << kSlotBits) - 1)); }

@@ -397,7 +397,12 @@ uint32_t Table::update(const uint8_t* primaryKey, const uint8_t* row, FieldSet s
   std::memcpy(changed, writer.row(record), layout_->rowLength);
   for (size_t i = 0; i < layout_->fields.size(); ++i) {
     const schema::Field& field = layout_->fields[i];
-    if ((staged >> i & 1) != 0) std::memcpy(changed + field.offset, row + field.offset, field.size());
+    if ((staged >> i & 1) == 0) continue;
+    if (field.kind == schema::FieldKind::kNodes) {
+      changed[field.offset] |= row[field.offset];
+    } else {
+      std::memcpy(changed + field.offset, row + field.offset, field.size());
+    }
   }
   if (!plans_[0].shape.isIn(changed, primaryKey)) return DB_ERR_KEY_MISMATCH;
   const uint32_t code = writer.change(record, changed);

@@ -46,7 +46,7 @@ enum {
   DB_ERR_RECORD_LIMIT = 20015,       /* the table's record limit is reached */
   DB_ERR_BATCH_EMPTY_OBJECT = 20016, /* the batch object has no operation begun */
   DB_ERR_CONNECTION_CLOSED = 20017,  /* the connection of this batch object is closed */
-  DB_ERR_NOT_SUPPORTED = 20018,      /* a call that no table of this engine supports yet */
+  DB_ERR_BAD_NODE = 20018,           /* the table has no child node of this name, or it is another node's handle */
   DB_ERR_NOT_REGISTERED = 20019,     /* table service: no table is registered under this id */
   DB_ERR_ALREADY_REGISTERED = 20020, /* table service: the id belongs to another table */
   DB_ERR_BAD_DESCRIPTOR = 20021,     /* table service: no name, a missing function, or an id above 63 */

@@ -5,6 +5,7 @@
 #ifndef FIBDB_PLATFORM_SCHEMA_CATALOG_H
 #define FIBDB_PLATFORM_SCHEMA_CATALOG_H
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +15,8 @@
 
 namespace fibdb::schema {
 
-enum class FieldKind : uint8_t { kNumber, kBytes, kPad };
+// kNodes: a bit for each child node that was written, the first node's is the lowest. An update adds to them.
+enum class FieldKind : uint8_t { kNumber, kBytes, kPad, kNodes };
 
 struct Field {
   std::string_view name;  // empty: padding
@@ -39,6 +41,7 @@ inline constexpr size_t kMaxColumns = 8;
 inline constexpr size_t kMaxKeyLength = 64;
 inline constexpr size_t kMaxRowLength = 320;
 inline constexpr size_t kMaxFields = 64;  // one bit each in a set of staged fields
+inline constexpr size_t kMaxNodes = 8;    // one bit each in the byte that says which were written
 
 struct Index {
   uint8_t number = 0;
@@ -56,6 +59,7 @@ struct Table {
   uint16_t rowLength;
   std::span<const Field> fields;
   std::span<const Index> indexes;  // the primary key is the first
+  std::span<const std::string_view> nodes;
 
   constexpr const Index& primary() const { return indexes.front(); }
 };
@@ -121,6 +125,7 @@ consteval Index indexOf(std::span<const Field> fields, uint8_t number, IndexKind
 #define BYTES(t, name, count, access) Field{#name, FieldKind::kBytes, 1, count},
 #define ARRAY(t, name, type, count) Field{#name, FieldKind::kNumber, sizeof(type), count},
 #define PAD(t, count) Field{"", FieldKind::kPad, 1, count},
+#define NODES(t, name) Field{#name, FieldKind::kNodes, 1, 1},
 #define END_TABLE(t) \
   });                \
   static_assert(kFields_##t.size() <= kMaxFields && rowLengthOf(kFields_##t) <= kMaxRowLength);
@@ -142,6 +147,16 @@ inline constexpr IndexKind SECONDARY = IndexKind::kSecondary;
   static_assert(kIndexes_##t[0].kind == IndexKind::kPrimary);
 #include "platform/schema/tables.def"
 
+// kNodes_<t>: the names of the child nodes of each table, and an empty one at the end.
+#define TABLE(t) inline constexpr std::string_view kNodes_##t[] = {
+#define NODE(t, node) #node,
+#define END_TABLE(t) \
+  std::string_view() \
+  }                  \
+  ;                  \
+  static_assert(std::size(kNodes_##t) - 1 <= kMaxNodes);
+#include "platform/schema/tables.def"
+
 // The id literals say what the columns add up to.
 #define INDEX(t, number, kind_, id_, columns)                                      \
   static_assert(indexOf(kFields_##t, number, kind::kind_, columns).id() == (id_)); \
@@ -155,10 +170,31 @@ enum class TableId : uint16_t {
 };
 
 inline constexpr Table kTables[] = {
-#define TABLE(t) {#t, rowLengthOf(kFields_##t), kFields_##t, kIndexes_##t},
+#define TABLE(t) \
+  {#t, rowLengthOf(kFields_##t), kFields_##t, kIndexes_##t, std::span(kNodes_##t).first(std::size(kNodes_##t) - 1)},
 #include "platform/schema/tables.def"
 };
 inline constexpr size_t kTableCount = std::size(kTables);
+
+// The number of a child node, or how many there are.
+constexpr size_t nodeNumber(std::span<const std::string_view> nodes, std::string_view name) {
+  size_t number = 0;
+  while (number < nodes.size() && nodes[number] != name) ++number;
+  return number;
+}
+
+// The field that says which nodes were written; nullptr for a table without nodes.
+constexpr const Field* nodesField(std::span<const Field> fields) {
+  for (const Field& field : fields) {
+    if (field.kind == FieldKind::kNodes) return &field;
+  }
+  return nullptr;
+}
+
+constexpr bool marksItsNodes(const Table& table) {
+  return table.nodes.empty() == (nodesField(table.fields) == nullptr);
+}
+static_assert(std::ranges::all_of(kTables, marksItsNodes));
 
 // The id of the index with this number, to hold the ids that callers write against.
 consteval uint32_t idOf(std::span<const Index> indexes, uint8_t number) {

@@ -16,6 +16,7 @@ namespace {
 
 constexpr uint64_t kObjectBase = 0x1000;
 constexpr uint64_t kIteratorBase = 0x200000;
+constexpr uint64_t kChildBase = 0x400000;
 
 PlatformDouble& platform() { return PlatformDouble::instance(); }
 
@@ -158,6 +159,7 @@ void PlatformDouble::release(void* block) {
 }
 
 std::string PlatformDouble::nameOf(uint64_t handle) const {
+  if (handle >= kChildBase) return "+" + std::to_string(handle - kChildBase);
   if (handle >= kIteratorBase) return "~" + std::to_string(handle - kIteratorBase);
   if (handle >= kObjectBase) return "#" + std::to_string(handle - kObjectBase);
   return std::to_string(handle);
@@ -181,6 +183,8 @@ uint64_t PlatformDouble::makeIterator(uint64_t object, const uint64_t* out) {
   iteratorOwner_[iterator] = object;
   return iterator;
 }
+
+uint64_t PlatformDouble::makeChild() { return kChildBase + ++children_; }
 
 uint32_t PlatformDouble::advance(uint64_t iterator) {
   const auto owner = iteratorOwner_.find(iterator);
@@ -315,6 +319,13 @@ static PlatformDouble& platform() { return PlatformDouble::instance(); }
   uint32_t db_get_##t##_all_fields(uint64_t obj, void* row, uint32_t len) { \
     return test::getAll(TableId::t, __func__, obj, row, len);               \
   }
+#define GET_SP_ALL(t, name)                                                                     \
+  uint32_t db_get_##t##_sp_all_data(uint64_t obj, void* out) {                                  \
+    constexpr uint16_t kLength = fibdb::schema::offsetOf(fibdb::schema::kFields_##t, #name);    \
+    if (const uint32_t code = platform().answer(__func__, platform().nameOf(obj))) return code; \
+    std::memcpy(out, platform().record(TableId::t).data(), kLength);                            \
+    return 0;                                                                                   \
+  }
 #define BATCH(t)                                                                                           \
   uint32_t db_create_##t##_obj_specific_conn(uint32_t kind, uint64_t conn, uint64_t* outObj) {             \
     return test::create(TableId::t, __func__, std::to_string(kind) + ", " + std::to_string(conn), outObj); \
@@ -405,8 +416,14 @@ uint32_t db_root_iterator_next(uint64_t iter) {
   return platform().advance(iter);
 }
 
-uint32_t db_create_child_node(uint64_t obj, uint64_t, const char* nodeName, uint64_t, uint64_t, uint64_t*) {
-  return platform().answer(__func__, platform().nameOf(obj) + ", " + nodeName);
+// Zeros, the out word included, where it does not say otherwise.
+uint32_t db_create_child_node(uint64_t obj, uint64_t zero1, const char* nodeName, uint64_t zero2, uint64_t zero3,
+                              uint64_t* outChild) {
+  const bool zeros = zero1 == 0 && zero2 == 0 && zero3 == 0 && *outChild == 0;
+  const std::string arguments = platform().nameOf(obj) + ", " + nodeName + (zeros ? "" : ", not zero");
+  if (const uint32_t code = platform().answer(__func__, arguments)) return code;
+  *outChild = platform().makeChild();
+  return 0;
 }
 
 uint32_t db_connect(uint64_t p2, uint64_t p1, uint64_t* outConn) {

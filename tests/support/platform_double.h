@@ -2,7 +2,8 @@
 //
 // The double supplies every db_*, UFIB_DB_* and *_s symbol (the per-table ones expanded from the schema), so that the
 // library under test is the shipped file. A call is recorded as text: "db_update_obj(#1, 0x00010004 2a000000)", where
-// #1 is the first object made, ~1 the first iterator, and keys are shown as the bytes handed over.
+// #1 is the first object made, ~1 the first iterator, +1 the first child node, and keys are shown as the bytes handed
+// over.
 #ifndef FIBDB_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 #define FIBDB_TESTS_SUPPORT_PLATFORM_DOUBLE_H
 
@@ -84,6 +85,7 @@ class PlatformDouble {
   void release(void* block);
   uint64_t makeIterator(uint64_t object, const uint64_t* out);
   uint32_t advance(uint64_t iterator);
+  uint64_t makeChild();
   schema::TableId tableOf(uint64_t object) const { return tables_.at(object); }
   void setTable(uint64_t object, schema::TableId table) { tables_[object] = table; }
   std::map<uint32_t, std::string> registered;  // id, descriptor name
@@ -103,6 +105,7 @@ class PlatformDouble {
   std::map<schema::TableId, Row> staged_;
   uint64_t objects_ = 0;
   uint64_t iterators_ = 0;
+  uint64_t children_ = 0;
   std::set<uint64_t> aliveObjects_;
   std::map<uint64_t, uint64_t> iteratorOwner_;
   std::map<uint64_t, schema::TableId> tables_;

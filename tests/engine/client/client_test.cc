@@ -180,12 +180,6 @@ TEST_F(Handles, more_objects_than_there_are_slots_are_refused_and_releasing_one_
   for (const uint64_t object : objects) ASSERT_EQ(db_release_nhp_object(object), 0u);
 }
 
-TEST_F(Handles, a_child_node_is_not_supported_yet) {
-  uint64_t child = 0;
-  NhpObject object(FIB_DB_OBJ_OP_READ);
-  EXPECT_EQ(db_create_child_node(object, 0, "node", 0, 0, &child), DB_ERR_NOT_SUPPORTED);
-}
-
 // Fields are staged one by one or all at once, and read from the record that the object stands on.
 
 TEST_F(Fields, every_number_that_is_set_is_got_again) {
