@@ -44,7 +44,10 @@ uint32_t FIB_DB_CreateAsyncConnect(uint64_t param1, uint64_t param2) {
 void FIB_DB_DestroyAsyncConnect() {
   constexpr Text<> noConnection = "disconnect db Async failed, para is NULL";
   constexpr Text<uint32_t> failed = "disconnect db Async failed. ret = %d";
-  if (g_fibDbAsyncConn == 0) return noConnection.error();
+  if (g_fibDbAsyncConn == 0) {
+    noConnection.error();
+    return;
+  }
   if (const uint32_t code = db_disconnect(g_fibDbAsyncConn)) failed.error(code);
   // Required: whatever the result; and the batch object stays cached, although its connection is gone.
   g_fibDbAsyncConn = 0;

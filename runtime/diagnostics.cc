@@ -56,7 +56,10 @@ using fibdb::settleWrite;
 
 void FIB_DB_RecordErrStat(uint32_t tableId, uint32_t oper) {
   constexpr fibdb::Text<uint32_t, uint32_t> outside = "Set db error stat fail. table %u, error %u";
-  if (tableId >= FIB_DB_TABLE_COUNT || oper >= FIB_DB_OPER_COUNT) return outside.error(tableId, oper);
+  if (tableId >= FIB_DB_TABLE_COUNT || oper >= FIB_DB_OPER_COUNT) {
+    outside.error(tableId, oper);
+    return;
+  }
   ++g_fibDbErrStat[tableId][oper];
 }
 

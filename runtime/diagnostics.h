@@ -26,6 +26,13 @@ uint32_t settleWrite(FibDbTableId table, uint32_t code, uint32_t oper, const Fai
 // Reads: a missing record is FIB_DB_NOT_FOUND and nobody's fault, any other failure is FIB_DB_ERR.
 uint32_t settleRead(FibDbTableId table, uint32_t code, uint32_t oper, const FailureText& failed);
 
+// A success, or a failure that is said and FIB_DB_ERR, whatever its code.
+inline uint32_t settleFields(uint32_t code, const Text<uint32_t>& failed) {
+  if (code == FIB_DB_OK) return FIB_DB_OK;
+  failed.error(code);
+  return FIB_DB_ERR;
+}
+
 // A failure that is said in its function's own words, counted under its table, and handed on as it is.
 struct Failure {
   FibDbTableId table = FIB_DB_TABLE_COUNT;  // counts nowhere, and says so

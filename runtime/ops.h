@@ -129,7 +129,7 @@ inline void unpackErrcode(uint64_t obj, uint32_t (*get)(uint64_t obj, const void
 }
 
 // A step's arrival at a record of a table that is read field by field.
-template <class Item, void (*Unpack)(uint64_t, Item*)>
+template <class Item, auto Unpack>
 uint32_t unpackCurrent(uint64_t obj, Item* item) {
   // Required: a field that cannot be read leaves the step a success.
   Unpack(obj, item);
@@ -194,6 +194,7 @@ uint32_t update(const Table<Item, Key>& table, const Item* item, FibDbFieldSette
 struct UpdateWholeHow {
   Text<uint32_t> createFailed = {};
   Text<uint32_t> stageFailed = {};
+  bool createFailedIsErr = false;  // not the code of the creation
 };
 
 // Changes what the table stages, as a rule the whole record of item's key, which must exist. A field that cannot be
@@ -204,7 +205,7 @@ uint32_t updateWhole(const Table<Item, Key>& table, const Item* item, const Upda
   const Object obj(table, FIB_DB_OBJ_OP_UPDATE);
   if (const uint32_t code = obj.error()) {
     how.createFailed.error(code);
-    return code;
+    return how.createFailedIsErr ? uint32_t{FIB_DB_ERR} : code;
   }
   const KeyOf<Item, Key> key(table, item);
   if (const uint32_t code = table.stage(obj.handle(), item)) {

@@ -25,9 +25,9 @@ class Text {
     return (... && (toNextConversion(format) && takes<Args>(format))) && !toNextConversion(format);
   }
 
-  // Hooks are fetched at the moment of each message; without a hook the message is dropped.
-  void error(Args... args) const { say(FIB_DB_GetErrLogCallBack, args...); }
-  void info(Args... args) const { say(FIB_DB_GetInfoLogCallBack, args...); }
+  // Hooks are fetched at the moment of each message; without a hook the message is dropped. What the hook returns, or 0.
+  int error(Args... args) const { return say(FIB_DB_GetErrLogCallBack, args...); }
+  int info(Args... args) const { return say(FIB_DB_GetInfoLogCallBack, args...); }
 
  private:
   // Not constexpr: to call it in the constructor is the compile error.
@@ -47,9 +47,10 @@ class Text {
     return *at != '\0' && *++at != '\0';
   }
 
-  void say(FibDbLogFunc (*hookNow)(), Args... args) const {
-    if (format_ == nullptr) return;
-    if (const FibDbLogFunc hook = hookNow()) hook(format_, args...);
+  int say(FibDbLogFunc (*hookNow)(), Args... args) const {
+    if (format_ == nullptr) return 0;
+    const FibDbLogFunc hook = hookNow();
+    return hook == nullptr ? 0 : hook(format_, args...);
   }
 
   const char* format_ = nullptr;
