@@ -326,16 +326,27 @@ uint32_t readUnder(const Table<Item, Key>& table, const FibDbKeyDesc* desc, cons
   return status;
 }
 
+struct CountHow {
+  Text<uint32_t> createFailed = {};
+  Text<uint32_t> countFailed = {};
+};
+
 // The whole table's count.
 template <class Item, class Key>
-uint32_t count(const Table<Item, Key>& table, uint32_t* out) {
+uint32_t count(const Table<Item, Key>& table, uint32_t* out, const CountHow& how = {}) {
   if (out == nullptr) return FIB_DB_ERR;
   const Object obj(table, FIB_DB_OBJ_OP_COUNT);
-  if (const uint32_t code = obj.error()) return code;
+  if (const uint32_t code = obj.error()) {
+    how.createFailed.error(code);
+    return code;
+  }
   uint64_t records = 0;  // 64 bits, whichever width the database writes
-  const uint32_t code = db_get_table_record_count(obj.handle(), &records);
-  if (code == FIB_DB_OK) *out = static_cast<uint32_t>(records);
-  return code;
+  if (const uint32_t code = db_get_table_record_count(obj.handle(), &records)) {
+    how.countFailed.error(code);
+    return code;
+  }
+  *out = static_cast<uint32_t>(records);
+  return FIB_DB_OK;
 }
 
 struct CountUnderHow {

@@ -1,4 +1,5 @@
-/* fibdb/route.h: IPv4 routes: keyed and longest-prefix reads, counts, iteration, asynchronous batch writes.
+/* fibdb/route.h: IPv4 routes: keyed and longest-prefix reads, counts, iteration, asynchronous batch writes; local
+ * routes; VRFs.
  *
  * Routes are written through one asynchronous connection and one batch object per process, by one thread:
  * FIB_DB_CreateAsyncConnect once; per batch FIB_DB_GetIp4forwardBatchAsyncObject, then any number of
@@ -179,6 +180,75 @@ FIBDB_API uint32_t FIB_DB_BatchAddOperRemoveIp4forward(uint64_t* object, const F
 /* Hands the batch over; argument points at 0 or at the address of a completion record (engine.h) as a 64-bit value.
  * FIB_DB_BATCH_NOT_EXECUTED (10001): not now, the batch is kept, try again. Other failures give 1. */
 FIBDB_API uint32_t FIB_DB_BatchExecuteAsync(uint64_t* object, uint64_t* argument);
+
+/* Index id of the local routes. */
+enum { FIB_DB_METH_LOCAL_ROUTE_PRIMARY = 0x0001000D /* vr_id, vrf_index, dest_ip_addr, mask_len */ };
+
+/* A prefix that is local to the device: a key and nothing else. */
+typedef struct FibDbMeLocalRouteItem {
+  uint32_t vr_id;
+  uint32_t vrf_index;
+  uint32_t dest_ip_addr; /* host byte order */
+  uint8_t mask_len;      /* 0 to 32 */
+  uint8_t rsv[3];        /* neither read nor written */
+} FibDbMeLocalRouteItem;
+
+/* key: room for 13 bytes. */
+FIBDB_API void FIB_DB_SetMeLocalRouteKeyField(FibDbKeyDesc* desc, void* key, const FibDbMeLocalRouteItem* item);
+/* Stages all fields of item on obj: 0, or 1 if any field failed. */
+FIBDB_API uint32_t FIB_DB_SetMeLocalRouteItem(uint64_t obj, const FibDbMeLocalRouteItem* item);
+/* Fills item from the record that obj stands on; a field that fails is logged and left as it was. */
+FIBDB_API void FIB_DB_GetMeLocalRouteItem(uint64_t obj, FibDbMeLocalRouteItem* item);
+/* Inserts or replaces. Failures are counted under the global configuration. */
+FIBDB_API uint32_t FIB_DB_WriteMeLocalRoute(const FibDbMeLocalRouteItem* item);
+/* A missing route is the database's 15005. */
+FIBDB_API uint32_t FIB_DB_RemoveMeLocalRoute(const FibDbMeLocalRouteItem* item);
+FIBDB_API uint32_t FIB_DB_CountMeLocalRoute(uint32_t* count);
+/* Fills items, an array of bufLen bytes, with as many routes as it has room for. How many these are, or that there were
+ * more, is not told: count first, and clear the array. */
+FIBDB_API uint32_t FIB_DB_ScanMeLocalRoute(uint32_t bufLen, FibDbMeLocalRouteItem* items);
+
+/* Index ids of the VRFs. */
+enum {
+  FIB_DB_VRF_PRIMARY = 0x00010008, /* vr_id, vrf_id */
+  FIB_DB_VRF_BY_NAME = 0x01090024, /* vr_id, vrf_name */
+  FIB_DB_VRF_BY_VR_ID = 0x02090004 /* vr_id */
+};
+
+enum { FIB_DB_VRF_NAME_SIZE = 32 }; /* the closing zero included */
+
+/* A VRF of a virtual router. The time of its writing is stored beside it. */
+typedef struct FibDbVrfItem {
+  uint32_t vr_id;
+  uint32_t vrf_id;
+  char vrf_name[FIB_DB_VRF_NAME_SIZE];
+  uint32_t app_source_id;
+  uint32_t table_smooth_id;
+  uint64_t app_obj_id;
+  uint32_t app_version;
+} FibDbVrfItem;
+
+/* Inserts or replaces. */
+FIBDB_API uint32_t VRF_DB_Write(const FibDbVrfItem* item);
+/* Fills item by its vr_id and vrf_id; 60 when there is none. Other failures: the database's code. */
+FIBDB_API uint32_t VRF_DB_Read(FibDbVrfItem* item);
+FIBDB_API uint32_t VRF_DB_Remove(const FibDbVrfItem* item);
+
+/* name: size bytes; the empty string and 1 when there is no such VRF, or name is too small for it. */
+FIBDB_API uint32_t VRF_INTF_GetNameById(uint32_t vrId, uint32_t vrfId, char* name, uint32_t size);
+/* *vrfId stays as it was when no VRF has this name, and the result is 0 all the same: set it to a value that tells. Of
+ * several VRFs the last one found. 1 for a name of 32 characters or more. */
+FIBDB_API uint32_t VRF_INTF_GetIdByName(uint32_t vrId, const char* name, uint32_t* vrfId);
+
+/* NULL on failure. property: a vr_id, or FIB_DB_NO_PROPERTY. */
+FIBDB_API FibDbIterator* FIB_DB_CreateVrfIterator(uint32_t property);
+/* Fills vr_id, vrf_id and vrf_name of item, nothing else: 0, 60 at the end, 1 on failure. */
+FIBDB_API uint32_t FIB_DB_GetNextVrf(FibDbIterator* handle, FibDbVrfItem* item);
+FIBDB_API void FIB_DB_ReleaseVrfIterator(FibDbIterator* handle);
+
+FIBDB_API uint32_t FIB_DB_CountVrf(uint32_t* count);
+/* Stores the ids of a router's VRFs in ids, capacity at most, and adds how many these are to *count. */
+FIBDB_API uint32_t FIB_DB_GetVrfByVrId(uint32_t vrId, uint32_t* ids, uint32_t capacity, uint32_t* count);
 
 #ifdef __cplusplus
 }
