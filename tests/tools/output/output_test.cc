@@ -94,6 +94,59 @@ TEST(TextOutput, errors_name_their_place_and_quote_the_input) {
   EXPECT_EQ(text->answers.str(), "");
 }
 
+const Tree kTree{
+    .line = "root, 1",
+    .facts = {{"id", uint64_t{1}}},
+    .below = "twigs",
+    .children = {
+        {.line = "first",
+         .facts = {{"id", uint64_t{2}}},
+         .below = "leaves",
+         .children = {{.line = "leaf", .facts = {{"id", uint64_t{3}}}},
+                      {.line = "last leaf", .facts = {{"id", uint64_t{4}}}}}},
+        {.line = "second: bare", .facts = {{"id", uint64_t{5}}}, .below = "leaves"},
+        {.line = "third", .facts = {}, .below = "leaves", .children = {{.line = "deep", .facts = {{"flag", true}}}}}}};
+
+TEST(TextOutput, a_tree_is_drawn_below_its_facts) {
+  auto text = asText();
+  text->output->tree("title", kTree);
+  EXPECT_EQ(text->answers.str(),
+            "title\n"
+            "  id  1\n"
+            "root, 1\n"
+            "|-- first\n"
+            "|   |-- leaf\n"
+            "|   `-- last leaf\n"
+            "|-- second: bare\n"
+            "`-- third\n"
+            "    `-- deep\n");
+}
+
+TEST(TextOutput, a_tree_has_box_characters_where_there_are_some) {
+  auto text = asText({.color = false, .unicode = true});
+  text->output->tree("title", kTree);
+  EXPECT_EQ(text->answers.str(),
+            "title\n"
+            "  id  1\n"
+            "root, 1\n"
+            "├── first\n"
+            "│   ├── leaf\n"
+            "│   └── last leaf\n"
+            "├── second: bare\n"
+            "└── third\n"
+            "    └── deep\n");
+}
+
+TEST(JsonOutput, a_tree_is_one_object_and_says_by_empty_lists_that_nothing_is_there) {
+  auto json = asJson();
+  json->output->tree("title", kTree);
+  EXPECT_EQ(json->answers.str(),
+            "{\"id\":1,\"twigs\":["
+            "{\"id\":2,\"leaves\":[{\"id\":3},{\"id\":4}]},"
+            "{\"id\":5,\"leaves\":[]},"
+            "{\"leaves\":[{\"flag\":true}]}]}\n");
+}
+
 TEST(JsonOutput, every_row_is_an_object_without_bars) {
   auto json = asJson();
   writeList(*json->output);

@@ -227,6 +227,12 @@ std::string suggestion(std::string_view word, std::span<const std::string_view> 
   return nearest ? "did you mean \"" + std::string(*nearest) + "\"?" : std::string();
 }
 
+std::string spaced(std::string_view name) {
+  std::string text(name);
+  std::replace(text.begin(), text.end(), '_', ' ');
+  return text;
+}
+
 std::string join(std::span<const std::string_view> words, std::string_view separator) {
   std::string joined;
   for (const std::string_view word : words) {

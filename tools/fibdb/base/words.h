@@ -78,6 +78,9 @@ std::optional<std::string_view> nearestWord(std::string_view word, std::span<con
 // "did you mean X?", or nothing.
 std::string suggestion(std::string_view word, std::span<const std::string_view> candidates);
 
+// A name with blanks for its underscores.
+std::string spaced(std::string_view name);
+
 std::string join(std::span<const std::string_view> words, std::string_view separator);
 
 }  // namespace fibdb::program

@@ -22,6 +22,16 @@ constexpr const char* kRed = "\033[1;31m";
 constexpr const char* kCyan = "\033[36m";
 constexpr const char* kNormal = "\033[0m";
 
+// What stands before a line of a tree, and before the lines below it.
+struct TreeMarks {
+  const char* branch;
+  const char* lastBranch;
+  const char* belowBranch;
+  const char* belowLastBranch;
+};
+constexpr TreeMarks kBoxMarks{"├── ", "└── ", "│   ", "    "};
+constexpr TreeMarks kPlainMarks{"|-- ", "`-- ", "|   ", "    "};
+
 std::string fixed(double number, int decimals, const char* unit) {
   char text[64];
   std::snprintf(text, sizeof text, "%.*f%s", decimals, number, unit);
@@ -61,11 +71,6 @@ std::string textOf(const Value& value, Format format, bool unicode) {
   if (const auto* real = std::get_if<double>(&value)) return textOfReal(*real, format, unicode);
   if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "yes" : "no";
   return "-";
-}
-
-std::string spaced(std::string name) {
-  std::replace(name.begin(), name.end(), '_', ' ');
-  return name;
 }
 
 // Columns on the terminal: code points, for nothing here is wider than one.
@@ -110,6 +115,12 @@ class TextOutput final : public Output {
     }
   }
 
+  void tree(const std::string& title, const Tree& root) override {
+    record(title, root.facts);
+    answers_ << root.line << '\n';
+    drawBelow(root, "");
+  }
+
   void result(const std::string& sentence, const std::vector<Fact>&) override { answers_ << sentence << '\n'; }
 
   void complain(const Complaint& complaint) override {
@@ -144,6 +155,15 @@ class TextOutput final : public Output {
     const uint64_t* number = std::get_if<uint64_t>(&value);
     if (format == Format::kAlarm && number != nullptr && *number != 0) return painted(kRed, text);
     return format == Format::kBar ? painted(kCyan, text) : text;
+  }
+
+  void drawBelow(const Tree& tree, const std::string& margin) {
+    const TreeMarks& marks = style_.unicode ? kBoxMarks : kPlainMarks;
+    for (const Tree& child : tree.children) {
+      const bool last = &child == &tree.children.back();
+      answers_ << margin << (last ? marks.lastBranch : marks.branch) << child.line << '\n';
+      drawBelow(child, margin + (last ? marks.belowLastBranch : marks.belowBranch));
+    }
   }
 
   void writeBlock() {
@@ -246,6 +266,7 @@ class JsonOutput final : public Output {
   void endList() override {}
 
   void record(const std::string&, const std::vector<Fact>& facts) override { write(answers_, objectOf(facts)); }
+  void tree(const std::string&, const Tree& root) override { write(answers_, objectOf(root)); }
   void result(const std::string&, const std::vector<Fact>& facts) override { write(answers_, objectOf(facts)); }
 
   void complain(const Complaint& complaint) override {
@@ -265,6 +286,14 @@ class JsonOutput final : public Output {
   static Json objectOf(const std::vector<Fact>& facts) {
     Json object = Json::object();
     for (const Fact& fact : facts) object[fact.name] = jsonOf(fact.value);
+    return object;
+  }
+
+  static Json objectOf(const Tree& tree) {
+    Json object = objectOf(tree.facts);
+    if (tree.below.empty()) return object;
+    Json& children = object[tree.below] = Json::array();
+    for (const Tree& child : tree.children) children.push_back(objectOf(child));
     return object;
   }
 

@@ -1,6 +1,6 @@
 // tools/fibdb/output/output.h: answers as data, rendered as text for people or as JSON for programs.
 //
-// DESCRIPTION: a command produces lists, records and results once; the two renderers differ, the commands do
+// DESCRIPTION: a command produces lists, records, trees and results once; the two renderers differ, the commands do
 // not. Text: aligned columns, numbers to the right with thousands separators, bars. JSON: one object a line.
 // Errors go to the error stream as "FILE:LINE: message" or {"error": ...}; the answer is flushed first, so
 // that both read in order on one terminal. COST: lists are rendered in blocks of rows, so a list of any
@@ -67,6 +67,15 @@ struct Complaint {
   std::string advice = {};  // a second line
 };
 
+// A thing and what hangs below it: text draws its line, JSON has its facts.
+struct Tree {
+  std::string line;
+  std::vector<Fact> facts;
+  // What the children are: in JSON the name of their array, which is there when they are not. Without it: a leaf.
+  std::string below = {};
+  std::vector<Tree> children = {};
+};
+
 class Output {
  public:
   Output() = default;
@@ -80,6 +89,8 @@ class Output {
 
   // One thing with its properties.
   virtual void record(const std::string& title, const std::vector<Fact>& facts) = 0;
+  // One thing with its properties, and what hangs below it: facts above a drawn tree, or one nested object.
+  virtual void tree(const std::string& title, const Tree& root) = 0;
   // What was done: a sentence for people, the facts for programs.
   virtual void result(const std::string& sentence, const std::vector<Fact>& facts) = 0;
 
