@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <set>
 #include <sstream>
 
@@ -238,6 +239,9 @@ TEST(RecordTables, are_sound) {
       for (const std::string& name : splitWords(selection.fields)) EXPECT_TRUE(names.contains(name)) << name;
     }
     EXPECT_FALSE(table->write != nullptr && table->create != nullptr);
+    if (table->nexthop.empty()) continue;
+    const bool wholeKey = keys.size() == 1 && keys[0]->name == table->nexthop;
+    EXPECT_NE(wholeKey, std::ranges::count(table->selections, table->nexthop, &Selection::fields) == 1);
   }
 }
 
@@ -480,6 +484,71 @@ TEST_F(RecordTableTest, records_are_counted_by_the_tables_function_or_one_by_one
   EXPECT_EQ(answerOf(counting, "count probe"), "200\n");
   store.code = 7;
   EXPECT_THAT(answerOf(counting, "count probe"), HasSubstr("1 counting the probes: "));
+}
+
+TEST_F(RecordTableTest, a_table_shows_one_record_in_its_own_way_where_it_has_one) {
+  const RecordTable viewed = without([](RecordTable& t) {
+    t.view = {[](Session& session, const void* key) {
+                session.output.result("seen " + std::to_string(static_cast<const Probe*>(key)->id), {});
+              },
+              "In its own way."};
+  });
+  add(1, "a");
+  EXPECT_EQ(answerOf(viewed, "show probe 7 0 a"), "seen 7\n") << "stored or not";
+  EXPECT_THAT(answerOf(viewed, "show probe 7 0 a b"), HasSubstr("2 unexpected word \"b\""));
+  EXPECT_THAT(answerOf(viewed, "show probe"), HasSubstr("\n 1  0    a"));
+  EXPECT_EQ(commandsOf(viewed).front().details, "In its own way.");
+}
+
+// What is found at once is handed out one by one; what is looked for and not found is no failure.
+std::optional<std::vector<Probe>> findAll(const Probe* query) {
+  store.query = *query;
+  return store.walkable ? std::optional(store.records) : std::nullopt;
+}
+constexpr Selection kFoundSelections[] = {{"word", foundWith<findAll, DB_ERR_ITER_END>()}};
+
+TEST_F(RecordTableTest, records_that_are_found_at_once_are_listed_like_others) {
+  const RecordTable finding = without([](RecordTable& t) { t.selections = kFoundSelections; });
+  EXPECT_EQ(answerOf(finding, "show probe word 9"), "no probes\n");
+  EXPECT_EQ(store.query.part.word, 9u);
+  add(2, "b");
+  add(1, "a");
+  EXPECT_THAT(answerOf(finding, "show probe word 9"), HasSubstr("\n 1  0    a"));
+  EXPECT_THAT(answerOf(finding, "show probe word 9"), HasSubstr("\n 2  0    b"));
+  store.walkable = false;
+  EXPECT_EQ(answerOf(finding, "show probe word 9"), "1 the probes cannot be iterated | ");
+}
+
+TEST_F(RecordTableTest, records_by_fields_are_those_of_an_index_or_of_the_whole_key) {
+  add(2, "b");
+  add(1, "a");
+  Record query(kWhole);
+  query.as<Probe>().id = 2;
+  std::strcpy(query.as<Probe>().name, "b");
+  const auto byIndex = recordsBy(kWhole, "word small", query);
+  ASSERT_EQ(byIndex.size(), 2u);
+  EXPECT_EQ(byIndex[0].as<Probe>().id, 1) << "in the order of the key";
+  EXPECT_EQ(store.query.id, 2);
+  store.query = {};
+  const auto byKey = recordsBy(kWhole, "id mac short_name", query);
+  ASSERT_EQ(byKey.size(), 1u);
+  EXPECT_EQ(byKey[0].as<Probe>().id, 2);
+  EXPECT_EQ(store.query.id, 0) << "no index was asked";
+  query.as<Probe>().id = 3;
+  EXPECT_THAT(recordsBy(kWhole, "id mac short_name", query), IsEmpty());
+  store.nextCode = 1;
+  EXPECT_THROW(recordsBy(kWhole, "word small", query), Failure) << "failing is not finding nothing";
+}
+
+TEST_F(RecordTableTest, a_line_has_the_key_and_what_is_listed_and_not_zero) {
+  Probe probe{.id = 7, .mac = {}};
+  EXPECT_EQ(lineOf(kWhole, &probe), "probe 7 0 ");
+  probe.name[0] = 'a';
+  probe.part.small = 3;
+  probe.address = 0x0A000001;
+  probe.list[0] = 9;
+  probe.kind = 1;
+  EXPECT_EQ(lineOf(kWhole, &probe), "probe 7 0 a, small 3, address 10.0.0.1, kind 1");
 }
 
 TEST_F(RecordTableTest, help_says_what_is_taken_for_granted) {

@@ -47,6 +47,7 @@ constexpr RecordTable kLlaNexthops{
     .remove = onItem<FIB_DB_RemoveNhpLLA>,
     .walk = walkFrom<FIB_DB_CreateNhpLlaIterator>(),
     .selections = kSelections,
+    .nexthop = "index",
 };
 
 }  // namespace fibdb::program

@@ -1,5 +1,5 @@
 // tools/fibdb/tables/nexthop_ext.cc: next-hop extensions, keyed by four words and a byte.
-#include <memory>
+#include <optional>
 
 #include "tools/fibdb/tables/record_tables.h"
 
@@ -42,30 +42,17 @@ constexpr Field kFields[] = {
 };
 
 // By IID index the library reads records in bulk; the iterator that it makes has no step.
-struct Found {
-  std::vector<Item> items;
-  size_t next = 0;
-};
-
-Found* findByIid(const Item* query) {
+std::optional<std::vector<Item>> findByIid(const Item* query) {
   const uint32_t iid = query->keyWords[0];
   uint32_t records = 0;
-  if (FIB_DB_CountNhpExtByIidIndex(iid, &records) != FIB_DB_OK) return nullptr;
+  if (FIB_DB_CountNhpExtByIidIndex(iid, &records) != FIB_DB_OK) return std::nullopt;
   // Room for one more: none at all would be refused.
-  auto found = std::make_unique<Found>(Found{std::vector<Item>(size_t{records} + 1)});
-  const auto size = static_cast<uint32_t>(found->items.size() * sizeof(Item));
-  if (FIB_DB_ReadNhpExtByIidIndex(iid, size, found->items.data(), &records) != FIB_DB_OK) return nullptr;
-  found->items.resize(records);
-  return found.release();
+  std::vector<Item> items(size_t{records} + 1);
+  const auto size = static_cast<uint32_t>(items.size() * sizeof(Item));
+  if (FIB_DB_ReadNhpExtByIidIndex(iid, size, items.data(), &records) != FIB_DB_OK) return std::nullopt;
+  items.resize(records);
+  return items;
 }
-
-uint32_t nextFound(Found* found, Item* item) {
-  if (found->next == found->items.size()) return DB_ERR_ITER_END;
-  *item = found->items[found->next++];
-  return FIB_DB_OK;
-}
-
-void forget(Found* found) { delete found; }
 
 void* iterateBySdwanKey(const Item* query, uint32_t property) {
   return FIB_DB_CreateNhpExtIterByTnlIdAndType(query->keyWords[3], query->keyByte, property);
@@ -77,7 +64,7 @@ void* iterateByTunnel(const Item* query, uint32_t property) {
 }
 
 constexpr Selection kSelections[] = {
-    {"iid", walkOf<findByIid, nextFound, forget>()},
+    {"iid", foundWith<findByIid, DB_ERR_ITER_END>()},
     {"tunnel type", walkOf<iterateBySdwanKey, FIB_DB_GetNextNhpExtEntry, FIB_DB_ReleaseNhpExtIterator>()},
     {"key2 key3 tunnel type", walkOf<iterateByTunnel, FIB_DB_GetNextNhpExtEntry, FIB_DB_ReleaseNhpExtIterator>()},
 };
@@ -96,6 +83,7 @@ constexpr RecordTable kNexthopExts{
     .change = onItem<FIB_DB_WriteNhpExt>,
     .remove = onItem<FIB_DB_RemoveNhpExt>,
     .selections = kSelections,
+    .nexthop = "iid",
 };
 
 }  // namespace fibdb::program

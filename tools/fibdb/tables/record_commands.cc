@@ -1,49 +1,27 @@
 // tools/fibdb/tables/record_commands.cc: show, add, set, delete and count of every table that is described by data.
-
 #include <algorithm>
 #include <cctype>
-#include <cstddef>
 #include <cstring>
 #include <deque>
 #include <iterator>
-#include <memory>
 
 #include "fibdb/engine.h"
-#include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/tables/record_usage.h"
 
 namespace fibdb::program {
 namespace {
 
-// An item of any table: bytes that the exported functions see as their record.
-class Item {
- public:
-  explicit Item(const RecordTable& table) : bytes_(table.itemSize) {}
-
-  void* data() { return bytes_.data(); }
-  const void* data() const { return bytes_.data(); }
-
- private:
-  std::vector<std::byte> bytes_;
-};
-
 // Properties are typed by their names, keys only talked about.
 std::string writtenName(const Field& field) {
-  std::string name(field.name);
-  if (field.role == Role::kKey) std::replace(name.begin(), name.end(), '_', ' ');
-  return name;
+  return field.role == Role::kKey ? spaced(field.name) : std::string(field.name);
 }
 
-[[noreturn]] void failMissing(const RecordTable& table, const Item& item) {
-  throw Failure(Status::kFailed, "no " + titleOf(table, item.data()));
-}
-
-void requireRecord(const RecordTable& table, Item& item) {
-  if (!readRecord(table, item.data())) failMissing(table, item);
+void requireRecord(const RecordTable& table, Record& item) {
+  if (!readRecord(table, item.data())) failMissing(table, item.data());
 }
 
 // Taking words. -------------------------------------------------------------------------------------------------------
-void takeValue(Arguments& arguments, const Field& field, Item& item, const std::string& what) {
+void takeValue(Arguments& arguments, const Field& field, Record& item, const std::string& what) {
   const std::string fault = storeAt(field.at(item.data()), field.layout, arguments.word(what));
   if (!fault.empty()) arguments.fail(writtenName(field) + ": " + fault);
   if (field.goesWith != nullptr) field.goesWith(item.data());
@@ -54,7 +32,7 @@ bool nextIsKey(Arguments arguments) {
   return !arguments.empty() && std::isdigit(static_cast<unsigned char>(arguments.word("a key").front())) != 0;
 }
 
-void takeKey(const RecordTable& table, Arguments& arguments, Item& item) {
+void takeKey(const RecordTable& table, Arguments& arguments, Record& item) {
   for (const Field* field : fieldsOf(table, Role::kKey)) {
     if (field->optional && !nextIsKey(arguments)) return;
     takeValue(arguments, *field, item, writtenName(*field));
@@ -62,7 +40,7 @@ void takeKey(const RecordTable& table, Arguments& arguments, Item& item) {
 }
 
 // Words and values of these fields until no word is left.
-std::vector<const Field*> takeProperties(const std::vector<const Field*>& fields, Arguments& arguments, Item& item) {
+std::vector<const Field*> takeProperties(const std::vector<const Field*>& fields, Arguments& arguments, Record& item) {
   std::vector<std::string_view> words;
   std::ranges::transform(fields, std::back_inserter(words), &Field::name);
   std::vector<const Field*> given;
@@ -103,44 +81,18 @@ bool beginsKey(const RecordTable& table, const Arguments& arguments) {
   const auto fields = selectingFields(table);
   if (std::any_of(fields.begin(), fields.end(), [&](const Field* field) { return field->name == word; })) return false;
   const Field& first = *fieldsOf(table, Role::kKey).front();
-  Item scratch(table);
+  Record scratch(table);
   return storeAt(first.at(scratch.data()), first.layout, word).empty();
 }
 
-// Walking. ------------------------------------------------------------------------------------------------------------
-template <class Visit>
-void walkRecords(const RecordTable& table, const Walk& walk, const Item& query, Visit visit) {
-  const std::unique_ptr<void, void (*)(void*)> iterator(walk.create(query.data()), walk.release);
-  if (iterator == nullptr) throw Failure(Status::kFailed, "the " + std::string(table.many) + " cannot be iterated");
-  for (Item item(table);;) {
-    checkInterrupt();
-    const uint32_t code = walk.next(iterator.get(), item.data());
-    if (code == table.codes.end) return;
-    if (code != FIB_DB_OK) {
-      throw Failure(Status::kFailed, "iterating the " + std::string(table.many) + ": " + codeText(code));
-    }
-    visit(item);
-  }
-}
-
-bool precedes(const RecordTable& table, const Item& a, const Item& b) {
-  for (const Field* field : fieldsOf(table, Role::kKey)) {
-    const auto order = compareAt(placeOf(*field, a.data()), placeOf(*field, b.data()), field->layout);
-    if (order != std::strong_ordering::equal) return order == std::strong_ordering::less;
-  }
-  return false;
-}
-
-Status showList(Session& session, const RecordTable& table, const Walk& walk, const Item& query) {
-  std::vector<Item> items;
-  walkRecords(table, walk, query, [&](const Item& item) { items.push_back(item); });
-  std::sort(items.begin(), items.end(), [&](const Item& a, const Item& b) { return precedes(table, a, b); });
+Status showList(Session& session, const RecordTable& table, const Walk& walk, const Record& query) {
+  const std::vector<Record> records = recordsOf(table, walk, query);
   ListHead head{std::string(table.many), {}};
   for (const Field& field : table.fields) {
     if (field.listed) head.columns.push_back({std::string(field.name)});
   }
   session.output.beginList(std::move(head));
-  for (const Item& item : items) {
+  for (const Record& item : records) {
     std::vector<Value> row;
     for (const Field& field : table.fields) {
       if (field.listed) row.push_back(valueOf(field, item.data()));
@@ -152,28 +104,21 @@ Status showList(Session& session, const RecordTable& table, const Walk& walk, co
 }
 
 // Commands. -----------------------------------------------------------------------------------------------------------
-std::vector<Fact> factsOf(const std::vector<const Field*>& fields, const Item& item) {
-  std::vector<Fact> facts;
-  std::ranges::transform(fields, std::back_inserter(facts), [&](const Field* field) {
-    return Fact{std::string(field->name), valueOf(*field, item.data())};
-  });
-  return facts;
-}
-
-void report(Session& session, const RecordTable& table, const Item& item, const std::string& done,
+void report(Session& session, const RecordTable& table, const Record& item, const std::string& done,
             const std::vector<Fact>& more) {
-  std::vector<Fact> facts = factsOf(fieldsOf(table, Role::kKey), item);
+  std::vector<Fact> facts = factsOf(fieldsOf(table, Role::kKey), item.data());
   facts.insert(facts.end(), more.begin(), more.end());
   session.output.result(done + ' ' + titleOf(table, item.data()), facts);
 }
 
 Status showRecords(Session& session, Arguments& arguments) {
   const RecordTable& table = *arguments.command().table;
-  Item item(table);
+  Record item(table);
   if (arguments.empty() && table.walk.create != nullptr) return showList(session, table, table.walk, item);
   if (arguments.empty() || beginsKey(table, arguments)) {
     takeKey(table, arguments, item);
     arguments.end();
+    if (table.view.show != nullptr) return table.view.show(session, item.data()), Status::kOk;
     requireRecord(table, item);
     session.output.record(titleOf(table, item.data()), factsOf(table, item.data()));
     return Status::kOk;
@@ -185,29 +130,29 @@ Status showRecords(Session& session, Arguments& arguments) {
 
 Status addRecord(Session& session, Arguments& arguments) {
   const RecordTable& table = *arguments.command().table;
-  Item item(table);
+  Record item(table);
   for (const Field& field : table.fields) {
     if (field.initial != 0) storeNumber(field.at(item.data()), field.layout.width, field.initial);
   }
   takeKey(table, arguments, item);
   if (!arguments.empty()) takeProperties(fieldsOf(table, Role::kProperty), arguments, item);
-  Item before = item;
+  Record before = item;
   const bool replaced = table.create == nullptr && table.read != nullptr && readRecord(table, before.data());
   writeRecord(table, item.data());
   report(session, table, item, replaced ? "replaced" : "added", {{"replaced", replaced}});
   return Status::kOk;
 }
 
-void copyValue(const Field& field, const Item& from, Item& to) {
+void copyValue(const Field& field, const Record& from, Record& to) {
   std::memcpy(field.at(to.data()), placeOf(field, from.data()), sizeOf(field.layout));
   if (field.goesWith != nullptr) field.goesWith(to.data());
 }
 
 // Calls that bring the given fields into the stored record: the fields' own, and the table's once for all others.
-void changeRecord(const RecordTable& table, const std::vector<const Field*>& given, Item& item) {
+void changeRecord(const RecordTable& table, const std::vector<const Field*>& given, Record& item) {
   const auto call = [&](ItemCall change, const std::string& what) {
     const uint32_t code = change(item.data());
-    if (code == table.codes.missing || code == DB_ERR_NO_DATA) failMissing(table, item);
+    if (code == table.codes.missing || code == DB_ERR_NO_DATA) failMissing(table, item.data());
     if (code != FIB_DB_OK) throw Failure(Status::kFailed, what + " refused: " + codeText(code));
   };
   const std::string title = titleOf(table, item.data());
@@ -221,9 +166,9 @@ void changeRecord(const RecordTable& table, const std::vector<const Field*>& giv
 
 Status setRecord(Session& session, Arguments& arguments) {
   const RecordTable& table = *arguments.command().table;
-  Item item(table);
+  Record item(table);
   takeKey(table, arguments, item);
-  Item wanted = item;
+  Record wanted = item;
   std::vector<const Field*> given = takeProperties(fieldsOf(table, Role::kProperty), arguments, wanted);
   for (const Field* field : given) {
     if (!changes(table, *field)) {
@@ -236,13 +181,13 @@ Status setRecord(Session& session, Arguments& arguments) {
   requireRecord(table, item);
   for (const Field* field : given) copyValue(*field, wanted, item);
   changeRecord(table, given, item);
-  report(session, table, item, "changed", factsOf(given, item));
+  report(session, table, item, "changed", factsOf(given, item.data()));
   return Status::kOk;
 }
 
 Status deleteRecord(Session& session, Arguments& arguments) {
   const RecordTable& table = *arguments.command().table;
-  Item item(table);
+  Record item(table);
   takeKey(table, arguments, item);
   arguments.end();
   // A removal of nothing would be counted as a failure of the table.
@@ -258,7 +203,7 @@ Status countRecords(Session& session, Arguments& arguments) {
   arguments.end();
   uint64_t records = 0;
   if (table.count == nullptr) {
-    walkRecords(table, table.walk, Item(table), [&](const Item&) { ++records; });
+    walkRecords(table, table.walk, Record(table), [&](const Record&) { ++records; });
   } else if (const uint32_t code = table.count(&records); code != FIB_DB_OK) {
     throw Failure(Status::kFailed, "counting the " + std::string(table.many) + ": " + codeText(code));
   }
@@ -286,7 +231,8 @@ std::vector<Command> commandsOf(const RecordTable& table) {
   const bool changing = table.read != nullptr && std::any_of(table.fields.begin(), table.fields.end(),
                                                              [&](auto& field) { return changes(table, field); });
   const std::string one(table.one);
-  add(table.read != nullptr || walks, "show", showUsage(table), showHelp(table), "", showRecords);
+  add(table.read != nullptr || walks, "show", showUsage(table), showHelp(table), std::string(table.view.details),
+      showRecords);
   add(table.write != nullptr || table.create != nullptr, "add", addUsage(table), addHelp(table), addDetails(table),
       addRecord);
   add(changing, "set", setUsage(table), "change properties of " + one, setDetails(), setRecord);

@@ -2,10 +2,35 @@
 #include "tools/fibdb/tables/record_table.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "fibdb/engine.h"
+#include "tools/fibdb/base/interrupt.h"
 
 namespace fibdb::program {
+namespace {
+
+bool isZero(const Field& field, const void* item) {
+  const std::vector<unsigned char> zero(sizeOf(field.layout));
+  return compareAt(placeOf(field, item), zero.data(), field.layout) == 0;
+}
+
+// As it is written in a command.
+std::string wordOf(const Field& field, const void* item) {
+  const Value value = valueOf(field, item);
+  const auto* text = std::get_if<std::string>(&value);
+  return text == nullptr ? std::to_string(std::get<uint64_t>(value)) : *text;
+}
+
+bool precedes(const RecordTable& table, const Record& a, const Record& b) {
+  for (const Field* field : fieldsOf(table, Role::kKey)) {
+    const auto order = compareAt(placeOf(*field, a.data()), placeOf(*field, b.data()), field->layout);
+    if (order != std::strong_ordering::equal) return order == std::strong_ordering::less;
+  }
+  return false;
+}
+
+}  // namespace
 
 std::vector<const Field*> fieldsOf(const RecordTable& table, Role role) {
   std::vector<const Field*> fields;
@@ -38,22 +63,30 @@ Value valueOf(const Field& field, const void* item) { return valueAt(placeOf(fie
 std::string titleOf(const RecordTable& table, const void* item) {
   std::string title(nameOf(table));
   std::vector<const Field*> keys = fieldsOf(table, Role::kKey);
-  const std::vector<unsigned char> zero(table.itemSize);
-  while (keys.back()->optional && compareAt(placeOf(*keys.back(), item), zero.data(), keys.back()->layout) == 0) {
-    keys.pop_back();
-  }
-  for (const Field* field : keys) {
-    const Value value = valueOf(*field, item);
-    const auto* text = std::get_if<std::string>(&value);
-    title += ' ' + (text == nullptr ? std::to_string(std::get<uint64_t>(value)) : *text);
-  }
+  while (keys.back()->optional && isZero(*keys.back(), item)) keys.pop_back();
+  for (const Field* field : keys) title += ' ' + wordOf(*field, item);
   return title;
 }
 
-std::vector<Fact> factsOf(const RecordTable& table, const void* item) {
+std::string lineOf(const RecordTable& table, const void* item) {
+  std::string line = titleOf(table, item);
+  for (const Field& field : table.fields) {
+    if (field.role == Role::kKey || !field.listed || isZero(field, item)) continue;
+    line += ", " + spaced(field.name) + ' ' + wordOf(field, item);
+  }
+  return line;
+}
+
+std::vector<Fact> factsOf(const std::vector<const Field*>& fields, const void* item) {
   std::vector<Fact> facts;
-  for (const Field& field : table.fields) facts.push_back({std::string(field.name), valueOf(field, item)});
+  for (const Field* field : fields) facts.push_back({std::string(field->name), valueOf(*field, item)});
   return facts;
+}
+
+std::vector<Fact> factsOf(const RecordTable& table, const void* item) {
+  std::vector<const Field*> all;
+  for (const Field& field : table.fields) all.push_back(&field);
+  return factsOf(all, item);
 }
 
 bool readRecord(const RecordTable& table, void* item) {
@@ -63,11 +96,45 @@ bool readRecord(const RecordTable& table, void* item) {
   return true;
 }
 
+void failMissing(const RecordTable& table, const void* item) {
+  throw Failure(Status::kFailed, "no " + titleOf(table, item));
+}
+
 void writeRecord(const RecordTable& table, void* item) {
   const uint32_t code = (table.create != nullptr ? table.create : table.write)(item);
   if (code == FIB_DB_OK) return;
   const char* const says = code == DB_ERR_EXISTS ? ": " : " refused: ";
   throw Failure(Status::kFailed, titleOf(table, item) + says + codeText(code));
+}
+
+void walkRecords(const RecordTable& table, const Walk& walk, const Record& query,
+                 const std::function<void(const Record& record)>& visit) {
+  const std::unique_ptr<void, void (*)(void*)> iterator(walk.create(query.data()), walk.release);
+  if (iterator == nullptr) throw Failure(Status::kFailed, "the " + std::string(table.many) + " cannot be iterated");
+  for (Record record(table);;) {
+    checkInterrupt();
+    const uint32_t code = walk.next(iterator.get(), record.data());
+    if (code == table.codes.end) return;
+    if (code != FIB_DB_OK) {
+      throw Failure(Status::kFailed, "iterating the " + std::string(table.many) + ": " + codeText(code));
+    }
+    visit(record);
+  }
+}
+
+std::vector<Record> recordsOf(const RecordTable& table, const Walk& walk, const Record& query) {
+  std::vector<Record> records;
+  walkRecords(table, walk, query, [&](const Record& record) { records.push_back(record); });
+  std::sort(records.begin(), records.end(), [&](const Record& a, const Record& b) { return precedes(table, a, b); });
+  return records;
+}
+
+std::vector<Record> recordsBy(const RecordTable& table, std::string_view fields, const Record& query) {
+  const auto selection = std::ranges::find(table.selections, fields, &Selection::fields);
+  if (selection != table.selections.end()) return recordsOf(table, selection->walk, query);
+  Record record = query;
+  if (!readRecord(table, record.data())) return {};
+  return {record};
 }
 
 }  // namespace fibdb::program

@@ -8,6 +8,8 @@
 #define FIBDB_TOOLS_RECORD_TABLE_H
 
 #include <concepts>
+#include <cstddef>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -40,6 +42,12 @@ struct Selection {
   Walk walk;
 };
 
+// How one record is shown when its fields alone do not say enough. key: an item with the key that was given.
+struct View {
+  void (*show)(Session& session, const void* key) = nullptr;
+  std::string_view details = {};  // for the help of show
+};
+
 struct RecordTable {
   std::string_view word;  // in commands: "nexthop"
   std::string_view one;   // with its article: "a next hop"
@@ -58,6 +66,9 @@ struct RecordTable {
   std::span<const Selection> selections = {};
   uint32_t (*count)(uint64_t* records) = nullptr;  // without it records are counted by walking
   std::string_view details = {};                   // for the help of add
+  View view = {};
+  // In a table of next hops the field that is a next hop's index: the whole key, or served by a selection of its own.
+  std::string_view nexthop = {};
 };
 
 // Exported functions as cells. ----------------------------------------------------------------------------------------
@@ -115,6 +126,30 @@ constexpr Walk walkOf() {
           .release = [](void* iterator) { static_cast<void>(kRelease(static_cast<Iterator*>(iterator))); }};
 }
 
+// Records that are found at once, handed out one by one.
+template <class Item>
+struct Found {
+  std::vector<Item> items;
+  size_t next = 0;
+};
+
+// kFind takes a query and answers with all its records, or with nothing on failure; kEnd is the table's code.
+template <auto kFind, uint32_t kEnd>
+constexpr Walk foundWith() {
+  using Item = std::remove_const_t<typename ItemOf<decltype(kFind)>::type>;
+  return {.create = [](const void* query) -> void* {
+            auto items = kFind(static_cast<const Item*>(query));
+            return items ? new Found<Item>{std::move(*items)} : nullptr;
+          },
+          .next = [](void* iterator, void* item) -> uint32_t {
+            auto& found = *static_cast<Found<Item>*>(iterator);
+            if (found.next == found.items.size()) return kEnd;
+            *static_cast<Item*>(item) = found.items[found.next++];
+            return FIB_DB_OK;
+          },
+          .release = [](void* iterator) { delete static_cast<Found<Item>*>(iterator); }};
+}
+
 // A count that the library hands out in a number of any width.
 template <auto kCount>
 constexpr auto countOf = [](uint64_t* records) {
@@ -125,6 +160,27 @@ constexpr auto countOf = [](uint64_t* records) {
 };
 
 // A table's fields and records. ---------------------------------------------------------------------------------------
+// An item of any table: bytes that the exported functions see as their record.
+class Record {
+ public:
+  explicit Record(const RecordTable& table) : bytes_(table.itemSize) {}
+
+  void* data() { return bytes_.data(); }
+  const void* data() const { return bytes_.data(); }
+  // REQUIRES: Item is the item of the table.
+  template <class Item>
+  Item& as() {
+    return *static_cast<Item*>(data());
+  }
+  template <class Item>
+  const Item& as() const {
+    return *static_cast<const Item*>(data());
+  }
+
+ private:
+  std::vector<std::byte> bytes_;
+};
+
 std::vector<const Field*> fieldsOf(const RecordTable& table, Role role);
 std::vector<const Field*> fieldsOf(const RecordTable& table, const Selection& selection);
 // Whether a stored record's field can be given another value.
@@ -136,11 +192,24 @@ const void* placeOf(const Field& field, const void* item);
 Value valueOf(const Field& field, const void* item);
 // "next hop 7", without the zeros that need not be given.
 std::string titleOf(const RecordTable& table, const void* item);
+// The title, and behind it what lists show of the record and is not zero: "next hop 7, vrf 2, refs 1".
+std::string lineOf(const RecordTable& table, const void* item);
+std::vector<Fact> factsOf(const std::vector<const Field*>& fields, const void* item);
 std::vector<Fact> factsOf(const RecordTable& table, const void* item);
+
 // Fills item by its key; false when there is no such record. Throws Failure for any other answer.
 bool readRecord(const RecordTable& table, void* item);
+[[noreturn]] void failMissing(const RecordTable& table, const void* item);
 // Inserts or replaces; throws Failure when it is refused.
 void writeRecord(const RecordTable& table, void* item);
+// Ctrl-C ends it, too.
+void walkRecords(const RecordTable& table, const Walk& walk, const Record& query,
+                 const std::function<void(const Record& record)>& visit);
+// What the walk finds, in the order of the key.
+std::vector<Record> recordsOf(const RecordTable& table, const Walk& walk, const Record& query);
+// The records that have what the query says of these fields, in the order of the key.
+// REQUIRES: the fields are those of a selection, named as there, or the whole key.
+std::vector<Record> recordsBy(const RecordTable& table, std::string_view fields, const Record& query);
 
 // The commands of one table. Their texts live as long as the program.
 std::vector<Command> commandsOf(const RecordTable& table);

@@ -72,6 +72,7 @@ constexpr RecordTable kSrv6TeNexthops{
     .remove = onItem<FIB_DB_RemoveNhpPp4ExtSrv6Te>,
     .walk = walkFrom<FIB_DB_CreateNhp4ExtSrv6TeIterator>(),
     .selections = kSelections,
+    .nexthop = "index",
 };
 
 }  // namespace fibdb::program

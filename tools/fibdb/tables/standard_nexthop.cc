@@ -51,6 +51,7 @@ constexpr RecordTable kStandardNexthops{
     .remove = onItem<FIB_DB_RemoveNhpStd>,
     .walk = walkFrom<FIB_DB_CreateNhpStdIterator>(),
     .selections = kSelections,
+    .nexthop = "index",
 };
 
 }  // namespace fibdb::program

@@ -61,6 +61,7 @@ constexpr RecordTable kVpnSidNexthops{
     .remove = onItem<FIB_DB_RemoveNhpVpnSid>,
     .walk = walkFrom<FIB_DB_CreateNhpVpnSidIterator>(),
     .selections = kSelections,
+    .nexthop = "index",
 };
 
 }  // namespace fibdb::program

@@ -52,6 +52,7 @@ constexpr RecordTable kVxlanNexthops{
     .remove = onItem<FIB_DB_RemoveNhpVxlan>,
     .walk = walkFrom<FIB_DB_CreateNhpVxlanIterator>(),
     .selections = kSelections,
+    .nexthop = "index",
 };
 
 }  // namespace fibdb::program
