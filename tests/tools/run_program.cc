@@ -214,4 +214,12 @@ std::vector<nlohmann::json> jsonLines(const std::string& text) {
   return objects;
 }
 
+std::vector<nlohmann::json> jsonAnswers(const Args& lines) {
+  Args args = commands(lines);
+  args.emplace_back("--json");
+  const Outcome outcome = runProgram(args);
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  return jsonLines(outcome.out);
+}
+
 }  // namespace fibdb::program

@@ -32,6 +32,8 @@ Outcome runProgramInto(const std::string& file, const Args& args);
 Outcome runProgramIntoClosedPipe(const Args& args);
 
 std::vector<nlohmann::json> jsonLines(const std::string& text);
+// What these commands answer in JSON, all of which must be done.
+std::vector<nlohmann::json> jsonAnswers(const Args& lines);
 
 // A home that nobody can make, not even root, who could make any folder that is only missing.
 inline constexpr const char* kNoHome = "/dev/null/home";

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <set>
 
 #include "tests/tools/run_program.h"
 #include "tests/tools/scratch_folder.h"
@@ -11,6 +12,7 @@
 namespace fibdb::program {
 namespace {
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -216,9 +218,46 @@ TEST(Tour, shows_everything_and_ends_well) {
   const std::string file = folder.write("f", "8.8.8.0/24 origin-as 15169\n");
   const Outcome outcome = runProgram(commands({"tour " + file}));
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.out, StartsWith("256 next hops written\n1 routes loaded"));
-  EXPECT_THAT(outcome.out, HasSubstr("8.8.8.8         8.8.8.0/24     65       65\n"));
-  EXPECT_THAT(outcome.out, HasSubstr("192.0.2.1       -               -        -\n"));
+  EXPECT_THAT(outcome.out, StartsWith("256 groups of 2 members written, and their next hops\n1 routes loaded"));
+  EXPECT_THAT(outcome.out, HasSubstr("8.8.8.8         8.8.8.0/24     65\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("192.0.2.1       -               -\n"));
+  EXPECT_THAT(outcome.out, EndsWith("8.8.8.0/24\n"
+                                    "`-- group 65, nexthops 2\n"
+                                    "    |-- group member 65 1065 1066 1\n"
+                                    "    |   |-- primary 1065\n"
+                                    "    |   |   `-- standard next hop 1065 198.51.100.33 2, work interface 2\n"
+                                    "    |   `-- backup 1066\n"
+                                    "    |       `-- standard next hop 1066 192.0.2.34 3, work interface 3\n"
+                                    "    `-- group member 65 1066 1065 2\n"
+                                    "        |-- primary 1066\n"
+                                    "        |   `-- standard next hop 1066 192.0.2.34 3, work interface 3\n"
+                                    "        `-- backup 1065\n"
+                                    "            `-- standard next hop 1065 198.51.100.33 2, work interface 2\n"));
+}
+
+TEST(Tour, every_group_is_whole_and_no_two_next_hops_are_the_same) {
+  const ScratchFolder folder;
+  Args lines = {"tour " + folder.write("f", "8.8.8.0/24\n"), "count group", "count group member",
+                "show standard-nexthop"};
+  for (uint32_t group = 0; group < 256; ++group) lines.push_back("show group " + std::to_string(group));
+  const auto answers = jsonAnswers(lines);
+  std::set<std::string> neighbours;
+  size_t whole = 0;
+  for (const auto& answer : answers) {
+    if (answer.contains("work_interface")) neighbours.insert(answer.at("address").get<std::string>());
+    if (!answer.contains("members") || !answer.contains("id")) continue;
+    const auto& members = answer.at("members");
+    ASSERT_EQ(members.size(), 2u);
+    EXPECT_EQ(members[0].at("primary"), members[1].at("backup"));
+    EXPECT_EQ(members[1].at("primary"), members[0].at("backup"));
+    for (const auto& member : members) {
+      for (const auto& nexthop : member.at("nexthops")) EXPECT_EQ(nexthop.at("records").size(), 1u);
+    }
+    ++whole;
+  }
+  EXPECT_EQ(whole, 256u);
+  EXPECT_EQ(neighbours.size(), 256u);
+  EXPECT_EQ(answers.at(0), (nlohmann::json{{"groups", 256}, {"members", 512}, {"nexthops", 256}}));
 }
 
 }  // namespace

@@ -13,20 +13,12 @@ using testing::IsEmpty;
 
 using Json = nlohmann::json;
 
-std::vector<Json> answersOf(const Args& lines) {
-  Args args = commands(lines);
-  args.emplace_back("--json");
-  const Outcome outcome = runProgram(args);
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  return jsonLines(outcome.out);
-}
-
 // The values of one field in the rows of a list, which begins behind the answers to the lines before it.
 std::vector<Json> listed(const Args& before, const std::string& show, const char* field) {
   Args lines = before;
   lines.push_back(show);
   std::vector<Json> values;
-  const std::vector<Json> answers = answersOf(lines);
+  const std::vector<Json> answers = jsonAnswers(lines);
   for (size_t i = before.size(); i < answers.size(); ++i) values.push_back(answers[i].at(field));
   return values;
 }
@@ -39,13 +31,13 @@ std::string errorOf(const std::string& line) {
 
 TEST(StandardNexthop, is_added_shown_changed_counted_and_deleted) {
   const auto answers =
-      answersOf({"add standard-nexthop 7 10.0.0.1 3 vr 1 vrf 2 flags 4 forward_type 5 forward_vs 6 "
-                 "type 7 iid_flags 8 work_interface 9 slot 10 attributes 11 status_high 12 "
-                 "status_normal 13 error_high 14 error_normal 15 "
-                 "context_high 000102030405060708090a0b0c0d0e0f source 16 smooth 17 object 18 "
-                 "version 19 stamp_app 20 stamp_svc 21",
-                 "set standard-nexthop 7 10.0.0.1 3 flags 0x40 status_high 120", "show standard-nexthop 7 10.0.0.1 3",
-                 "count standard-nexthop", "delete standard-nexthop 7 10.0.0.1 3", "count standard-nexthop"});
+      jsonAnswers({"add standard-nexthop 7 10.0.0.1 3 vr 1 vrf 2 flags 4 forward_type 5 forward_vs 6 "
+                   "type 7 iid_flags 8 work_interface 9 slot 10 attributes 11 status_high 12 "
+                   "status_normal 13 error_high 14 error_normal 15 "
+                   "context_high 000102030405060708090a0b0c0d0e0f source 16 smooth 17 object 18 "
+                   "version 19 stamp_app 20 stamp_svc 21",
+                   "set standard-nexthop 7 10.0.0.1 3 flags 0x40 status_high 120", "show standard-nexthop 7 10.0.0.1 3",
+                   "count standard-nexthop", "delete standard-nexthop 7 10.0.0.1 3", "count standard-nexthop"});
   EXPECT_EQ(answers.at(0), (Json{{"index", 7}, {"address", "10.0.0.1"}, {"interface", 3}, {"replaced", false}}));
   const Json expected{{"index", 7},
                       {"address", "10.0.0.1"},
@@ -104,10 +96,10 @@ TEST(StandardNexthop, a_missing_one_and_wrong_words_are_refused) {
 
 TEST(LlaNexthop, is_added_shown_changed_counted_and_deleted) {
   const auto answers =
-      answersOf({"add lla-nexthop 7 fe80::1 3 vr 1 status_high 12 context_normal "
-                 "000102030405060708090a0b0c0d0e0f stamp_svc 18446744073709551615",
-                 "set lla-nexthop 7 FE80::1 3 vrf 5", "show lla-nexthop 7 fe80::1 3", "count lla-nexthop",
-                 "delete lla-nexthop 7 fe80::1 3", "count lla-nexthop"});
+      jsonAnswers({"add lla-nexthop 7 fe80::1 3 vr 1 status_high 12 context_normal "
+                   "000102030405060708090a0b0c0d0e0f stamp_svc 18446744073709551615",
+                   "set lla-nexthop 7 FE80::1 3 vrf 5", "show lla-nexthop 7 fe80::1 3", "count lla-nexthop",
+                   "delete lla-nexthop 7 fe80::1 3", "count lla-nexthop"});
   EXPECT_EQ(answers.at(1), (Json{{"index", 7}, {"address", "fe80::1"}, {"interface", 3}, {"vrf", 5}}));
   EXPECT_EQ(answers.at(2).at("vr"), 1);
   EXPECT_EQ(answers.at(2).at("vrf"), 5);
@@ -131,10 +123,10 @@ TEST(LlaNexthop, is_found_by_every_index) {
 
 TEST(VpnNexthop, is_added_shown_changed_counted_and_deleted) {
   const auto answers =
-      answersOf({"add vpn-nexthop 7 1 2 3 source 4 serial 5 object 6 version 7 stamp_app 8 "
-                 "stamp_svc 9",
-                 "set vpn-nexthop 7 1 2 3 serial 55", "show vpn-nexthop 7 1 2 3", "add vpn-nexthop 7 1 2 3",
-                 "count nhp_vpn", "delete vpn-nexthop 7 1 2 3", "count nhp_vpn"});
+      jsonAnswers({"add vpn-nexthop 7 1 2 3 source 4 serial 5 object 6 version 7 stamp_app 8 "
+                   "stamp_svc 9",
+                   "set vpn-nexthop 7 1 2 3 serial 55", "show vpn-nexthop 7 1 2 3", "add vpn-nexthop 7 1 2 3",
+                   "count nhp_vpn", "delete vpn-nexthop 7 1 2 3", "count nhp_vpn"});
   EXPECT_EQ(answers.at(2), (Json{{"index", 7},
                                  {"vr", 1},
                                  {"vrf", 2},
@@ -151,17 +143,17 @@ TEST(VpnNexthop, is_added_shown_changed_counted_and_deleted) {
 }
 
 TEST(VpnNexthop, has_no_list_because_nothing_iterates_the_table) {
-  EXPECT_THAT(errorOf("show vpn-nexthop"), HasSubstr("usage: show vpn-nexthop INDEX VR VRF VPN\n"));
+  EXPECT_THAT(errorOf("show vpn-nexthop"), HasSubstr("usage: show vpn-nexthop INDEX VR VRF VPN | index N\n"));
   EXPECT_EQ(errorOf("show vpn-nexthop 7 1 2 3"), "fibdb: no VPN next hop 7 1 2 3\n");
 }
 
 TEST(VxlanNexthop, is_added_shown_changed_counted_and_deleted) {
   const std::string hop = "vxlan-nexthop 7 1 2 3 4 6 2001:db8::1";
-  const auto answers = answersOf({"add " + hop +
-                                      " vrf 5 flags 6 vni 5000 aib 8 overlay_type 9 mac 0a0b0c0d0e0f vsi 10 dvp 11 "
-                                      "status_high 12 smooth 13 stamp_app 14 stamp_svc 15",
-                                  "set " + hop + " vni 5001 status_normal 16", "show " + hop, "count vxlan-nexthop",
-                                  "delete " + hop, "count vxlan-nexthop"});
+  const auto answers = jsonAnswers({"add " + hop +
+                                        " vrf 5 flags 6 vni 5000 aib 8 overlay_type 9 mac 0a0b0c0d0e0f vsi 10 dvp 11 "
+                                        "status_high 12 smooth 13 stamp_app 14 stamp_svc 15",
+                                    "set " + hop + " vni 5001 status_normal 16", "show " + hop, "count vxlan-nexthop",
+                                    "delete " + hop, "count vxlan-nexthop"});
   const Json& shown = answers.at(2);
   EXPECT_EQ(shown.at("tunnel_vrf"), 2);
   EXPECT_EQ(shown.at("tunnel"), 3);
@@ -197,7 +189,7 @@ TEST(VxlanNexthop, is_found_by_every_index) {
 }
 
 TEST(VpnSidNexthop, is_added_changed_found_by_each_index_and_deleted) {
-  const auto answers = answersOf(
+  const auto answers = jsonAnswers(
       {"add vpn-sid-nexthop 7 1 2 2001:db8::1 addr2 fe80::2 byte1 3 byte2 4 block3 "
        "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f",
        "add vpn-sid-nexthop 8 1 2 2001:db8::2", "set vpn-sid-nexthop 7 1 2 2001:db8::1 flags 0x80000000 attr5 9",
@@ -234,7 +226,7 @@ TEST(VpnSidNexthop, a_missing_one_is_refused_and_nothing_is_counted) {
 }
 
 TEST(Srv6TeNexthop, is_added_changed_found_by_each_index_and_deleted) {
-  const auto answers = answersOf(
+  const auto answers = jsonAnswers(
       {"add srv6-te-nexthop 7 1 2 3 2001:db8::5 6 addr2 ::1 attr1 9", "add srv6-te-nexthop 8 1 2 4 2001:db8::5 6",
        "add srv6-te-nexthop 7 1 2 3 2001:db8::5 6 attr1 10", "set srv6-te-nexthop 7 1 2 3 2001:db8::5 6 attr4 11",
        "show srv6-te-nexthop 7 1 2 3 2001:db8::5 6", "show srv6-te-nexthop index 8",

@@ -9,7 +9,7 @@
 #include "tools/fibdb/routes/route_commands.h"
 #include "tools/fibdb/routes/routes.h"
 #include "tools/fibdb/shell/command.h"
-#include "tools/fibdb/tables/nexthop.h"
+#include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
 namespace {
@@ -204,16 +204,50 @@ Status checkLookup(Session& session, Arguments& arguments) {
 }
 
 constexpr std::array kWellKnown{"8.8.8.8", "1.1.1.1", "9.9.9.9", "208.67.222.222", "193.0.14.129", "192.0.2.1"};
+constexpr size_t kShownResolved = 2;  // of them: with their group and its next hops
+constexpr uint32_t kFirstNexthop = 1000;
 
-void writeNexthops(Session& session) {
-  for (uint32_t index = 0; index < kOriginGroups; ++index) {
-    FibDbNhpItem item{};
-    item.nhp_index = index;
-    item.origin_nhp = index;
-    item.nhp_num = 1;
-    writeNexthop(item);
+// Neighbours of a router: every second one in one of two networks set aside for documentation.
+FibDbNhpStdItem standardNexthop(uint32_t number) {
+  constexpr uint32_t kNetworks[] = {0xC0000200, 0xC6336400};  // 192.0.2.0/24, 198.51.100.0/24
+  constexpr uint32_t kInterfaces = 8;
+  FibDbNhpStdItem item{};
+  item.nhp_index = kFirstNexthop + number;
+  item.next_hop = kNetworks[number % 2] + 1 + number / 2;
+  item.out_if_index = 1 + number % kInterfaces;
+  item.work_if_index = item.out_if_index;
+  return item;
+}
+
+void writeMember(uint32_t group, uint32_t primary, uint32_t backup, uint16_t sequence) {
+  FibDbNhpGroupNodeItem item{};
+  item.nhp_group_id = group;
+  item.primary_nhp_id = kFirstNexthop + primary;
+  item.backup_nhp_id = kFirstNexthop + backup;
+  item.sequence = sequence;
+  writeRecord(kGroupMembers, &item);
+}
+
+// Every group shares its traffic between two next hops, each of which stands in for the other.
+void writeGroups(Session& session) {
+  constexpr uint32_t kGroupCount = kOriginGroups;
+  constexpr uint16_t kMembers = 2;
+  static_assert(kGroupCount % 2 == 0 && kGroupCount / 2 < 255, "a host number of its own for every next hop");
+  for (uint32_t number = 0; number < kGroupCount; ++number) {
+    const uint32_t other = (number + 1) % kGroupCount;
+    FibDbNhpStdItem nexthop = standardNexthop(number);
+    writeRecord(kStandardNexthops, &nexthop);
+    FibDbNhpGroupItem group{};
+    group.nhp_group_id = number;
+    group.nhp_number = kMembers;
+    writeRecord(kGroups, &group);
+    writeMember(number, number, other, 1);
+    writeMember(number, other, number, 2);
   }
-  session.output.result(formatCount(kOriginGroups) + " next hops written", {{"nexthops", uint64_t{kOriginGroups}}});
+  session.output.result(formatCount(kGroupCount) + " groups of 2 members written, and their next hops",
+                        {{"groups", uint64_t{kGroupCount}},
+                         {"members", uint64_t{kMembers * kGroupCount}},
+                         {"nexthops", uint64_t{kGroupCount}}});
 }
 
 void showMemory(Session& session) {
@@ -226,28 +260,33 @@ void showMemory(Session& session) {
                         {{"routes", stats.records}, {"bytes", stats.bytes}, {"bytes_per_route", each}});
 }
 
-void showLookups(Session& session) {
-  session.output.beginList({"lookups", {{"address"}, {"route"}, {"group"}, {"nexthop"}}, true});
+// The addresses that a route covers.
+std::vector<uint32_t> showLookups(Session& session) {
+  std::vector<uint32_t> covered;
+  session.output.beginList({"lookups", {{"address"}, {"route"}, {"group"}}, true});
   for (const char* text : kWellKnown) {
-    const auto route = lookUpRoute(*parseAddress(text));
-    const auto nexthop = route ? readNexthop(route->attr_word_a) : std::nullopt;
+    const uint32_t address = *parseAddress(text);
+    const auto route = lookUpRoute(address);
+    if (route) covered.push_back(address);
     session.output.row({std::string(text), route ? Value(formatPrefix(prefixOf(*route))) : Value(),
-                        route ? Value(uint64_t{route->attr_word_a}) : Value(),
-                        nexthop ? Value(uint64_t{nexthop->nhp_index}) : Value()});
+                        route ? Value(uint64_t{route->attr_word_a}) : Value()});
   }
   session.output.endList();
+  return covered;
 }
 
 Status tour(Session& session, Arguments& arguments) {
   const std::string& file = arguments.word("a file");
   arguments.end();
-  writeNexthops(session);
+  writeGroups(session);
   const LoadSummary summary = loadRoutesFile(session, file);
   showLoadSummary(session, file, summary);
   if (summary.report.interrupted) return summary.status();
   showMemory(session);
   showRouteSummary(session);
-  showLookups(session);
+  std::vector<uint32_t> covered = showLookups(session);
+  if (covered.size() > kShownResolved) covered.resize(kShownResolved);
+  for (const uint32_t address : covered) showCoveringRoute(session, address);
   return summary.status();
 }
 
@@ -259,7 +298,7 @@ constexpr Command kCommands[] = {
      "the\n"
      "routes of FILE and no others. FIBDB_SEED repeats a run.",
      checkLookup},
-    {"tour", "FILE", "next hops, a routes file, a summary and some lookups in one go", "", tour},
+    {"tour", "FILE", "groups, a routes file, a summary and some lookups in one go", "", tour},
 };
 
 }  // namespace

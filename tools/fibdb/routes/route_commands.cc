@@ -7,7 +7,7 @@
 #include <map>
 
 #include "tools/fibdb/routes/routes_writer.h"
-#include "tools/fibdb/tables/nexthop.h"
+#include "tools/fibdb/tables/resolve.h"
 
 namespace fibdb::program {
 namespace {
@@ -51,23 +51,8 @@ constexpr Attribute kAttributes[] = {
     {"attr_dword_c", [](Item i) -> uint64_t { return i.attr_dword_c; }},
 };
 
-// The next hop of a group is the record whose index is the group's number.
-void appendNexthop(std::vector<Fact>& facts, uint32_t group) {
-  const auto nexthop = readNexthop(group);
-  if (!nexthop) {
-    facts.push_back({"nexthop", {}});
-    return;
-  }
-  facts.push_back({"nexthop", uint64_t{nexthop->nhp_index}});
-  for (Fact& fact : nexthopFacts(*nexthop)) {
-    if (fact.name == "index") continue;
-    facts.push_back({"nexthop_" + fact.name, std::move(fact.value), fact.format});
-  }
-}
-
 std::vector<Fact> routeFacts(const FibDbIp4forwardItem& item) {
   std::vector<Fact> facts{{"prefix", formatPrefix(prefixOf(item))}, {"group", uint64_t{item.attr_word_a}}};
-  appendNexthop(facts, item.attr_word_a);
   facts.push_back({"generation", uint64_t{item.table_smooth_id}});
   facts.push_back({"source_pid", uint64_t{item.source_pid}});
   facts.push_back({"written", timeText(item.time_stamp_svc)});
@@ -77,19 +62,18 @@ std::vector<Fact> routeFacts(const FibDbIp4forwardItem& item) {
   return facts;
 }
 
-Status showCovering(Session& session, uint32_t address) {
-  const auto route = lookUpRoute(address);
-  if (!route) throw Failure(Status::kFailed, "no route covers " + formatAddress(address));
-  std::vector<Fact> facts = routeFacts(*route);
-  facts.insert(facts.begin(), {"address", formatAddress(address)});
-  session.output.record(formatAddress(address) + " is covered by " + formatPrefix(prefixOf(*route)), facts);
-  return Status::kOk;
+// The route's facts, and below its prefix the group that it names.
+Tree treeOf(const FibDbIp4forwardItem& route) {
+  return {.line = formatPrefix(prefixOf(route)),
+          .facts = routeFacts(route),
+          .below = "groups",
+          .children = {treeOf(findGroup(route.attr_word_a, route.vr_id))}};
 }
 
 Status showExact(Session& session, const Prefix& prefix) {
   const auto route = readRoute(prefix);
   if (!route) throw Failure(Status::kFailed, "no route " + formatPrefix(prefix));
-  session.output.record(formatPrefix(prefix), routeFacts(*route));
+  session.output.tree(formatPrefix(prefix), treeOf(*route));
   return Status::kOk;
 }
 
@@ -113,7 +97,10 @@ Status showRoute(Session& session, Arguments& arguments) {
   if (arguments.empty()) arguments.fail("an address or a prefix is missing");
   Arguments peek = arguments;
   const std::string& text = peek.word("an address or a prefix");
-  if (const auto address = parseAddress(text); address && peek.empty()) return showCovering(session, *address);
+  if (const auto address = parseAddress(text); address && peek.empty()) {
+    showCoveringRoute(session, *address);
+    return Status::kOk;
+  }
   const Prefix prefix = arguments.prefix();
   if (arguments.empty()) return showExact(session, prefix);
   constexpr std::array<std::string_view, 1> kWords{"longer"};
@@ -233,8 +220,9 @@ constexpr Command kCommands[] = {
     {"save routes", "FILE", "write all routes in key order; - writes standard output",
      "The format is that of load routes. The file appears, or is replaced, when it is complete.", saveRoutes},
     {"show route", "ADDRESS | PREFIX [longer]", "the route that covers an address, or the route of a prefix",
-     "ADDRESS: the longest prefix that covers it, with its next hop. PREFIX/LENGTH: exactly this route;\n"
-     "with longer: all routes inside the prefix, in key order.",
+     "ADDRESS: the longest prefix that covers it. PREFIX/LENGTH: exactly this route. Both with the route's group,\n"
+     "the group's members, and what is known of their next hops. With longer: all routes inside the prefix,\n"
+     "in key order.",
      showRoute},
     {"show route summary", "", "routes by mask length, and the largest groups", "", showSummary},
     {"add route", "PREFIX [group N]", "add a route, or replace it", "", addRoute},
@@ -291,6 +279,14 @@ void showLoadSummary(Session& session, const std::string& file, const LoadSummar
                                    {"interrupted", summary.report.interrupted},
                                    {"seconds", summary.seconds},
                                    {"routes_per_second", rate}});
+}
+
+void showCoveringRoute(Session& session, uint32_t address) {
+  const auto route = lookUpRoute(address);
+  if (!route) throw Failure(Status::kFailed, "no route covers " + formatAddress(address));
+  Tree tree = treeOf(*route);
+  tree.facts.insert(tree.facts.begin(), {"address", formatAddress(address)});
+  session.output.tree(formatAddress(address) + " is covered by " + formatPrefix(prefixOf(*route)), tree);
 }
 
 void showRouteSummary(Session& session) {

@@ -1,5 +1,6 @@
 // tools/fibdb/tables/group.cc: next-hop groups, keyed by their id and router.
 #include "tools/fibdb/tables/record_tables.h"
+#include "tools/fibdb/tables/resolve.h"
 
 namespace fibdb::program {
 namespace {
@@ -49,6 +50,13 @@ FibDbIterator* iterateVrf(const Item* query, uint32_t property) {
 
 constexpr Selection kSelections[] = {{"vr vrf source", walkFrom<iterateVrf>()}};
 
+void showResolved(Session& session, const void* key) {
+  const auto& item = *static_cast<const Item*>(key);
+  const Group group = findGroup(item.nhp_group_id, item.vr_id);
+  if (!group.exists()) failMissing(kGroups, key);
+  session.output.tree(titleOf(kGroups, key), treeOf(group));
+}
+
 }  // namespace
 
 constexpr RecordTable kGroups{
@@ -64,6 +72,7 @@ constexpr RecordTable kGroups{
     .walk = walkFrom<FIB_DB_CreateNhpGroupIterator>(),
     .selections = kSelections,
     .details = "Status, error codes and contexts are the service's: a group that is added has none.",
+    .view = {showResolved, "One group is shown with its members, and with what is known of their next hops."},
 };
 
 }  // namespace fibdb::program

@@ -1,7 +1,6 @@
 // tools/fibdb/tables/nexthop.cc: next hops, keyed by their index.
-#include "tools/fibdb/tables/nexthop.h"
-
 #include "tools/fibdb/tables/record_tables.h"
+#include "tools/fibdb/tables/resolve.h"
 
 namespace fibdb::program {
 namespace {
@@ -22,6 +21,15 @@ constexpr Field kFields[] = {
     property<&FibDbNhpItem::app_version>("version"),
 };
 
+// An index may be known to other tables alone.
+void showEverythingKnown(Session& session, const void* key) {
+  const auto records = recordsOfNexthop(static_cast<const FibDbNhpItem*>(key)->nhp_index);
+  if (records.empty()) failMissing(kNexthops, key);
+  for (const NexthopRecord& known : records) {
+    session.output.record(titleOf(*known.table, known.record.data()), factsOf(known));
+  }
+}
+
 }  // namespace
 
 constexpr RecordTable kNexthops{
@@ -35,16 +43,8 @@ constexpr RecordTable kNexthops{
     .change = updateWith<FIB_DB_UpdateNhpFields, FIB_DB_SetNhpItem>,
     .remove = onItem<FIB_DB_RemoveNhp>,
     .walk = walkOf<FIB_DB_CreateNhpIterator, FIB_DB_GetNextNhpEntry, FIB_DB_ReleaseNhpIterator>(),
+    .view = {showEverythingKnown, "One next hop is shown with what every other table of next hops knows of its index."},
+    .nexthop = "index",
 };
-
-std::optional<FibDbNhpItem> readNexthop(uint32_t index) {
-  FibDbNhpItem item{};
-  item.nhp_index = index;
-  return readRecord(kNexthops, &item) ? std::optional(item) : std::nullopt;
-}
-
-void writeNexthop(FibDbNhpItem item) { writeRecord(kNexthops, &item); }
-
-std::vector<Fact> nexthopFacts(const FibDbNhpItem& item) { return factsOf(kNexthops, &item); }
 
 }  // namespace fibdb::program
