@@ -148,6 +148,10 @@ TEST(MatchKeyword, unknown_words_and_no_word_match_nothing) {
 TEST(NearestWord, one_slip_finds_the_word) {
   for (const char* slip : {"shw", "shoow", "shaw", "hsow"}) EXPECT_EQ(nearestWord(slip, kWords), "show") << slip;
   EXPECT_EQ(nearestWord("talbe", kWords), "table");
+  const std::array<std::string_view, 3> parts{"keep_ttl", "dlb", "dlb_gap_time"};
+  for (const char* word : {"gap", "time"}) EXPECT_EQ(nearestWord(word, parts), "dlb_gap_time") << word;
+  EXPECT_EQ(nearestWord("ttl", parts), "keep_ttl");
+  EXPECT_EQ(nearestWord("tl", parts), std::nullopt);
 }
 
 TEST(NearestWord, words_far_from_all_have_none) {

@@ -209,6 +209,16 @@ KeywordMatch matchKeyword(std::string_view word, std::span<const std::string_vie
   return match;
 }
 
+// Whether word is one of the parts that the underscores of a candidate divide.
+static bool isPartOf(std::string_view word, std::string_view candidate) {
+  while (!candidate.empty()) {
+    const size_t end = std::min(candidate.find('_'), candidate.size());
+    if (candidate.substr(0, end) == word) return true;
+    candidate.remove_prefix(std::min(end + 1, candidate.size()));
+  }
+  return false;
+}
+
 std::optional<std::string_view> nearestWord(std::string_view word, std::span<const std::string_view> candidates) {
   size_t best = 1 + word.size() / 4;
   std::optional<std::string_view> nearest;
@@ -219,7 +229,10 @@ std::optional<std::string_view> nearestWord(std::string_view word, std::span<con
     best = distance;
     nearest = candidate;
   }
-  return nearest;
+  if (nearest) return nearest;
+  const auto whole =
+      std::ranges::find_if(candidates, [&](std::string_view candidate) { return isPartOf(word, candidate); });
+  return whole == candidates.end() ? nearest : *whole;
 }
 
 std::string suggestion(std::string_view word, std::span<const std::string_view> candidates) {

@@ -88,6 +88,20 @@ std::string storeAddress6(void* place, Kind kind, std::string_view text) {
   return {};
 }
 
+Prefix prefixAt(const void* place) {
+  const auto* const bytes = static_cast<const unsigned char*>(place);
+  return {static_cast<uint32_t>(numberAt(bytes, 4)), bytes[4]};
+}
+
+std::string storePrefix(void* place, std::string_view text) {
+  Prefix prefix;
+  const PrefixFault fault = parsePrefix(text, prefix);
+  if (fault != PrefixFault::kNone) return inQuotes(text) + ": " + faultText(fault);
+  storeNumber(place, 4, prefix.address);
+  static_cast<unsigned char*>(place)[4] = prefix.length;
+  return {};
+}
+
 std::string storeBytes(void* place, const Layout& layout, std::string_view text) {
   const size_t size = sizeOf(layout);
   const auto bytes = text == "0" ? std::vector<unsigned char>(size) : parseHex(text);
@@ -124,6 +138,8 @@ Value valueAt(const void* place, const Layout& layout) {
       return formatHex(place, sizeOf(layout));
     case Kind::kText:
       return std::string(textAt(place, layout));
+    case Kind::kPrefix:
+      return formatPrefix(prefixAt(place));
     case Kind::kNumber:
       break;
   }
@@ -142,6 +158,8 @@ std::string storeAt(void* place, const Layout& layout, std::string_view text) {
       return storeBytes(place, layout, text);
     case Kind::kText:
       return storeText(place, layout, text);
+    case Kind::kPrefix:
+      return storePrefix(place, text);
     case Kind::kNumber:
       break;
   }
@@ -151,6 +169,7 @@ std::string storeAt(void* place, const Layout& layout, std::string_view text) {
 std::strong_ordering compareAt(const void* a, const void* b, const Layout& layout) {
   if (layout.kind == Kind::kText) return textAt(a, layout) <=> textAt(b, layout);
   if (layout.kind == Kind::kAddress6Words) return turned(a) <=> turned(b);
+  if (layout.kind == Kind::kPrefix) return prefixAt(a) <=> prefixAt(b);
   return numbersAt(a, layout) <=> numbersAt(b, layout);
 }
 
@@ -164,6 +183,8 @@ std::string_view placeholderOf(const Layout& layout) {
       return "HEX";
     case Kind::kText:
       return "NAME";
+    case Kind::kPrefix:
+      return "PREFIX";
     case Kind::kNumber:
       break;
   }

@@ -25,6 +25,7 @@ enum class Kind {
   kAddress6Words,  // the same as four numbers of 4 bytes, host byte order
   kBytes,          // count opaque bytes
   kText,           // count characters at most, the closing zero among them
+  kPrefix,         // 4 bytes of address, host byte order, and behind them a byte of mask length
 };
 
 struct Layout {
@@ -33,6 +34,7 @@ struct Layout {
   size_t count = 1;
 };
 
+inline constexpr size_t kPrefixBytes = 5;
 constexpr size_t sizeOf(const Layout& layout) { return layout.width * layout.count; }
 Value valueAt(const void* place, const Layout& layout);
 // Stores what text says. Otherwise the place is untouched, and the answer says what is wrong with the text.
@@ -57,11 +59,12 @@ struct Field {
   Role role = Role::kProperty;
   Layout layout = {};
   void* (*at)(void* item) = nullptr;
-  uint64_t initial = 0;                    // of a new record
-  bool listed = true;                      // shown in lists too, not only with the record alone
-  bool optional = false;                   // of a key at the end, a number: not given, it is 0
-  void (*goesWith)(void* item) = nullptr;  // sets what else a given value implies
-  ItemCall change = nullptr;               // gives this field of the stored record the item's value
+  uint64_t initial = 0;                       // of a new record
+  bool listed = true;                         // shown in lists too, not only with the record alone
+  bool optional = false;                      // of a key at the end, a number: not given, it is 0
+  void (*goesWith)(void* item) = nullptr;     // sets what else a given value implies
+  ItemCall change = nullptr;                  // gives this field of the stored record the item's value
+  bool (*isSet)(const void* item) = nullptr;  // shown as nothing where it says no
 };
 
 // The cells of a field, by name; what is left out follows from the member.
@@ -72,6 +75,7 @@ struct FieldHow {
   bool optional = false;
   void (*goesWith)(void* item) = nullptr;
   ItemCall change = nullptr;
+  bool (*isSet)(const void* item) = nullptr;
 };
 
 template <class Member>
@@ -116,9 +120,11 @@ constexpr Layout layoutOf(std::optional<Kind> kind) {
 template <auto... kPath>
 constexpr Field fieldOf(Role role, std::string_view name, const FieldHow& how) {
   using Type = std::remove_reference_t<decltype(memberOf<kPath...>(nullptr))>;
-  const Layout layout = layoutOf<Type>(how.kind);
+  Layout layout = layoutOf<Type>(how.kind);
+  if (layout.kind == Kind::kPrefix) layout.width = kPrefixBytes;
   // Not reached by a right table; a wrong one does not compile.
-  if (layout.kind == Kind::kAddress && sizeof(Type) != 4) throw "an address has four bytes";
+  const bool address4 = layout.kind == Kind::kAddress || layout.kind == Kind::kPrefix;
+  if (address4 && sizeof(Type) != 4) throw "an address has four bytes";
   const bool address6 = layout.kind == Kind::kAddress6 || layout.kind == Kind::kAddress6Words;
   if (address6 && sizeof(Type) != 16) throw "an IPv6 address has sixteen bytes";
   return {.name = name,
@@ -129,7 +135,8 @@ constexpr Field fieldOf(Role role, std::string_view name, const FieldHow& how) {
           .listed = how.listed,
           .optional = how.optional,
           .goesWith = how.goesWith,
-          .change = how.change};
+          .change = how.change,
+          .isSet = how.isSet};
 }
 
 template <auto... kPath>

@@ -95,7 +95,7 @@ Status showList(Session& session, const RecordTable& table, const Walk& walk, co
   for (const Record& item : records) {
     std::vector<Value> row;
     for (const Field& field : table.fields) {
-      if (field.listed) row.push_back(valueOf(field, item.data()));
+      if (field.listed) row.push_back(shownOf(field, item.data()));
     }
     session.output.row(std::move(row));
   }
@@ -128,12 +128,17 @@ Status showRecords(Session& session, Arguments& arguments) {
   return showList(session, table, selection->walk, item);
 }
 
-Status addRecord(Session& session, Arguments& arguments) {
-  const RecordTable& table = *arguments.command().table;
+Record newRecord(const RecordTable& table) {
   Record item(table);
   for (const Field& field : table.fields) {
     if (field.initial != 0) storeNumber(field.at(item.data()), field.layout.width, field.initial);
   }
+  return item;
+}
+
+Status addRecord(Session& session, Arguments& arguments) {
+  const RecordTable& table = *arguments.command().table;
+  Record item = newRecord(table);
   takeKey(table, arguments, item);
   if (!arguments.empty()) takeProperties(fieldsOf(table, Role::kProperty), arguments, item);
   Record before = item;
@@ -146,6 +151,15 @@ Status addRecord(Session& session, Arguments& arguments) {
 void copyValue(const Field& field, const Record& from, Record& to) {
   std::memcpy(field.at(to.data()), placeOf(field, from.data()), sizeOf(field.layout));
   if (field.goesWith != nullptr) field.goesWith(to.data());
+}
+
+// A record that a property was to be set of and that is not there: added, where its table does that.
+void addMissing(const RecordTable& table, Record& item) {
+  if (!table.setAdds) failMissing(table, item.data());
+  Record added = newRecord(table);
+  for (const Field* field : fieldsOf(table, Role::kKey)) copyValue(*field, item, added);
+  writeRecord(table, added.data());
+  requireRecord(table, item);
 }
 
 // Calls that bring the given fields into the stored record: the fields' own, and the table's once for all others.
@@ -178,7 +192,7 @@ Status setRecord(Session& session, Arguments& arguments) {
   }
   std::sort(given.begin(), given.end());
   given.erase(std::unique(given.begin(), given.end()), given.end());
-  requireRecord(table, item);
+  if (!readRecord(table, item.data())) addMissing(table, item);
   for (const Field* field : given) copyValue(*field, wanted, item);
   changeRecord(table, given, item);
   report(session, table, item, "changed", factsOf(given, item.data()));
@@ -235,7 +249,7 @@ std::vector<Command> commandsOf(const RecordTable& table) {
       showRecords);
   add(table.write != nullptr || table.create != nullptr, "add", addUsage(table), addHelp(table), addDetails(table),
       addRecord);
-  add(changing, "set", setUsage(table), "change properties of " + one, setDetails(), setRecord);
+  add(changing, "set", setUsage(table), "change properties of " + one, setDetails(table), setRecord);
   add(table.remove != nullptr, "delete", keyUsage(table), "delete " + one, "", deleteRecord);
   add(walks || table.count != nullptr, "count", "", "how many " + std::string(table.many) + " there are", "",
       countRecords);

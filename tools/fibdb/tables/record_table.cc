@@ -60,6 +60,10 @@ const void* placeOf(const Field& field, const void* item) { return field.at(cons
 
 Value valueOf(const Field& field, const void* item) { return valueAt(placeOf(field, item), field.layout); }
 
+Value shownOf(const Field& field, const void* item) {
+  return field.isSet == nullptr || field.isSet(item) ? valueOf(field, item) : Value();
+}
+
 std::string titleOf(const RecordTable& table, const void* item) {
   std::string title(nameOf(table));
   std::vector<const Field*> keys = fieldsOf(table, Role::kKey);
@@ -72,6 +76,7 @@ std::string lineOf(const RecordTable& table, const void* item) {
   std::string line = titleOf(table, item);
   for (const Field& field : table.fields) {
     if (field.role == Role::kKey || !field.listed || isZero(field, item)) continue;
+    if (field.isSet != nullptr && !field.isSet(item)) continue;
     line += ", " + spaced(field.name) + ' ' + wordOf(field, item);
   }
   return line;
@@ -84,9 +89,9 @@ std::vector<Fact> factsOf(const std::vector<const Field*>& fields, const void* i
 }
 
 std::vector<Fact> factsOf(const RecordTable& table, const void* item) {
-  std::vector<const Field*> all;
-  for (const Field& field : table.fields) all.push_back(&field);
-  return factsOf(all, item);
+  std::vector<Fact> facts;
+  for (const Field& field : table.fields) facts.push_back({std::string(field.name), shownOf(field, item)});
+  return facts;
 }
 
 bool readRecord(const RecordTable& table, void* item) {

@@ -61,6 +61,7 @@ struct RecordTable {
   // Makes the stored record what the item says, after the item was read: updateWith<> over the table's partial update,
   // or its whole write. A field's own cell goes first. Without either a field stays what it is.
   ItemCall change = nullptr;
+  bool setAdds = false;  // to set a property of a missing record adds the record
   ItemCall remove = nullptr;
   Walk walk = {};  // every record
   std::span<const Selection> selections = {};
@@ -190,6 +191,8 @@ std::string_view nameOf(const RecordTable& table);
 
 const void* placeOf(const Field& field, const void* item);
 Value valueOf(const Field& field, const void* item);
+// The same, or nothing where the field says that it is not set.
+Value shownOf(const Field& field, const void* item);
 // "next hop 7", without the zeros that need not be given.
 std::string titleOf(const RecordTable& table, const void* item);
 // The title, and behind it what lists show of the record and is not zero: "next hop 7, vrf 2, refs 1".

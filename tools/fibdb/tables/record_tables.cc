@@ -4,10 +4,23 @@
 namespace fibdb::program {
 namespace {
 
-constexpr const RecordTable* kTables[] = {&kNexthops,         &kStandardNexthops, &kLlaNexthops,    &kVpnNexthops,
-                                          &kVxlanNexthops,    &kVpnSidNexthops,   &kSrv6TeNexthops, &kNexthopExts,
-                                          &kNexthopExtLabels, &kGroups,           &kGroupMembers,   &kFtns,
-                                          &kArGroups};
+constexpr const RecordTable* kTables[] = {&kNexthops,
+                                          &kStandardNexthops,
+                                          &kLlaNexthops,
+                                          &kVpnNexthops,
+                                          &kVxlanNexthops,
+                                          &kVpnSidNexthops,
+                                          &kSrv6TeNexthops,
+                                          &kNexthopExts,
+                                          &kNexthopExtLabels,
+                                          &kGroups,
+                                          &kGroupMembers,
+                                          &kFtns,
+                                          &kArGroups,
+                                          &kVrfs,
+                                          &kLocalRoutes,
+                                          &kEcmp,
+                                          &kGlobal};
 
 }  // namespace
 

@@ -19,6 +19,10 @@ extern const RecordTable kFtns;
 extern const RecordTable kVpnSidNexthops;
 extern const RecordTable kSrv6TeNexthops;
 extern const RecordTable kArGroups;
+extern const RecordTable kVrfs;
+extern const RecordTable kLocalRoutes;
+extern const RecordTable kEcmp;
+extern const RecordTable kGlobal;
 
 // In the order of help.
 std::span<const RecordTable* const> recordTables();

@@ -2,6 +2,7 @@
 #include "tools/fibdb/tables/record_usage.h"
 
 #include <cctype>
+#include <vector>
 
 namespace fibdb::program {
 namespace {
@@ -17,13 +18,42 @@ std::string valueUsage(const Field& field) {
   return std::string(field.name) + ' ' + std::string(placeholderOf(field.layout));
 }
 
+// More properties than these are told apart by the help alone: a usage is a line.
+constexpr size_t kMostInUsage = 20;
+constexpr size_t kHelpWidth = 76;
+
+bool any(const Field&) { return true; }
+
 template <class Wanted>
-std::string propertiesUsage(const RecordTable& table, Wanted wanted) {
+std::vector<const Field*> propertiesOf(const RecordTable& table, Wanted wanted) {
+  std::vector<const Field*> properties = fieldsOf(table, Role::kProperty);
+  std::erase_if(properties, [&](const Field* field) { return !wanted(*field); });
+  return properties;
+}
+
+std::string propertiesUsage(const RecordTable& table, const std::vector<const Field*>& properties) {
   std::string usage = keyUsage(table);
-  for (const Field* field : fieldsOf(table, Role::kProperty)) {
-    if (wanted(*field)) appendWord(usage, '[' + valueUsage(*field) + ']');
-  }
+  if (properties.size() > kMostInUsage) return usage + " [PROPERTY VALUE] ...";
+  for (const Field* field : properties) appendWord(usage, '[' + valueUsage(*field) + ']');
   return usage;
+}
+
+// The names that the usage has left out.
+std::string namesOf(const std::vector<const Field*>& properties) {
+  if (properties.size() <= kMostInUsage) return {};
+  std::string names = "\nProperties:";
+  size_t width = names.size();
+  for (const Field* field : properties) {
+    const bool wraps = width + 1 + field->name.size() > kHelpWidth;
+    names += wraps ? "\n" : " ";
+    width = (wraps ? 0 : width + 1) + field->name.size();
+    names += field->name;
+  }
+  return names;
+}
+
+std::vector<const Field*> changeable(const RecordTable& table) {
+  return propertiesOf(table, [&](const Field& field) { return changes(table, field); });
 }
 
 }  // namespace
@@ -50,13 +80,9 @@ std::string showUsage(const RecordTable& table) {
   return table.walk.create == nullptr || usage.empty() ? usage : '[' + usage + ']';
 }
 
-std::string addUsage(const RecordTable& table) {
-  return propertiesUsage(table, [](const Field&) { return true; });
-}
+std::string addUsage(const RecordTable& table) { return propertiesUsage(table, propertiesOf(table, any)); }
 
-std::string setUsage(const RecordTable& table) {
-  return propertiesUsage(table, [&](const Field& field) { return changes(table, field); });
-}
+std::string setUsage(const RecordTable& table) { return propertiesUsage(table, changeable(table)); }
 
 std::string showHelp(const RecordTable& table) {
   std::string help = table.read == nullptr ? "" : "one " + std::string(nameOf(table));
@@ -78,9 +104,13 @@ std::string addDetails(const RecordTable& table) {
   details += '.';
   if (table.create != nullptr) details += "\nOne that exists is refused, not replaced: delete it first.";
   if (!table.details.empty()) appendWord(details, table.details, "\n");
-  return details;
+  return details + namesOf(propertiesOf(table, any));
 }
 
-std::string setDetails() { return std::string(kNumbers) + " What is not given stays."; }
+std::string setDetails(const RecordTable& table) {
+  std::string details = std::string(kNumbers) + " What is not given stays.";
+  if (table.setAdds) details += "\nA record that is not there is added first.";
+  return details + namesOf(changeable(table));
+}
 
 }  // namespace fibdb::program

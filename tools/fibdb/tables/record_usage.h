@@ -17,7 +17,7 @@ std::string setUsage(const RecordTable& table);
 std::string showHelp(const RecordTable& table);
 std::string addHelp(const RecordTable& table);
 std::string addDetails(const RecordTable& table);
-std::string setDetails();
+std::string setDetails(const RecordTable& table);
 
 }  // namespace fibdb::program
 

@@ -1,0 +1,69 @@
+// tools/fibdb/tables/vrf.cc: VRFs, keyed by their id and router; found by router, and by their name.
+#include <optional>
+#include <vector>
+
+#include "tools/fibdb/tables/record_tables.h"
+
+namespace fibdb::program {
+namespace {
+
+using Item = FibDbVrfItem;
+
+constexpr Field kFields[] = {
+    key<&Item::vrf_id>("id"),
+    key<&Item::vr_id>("vr", {.optional = true}),
+    property<&Item::vrf_name>("name"),
+    property<&Item::app_source_id>("source", {.listed = false}),
+    property<&Item::table_smooth_id>("smooth", {.listed = false}),
+    property<&Item::app_obj_id>("object", {.listed = false}),
+    property<&Item::app_version>("version", {.listed = false}),
+};
+
+// An iteration gives a VRF's ids and its name; what else there is of it is read.
+uint32_t next(FibDbIterator* iterator, Item* item) {
+  const uint32_t code = FIB_DB_GetNextVrf(iterator, item);
+  return code == FIB_DB_OK ? VRF_DB_Read(item) : code;
+}
+
+FibDbIterator* iterateRouter(const Item* query, uint32_t) { return FIB_DB_CreateVrfIterator(query->vr_id); }
+
+// The library tells an unknown name from a known one by leaving the id as it was.
+std::optional<std::vector<Item>> findNamed(const Item* query) {
+  constexpr uint32_t kUnknown = UINT32_MAX;
+  Item item{};
+  item.vr_id = query->vr_id;
+  item.vrf_id = kUnknown;
+  if (VRF_INTF_GetIdByName(query->vr_id, query->vrf_name, &item.vrf_id) != FIB_DB_OK) return std::nullopt;
+  if (item.vrf_id == kUnknown) return std::vector<Item>();
+  const uint32_t code = VRF_DB_Read(&item);
+  if (code == FIB_DB_NOT_FOUND) return std::vector<Item>();
+  return code == FIB_DB_OK ? std::optional(std::vector{item}) : std::nullopt;
+}
+
+constexpr Walk kByName = foundWith<findNamed, FIB_DB_NOT_FOUND>();
+
+constexpr Selection kSelections[] = {
+    {"vr", walkOf<iterateRouter, next, FIB_DB_ReleaseVrfIterator>()},
+    {"name", kByName},
+    {"vr name", kByName},
+};
+
+}  // namespace
+
+constexpr RecordTable kVrfs{
+    .word = "vrf",
+    .one = "a VRF",
+    .many = "VRFs",
+    .itemSize = sizeof(Item),
+    .fields = kFields,
+    .read = onItem<VRF_DB_Read>,
+    .write = onItem<VRF_DB_Write>,
+    .change = onItem<VRF_DB_Write>,
+    .remove = onItem<VRF_DB_Remove>,
+    .walk = walkOf<FIB_DB_CreateVrfIterator, next, FIB_DB_ReleaseVrfIterator>(),
+    .selections = kSelections,
+    .count = countOf<FIB_DB_CountVrf>,
+    .details = "A name has 31 characters at most.",
+};
+
+}  // namespace fibdb::program
