@@ -182,5 +182,13 @@ TEST(Hex, bytes_come_back_and_zeros_are_one_digit) {
   for (const std::string_view wrong : {"", "0", "0g", "+1", "0x01"}) EXPECT_TRUE(parseHex(wrong).empty()) << wrong;
 }
 
+TEST(Quoted, a_word_is_taken_for_itself_again) {
+  for (const char* word : {"", "red", "red one", "it's", "#1", "a\\b", "\"", "-1.5:2/8,x_y", "\xC3\xA9", "a'b'c"}) {
+    EXPECT_EQ(splitWords("x " + quoted(word) + " y"), (Words{"x", word, "y"})) << word;
+  }
+  EXPECT_EQ(quoted("10.0.0.0/8"), "10.0.0.0/8");
+  EXPECT_EQ(quoted("red one"), "'red one'");
+}
+
 }  // namespace
 }  // namespace fibdb::program

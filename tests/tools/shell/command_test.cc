@@ -58,7 +58,7 @@ TEST(FindCommand, a_slip_names_the_word_and_the_nearest_one) {
 
 TEST(FindCommand, ambiguous_and_unfinished_commands_list_what_fits) {
   EXPECT_THAT(found({"s"}), HasSubstr("\"s\" is ambiguous: save, set, show"));
-  EXPECT_THAT(found({"load"}), HasSubstr("\"load\" is not complete | go on with: routes"));
+  EXPECT_THAT(found({"load"}), HasSubstr("\"load\" is not complete | go on with: config, routes"));
 }
 
 const Command kProbe{"probe", "NUMBER", "", "", nullptr};

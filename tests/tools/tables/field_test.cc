@@ -1,4 +1,4 @@
-// tests/tools/tables/field_test.cc: addresses that an item holds as words in host byte order.
+// tests/tools/tables/field_test.cc: addresses that an item holds as words in host byte order, and prefixes.
 #include "tools/fibdb/tables/field.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +41,36 @@ TEST(AddressOfWords, is_not_any_text) {
 }
 
 TEST(AddressOfWords, is_an_address_in_a_usage) { EXPECT_EQ(placeholderOf(kWords), "ADDRESS"); }
+
+constexpr Layout kPrefix{.kind = Kind::kPrefix, .width = kPrefixBytes};
+
+TEST(PrefixField, is_an_address_in_host_byte_order_and_a_mask_behind_it) {
+  unsigned char bytes[6] = {0, 0, 0, 0, 0, 0xEE};
+  EXPECT_EQ(storeAt(bytes, kPrefix, "10.1.0.0/16"), "");
+  const unsigned char expected[] = {0, 0, 1, 10, 16, 0xEE};
+  EXPECT_EQ(std::memcmp(bytes, expected, sizeof bytes), 0);
+  EXPECT_EQ(std::get<std::string>(valueAt(bytes, kPrefix)), "10.1.0.0/16");
+  EXPECT_EQ(placeholderOf(kPrefix), "PREFIX");
+}
+
+TEST(PrefixField, that_is_none_is_refused_and_changes_nothing) {
+  unsigned char bytes[5] = {1, 2, 3, 4, 5};
+  EXPECT_EQ(storeAt(bytes, kPrefix, "10.0.0.1/8"), "\"10.0.0.1/8\": bits set beyond the mask");
+  EXPECT_EQ(storeAt(bytes, kPrefix, "10.0.0.0/33"), "\"10.0.0.0/33\": mask above 32");
+  EXPECT_NE(storeAt(bytes, kPrefix, "ten"), "");
+  EXPECT_EQ(bytes[0], 1);
+  EXPECT_EQ(bytes[4], 5);
+}
+
+TEST(PrefixField, is_ordered_by_address_then_by_mask) {
+  const auto stored = [](const char* text) {
+    std::string bytes(kPrefixBytes, '\0');
+    EXPECT_EQ(storeAt(bytes.data(), kPrefix, text), "");
+    return bytes;
+  };
+  EXPECT_EQ(compareAt(stored("9.0.0.0/24").data(), stored("10.0.0.0/8").data(), kPrefix), std::strong_ordering::less);
+  EXPECT_EQ(compareAt(stored("10.0.0.0/8").data(), stored("10.0.0.0/9").data(), kPrefix), std::strong_ordering::less);
+}
 
 }  // namespace
 }  // namespace fibdb::program

@@ -81,6 +81,17 @@ Words splitWords(std::string_view line) {
   return words;
 }
 
+std::string quoted(std::string_view word) {
+  const auto isPlain = [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 ||
+           std::string_view("-_.,:/+").find(c) != std::string_view::npos;
+  };
+  if (!word.empty() && std::ranges::all_of(word, isPlain)) return std::string(word);
+  std::string text = "'";
+  for (const char c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return text + '\'';
+}
+
 std::optional<uint64_t> parseNumber(std::string_view text, uint64_t most) {
   if (text.starts_with("0x") || text.starts_with("0X")) return parseDigits(text.substr(2), 16, most);
   return parseDigits(text, 10, most);

@@ -23,6 +23,9 @@ using Words = std::vector<std::string>;
 // of a word begins a comment. Throws Failure (usage) for a quote that is not closed.
 Words splitWords(std::string_view line);
 
+// The word as splitWords takes it for one.
+std::string quoted(std::string_view word);
+
 // Decimal, or hexadecimal after 0x. Nothing for any other text and for numbers above most.
 std::optional<uint64_t> parseNumber(std::string_view text, uint64_t most = UINT64_MAX);
 

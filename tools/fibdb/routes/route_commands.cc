@@ -6,7 +6,7 @@
 #include <ctime>
 #include <map>
 
-#include "tools/fibdb/routes/routes_writer.h"
+#include "tools/fibdb/files/file_writer.h"
 #include "tools/fibdb/tables/resolve.h"
 
 namespace fibdb::program {
@@ -188,13 +188,13 @@ Status saveRoutes(Session& session, Arguments& arguments) {
   const std::string& file = arguments.word("a file");
   arguments.end();
   session.output.flush();
-  RoutesWriter writer(file);
+  FileWriter writer(file);
   RouteIterator routes(RouteIterator::Order::kKey);
   while (const FibDbIp4forwardItem* item = routes.next()) {
     if (item->vr_id != 0 || item->vrf_index != 0) {
       throw Failure(Status::kFailed, formatPrefix(prefixOf(*item)) + " belongs to another VRF: not saved");
     }
-    writer.write({prefixOf(*item), item->attr_word_a, 0});
+    writer.write(formatRouteLine({prefixOf(*item), item->attr_word_a, 0}));
   }
   writer.commit();
   if (file == "-") return Status::kOk;

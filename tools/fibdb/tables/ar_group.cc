@@ -20,7 +20,7 @@ constexpr Field kFields[] = {
     shown<&Item::originType>("origin_type"),
     property<&Item::originatorId>("originator", {.goesWith = onItem<knownByOriginator>}),
     property<&Item::originAsn>("asn", {.goesWith = onItem<knownByAsn>}),
-    shown<&Item::groupType>("group_type", {.initial = FIB_DB_AR_GROUP_TYPE}),
+    property<&Item::groupType>("group_type", {.initial = FIB_DB_AR_GROUP_TYPE}),
     property<&Item::smoothId>("smooth", {.change = onItem<FIB_DB_UpdateArGroupAttrSmoothId>}),
     property<&Item::attrWord1>("attr1"),
     property<&Item::attrWord2>("attr2"),

@@ -3,7 +3,6 @@
 #ifndef FIBDB_TOOLS_CONFIGURATION_H
 #define FIBDB_TOOLS_CONFIGURATION_H
 
-#include <cstring>
 #include <type_traits>
 
 #include "tools/fibdb/tables/record_table.h"
@@ -28,10 +27,10 @@ constexpr bool isValid(const void* item) {
   return (static_cast<const Item*>(item)->validFlags & kBit) != 0;
 }
 
-template <auto kSet, class Node>
-uint32_t stageUnlessZero(uint64_t object, const Node& node) {
-  constexpr Node kZero{};
-  return std::memcmp(&node, &kZero, sizeof node) == 0 ? uint32_t{FIB_DB_OK} : kSet(object, &node);
+// A value that is given makes its part valid.
+template <class Item, uint32_t kBit>
+constexpr void makeValid(void* item) {
+  static_cast<Item*>(item)->validFlags |= kBit;
 }
 
 // While it lives the library logs no information: that a node was never written is what reading it finds out.

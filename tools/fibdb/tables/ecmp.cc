@@ -7,7 +7,7 @@ namespace {
 
 using Item = FibDbEcmpCfgItem;
 
-// The whole record. Child nodes that are all zero are not written: they stay absent.
+// The whole record. Child nodes that nothing was given of stay absent.
 uint32_t stage(uint64_t object, const void* data) {
   const Item& item = *static_cast<const Item*>(data);
   uint32_t code = FIB_DB_SetEcmpGtpTeid(object, &item.gtpTeid);
@@ -26,12 +26,13 @@ uint32_t stage(uint64_t object, const void* data) {
   code |= FIB_DB_SetRocev2PerPacket(object, &item.rocev2PerPacket);
   code |= FIB_DB_SetPerPacket(object, &item.perPacket);
   code |= FIB_DB_SetPerPacketMode(object, &item.perPacketMode);
-  code |= stageUnlessZero<FIB_DB_SetEcmpHashMode>(object, item.hashMode);
-  code |= stageUnlessZero<FIB_DB_SetEcmpSeed>(object, item.seed);
-  code |= stageUnlessZero<FIB_DB_SetEcmpUniversal>(object, item.universalId);
-  code |= stageUnlessZero<FIB_DB_SetEcmpProc>(object, item.proc);
-  code |= stageUnlessZero<FIB_DB_SetNvo3VxlanHash>(object, item.nvo3VxlanHash);
-  code |= stageUnlessZero<FIB_DB_SetFeiEcmpTunnel>(object, item.tunnel);
+  if (isValid<Item, FIB_DB_ECMP_HASH_MODE_VALID>(data)) code |= FIB_DB_SetEcmpHashMode(object, &item.hashMode);
+  if (isValid<Item, FIB_DB_ECMP_SEED_VALID>(data)) code |= FIB_DB_SetEcmpSeed(object, &item.seed);
+  if (isValid<Item, FIB_DB_ECMP_UNIVERSAL_ID_VALID>(data)) code |= FIB_DB_SetEcmpUniversal(object, &item.universalId);
+  if (isValid<Item, FIB_DB_ECMP_PROC_VALID>(data)) code |= FIB_DB_SetEcmpProc(object, &item.proc);
+  if (isValid<Item, FIB_DB_ECMP_NVO3_VXLAN_HASH_VALID>(data))
+    code |= FIB_DB_SetNvo3VxlanHash(object, &item.nvo3VxlanHash);
+  if (isValid<Item, FIB_DB_ECMP_TUNNEL_VALID>(data)) code |= FIB_DB_SetFeiEcmpTunnel(object, &item.tunnel);
   return code;
 }
 
@@ -48,9 +49,6 @@ uint32_t next(FibDbIterator* iterator, Item* item) {
   return FIB_DB_GetNextEcmpCfg(iterator, item);
 }
 
-template <uint32_t kBit>
-constexpr auto valid = isValid<Item, kBit>;
-
 template <auto kMember, auto kUpdate>
 constexpr Field setting(std::string_view name, FieldHow how = {}) {
   how.change = changeSetting<&Item::vrId, kMember, kUpdate>;
@@ -60,8 +58,10 @@ constexpr Field setting(std::string_view name, FieldHow how = {}) {
 // Of a child node, which is changed as a whole.
 template <auto kNode, uint32_t kBit, auto kMember, auto kUpdate>
 constexpr Field part(std::string_view name) {
-  return property<kNode, kMember>(
-      name, {.listed = false, .change = changeSetting<&Item::vrId, kNode, kUpdate>, .isSet = valid<kBit>});
+  return property<kNode, kMember>(name, {.listed = false,
+                                         .goesWith = makeValid<Item, kBit>,
+                                         .change = changeSetting<&Item::vrId, kNode, kUpdate>,
+                                         .isSet = isValid<Item, kBit>});
 }
 
 template <auto kMember>
@@ -91,25 +91,34 @@ constexpr Field tunnel(std::string_view name) {
 
 constexpr Field kFields[] = {
     key<&Item::vrId>("vr"),
-    setting<&Item::gtpTeid, FIB_DB_UpdateEcmpGtpTeid>(
-        "gtp_teid", {.initial = FIB_DB_ECMP_NOT_SET, .listed = false, .isSet = valid<FIB_DB_ECMP_GTP_TEID_VALID>}),
+    setting<&Item::gtpTeid, FIB_DB_UpdateEcmpGtpTeid>("gtp_teid",
+                                                      {.initial = FIB_DB_ECMP_NOT_SET,
+                                                       .listed = false,
+                                                       .goesWith = makeValid<Item, FIB_DB_ECMP_GTP_TEID_VALID>,
+                                                       .isSet = isValid<Item, FIB_DB_ECMP_GTP_TEID_VALID>}),
     setting<&Item::hashBala, FIB_DB_UpdateEcmpHashBala>("hash_balance"),
     setting<&Item::statefulEnhanced, FIB_DB_UpdateStatefulEnhanced>("stateful"),
     setting<&Item::statefulNum, FIB_DB_UpdateEcmpStatefulNum>("stateful_num", {.listed = false}),
     setting<&Item::vxlanOverlayHashStateful, FIB_DB_UpdateVxlanHashStateful>("vxlan_stateful", {.listed = false}),
     setting<&Item::vxlanOverlayMode, FIB_DB_UpdateVxlanOverlayMode>(
-        "vxlan_mode",
-        {.initial = FIB_DB_ECMP_NOT_SET, .listed = false, .isSet = valid<FIB_DB_ECMP_VXLAN_OVERLAY_MODE_VALID>}),
+        "vxlan_mode", {.initial = FIB_DB_ECMP_NOT_SET,
+                       .listed = false,
+                       .goesWith = makeValid<Item, FIB_DB_ECMP_VXLAN_OVERLAY_MODE_VALID>,
+                       .isSet = isValid<Item, FIB_DB_ECMP_VXLAN_OVERLAY_MODE_VALID>}),
     setting<&Item::railGroupEnable, FIB_DB_UpdateRailGroupEnable>("rail_group"),
     setting<&Item::hasRailGroupMember, FIB_DB_UpdateHasRailGroupMem>("rail_member", {.listed = false}),
     setting<&Item::dlbEnable, FIB_DB_UpdateEcmpDlb>("dlb"),
     setting<&Item::dlbGapTime, FIB_DB_UpdateEcmpDlbGapTime>("dlb_gap", {.initial = 2000}),
     setting<&Item::localEnhanced, FIB_DB_UpdateEcmpLocalEnhanced>(
-        "local_enhanced",
-        {.initial = FIB_DB_ECMP_NOT_SET, .listed = false, .isSet = valid<FIB_DB_ECMP_LOCAL_ENHANCED_VALID>}),
+        "local_enhanced", {.initial = FIB_DB_ECMP_NOT_SET,
+                           .listed = false,
+                           .goesWith = makeValid<Item, FIB_DB_ECMP_LOCAL_ENHANCED_VALID>,
+                           .isSet = isValid<Item, FIB_DB_ECMP_LOCAL_ENHANCED_VALID>}),
     setting<&Item::localChassis, FIB_DB_UpdateEcmpLocalChassis>(
-        "local_chassis",
-        {.initial = FIB_DB_ECMP_NOT_SET, .listed = false, .isSet = valid<FIB_DB_ECMP_LOCAL_CHASSIS_VALID>}),
+        "local_chassis", {.initial = FIB_DB_ECMP_NOT_SET,
+                          .listed = false,
+                          .goesWith = makeValid<Item, FIB_DB_ECMP_LOCAL_CHASSIS_VALID>,
+                          .isSet = isValid<Item, FIB_DB_ECMP_LOCAL_CHASSIS_VALID>}),
     setting<&Item::dpfrEnable, FIB_DB_UpdateEcmpDpfrEnable>("dpfr"),
     setting<&Item::rocev2PerPacket, FIB_DB_UpdateRocev2PerPacket>("rocev2"),
     setting<&Item::perPacket, FIB_DB_UpdatePerPacket>("per_packet"),

@@ -7,7 +7,7 @@ namespace {
 
 using Item = FibDbGlbCfgItem;
 
-// The whole record. A load balance that is all zero is not written: it stays absent.
+// The whole record. A load balance that nothing was given of stays absent.
 uint32_t stage(uint64_t object, const void* data) {
   const Item& item = *static_cast<const Item*>(data);
   uint32_t code = FIB_DB_SetMethIsolate(object, &item.methIsolate);
@@ -18,7 +18,7 @@ uint32_t stage(uint64_t object, const void* data) {
   code |= FIB_DB_SetMlagRouteEnhance(object, &item.mlagRouteEnhance);
   code |= FIB_DB_SetDodEnable(object, &item.dodEnable);
   code |= FIB_DB_SetBalanceReverse(object, &item.balanceReverse);
-  code |= stageUnlessZero<FIB_DB_SetBalanceMode>(object, item.loadBalance);
+  if (isValid<Item, FIB_DB_GLB_LOAD_BALANCE_VALID>(data)) code |= FIB_DB_SetBalanceMode(object, &item.loadBalance);
   return code;
 }
 
@@ -42,7 +42,8 @@ constexpr Field setting(std::string_view name, FieldHow how = {}) {
 template <auto kMember>
 constexpr Field balance(std::string_view name) {
   return property<&Item::loadBalance, kMember>(
-      name, {.change = changeSetting<&Item::vrId, &Item::loadBalance, FIB_DB_UpdateBalanceMode>,
+      name, {.goesWith = makeValid<Item, FIB_DB_GLB_LOAD_BALANCE_VALID>,
+             .change = changeSetting<&Item::vrId, &Item::loadBalance, FIB_DB_UpdateBalanceMode>,
              .isSet = isValid<Item, FIB_DB_GLB_LOAD_BALANCE_VALID>});
 }
 

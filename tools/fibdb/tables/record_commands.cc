@@ -7,51 +7,16 @@
 
 #include "fibdb/engine.h"
 #include "tools/fibdb/tables/record_usage.h"
+#include "tools/fibdb/tables/record_words.h"
 
 namespace fibdb::program {
 namespace {
-
-// Properties are typed by their names, keys only talked about.
-std::string writtenName(const Field& field) {
-  return field.role == Role::kKey ? spaced(field.name) : std::string(field.name);
-}
 
 void requireRecord(const RecordTable& table, Record& item) {
   if (!readRecord(table, item.data())) failMissing(table, item.data());
 }
 
-// Taking words. -------------------------------------------------------------------------------------------------------
-void takeValue(Arguments& arguments, const Field& field, Record& item, const std::string& what) {
-  const std::string fault = storeAt(field.at(item.data()), field.layout, arguments.word(what));
-  if (!fault.empty()) arguments.fail(writtenName(field) + ": " + fault);
-  if (field.goesWith != nullptr) field.goesWith(item.data());
-}
-
-// Keys begin with a digit where they may be left out, properties never do.
-bool nextIsKey(Arguments arguments) {
-  return !arguments.empty() && std::isdigit(static_cast<unsigned char>(arguments.word("a key").front())) != 0;
-}
-
-void takeKey(const RecordTable& table, Arguments& arguments, Record& item) {
-  for (const Field* field : fieldsOf(table, Role::kKey)) {
-    if (field->optional && !nextIsKey(arguments)) return;
-    takeValue(arguments, *field, item, writtenName(*field));
-  }
-}
-
-// Words and values of these fields until no word is left.
-std::vector<const Field*> takeProperties(const std::vector<const Field*>& fields, Arguments& arguments, Record& item) {
-  std::vector<std::string_view> words;
-  std::ranges::transform(fields, std::back_inserter(words), &Field::name);
-  std::vector<const Field*> given;
-  do {
-    const Field& field = *fields[arguments.keyword(words)];
-    takeValue(arguments, field, item, "a value for " + std::string(field.name));
-    given.push_back(&field);
-  } while (!arguments.empty());
-  return given;
-}
-
+// Selecting. ---------------------------------------------------------------------------------------------------------
 // The selection that asks for exactly these fields.
 const Selection* selectionBy(const RecordTable& table, const std::vector<const Field*>& given) {
   const auto asksFor = [&](const Selection& selection) {
@@ -128,19 +93,9 @@ Status showRecords(Session& session, Arguments& arguments) {
   return showList(session, table, selection->walk, item);
 }
 
-Record newRecord(const RecordTable& table) {
-  Record item(table);
-  for (const Field& field : table.fields) {
-    if (field.initial != 0) storeNumber(field.at(item.data()), field.layout.width, field.initial);
-  }
-  return item;
-}
-
 Status addRecord(Session& session, Arguments& arguments) {
   const RecordTable& table = *arguments.command().table;
-  Record item = newRecord(table);
-  takeKey(table, arguments, item);
-  if (!arguments.empty()) takeProperties(fieldsOf(table, Role::kProperty), arguments, item);
+  Record item = takeRecord(arguments);
   Record before = item;
   const bool replaced = table.create == nullptr && table.read != nullptr && readRecord(table, before.data());
   writeRecord(table, item.data());

@@ -15,13 +15,6 @@ bool isZero(const Field& field, const void* item) {
   return compareAt(placeOf(field, item), zero.data(), field.layout) == 0;
 }
 
-// As it is written in a command.
-std::string wordOf(const Field& field, const void* item) {
-  const Value value = valueOf(field, item);
-  const auto* text = std::get_if<std::string>(&value);
-  return text == nullptr ? std::to_string(std::get<uint64_t>(value)) : *text;
-}
-
 bool precedes(const RecordTable& table, const Record& a, const Record& b) {
   for (const Field* field : fieldsOf(table, Role::kKey)) {
     const auto order = compareAt(placeOf(*field, a.data()), placeOf(*field, b.data()), field->layout);
@@ -64,11 +57,21 @@ Value shownOf(const Field& field, const void* item) {
   return field.isSet == nullptr || field.isSet(item) ? valueOf(field, item) : Value();
 }
 
-std::string titleOf(const RecordTable& table, const void* item) {
-  std::string title(nameOf(table));
+std::string wordOf(const Field& field, const void* item) {
+  const Value value = valueOf(field, item);
+  const auto* text = std::get_if<std::string>(&value);
+  return text == nullptr ? std::to_string(std::get<uint64_t>(value)) : *text;
+}
+
+std::vector<const Field*> keysOf(const RecordTable& table, const void* item) {
   std::vector<const Field*> keys = fieldsOf(table, Role::kKey);
   while (keys.back()->optional && isZero(*keys.back(), item)) keys.pop_back();
-  for (const Field* field : keys) title += ' ' + wordOf(*field, item);
+  return keys;
+}
+
+std::string titleOf(const RecordTable& table, const void* item) {
+  std::string title(nameOf(table));
+  for (const Field* field : keysOf(table, item)) title += ' ' + wordOf(*field, item);
   return title;
 }
 

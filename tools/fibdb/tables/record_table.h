@@ -166,6 +166,8 @@ class Record {
  public:
   explicit Record(const RecordTable& table) : bytes_(table.itemSize) {}
 
+  bool operator==(const Record&) const = default;
+
   void* data() { return bytes_.data(); }
   const void* data() const { return bytes_.data(); }
   // REQUIRES: Item is the item of the table.
@@ -193,6 +195,10 @@ const void* placeOf(const Field& field, const void* item);
 Value valueOf(const Field& field, const void* item);
 // The same, or nothing where the field says that it is not set.
 Value shownOf(const Field& field, const void* item);
+// As it is written in a command.
+std::string wordOf(const Field& field, const void* item);
+// The key without the zeros that need not be given.
+std::vector<const Field*> keysOf(const RecordTable& table, const void* item);
 // "next hop 7", without the zeros that need not be given.
 std::string titleOf(const RecordTable& table, const void* item);
 // The title, and behind it what lists show of the record and is not zero: "next hop 7, vrf 2, refs 1".

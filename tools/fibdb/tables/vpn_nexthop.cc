@@ -24,9 +24,9 @@ constexpr Field kFields[] = {
     property<&Item::time_stamp_svc>("stamp_svc"),
 };
 
-// The keys of an index's records, from rows of the database.
+// The keys of an index's records, or of all, from rows of the database.
 struct KeySearch {
-  uint32_t index;
+  std::optional<uint32_t> index = {};
   std::array<FibDbEngineColumn, 4> columns = {};  // a row begins with its key
   std::vector<Item> found = {};
 
@@ -37,7 +37,7 @@ struct KeySearch {
       const auto* place = static_cast<const unsigned char*>(row) + search.columns[i].offset;
       std::memcpy(&words[i], place, sizeof words[i]);
     }
-    if (words[0] != search.index) return 0;
+    if (search.index && words[0] != *search.index) return 0;
     Item& item = search.found.emplace_back();
     item.nhp_index = words[0];
     item.vr_id = words[1];
@@ -55,13 +55,9 @@ struct KeySearch {
   }
 };
 
-// Of an index the library reads one record, whichever; the others are searched for only where there is one.
-std::optional<std::vector<Item>> findByIndex(const Item* query) {
-  Item any{};
-  const uint32_t code = FIB_DB_ReadNhpVpnByNhpIndex(query->nhp_index, &any);
-  if (code == DB_ERR_ITER_END) return std::vector<Item>();
-  KeySearch search{query->nhp_index};
-  if (code != FIB_DB_OK || search.run() != FIB_DB_OK) return std::nullopt;
+// What is found is read; a record that went meanwhile is left out.
+std::optional<std::vector<Item>> read(KeySearch search) {
+  if (search.run() != FIB_DB_OK) return std::nullopt;
   std::vector<Item> items;
   for (Item& item : search.found) {
     const uint32_t read = FIB_DB_ReadNhpVpn(&item);
@@ -69,6 +65,16 @@ std::optional<std::vector<Item>> findByIndex(const Item* query) {
     if (read != FIB_DB_OK && read != FIB_DB_NOT_FOUND) return std::nullopt;
   }
   return items;
+}
+
+std::optional<std::vector<Item>> findAll(const Item*) { return read({}); }
+
+// Of an index the library reads one record, whichever; the others are searched for only where there is one.
+std::optional<std::vector<Item>> findByIndex(const Item* query) {
+  Item any{};
+  const uint32_t code = FIB_DB_ReadNhpVpnByNhpIndex(query->nhp_index, &any);
+  if (code == DB_ERR_ITER_END) return std::vector<Item>();
+  return code == FIB_DB_OK ? read({query->nhp_index}) : std::nullopt;
 }
 
 constexpr Selection kSelections[] = {{"index", foundWith<findByIndex, kObjectCodes.end>()}};
@@ -85,6 +91,7 @@ constexpr RecordTable kVpnNexthops{
     .write = onItem<FIB_DB_WriteNhpVpn>,
     .change = onItem<FIB_DB_WriteNhpVpn>,
     .remove = onItem<FIB_DB_RemoveNhpVpn>,
+    .walk = foundWith<findAll, kObjectCodes.end>(),
     .selections = kSelections,
     .nexthop = "index",
 };

@@ -1,29 +1,29 @@
-// tools/fibdb/routes/routes_writer.h: a routes file that appears when it is complete, or not at all.
+// tools/fibdb/files/file_writer.h: a file that appears when it is complete, or not at all.
 //
 // DESCRIPTION: lines go to a new file beside the target, which takes the target's name in commit(). Without a
 // commit the new file is removed and the target is as it was. "-" is standard output; pipes and devices are
 // written to as they stand, for nothing can be renamed over them. Throws Failure when a write fails.
-#ifndef FIBDB_TOOLS_ROUTES_WRITER_H
-#define FIBDB_TOOLS_ROUTES_WRITER_H
+#ifndef FIBDB_TOOLS_FILE_WRITER_H
+#define FIBDB_TOOLS_FILE_WRITER_H
 
 #include <cstdint>
 #include <cstdio>
 #include <string>
-
-#include "tools/fibdb/routes/routes_file.h"
+#include <string_view>
 
 namespace fibdb::program {
 
-class RoutesWriter {
+class FileWriter {
  public:
-  explicit RoutesWriter(const std::string& file);
-  ~RoutesWriter();
-  RoutesWriter(const RoutesWriter&) = delete;
-  RoutesWriter& operator=(const RoutesWriter&) = delete;
+  explicit FileWriter(const std::string& file);
+  ~FileWriter();
+  FileWriter(const FileWriter&) = delete;
+  FileWriter& operator=(const FileWriter&) = delete;
 
-  void write(const Route& route);
+  // A line with its newline.
+  void write(std::string_view line);
   void commit();
-  uint64_t count() const { return count_; }
+  uint64_t count() const { return count_; }  // of lines
 
  private:
   void openBeside();

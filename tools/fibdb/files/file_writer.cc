@@ -1,5 +1,5 @@
-// tools/fibdb/routes/routes_writer.cc: see routes_writer.h.
-#include "tools/fibdb/routes/routes_writer.h"
+// tools/fibdb/files/file_writer.cc: see routes_writer.h.
+#include "tools/fibdb/files/file_writer.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,7 +24,7 @@ mode_t newFileMode() {
 
 }  // namespace
 
-RoutesWriter::RoutesWriter(const std::string& file) : file_(file), target_(file) {
+FileWriter::FileWriter(const std::string& file) : file_(file), target_(file) {
   std::error_code missing;
   const auto resolved = std::filesystem::canonical(file, missing);
   if (!missing) target_ = resolved;
@@ -45,12 +45,12 @@ RoutesWriter::RoutesWriter(const std::string& file) : file_(file), target_(file)
   if (stream_ == nullptr) fail();
 }
 
-RoutesWriter::~RoutesWriter() {
+FileWriter::~FileWriter() {
   if (stream_ != nullptr) std::fclose(stream_);
   if (!temporary_.empty()) unlink(temporary_.c_str());
 }
 
-void RoutesWriter::openBeside() {
+void FileWriter::openBeside() {
   temporary_ = target_ + ".XXXXXX";
   const int descriptor = mkostemp(temporary_.data(), O_CLOEXEC);
   if (descriptor < 0) {
@@ -60,13 +60,12 @@ void RoutesWriter::openBeside() {
   stream_ = fdopen(descriptor, "w");
 }
 
-void RoutesWriter::write(const Route& route) {
-  const std::string line = formatRouteLine(route);
+void FileWriter::write(std::string_view line) {
   if (std::fwrite(line.data(), 1, line.size(), stream_) != line.size()) fail();
   ++count_;
 }
 
-void RoutesWriter::close() {
+void FileWriter::close() {
   std::FILE* stream = stream_;
   stream_ = nullptr;
   const bool synced = std::fflush(stream) == 0 && (temporary_.empty() || fsync(fileno(stream)) == 0);
@@ -76,14 +75,14 @@ void RoutesWriter::close() {
   if (!synced || !closed) fail();
 }
 
-void RoutesWriter::commit() {
+void FileWriter::commit() {
   close();
   if (temporary_.empty()) return;
   if (std::rename(temporary_.c_str(), target_.c_str()) != 0) fail();
   temporary_.clear();
 }
 
-void RoutesWriter::fail() const {
+void FileWriter::fail() const {
   const std::string name = file_ == "-" ? "standard output" : file_;
   throw Failure(Status::kFailed, name + ": " + std::strerror(errno));
 }
