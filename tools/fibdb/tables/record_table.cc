@@ -87,6 +87,7 @@ std::string lineOf(const RecordTable& table, const void* item) {
 
 std::vector<Fact> factsOf(const std::vector<const Field*>& fields, const void* item) {
   std::vector<Fact> facts;
+  facts.reserve(fields.size());
   for (const Field* field : fields) facts.push_back({std::string(field->name), valueOf(*field, item)});
   return facts;
 }
