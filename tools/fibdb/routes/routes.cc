@@ -136,6 +136,8 @@ void RouteLoader::remove(const Prefix& prefix) {
 const LoadCounts& RouteLoader::finish() {
   if (!current_->routes.empty()) handOver();
   collect(true);
+  // The connection counts a batch when its completion has returned: who asks for its counters next finds them settled.
+  fibdb_engine_drain(FIB_DB_GetAsyncConn());
   return counts_;
 }
 
