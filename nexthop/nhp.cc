@@ -52,7 +52,6 @@ void FIB_DB_SetNhpKeyField(FibDbKeyDesc* desc, uint32_t* key, const FibDbNhpItem
 }
 
 uint32_t FIB_DB_SetNhpItem(uint64_t obj, const FibDbNhpItem* item) {
-  constexpr Text<uint32_t> failed = "SetNhpItem setField failed, ret: %d";
   // Required: nhp_flag goes before nhp_num, and every field is tried.
   uint32_t code = db_set_nhp_nhp_index(obj, item->nhp_index);
   code |= db_set_nhp_vr_id(obj, item->vr_id);
@@ -69,9 +68,7 @@ uint32_t FIB_DB_SetNhpItem(uint64_t obj, const FibDbNhpItem* item) {
   code |= db_set_nhp_app_version(obj, item->app_version);
   code |= db_set_nhp_time_stamp_app(obj, item->time_stamp_app);
   code |= db_set_nhp_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error(code);
-  return FIB_DB_ERR;
+  return fibdb::settleFields(code, "SetNhpItem setField failed, ret: %d");
 }
 
 void FIB_DB_GetNhpItem(uint64_t obj, FibDbNhpItem* item) {

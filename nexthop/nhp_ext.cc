@@ -149,7 +149,6 @@ uint32_t FIB_DB_UpdateNhpExtFields(const FibDbNhpExtItem* item, FibDbFieldSetter
 }
 
 uint32_t FIB_DB_SetNhpExtContext(uint64_t obj, const FibDbNhpExtItem* item) {
-  constexpr Text<> failed = "SetNhpExtContext failed, set fields failed.";
   uint32_t code = db_set_nhp_ext_svc_ctx_high_prio(obj, item->svc_ctx_high_prio, sizeof item->svc_ctx_high_prio);
   code |= db_set_nhp_ext_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_nhp_ext_status_high_prio(obj, item->status_high_prio);
@@ -157,9 +156,7 @@ uint32_t FIB_DB_SetNhpExtContext(uint64_t obj, const FibDbNhpExtItem* item) {
   code |= db_set_nhp_ext_errcode_high_prio(obj, item->errcode_high_prio);
   code |= db_set_nhp_ext_errcode_normal_prio(obj, item->errcode_normal_prio);
   code |= db_set_nhp_ext_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "SetNhpExtContext failed, set fields failed.");
 }
 
 uint32_t FIB_DB_UpdateNhpExtContext(const FibDbNhpExtItem* item) {

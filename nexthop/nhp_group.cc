@@ -67,7 +67,6 @@ void FIB_DB_SetNhpGroupKeyField(FibDbKeyDesc* desc, FibDbNhpGroupKey* key, const
 }
 
 uint32_t FIB_DB_SetNhpGroupItem(uint64_t obj, const FibDbNhpGroupItem* item) {
-  constexpr Text<> failed = "SetNhpGroupItem failed.";
   uint32_t code = db_set_nhp_group_nhp_group_id(obj, item->nhp_group_id);
   code |= db_set_nhp_group_vr_id(obj, item->vr_id);
   code |= db_set_nhp_group_vrf_index(obj, item->vrf_index);
@@ -93,9 +92,7 @@ uint32_t FIB_DB_SetNhpGroupItem(uint64_t obj, const FibDbNhpGroupItem* item) {
   code |= db_set_nhp_group_forwardVsId(obj, item->forwardVsId);
   code |= db_set_nhp_group_time_stamp_app(obj, item->time_stamp_app);
   code |= db_set_nhp_group_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "SetNhpGroupItem failed.");
 }
 
 uint32_t FIB_DB_GetNhpGroupBaseItem(uint64_t obj, FibDbNhpGroupItem* item) {

@@ -41,7 +41,6 @@ void FIB_DB_SetNhpGroupFtnKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhp
 
 uint32_t FIB_DB_SetNhpGroupFtnItem(uint64_t obj, const FibDbNhpGroupItem* item) {
   // Required: the group's words.
-  constexpr Text<> failed = "SetNhpGroupItem failed.";
   uint32_t code = db_set_nhp_group_ftn_nhp_group_id(obj, item->nhp_group_id);
   code |= db_set_nhp_group_ftn_vr_id(obj, item->vr_id);
   code |= db_set_nhp_group_ftn_vrf_index(obj, item->vrf_index);
@@ -67,9 +66,7 @@ uint32_t FIB_DB_SetNhpGroupFtnItem(uint64_t obj, const FibDbNhpGroupItem* item) 
   code |= db_set_nhp_group_ftn_underlay_universal_id(obj, item->underlay_universal_id);
   code |= db_set_nhp_group_ftn_time_stamp_app(obj, item->time_stamp_app);
   code |= db_set_nhp_group_ftn_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "SetNhpGroupItem failed.");
 }
 
 uint32_t FIB_DB_GetNhpGroupFtnBaseItem(uint64_t obj, FibDbNhpGroupItem* item) {

@@ -90,7 +90,6 @@ void FIB_DB_SetNhpGroupNodeAttrIdKey(const FibDbNhpGroupNodeItem* item, uint32_t
 }
 
 uint32_t FIB_DB_SetNhpGroupNodeItem(uint64_t obj, const FibDbNhpGroupNodeItem* item) {
-  constexpr Text<uint32_t> failed = "SetNhpGroupNodeItem setField failed, ret: %d";
   uint32_t code = db_set_nhp_group_node_nhp_group_id(obj, item->nhp_group_id);
   code |= db_set_nhp_group_node_attribute_id(obj, item->attribute_id);
   code |= db_set_nhp_group_node_primary_nhp_id(obj, item->primary_nhp_id);
@@ -108,9 +107,7 @@ uint32_t FIB_DB_SetNhpGroupNodeItem(uint64_t obj, const FibDbNhpGroupNodeItem* i
   code |= db_set_nhp_group_node_app_obj_id(obj, item->app_obj_id);
   code |= db_set_nhp_group_node_time_stamp_app(obj, item->time_stamp_app);
   code |= db_set_nhp_group_node_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error(code);
-  return FIB_DB_ERR;
+  return fibdb::settleFields(code, "SetNhpGroupNodeItem setField failed, ret: %d");
 }
 
 void FIB_DB_GetNhpGroupNodeItem(uint64_t obj, FibDbNhpGroupNodeItem* item) {

@@ -49,7 +49,6 @@ void FIB_DB_SetNhpLlaKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpLlaIt
 }
 
 uint32_t FIB_DB_SetNhpLlaItem(uint64_t obj, const FibDbNhpLlaItem* item) {
-  constexpr Text<uint32_t> failed = "SetNhpLlaItem setField failed, ret: %d";
   uint32_t code = db_set_nhp_lla_iid_index(obj, item->iid_index);
   code |= db_set_nhp_lla_next_hop(obj, item->next_hop, sizeof item->next_hop);
   code |= db_set_nhp_lla_out_if_index(obj, item->out_if_index);
@@ -74,9 +73,7 @@ uint32_t FIB_DB_SetNhpLlaItem(uint64_t obj, const FibDbNhpLlaItem* item) {
   code |= db_set_nhp_lla_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_nhp_lla_time_stamp_app(obj, item->time_stamp_app);
   code |= db_set_nhp_lla_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error(code);
-  return FIB_DB_ERR;
+  return fibdb::settleFields(code, "SetNhpLlaItem setField failed, ret: %d");
 }
 
 void FIB_DB_GetNhpLlaItem(uint64_t obj, FibDbNhpLlaItem* item) {
@@ -216,7 +213,6 @@ uint32_t FIB_DB_UpdateNhpLlaFields(const FibDbNhpLlaItem* item, FibDbFieldSetter
 }
 
 uint32_t FIB_DB_SetNhpLlaContext(uint64_t obj, const FibDbNhpLlaItem* item) {
-  constexpr Text<> failed = "SetNhpLlaContext failed, set fields failed.";
   uint32_t code = db_set_nhp_lla_svc_ctx_high_prio(obj, item->svc_ctx_high_prio, sizeof item->svc_ctx_high_prio);
   code |= db_set_nhp_lla_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_nhp_lla_status_high_prio(obj, item->status_high_prio);
@@ -224,9 +220,7 @@ uint32_t FIB_DB_SetNhpLlaContext(uint64_t obj, const FibDbNhpLlaItem* item) {
   code |= db_set_nhp_lla_errcode_high_prio(obj, item->errcode_high_prio);
   code |= db_set_nhp_lla_errcode_normal_prio(obj, item->errcode_normal_prio);
   code |= db_set_nhp_lla_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "SetNhpLlaContext failed, set fields failed.");
 }
 
 uint32_t FIB_DB_SetNhpLlaFlag(uint64_t obj, const FibDbNhpLlaItem* item) {

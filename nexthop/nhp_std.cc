@@ -38,7 +38,6 @@ void FIB_DB_SetNhpStdKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpStdIt
 }
 
 uint32_t FIB_DB_SetNhpStdItem(uint64_t obj, const FibDbNhpStdItem* item) {
-  constexpr Text<uint32_t> failed = "SetNhpStdItem setField failed, ret: %d";
   uint32_t code = db_set_nhp_std_nhp_index(obj, item->nhp_index);
   code |= db_set_nhp_std_next_hop(obj, item->next_hop);
   code |= db_set_nhp_std_out_if_index(obj, item->out_if_index);
@@ -64,9 +63,7 @@ uint32_t FIB_DB_SetNhpStdItem(uint64_t obj, const FibDbNhpStdItem* item) {
   code |= db_set_nhp_std_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_nhp_std_time_stamp_app(obj, item->time_stamp_app);
   code |= db_set_nhp_std_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error(code);
-  return FIB_DB_ERR;
+  return fibdb::settleFields(code, "SetNhpStdItem setField failed, ret: %d");
 }
 
 void FIB_DB_GetNhpStdItem(uint64_t obj, FibDbNhpStdItem* item) {
@@ -178,7 +175,6 @@ uint32_t FIB_DB_UpdateNhpStdFields(const FibDbNhpStdItem* item, FibDbFieldSetter
 }
 
 uint32_t FIB_DB_SetNhpStdContext(uint64_t obj, const FibDbNhpStdItem* item) {
-  constexpr Text<> failed = "SetNhpStdContext failed, set fields failed.";
   uint32_t code = db_set_nhp_std_svc_ctx_high_prio(obj, item->svc_ctx_high_prio, sizeof item->svc_ctx_high_prio);
   code |= db_set_nhp_std_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_nhp_std_status_high_prio(obj, item->status_high_prio);
@@ -187,9 +183,7 @@ uint32_t FIB_DB_SetNhpStdContext(uint64_t obj, const FibDbNhpStdItem* item) {
   code |= db_set_nhp_std_errcode_normal_prio(obj, item->errcode_normal_prio);
   code |= db_set_nhp_std_time_stamp_svc(obj, item->time_stamp_svc);
   code |= db_set_nhp_std_forwardVsId(obj, item->forwardVsId);
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "SetNhpStdContext failed, set fields failed.");
 }
 
 uint32_t FIB_DB_SetNhpStdFlags(uint64_t obj, const FibDbNhpStdItem* item) {

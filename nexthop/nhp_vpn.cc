@@ -34,7 +34,6 @@ void FIB_DB_SetNhpVpnKeyField(FibDbKeyDesc* desc, void* key, const FibDbNhpVpnIt
 }
 
 uint32_t FIB_DB_SetNhpVpnItem(uint64_t obj, const FibDbNhpVpnItem* item) {
-  constexpr Text<uint32_t> failed = "SetNhpVpnItem setField failed, ret: %d";
   uint32_t code = db_set_nhp_vpn_nhp_index(obj, item->nhp_index);
   code |= db_set_nhp_vpn_vr_id(obj, item->vr_id);
   code |= db_set_nhp_vpn_vrf_index(obj, item->vrf_index);
@@ -45,9 +44,7 @@ uint32_t FIB_DB_SetNhpVpnItem(uint64_t obj, const FibDbNhpVpnItem* item) {
   code |= db_set_nhp_vpn_app_version(obj, item->app_version);
   code |= db_set_nhp_vpn_time_stamp_app(obj, item->time_stamp_app);
   code |= db_set_nhp_vpn_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error(code);
-  return FIB_DB_ERR;
+  return fibdb::settleFields(code, "SetNhpVpnItem setField failed, ret: %d");
 }
 
 void FIB_DB_GetNhpVpnItem(uint64_t obj, FibDbNhpVpnItem* item) {

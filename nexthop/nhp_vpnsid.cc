@@ -186,7 +186,6 @@ uint32_t FIB_DB_UpdateNhpVpnSidFields(const FibDbNhpVpnSidItem* item, FibDbField
 }
 
 uint32_t FIB_DB_SetNhpVpnSidContext(uint64_t obj, const FibDbNhpVpnSidItem* item) {
-  constexpr Text<> failed = "SetNhpVpnSidContext failed, set fields failed.";
   uint32_t code = db_set_nhp_vpnsid_svc_ctx_high_prio(obj, item->svc_ctx_high_prio, sizeof item->svc_ctx_high_prio);
   code |= db_set_nhp_vpnsid_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_nhp_vpnsid_status_high_prio(obj, item->status_high_prio);
@@ -194,9 +193,7 @@ uint32_t FIB_DB_SetNhpVpnSidContext(uint64_t obj, const FibDbNhpVpnSidItem* item
   code |= db_set_nhp_vpnsid_errcode_high_prio(obj, item->errcode_high_prio);
   code |= db_set_nhp_vpnsid_errcode_normal_prio(obj, item->errcode_normal_prio);
   code |= db_set_nhp_vpnsid_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "SetNhpVpnSidContext failed, set fields failed.");
 }
 
 uint32_t FIB_DB_SetNhpVpnSidFlag(uint64_t obj, const FibDbNhpVpnSidItem* item) {

@@ -39,7 +39,6 @@ constexpr fibdb::Table<Item, Key> kNhpVxlan{
 };
 
 uint32_t stageContext(uint64_t obj, const Item* item) {
-  constexpr Text<> failed = "UpdateNhpVxlanContext failed, set fields failed.";
   uint32_t code = db_set_nhp_vxlan_svc_ctx_high_prio(obj, item->svc_ctx_high_prio, sizeof item->svc_ctx_high_prio);
   code |= db_set_nhp_vxlan_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_nhp_vxlan_status_high_prio(obj, item->status_high_prio);
@@ -47,9 +46,7 @@ uint32_t stageContext(uint64_t obj, const Item* item) {
   code |= db_set_nhp_vxlan_errcode_high_prio(obj, item->errcode_high_prio);
   code |= db_set_nhp_vxlan_errcode_normal_prio(obj, item->errcode_normal_prio);
   code |= db_set_nhp_vxlan_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "UpdateNhpVxlanContext failed, set fields failed.");
 }
 
 // The table as a context update sees it.
@@ -94,7 +91,6 @@ uint32_t FIB_DB_SetNhpVxlanKeyField(FibDbKeyDesc* desc, void* key, const FibDbNh
 }
 
 uint32_t FIB_DB_SetNhpVxlanItem(uint64_t obj, const FibDbNhpVxlanItem* item) {
-  constexpr Text<uint32_t> failed = "SetNhpVxlanItem setField failed, ret: %d.";
   uint32_t code = db_set_nhp_vxlan_nhp_index(obj, item->nhp_index);
   code |= db_set_nhp_vxlan_vr_id(obj, item->vr_id);
   code |= db_set_nhp_vxlan_vrf_index(obj, item->vrf_index);
@@ -122,9 +118,7 @@ uint32_t FIB_DB_SetNhpVxlanItem(uint64_t obj, const FibDbNhpVxlanItem* item) {
   code |= db_set_nhp_vxlan_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_nhp_vxlan_time_stamp_app(obj, item->time_stamp_app);
   code |= db_set_nhp_vxlan_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error(code);
-  return FIB_DB_ERR;
+  return fibdb::settleFields(code, "SetNhpVxlanItem setField failed, ret: %d.");
 }
 
 void FIB_DB_GetNhpVxlanItem(uint64_t obj, FibDbNhpVxlanItem* item) {

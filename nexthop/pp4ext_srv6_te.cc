@@ -173,7 +173,6 @@ uint32_t FIB_DB_UpdateNhp4ExtSrv6TeFields(const FibDbNhpSrv6TeItem* item, FibDbF
 }
 
 uint32_t FIB_DB_SetNhp4ExtSrv6TeContext(uint64_t obj, const FibDbNhpSrv6TeItem* item) {
-  constexpr Text<> failed = "SetNhp4ExtSrv6TeContext failed, set fields failed.";
   uint32_t code = db_set_pp4ext_srv6_te_svc_ctx_high_prio(obj, item->svc_ctx_high_prio, sizeof item->svc_ctx_high_prio);
   code |= db_set_pp4ext_srv6_te_svc_ctx_normal_prio(obj, item->svc_ctx_normal_prio, sizeof item->svc_ctx_normal_prio);
   code |= db_set_pp4ext_srv6_te_status_high_prio(obj, item->status_high_prio);
@@ -181,9 +180,7 @@ uint32_t FIB_DB_SetNhp4ExtSrv6TeContext(uint64_t obj, const FibDbNhpSrv6TeItem* 
   code |= db_set_pp4ext_srv6_te_errcode_high_prio(obj, item->errcode_high_prio);
   code |= db_set_pp4ext_srv6_te_errcode_normal_prio(obj, item->errcode_normal_prio);
   code |= db_set_pp4ext_srv6_te_time_stamp_svc(obj, item->time_stamp_svc);
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "SetNhp4ExtSrv6TeContext failed, set fields failed.");
 }
 
 uint32_t FIB_DB_UpdateNhp4ExtSrv6TeContext(const FibDbNhpSrv6TeItem* item) {

@@ -28,7 +28,6 @@ static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_vrf, 1) == FIB_DB_VRF_
 static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_vrf, 2) == FIB_DB_VRF_BY_VR_ID);
 
 uint32_t stage(uint64_t obj, const Item* item) {
-  constexpr Text<> failed = "Write vrf DB failed, set fields failed.";
   uint32_t code = db_set_vrf_vr_id(obj, item->vr_id);
   code |= db_set_vrf_vrf_id(obj, item->vrf_id);
   code |= db_set_vrf_vrf_name(obj, item->vrf_name, sizeof item->vrf_name);
@@ -37,9 +36,7 @@ uint32_t stage(uint64_t obj, const Item* item) {
   code |= db_set_vrf_app_obj_id(obj, item->app_obj_id);
   code |= db_set_vrf_app_version(obj, item->app_version);
   code |= db_set_vrf_time_stamp_create(obj, UFIB_DB_GetSysTime());
-  if (code == 0) return FIB_DB_OK;
-  failed.error();
-  return FIB_DB_ERR;
+  return fibdb::settleFieldsUnsaid(code, "Write vrf DB failed, set fields failed.");
 }
 
 constexpr fibdb::Table<Item, fibdb::KeyBytes<FIB_DB_VRF_PRIMARY>> kVrf{

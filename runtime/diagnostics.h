@@ -33,6 +33,13 @@ inline uint32_t settleFields(uint32_t code, const Text<uint32_t>& failed) {
   return FIB_DB_ERR;
 }
 
+// The same in words that leave the code unsaid.
+inline uint32_t settleFieldsUnsaid(uint32_t code, const Text<>& failed) {
+  if (code == FIB_DB_OK) return FIB_DB_OK;
+  failed.error();
+  return FIB_DB_ERR;
+}
+
 // A failure that is said in its function's own words, counted under its table, and handed on as it is.
 struct Failure {
   FibDbTableId table = FIB_DB_TABLE_COUNT;  // counts nowhere, and says so
