@@ -8,12 +8,10 @@
 #include <vector>
 
 #include "platform/objdb_tables.h"
+#include "tests/support/failing_code.h"
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test {
-
-// A code that shows whether a text prints it with a sign.
-constexpr uint32_t kCode = 0xFFFFFFF9;
 
 // The texts of a table, as they are printed for kCode.
 struct IteratorTexts {

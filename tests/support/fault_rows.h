@@ -26,6 +26,7 @@ inline uint32_t null(uint32_t) { return kNull; }
 inline uint32_t ignored(uint32_t) { return 0; }
 inline uint32_t refused(uint32_t) { return 22; }  // the own result of a checked copy
 inline uint32_t written(uint32_t code) { return code == 13044 ? 0 : code; }
+inline uint32_t writtenOrOne(uint32_t code) { return code == 13044 ? 0 : 1; }
 inline uint32_t read(uint32_t code) { return code == 15005 ? 60 : 1; }
 inline uint32_t readOrRaw(uint32_t code) { return code == 15005 ? 60 : code; }
 inline uint32_t stepped(uint32_t code) { return code == 110012 ? 60 : 1; }
@@ -47,7 +48,7 @@ inline Rules operator+(Rules rules, const Rules& more) {
 }
 
 struct Exported {
-  const char* name;
+  std::string name;
   std::function<uint32_t()> run;  // 0 when nothing fails
   Rules rules;                    // none: it calls nothing
 
@@ -62,7 +63,10 @@ inline std::vector<Exported>& allRows() {
 
 // The rows of one file, announced before main() begins.
 struct FaultRows {
-  FaultRows(std::initializer_list<Exported> rows) { allRows().insert(allRows().end(), rows.begin(), rows.end()); }
+  FaultRows(std::initializer_list<Exported> rows) : FaultRows(std::vector<Exported>(rows)) {}
+  explicit FaultRows(const std::vector<Exported>& rows) {
+    allRows().insert(allRows().end(), rows.begin(), rows.end());
+  }
 };
 
 // A call sequence on an object of the table that hands the creation's code on. ----------------------------------------
