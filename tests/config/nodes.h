@@ -208,7 +208,12 @@ inline const std::vector<Node>& allNodes() {
   return nodes;
 }
 
-inline const Node& nodeNamed(const std::string& name) { return *std::ranges::find(allNodes(), name, &Node::name); }
+// Those of a record, in the order in which an item is filled.
+inline std::vector<Node> nodesOf(const Record& record) {
+  std::vector<Node> nodes;
+  for (const std::string& name : record.nodes) nodes.push_back(*std::ranges::find(allNodes(), name, &Node::name));
+  return nodes;
+}
 
 }  // namespace fibdb::test
 

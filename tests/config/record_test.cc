@@ -22,8 +22,7 @@ class RecordTest : public ConfigTest, public testing::WithParamInterface<const R
     Row row;
     putField(record.table, row, "vr_id", 42);
     for (const Setting& setting : settings) putField(record.table, row, setting.field, valueOf(setting));
-    for (const std::string& name : record.nodes) {
-      const Node& node = nodeNamed(name);
+    for (const Node& node : nodes) {
       for (const NodeField& field : node.fields) putField(record.table, row, node.inRow(field), Node::valueOf(field));
     }
     return row;
@@ -32,8 +31,7 @@ class RecordTest : public ConfigTest, public testing::WithParamInterface<const R
     Bytes item = itemFor(record, 42);
     putNumber(item, kFlagsInItem, 4, 0xFFFFFFFF);
     for (const Setting& setting : settings) putNumber(item, setting.inItem, setting.width, valueOf(setting));
-    for (const std::string& name : record.nodes) {
-      const Node& node = nodeNamed(name);
+    for (const Node& node : nodes) {
       std::ranges::copy(node.full(), item.begin() + static_cast<ptrdiff_t>(node.inItem));
     }
     return item;
@@ -47,8 +45,8 @@ class RecordTest : public ConfigTest, public testing::WithParamInterface<const R
   }
   Calls nodeCalls(const std::string& object = "#1") const {
     Calls calls;
-    for (size_t i = 0; i < record.nodes.size(); ++i) {
-      const Node& node = nodeNamed(record.nodes[i]);
+    for (size_t i = 0; i < nodes.size(); ++i) {
+      const Node& node = nodes[i];
       calls.push_back(opened(node.name, object));
       const std::string handle = "+" + std::to_string(i + 1);
       for (const NodeField& field : node.fields) calls.push_back(getCall(record, node.inRow(field), handle));
@@ -59,6 +57,7 @@ class RecordTest : public ConfigTest, public testing::WithParamInterface<const R
 
   const Record& record = *GetParam();
   const std::vector<Setting> settings = settingsOf(record);
+  const std::vector<Node> nodes = nodesOf(record);
 };
 
 // The defaults of a new record.
@@ -114,12 +113,12 @@ TEST_P(RecordTest, An_item_whose_scalar_fails_gives_what_the_hook_gave) {
 }
 
 TEST_P(RecordTest, An_item_whose_node_cannot_be_opened_lacks_its_flag_alone) {
-  for (size_t failing = 0; failing < record.nodes.size(); ++failing) {
+  for (size_t failing = 0; failing < nodes.size(); ++failing) {
     platform.reset();
     SetUp();
     for (size_t i = 0; i < failing; ++i) platform.fail("db_create_child_node", 0);
     platform.fail("db_create_child_node", 10058);
-    const Node& node = nodeNamed(record.nodes[failing]);
+    const Node& node = nodes[failing];
     Bytes item(record.itemSize, 0xA5);
     record.fill(7, item.data());
     Bytes expected = fullItem();
@@ -130,8 +129,7 @@ TEST_P(RecordTest, An_item_whose_node_cannot_be_opened_lacks_its_flag_alone) {
 }
 
 TEST_P(RecordTest, An_item_whose_node_has_a_failing_field_lacks_its_flag_alone) {
-  for (const std::string& name : record.nodes) {
-    const Node& node = nodeNamed(name);
+  for (const Node& node : nodes) {
     for (const NodeField& field : node.fields) {
       platform.reset();
       SetUp();
@@ -228,7 +226,7 @@ TEST_P(RecordTest, Reading_an_item_with_parts_that_fail_is_a_success) {
   platform.failAlways("db_create_child_node", kCode);
   EXPECT_EQ(record.readItem(item.data()), 0u);
   uint32_t lacking = 0;
-  for (const std::string& name : record.nodes) lacking |= nodeNamed(name).validFlag;
+  for (const Node& node : nodes) lacking |= node.validFlag;
   EXPECT_EQ(flagsIn(item), ~lacking);
 }
 

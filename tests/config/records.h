@@ -62,8 +62,6 @@ struct Record {
   FibDbIterator* (*iterate)(uint32_t vrId);
   uint32_t (*next)(FibDbIterator* iterator, void* item);
   void (*releaseIterator)(FibDbIterator* iterator);
-
-  friend void PrintTo(const Record& record, std::ostream* out) { *out << record.name; }
 };
 
 inline const Record& ecmpRecord() {
