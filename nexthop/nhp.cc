@@ -1,8 +1,5 @@
 // nexthop/nhp.cc: next hops, keyed by nhp_index. The plainest table, and the pattern that the others vary.
 #include "fibdb/nexthop.h"
-
-#include <cstddef>
-
 #include "platform/objdb_tables.h"
 #include "platform/schema/catalog.h"
 #include "runtime/ops.h"
@@ -13,8 +10,7 @@ using fibdb::Text;
 using Item = FibDbNhpItem;
 
 static_assert(sizeof(Item) == 72);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp, 0) == FIB_DB_NHP_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp, 1) == FIB_DB_NHP_BY_VRF);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp, {FIB_DB_NHP_PRIMARY, FIB_DB_NHP_BY_VRF}));
 
 constexpr fibdb::Table<Item, uint32_t> kNhp{
     .create = db_create_nhp_obj,

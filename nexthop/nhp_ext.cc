@@ -1,8 +1,6 @@
 // nexthop/nhp_ext.cc: next-hop extensions, keyed by four words and a byte; found by IID index, by tunnel and by SD-WAN
 // key, too. Records travel as whole rows. Two families of iterators meet here: by IID index the object database's, by
 // tunnel the table service's, and only the latter can be stepped by this table.
-#include <cstddef>
-
 #include "fibdb/nexthop.h"
 #include "platform/objdb_tables.h"
 #include "platform/schema/catalog.h"
@@ -20,19 +18,10 @@ using Row = FibDbNhpExtRow;
 using Key = fibdb::KeyBytes<FIB_DB_NHP_EXT_PRIMARY>;
 
 static_assert(sizeof(Item) == 144);
-static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_nhp_ext));
-#define FIELD_AT(name) (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_nhp_ext, #name))
-static_assert(FIELD_AT(keyWords) && FIELD_AT(keyByte) && FIELD_AT(extByte1) && FIELD_AT(extByte2) && FIELD_AT(addr1));
-static_assert(FIELD_AT(addr2) && FIELD_AT(extWord1) && FIELD_AT(extBytes) && FIELD_AT(extWord2));
-static_assert(FIELD_AT(status_high_prio) && FIELD_AT(status_normal_prio) && FIELD_AT(errcode_high_prio));
-static_assert(FIELD_AT(errcode_normal_prio) && FIELD_AT(svc_ctx_high_prio) && FIELD_AT(svc_ctx_normal_prio));
-static_assert(FIELD_AT(extWord3) && FIELD_AT(extWord4) && FIELD_AT(extDword1) && FIELD_AT(extWord5));
-static_assert(FIELD_AT(extDword2) && FIELD_AT(time_stamp_svc));
-#undef FIELD_AT
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext, 0) == FIB_DB_NHP_EXT_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext, 1) == FIB_DB_NHP_EXT_BY_IID_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext, 2) == FIB_DB_NHP_EXT_BY_TUNNEL);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext, 3) == FIB_DB_NHP_EXT_BY_SDWAN_KEY);
+static_assert(fibdb::schema::kIsRow_nhp_ext<Row>);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_ext,
+                                        {FIB_DB_NHP_EXT_PRIMARY, FIB_DB_NHP_EXT_BY_IID_INDEX, FIB_DB_NHP_EXT_BY_TUNNEL,
+                                         FIB_DB_NHP_EXT_BY_SDWAN_KEY}));
 
 // Between item and row, every field in its order whatever becomes of the copies before it. Gives what the last of the
 // four copies gave.

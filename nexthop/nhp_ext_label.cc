@@ -1,7 +1,5 @@
 // nexthop/nhp_ext_label.cc: labels of next-hop extensions, keyed by seven words; walked by VRF, too. The table service
 // stores the caller's layout as it is, and no time is stamped.
-#include <cstddef>
-
 #include "fibdb/nexthop.h"
 #include "platform/objdb_tables.h"
 #include "platform/schema/catalog.h"
@@ -12,16 +10,9 @@ namespace {
 using Item = FibDbNhpExtLabelItem;
 using Row = FibDbNhpExtLabelItem;
 
-static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_nhp_ext_label));
-#define STANDS_AT(member, column) \
-  (offsetof(Row, member) == fibdb::schema::offsetOf(fibdb::schema::kFields_nhp_ext_label, #column))
-static_assert(STANDS_AT(keyWords, keyWords) && STANDS_AT(labelWord1, labelWord1) && STANDS_AT(labelWord2, labelWord2));
-static_assert(STANDS_AT(labelByte1, labelByte1) && STANDS_AT(labelByte2, labelByte2));
-static_assert(STANDS_AT(labelData, labelData) && STANDS_AT(labelWord3, labelWord3));
-static_assert(STANDS_AT(smoothId, table_smooth_id) && STANDS_AT(stamp1, stamp1) && STANDS_AT(stamp2, stamp2));
-#undef STANDS_AT
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext_label, 0) == FIB_DB_NHP_EXT_LABEL_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_ext_label, 1) == FIB_DB_NHP_EXT_LABEL_BY_VRF);
+static_assert(fibdb::schema::kIsRow_nhp_ext_label<Row>);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_ext_label,
+                                        {FIB_DB_NHP_EXT_LABEL_PRIMARY, FIB_DB_NHP_EXT_LABEL_BY_VRF}));
 
 constexpr fibdb::RegisteredTable<Item, Row> kNhpExtLabel{
     .id = fibdb::kUfibNhpExtLabel,

@@ -18,9 +18,9 @@ using Key = FibDbNhpGroupKey;
 
 static_assert(sizeof(Item) == 152);
 static_assert(sizeof(Key) == fibdb::keyLengthOf(FIB_DB_NHP_GROUP_PRIMARY));
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group, 0) == FIB_DB_NHP_GROUP_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group, 1) == FIB_DB_NHP_GROUP_BY_VRF);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group, 2) == FIB_DB_NHP_GROUP_BY_VR_AND_VRF);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_group,
+                                        {FIB_DB_NHP_GROUP_PRIMARY, FIB_DB_NHP_GROUP_BY_VRF,
+                                         FIB_DB_NHP_GROUP_BY_VR_AND_VRF}));
 
 // Kinds of change.
 enum OperBitmap : uint32_t { kWhole = 1, kRefCount = 2, kSmoothId = 4, kContext = 8, kFlags = 16 };

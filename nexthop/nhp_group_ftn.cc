@@ -11,7 +11,7 @@ using fibdb::Text;
 using Item = FibDbNhpGroupItem;
 using Key = fibdb::KeyBytes<FIB_DB_NHP_GROUP_FTN_PRIMARY>;
 
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group_ftn, 0) == FIB_DB_NHP_GROUP_FTN_PRIMARY);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_group_ftn, {FIB_DB_NHP_GROUP_FTN_PRIMARY}));
 
 // The kind of change that readers of the table are told: the whole record was written.
 constexpr uint32_t kWhole = 1;

@@ -1,7 +1,5 @@
 // nexthop/nhp_group_node.cc: members of next-hop groups, keyed by everything that tells them apart; found by group and
 // by either next hop, and, through the table service, by primary attribute.
-#include <cstddef>
-
 #include "fibdb/nexthop.h"
 #include "platform/objdb_tables.h"
 #include "platform/schema/catalog.h"
@@ -17,19 +15,11 @@ using Row = FibDbNhpGroupNodeRow;
 using Key = fibdb::KeyBytes<FIB_DB_NHP_GROUP_NODE_PRIMARY>;
 
 static_assert(sizeof(Item) == 88);
-static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_nhp_group_node));
-#define FIELD_AT(name) (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_nhp_group_node, #name))
-static_assert(FIELD_AT(nhp_group_id) && FIELD_AT(attribute_id) && FIELD_AT(primary_nhp_id));
-static_assert(FIELD_AT(primary_label) && FIELD_AT(backup_nhp_id) && FIELD_AT(backup_label) && FIELD_AT(vr_id));
-static_assert(FIELD_AT(sequence) && FIELD_AT(rsv) && FIELD_AT(vrf_index) && FIELD_AT(flags));
-static_assert(FIELD_AT(app_source_id) && FIELD_AT(group_smooth_id) && FIELD_AT(app_obj_id));
-static_assert(FIELD_AT(time_stamp_app) && FIELD_AT(time_stamp_svc) && FIELD_AT(bandwidth));
-#undef FIELD_AT
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group_node, 0) == FIB_DB_NHP_GROUP_NODE_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group_node, 1) == FIB_DB_NHP_GROUP_NODE_BY_NHP_GROUP);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group_node, 2) == FIB_DB_NHP_GROUP_NODE_BY_PRIMARY_NHP);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group_node, 3) == FIB_DB_NHP_GROUP_NODE_BY_BACKUP_NHP);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_group_node, 4) == FIB_DB_NHP_GROUP_NODE_BY_PRI_ATTR);
+static_assert(fibdb::schema::kIsRow_nhp_group_node<Row>);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_group_node,
+                                        {FIB_DB_NHP_GROUP_NODE_PRIMARY, FIB_DB_NHP_GROUP_NODE_BY_NHP_GROUP,
+                                         FIB_DB_NHP_GROUP_NODE_BY_PRIMARY_NHP, FIB_DB_NHP_GROUP_NODE_BY_BACKUP_NHP,
+                                         FIB_DB_NHP_GROUP_NODE_BY_PRI_ATTR}));
 
 constexpr fibdb::Table<Item, Key> kNhpGroupNode{
     .create = db_create_nhp_group_node_obj,

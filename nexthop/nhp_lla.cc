@@ -17,11 +17,10 @@ using LocalHash = PackedKey<FIB_DB_NHP_LLA_BY_LOCAL_HASH>;
 
 static_assert(sizeof(Item) == 136);
 static_assert(sizeof(FibDbNhpLlaCnt) == 40 + 4 * sizeof(uint32_t));
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_lla, 0) == FIB_DB_NHP_LLA_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_lla, 1) == FIB_DB_NHP_LLA_BY_NHP_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_lla, 2) == FIB_DB_NHP_LLA_BY_LOCAL_HASH);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_lla, 3) == FIB_DB_NHP_LLA_BY_IF_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_lla, 5) == FIB_DB_NHP_LLA_BY_GLOBAL_SLOT);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_lla,
+                                        {FIB_DB_NHP_LLA_PRIMARY, FIB_DB_NHP_LLA_BY_NHP_INDEX,
+                                         FIB_DB_NHP_LLA_BY_LOCAL_HASH, FIB_DB_NHP_LLA_BY_IF_INDEX,
+                                         FIB_DB_NHP_LLA_BY_GLOBAL_SLOT}));
 
 constexpr fibdb::Table<Item, Key> kNhpLla{
     .create = db_create_nhp_lla_obj,

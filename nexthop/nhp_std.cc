@@ -13,13 +13,11 @@ using Item = FibDbNhpStdItem;
 using Key = fibdb::KeyBytes<FIB_DB_NHP_STD_PRIMARY>;
 
 static_assert(sizeof(Item) == 128);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_std, 0) == FIB_DB_NHP_STD_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_std, 1) == FIB_DB_NHP_STD_BY_NHP_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_std, 2) == FIB_DB_NHP_STD_BY_LOCAL_HASH);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_std, 3) == FIB_DB_NHP_STD_BY_IF_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_std, 4) == FIB_DB_NHP_STD_BY_IF_TYPE);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_std, 5) == FIB_DB_NHP_STD_BY_WORK_IF_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_std, 6) == FIB_DB_NHP_STD_BY_GLOBAL_SLOT);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_std,
+                                        {FIB_DB_NHP_STD_PRIMARY, FIB_DB_NHP_STD_BY_NHP_INDEX,
+                                         FIB_DB_NHP_STD_BY_LOCAL_HASH, FIB_DB_NHP_STD_BY_IF_INDEX,
+                                         FIB_DB_NHP_STD_BY_IF_TYPE, FIB_DB_NHP_STD_BY_WORK_IF_INDEX,
+                                         FIB_DB_NHP_STD_BY_GLOBAL_SLOT}));
 
 constexpr fibdb::Table<Item, Key> kNhpStd{
     .create = db_create_nhp_std_obj,

@@ -14,8 +14,8 @@ using Key = fibdb::KeyBytes<FIB_DB_NHP_VPN_PRIMARY>;
 using ByNhpIndex = PackedKey<FIB_DB_NHP_VPN_BY_NHP_INDEX>;
 
 static_assert(sizeof(Item) == 56);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vpn, 0) == FIB_DB_NHP_VPN_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vpn, 1) == FIB_DB_NHP_VPN_BY_NHP_INDEX);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_vpn,
+                                        {FIB_DB_NHP_VPN_PRIMARY, FIB_DB_NHP_VPN_BY_NHP_INDEX}));
 
 constexpr fibdb::Table<Item, Key> kNhpVpn{
     .create = db_create_nhp_vpn_obj,

@@ -1,7 +1,5 @@
 // nexthop/nhp_vpnsid.cc: next hops with VPN segment identifiers, keyed by three words and a SID; found by next hop,
 // XSID and VPN SID, too. Records travel as whole rows; one record is read through the table service.
-#include <cstddef>
-
 #include "fibdb/nexthop.h"
 #include "platform/objdb_tables.h"
 #include "platform/schema/catalog.h"
@@ -19,19 +17,10 @@ using Key = fibdb::KeyBytes<FIB_DB_NHP_VPNSID_PRIMARY>;
 
 static_assert(sizeof(Item) == 264);
 static_assert(sizeof(Row) == 256);
-static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_nhp_vpnsid));
-#define FIELD_AT(name) (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_nhp_vpnsid, #name))
-static_assert(FIELD_AT(sid) && FIELD_AT(attr_word1) && FIELD_AT(addr2) && FIELD_AT(addr3) && FIELD_AT(attr_byte1));
-static_assert(FIELD_AT(attr_byte3) && FIELD_AT(flags) && FIELD_AT(attr_word3) && FIELD_AT(status_high_prio));
-static_assert(FIELD_AT(errcode_normal_prio) && FIELD_AT(svc_ctx_high_prio) && FIELD_AT(svc_ctx_normal_prio));
-static_assert(FIELD_AT(attr_word5) && FIELD_AT(block16a) && FIELD_AT(block16b) && FIELD_AT(app_source_id));
-static_assert(FIELD_AT(app_obj_id) && FIELD_AT(app_version) && FIELD_AT(time_stamp_app) && FIELD_AT(time_stamp_svc));
-static_assert(FIELD_AT(block32a) && FIELD_AT(block32b));
-#undef FIELD_AT
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vpnsid, 0) == FIB_DB_NHP_VPNSID_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vpnsid, 1) == FIB_DB_NHP_VPNSID_BY_NHP_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vpnsid, 2) == FIB_DB_NHP_VPNSID_BY_XSID_INFO);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vpnsid, 3) == FIB_DB_NHP_VPNSID_BY_VPN_SID);
+static_assert(fibdb::schema::kIsRow_nhp_vpnsid<Row>);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_vpnsid,
+                                        {FIB_DB_NHP_VPNSID_PRIMARY, FIB_DB_NHP_VPNSID_BY_NHP_INDEX,
+                                         FIB_DB_NHP_VPNSID_BY_XSID_INFO, FIB_DB_NHP_VPNSID_BY_VPN_SID}));
 
 constexpr fibdb::Table<Item, Key> kNhpVpnSid{
     .create = db_create_nhp_vpnsid_obj,

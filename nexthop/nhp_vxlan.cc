@@ -16,17 +16,10 @@ using Row = FibDbNhpVxlanRow;
 using Key = fibdb::KeyBytes<FIB_DB_NHP_VXLAN_PRIMARY>;
 
 static_assert(sizeof(Item) == 144);
-static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_nhp_vxlan));
-#define FIELD_AT(name) (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_nhp_vxlan, #name))
-static_assert(FIELD_AT(tunnel_type) && FIELD_AT(gwip) && FIELD_AT(vrf_index) && FIELD_AT(overlay_type));
-static_assert(FIELD_AT(mac_addr) && FIELD_AT(status_high_prio) && FIELD_AT(svc_ctx_high_prio));
-static_assert(FIELD_AT(svc_ctx_normal_prio) && FIELD_AT(app_obj_id) && FIELD_AT(vsi_index) && FIELD_AT(dvp_index));
-static_assert(FIELD_AT(time_stamp_app) && FIELD_AT(time_stamp_svc));
-#undef FIELD_AT
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vxlan, 0) == FIB_DB_NHP_VXLAN_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vxlan, 1) == FIB_DB_NHP_VXLAN_BY_NHP_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vxlan, 2) == FIB_DB_NHP_VXLAN_BY_TUNNEL);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_nhp_vxlan, 3) == FIB_DB_NHP_VXLAN_BY_VNI);
+static_assert(fibdb::schema::kIsRow_nhp_vxlan<Row>);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_nhp_vxlan,
+                                        {FIB_DB_NHP_VXLAN_PRIMARY, FIB_DB_NHP_VXLAN_BY_NHP_INDEX,
+                                         FIB_DB_NHP_VXLAN_BY_TUNNEL, FIB_DB_NHP_VXLAN_BY_VNI}));
 
 constexpr fibdb::Table<Item, Key> kNhpVxlan{
     .create = db_create_nhp_vxlan_obj,

@@ -1,7 +1,5 @@
 // nexthop/pp4ext_srv6_te.cc: what SRv6 traffic engineering adds to next hops, keyed by four words, an address and a
 // type; found by next hop and by policy, too. Records travel as whole rows.
-#include <cstddef>
-
 #include "fibdb/nexthop.h"
 #include "platform/objdb_tables.h"
 #include "platform/schema/catalog.h"
@@ -18,17 +16,10 @@ using Key = fibdb::KeyBytes<FIB_DB_PP4EXT_SRV6_TE_PRIMARY>;
 
 static_assert(sizeof(Item) == 160);
 static_assert(sizeof(Row) == 156);
-static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_pp4ext_srv6_te));
-#define FIELD_AT(name) (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_pp4ext_srv6_te, #name))
-static_assert(FIELD_AT(key_word4) && FIELD_AT(addr) && FIELD_AT(type_byte) && FIELD_AT(attr_byte1));
-static_assert(FIELD_AT(attr_word1) && FIELD_AT(addr2) && FIELD_AT(attr_word3) && FIELD_AT(status_high_prio));
-static_assert(FIELD_AT(errcode_normal_prio) && FIELD_AT(attr_byte2) && FIELD_AT(svc_ctx_high_prio));
-static_assert(FIELD_AT(svc_ctx_normal_prio) && FIELD_AT(block1) && FIELD_AT(block2) && FIELD_AT(attr_word4));
-static_assert(FIELD_AT(time_stamp_app) && FIELD_AT(time_stamp_svc));
-#undef FIELD_AT
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_pp4ext_srv6_te, 0) == FIB_DB_PP4EXT_SRV6_TE_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_pp4ext_srv6_te, 1) == FIB_DB_PP4EXT_SRV6_TE_BY_NHP_INDEX);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_pp4ext_srv6_te, 2) == FIB_DB_PP4EXT_SRV6_TE_BY_POLICY_INFO);
+static_assert(fibdb::schema::kIsRow_pp4ext_srv6_te<Row>);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_pp4ext_srv6_te,
+                                        {FIB_DB_PP4EXT_SRV6_TE_PRIMARY, FIB_DB_PP4EXT_SRV6_TE_BY_NHP_INDEX,
+                                         FIB_DB_PP4EXT_SRV6_TE_BY_POLICY_INFO}));
 
 constexpr fibdb::Table<Item, Key> kSrv6Te{
     .create = db_create_pp4ext_srv6_te_obj,

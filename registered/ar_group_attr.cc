@@ -1,7 +1,5 @@
 // registered/ar_group_attr.cc: AR group attributes, keyed by two words and a byte; found by attribute id, originator id
 // or origin AS number, too. The pattern of the registered tables.
-#include <cstddef>
-
 #include "fibdb/registered.h"
 #include "platform/objdb_tables.h"
 #include "platform/schema/catalog.h"
@@ -13,16 +11,10 @@ using Item = FibDbArGroupAttrItem;
 using Row = FibDbArGroupAttrRow;
 
 static_assert(sizeof(Item) == 136);
-static_assert(sizeof(Row) == fibdb::schema::rowLengthOf(fibdb::schema::kFields_ar_group_attr));
-#define FIELD_AT(name) (offsetof(Row, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_ar_group_attr, #name))
-static_assert(FIELD_AT(originType) && FIELD_AT(attrWord1) && FIELD_AT(groupType) && FIELD_AT(attrBytes1));
-static_assert(FIELD_AT(attrBytes2) && FIELD_AT(attrBytes3) && FIELD_AT(attrBytes4) && FIELD_AT(table_smooth_id));
-static_assert(FIELD_AT(time_stamp_create) && FIELD_AT(time_stamp_smooth));
-#undef FIELD_AT
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ar_group_attr, 0) == FIB_DB_AR_GROUP_ATTR_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ar_group_attr, 1) == FIB_DB_AR_GROUP_ATTR_BY_ATTR_ID);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ar_group_attr, 3) == FIB_DB_AR_GROUP_ATTR_BY_ORIGINATOR_ID);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ar_group_attr, 4) == FIB_DB_AR_GROUP_ATTR_BY_ORIGIN_ASN);
+static_assert(fibdb::schema::kIsRow_ar_group_attr<Row>);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_ar_group_attr,
+                                        {FIB_DB_AR_GROUP_ATTR_PRIMARY, FIB_DB_AR_GROUP_ATTR_BY_ATTR_ID,
+                                         FIB_DB_AR_GROUP_ATTR_BY_ORIGINATOR_ID, FIB_DB_AR_GROUP_ATTR_BY_ORIGIN_ASN}));
 
 constexpr fibdb::RegisteredTable<Item, Row> kArGroupAttr{
     .id = fibdb::kUfibArGroupAttr,

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <iterator>
 #include <span>
 #include <string_view>
@@ -196,6 +197,15 @@ constexpr bool marksItsNodes(const Table& table) {
 }
 static_assert(std::ranges::all_of(kTables, marksItsNodes));
 
+// Whether these are the ids of a table's indexes, all of them in order: what holds the ids that callers write.
+consteval bool indexesAre(std::span<const Index> indexes, std::initializer_list<uint32_t> ids) {
+  if (indexes.size() != ids.size()) return false;
+  for (size_t i = 0; i < indexes.size(); ++i) {
+    if (indexes[i].id() != ids.begin()[i]) return false;
+  }
+  return true;
+}
+
 // The id of the index with this number, to hold the ids that callers write against.
 consteval uint32_t idOf(std::span<const Index> indexes, uint8_t number) {
   for (const Index& index : indexes) {
@@ -210,6 +220,19 @@ consteval size_t offsetOf(std::span<const Field> fields, std::string_view name) 
   if (field == nullptr) columnNamesNoField();
   return field->offset;
 }
+
+// kIsRow_<t><Record>: whether every column of the table is a member of this record, at its place and of its size.
+#define TABLE(t)          \
+  template <class Record> \
+  inline constexpr bool kIsRow_##t =
+#define SCALAR_AS(t, column, name, type, access) \
+  (offsetof(Record, name) == offsetOf(kFields_##t, #column) && sizeof(Record::name) == sizeof(type))&&
+#define SCALAR(t, name, type, access) SCALAR_AS(t, name, name, type, access)
+#define BYTES(t, name, count, access) \
+  (offsetof(Record, name) == offsetOf(kFields_##t, #name) && sizeof(Record::name) == (count))&&
+#define ARRAY(t, name, type, count) BYTES(t, name, sizeof(type) * (count), NONE)
+#define END_TABLE(t) sizeof(Record) == rowLengthOf(kFields_##t);
+#include "platform/schema/tables.def"
 
 }  // namespace fibdb::schema
 

@@ -31,6 +31,43 @@ TEST(Schema, packs_number_kind_and_key_length_into_the_index_id) {
   EXPECT_EQ(index.columns[2].size, 5u);
 }
 
+// A record is a table's row when each column is a member at its place, of its size, and nothing follows the last one.
+struct LikeSpecialIp {
+  uint32_t specialKey, specialWord;
+  uint8_t specialByte, zero[3], specialPart1[2], specialPart2[2];
+};
+struct Swapped {
+  uint32_t specialWord, specialKey;
+  uint8_t specialByte, zero[3], specialPart1[2], specialPart2[2];
+};
+struct Wider {
+  uint32_t specialKey, specialWord;
+  uint16_t specialByte;
+  uint8_t zero[2], specialPart1[2], specialPart2[2];
+};
+struct Longer {
+  uint32_t specialKey, specialWord;
+  uint8_t specialByte, zero[3], specialPart1[2], specialPart2[2];
+  uint32_t more;
+};
+
+TEST(Schema, tells_a_tables_row_from_records_that_are_not) {
+  EXPECT_TRUE(kIsRow_fib_special_ip<LikeSpecialIp>);
+  EXPECT_FALSE(kIsRow_fib_special_ip<Swapped>);
+  EXPECT_FALSE(kIsRow_fib_special_ip<Wider>);
+  EXPECT_FALSE(kIsRow_fib_special_ip<Longer>);
+}
+
+TEST(Schema, indexesAre_wants_every_id_and_no_other) {
+  constexpr Index indexes[] = {indexOf(kToy, 0, IndexKind::kPrimary, "index"),
+                               indexOf(kToy, 2, IndexKind::kSecondary, "byte")};
+  EXPECT_TRUE(indexesAre(indexes, {0x00010004, 0x02090001}));
+  EXPECT_FALSE(indexesAre(indexes, {0x02090001, 0x00010004}));
+  EXPECT_FALSE(indexesAre(indexes, {0x00010004, 0x01090001}));
+  EXPECT_FALSE(indexesAre(indexes, {0x00010004}));
+  EXPECT_FALSE(indexesAre(indexes, {0x00010004, 0x02090001, 0x03090001}));
+}
+
 TEST(Schema, names_each_table_once) {
   std::set<std::string_view> names;
   for (const Table& table : kTables) names.insert(table.name);
