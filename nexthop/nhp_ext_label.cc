@@ -50,8 +50,7 @@ void FIB_DB_GetNhpExtLabelFields(const void* row, FibDbNhpExtLabelItem* item) {
 }
 
 uint32_t FIB_DB_SetNhpExtLabelSmoothID(const FibDbUfibData* ctx, uint64_t obj) {
-  if (ctx == nullptr) return FIB_DB_ERR;
-  return db_set_nhp_ext_label_table_smooth_id(obj, static_cast<const Item*>(ctx->data)->smoothId);
+  return fibdb::stageSmoothId<Item>(ctx, obj, db_set_nhp_ext_label_table_smooth_id);
 }
 
 uint32_t FIB_DB_CreateNhpExtLabel(const FibDbNhpExtLabelItem* item) { return fibdb::createEntry(kNhpExtLabel, item); }

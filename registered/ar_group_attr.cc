@@ -23,12 +23,7 @@ constexpr fibdb::RegisteredTable<Item, Row> kArGroupAttr{
 };
 
 // Both origin keys select group type 1, whatever the item's group type.
-void setOriginKey(uint32_t id, uint8_t originType, uint32_t origin, uint32_t* indexId, void* key) {
-  *indexId = id;
-  uint8_t* at = fibdb::putKeyField(static_cast<uint8_t*>(key), originType);
-  at = fibdb::putKeyField(at, uint32_t{FIB_DB_AR_GROUP_TYPE});
-  fibdb::putKeyField(at, origin);
-}
+constexpr uint32_t kGroupType = FIB_DB_AR_GROUP_TYPE;
 
 // The origin key that the item's origin type calls for.
 void setGroupTypeKey(const Item* item, uint32_t* indexId, void* key) {
@@ -82,24 +77,19 @@ void FIB_DB_GetArGroupAttrFields(const void* row, FibDbArGroupAttrItem* item) {
 }
 
 void FIB_DB_SetArGroupAttrPriKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key) {
-  *indexId = FIB_DB_AR_GROUP_ATTR_PRIMARY;
-  uint8_t* at = fibdb::putKeyField(static_cast<uint8_t*>(key), item->keyWord1);
-  at = fibdb::putKeyField(at, item->keyWord2);
-  fibdb::putKeyField(at, item->keyByte);
+  fibdb::giveKey<FIB_DB_AR_GROUP_ATTR_PRIMARY>(indexId, key, item->keyWord1, item->keyWord2, item->keyByte);
 }
 
 void FIB_DB_SetArGroupAttrAttrIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key) {
-  *indexId = FIB_DB_AR_GROUP_ATTR_BY_ATTR_ID;
-  uint8_t* at = fibdb::putKeyField(static_cast<uint8_t*>(key), item->keyWord1);
-  fibdb::putKeyField(at, item->keyWord2);
+  fibdb::giveKey<FIB_DB_AR_GROUP_ATTR_BY_ATTR_ID>(indexId, key, item->keyWord1, item->keyWord2);
 }
 
 void FIB_DB_SetArGroupAttrOriginatorIdHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key) {
-  setOriginKey(FIB_DB_AR_GROUP_ATTR_BY_ORIGINATOR_ID, item->originType, item->originatorId, indexId, key);
+  fibdb::giveKey<FIB_DB_AR_GROUP_ATTR_BY_ORIGINATOR_ID>(indexId, key, item->originType, kGroupType, item->originatorId);
 }
 
 void FIB_DB_SetArGroupAttrOriginAsnHashKey(const FibDbArGroupAttrItem* item, uint32_t* indexId, void* key) {
-  setOriginKey(FIB_DB_AR_GROUP_ATTR_BY_ORIGIN_ASN, item->originType, item->originAsn, indexId, key);
+  fibdb::giveKey<FIB_DB_AR_GROUP_ATTR_BY_ORIGIN_ASN>(indexId, key, item->originType, kGroupType, item->originAsn);
 }
 
 void FIB_DB_SetArGroupAttrGroupTypeHashKey(FibDbArGroupAttrItem* query, const FibDbArGroupAttrItem* item) {
@@ -113,12 +103,8 @@ void FIB_DB_SetArGroupAttrGroupTypeHashKey(FibDbArGroupAttrItem* query, const Fi
 }
 
 uint32_t FIB_DB_SetArGroupAttrSmoothID(const FibDbUfibData* ctx, uint64_t obj) {
-  // Required: the time is taken before anything is checked.
-  const uint64_t now = UFIB_DB_GetSysTime();
-  if (ctx == nullptr) return FIB_DB_ERR;
-  const auto* const item = static_cast<const Item*>(ctx->data);
-  if (const uint32_t code = db_set_ar_group_attr_table_smooth_id(obj, item->smoothId)) return code;
-  return db_set_ar_group_attr_time_stamp_smooth(obj, now);
+  return fibdb::stageSmoothId<Item>(ctx, obj, db_set_ar_group_attr_table_smooth_id,
+                                    db_set_ar_group_attr_time_stamp_smooth);
 }
 
 uint32_t FIB_DB_CreateArGroupAttr(const FibDbArGroupAttrItem* item) { return fibdb::createEntry(kArGroupAttr, item); }

@@ -29,9 +29,16 @@ struct RegisteredTable {
   void (*unpack)(const void* row, Item* item) = nullptr;
 };
 
-// Fills in the index id and the packed key of an item.
-template <class Item>
-using KeyBuilder = void(const Item* item, uint32_t* indexId, void* key);
+// Fills in the index id and the packed key of an item. The key is untyped, or a single word.
+template <class Item, class Key>
+using KeyBuilder = void(const Item* item, uint32_t* indexId, Key* key);
+
+// What a key builder gives: the id of this index, and its key from the fields in their order.
+template <uint32_t IndexId, class... Fields>
+void giveKey(uint32_t* indexId, void* key, Fields... fields) {
+  *indexId = IndexId;
+  putKey<IndexId>(key, fields...);
+}
 
 // A record for the service, zero in every byte before its fields are set: in the gaps between them, too. It is kept as
 // bytes, because a compiler that knows it as a record, or copies it, need not keep its gaps.
@@ -52,9 +59,9 @@ class Zeroed {
 // A key request together with the descriptor and the key it points at. The index id says how long the key is.
 class KeyRequest {
  public:
-  template <class Item>
-  KeyRequest(const Item* item, KeyBuilder<Item>* build) {
-    build(item, &desc_.indexId, key_);
+  template <class Item, class Key>
+  KeyRequest(const Item* item, KeyBuilder<Item, Key>* build) {
+    build(item, &desc_.indexId, static_cast<Key*>(static_cast<void*>(key_)));
     pointAtKey();
   }
   // build(indexId, key), for keys that are not an item's.
@@ -81,7 +88,7 @@ class KeyRequest {
   }
 
   FibDbKeyDesc desc_{};
-  uint8_t key_[schema::kMaxKeyLength]{};
+  alignas(uint64_t) uint8_t key_[schema::kMaxKeyLength]{};
   Zeroed<FibDbUfibKey> request_;
 };
 
@@ -110,8 +117,8 @@ uint32_t createEntry(const RegisteredTable<Item, Row>& table, const Item* item) 
 }
 
 // UFIB_DB_Read or UFIB_DB_ReadUniqueHash into item, which stays as it is on a failure.
-template <class Item, class Row>
-uint32_t readEntry(const RegisteredTable<Item, Row>& table, Item* item, KeyBuilder<Item>* build,
+template <class Item, class Row, class Key>
+uint32_t readEntry(const RegisteredTable<Item, Row>& table, Item* item, KeyBuilder<Item, Key>* build,
                    decltype(UFIB_DB_Read)* readCall) {
   if (item == nullptr) return FIB_DB_ERR;
   const KeyRequest key(item, build);
@@ -123,8 +130,8 @@ uint32_t readEntry(const RegisteredTable<Item, Row>& table, Item* item, KeyBuild
 }
 
 // The setter finds the item through the update context.
-template <class Item, class Row>
-uint32_t updateEntry(const RegisteredTable<Item, Row>& table, const Item* item, KeyBuilder<Item>* build,
+template <class Item, class Row, class Key>
+uint32_t updateEntry(const RegisteredTable<Item, Row>& table, const Item* item, KeyBuilder<Item, Key>* build,
                      FibDbUfibSetter setter) {
   if (item == nullptr) return FIB_DB_ERR;
   const KeyRequest key(item, build);
@@ -132,23 +139,23 @@ uint32_t updateEntry(const RegisteredTable<Item, Row>& table, const Item* item, 
   return UFIB_DB_Update(table.id, key.get(), context.get(), setter);
 }
 
-template <class Item, class Row>
-uint32_t deleteEntry(const RegisteredTable<Item, Row>& table, const Item* item, KeyBuilder<Item>* build) {
+template <class Item, class Row, class Key>
+uint32_t deleteEntry(const RegisteredTable<Item, Row>& table, const Item* item, KeyBuilder<Item, Key>* build) {
   if (item == nullptr) return FIB_DB_ERR;
   const KeyRequest key(item, build);
   return UFIB_DB_Delete(table.id, key.get());
 }
 
-template <class Item, class Row>
-uint32_t countEntries(const RegisteredTable<Item, Row>& table, const Item* item, KeyBuilder<Item>* build,
+template <class Item, class Row, class Key>
+uint32_t countEntries(const RegisteredTable<Item, Row>& table, const Item* item, KeyBuilder<Item, Key>* build,
                       uint32_t* count) {
   if (item == nullptr) return FIB_DB_ERR;
   const KeyRequest key(item, build);
   return UFIB_DB_CountByKey(table.id, key.get(), count);
 }
 
-template <class Item, class Row>
-void* iterateEntries(const RegisteredTable<Item, Row>& table, const Item* item, KeyBuilder<Item>* build,
+template <class Item, class Row, class Key>
+void* iterateEntries(const RegisteredTable<Item, Row>& table, const Item* item, KeyBuilder<Item, Key>* build,
                      uint32_t property) {
   if (item == nullptr) return nullptr;
   const KeyRequest key(item, build);
@@ -159,6 +166,22 @@ void* iterateEntries(const RegisteredTable<Item, Row>& table, const Item* item, 
 template <class Item, class Row, uint32_t IndexId>
 void* iterateUnder(const RegisteredTable<Item, Row>& table, const PackedKey<IndexId>& key, uint32_t property) {
   return UFIB_DB_CreateIteratorByKey(table.id, property, KeyRequest(key).get());
+}
+
+// An update's setter that stages the smooth id of the item behind the context.
+template <class Item>
+uint32_t stageSmoothId(const FibDbUfibData* ctx, uint64_t obj, uint32_t (*setId)(uint64_t obj, uint32_t value)) {
+  return ctx == nullptr ? uint32_t{FIB_DB_ERR} : setId(obj, static_cast<const Item*>(ctx->data)->smoothId);
+}
+
+// The same, and then the time of the change.
+template <class Item>
+uint32_t stageSmoothId(const FibDbUfibData* ctx, uint64_t obj, uint32_t (*setId)(uint64_t obj, uint32_t value),
+                       uint32_t (*setStamp)(uint64_t obj, uint64_t value)) {
+  // Required: the time is taken before anything is checked.
+  const uint64_t now = UFIB_DB_GetSysTime();
+  const uint32_t code = stageSmoothId<Item>(ctx, obj, setId);
+  return code == FIB_DB_OK ? setStamp(obj, now) : code;
 }
 
 template <class Item, class Row>
