@@ -36,7 +36,7 @@ enum {
   FIB_DB_ERR = 1,                    /* NULL or out-of-range argument, failed allocation, or a failure the call maps */
   FIB_DB_NOT_FOUND = 60,             /* no record has this key, or the iteration has ended */
   FIB_DB_BATCH_NOT_EXECUTED = 10001, /* FIB_DB_BatchExecuteAsync: not now, try again */
-  FIB_DB_NO_ROUTE = 10003            /* FIB_DB_ReadIp4forwardByLpm: no prefix covers the address */
+  FIB_DB_NO_ROUTE = 10003            /* reads by longest match: no prefix covers the address */
 };
 
 /* Object database codes with a meaning of their own; any other non-zero code is a failure. */

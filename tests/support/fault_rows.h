@@ -84,13 +84,23 @@ inline Rules iteratorOf(const std::string& table, const Rules& steps = {}) {
          steps;
 }
 
+// Making an iterator of the table service, and giving it back.
+inline Rules serviceIterator() { return {{"UFIB_DB_CreateIterator", null}, {"UFIB_DB_ReleaseIterator", raw}}; }
+
 // A run of a key builder of the table service.
-template <class Build, class Item>
-uint32_t keyBuilt(Build build, Item* item) {
+template <class Item, class Key>
+uint32_t keyBuilt(void (*build)(const Item* item, uint32_t* indexId, Key* key), const Item* item) {
   uint32_t indexId = 0;
-  uint8_t key[64];
-  build(item, &indexId, key);
+  alignas(uint64_t) uint8_t key[64];
+  build(item, &indexId, static_cast<Key*>(static_cast<void*>(key)));
   return 0;
+}
+
+// A run that unpacks a row of zeros into the item.
+template <class Row, class Unpack, class Item>
+uint32_t unpacked(Unpack unpack, Item* item) {
+  const Row row{};
+  return unpack(&row, item), 0;
 }
 
 // A run that takes a step with its iterator and ends by giving it back; a release may have a status too.
