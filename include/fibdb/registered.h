@@ -196,6 +196,259 @@ FIBDB_API void* FIB_DB_CreateDodRuleIterator(uint32_t property);
 FIBDB_API uint32_t FIB_DB_GetNextDodRuleEntry(void* iter, FibDbDodRuleItem* item);
 FIBDB_API uint32_t FIB_DB_ReleaseDodRuleIterator(void* iter);
 
+/* Index id of the aging records of on-demand routes: agingKey. */
+enum { FIB_DB_DOD_AGING_PRIMARY = 0x00010004 };
+
+/* An aging record of on-demand routes. */
+typedef struct FibDbDodAgingItem {
+  uint32_t agingKey;
+  uint32_t agingWord1;
+  uint32_t agingWord2;
+  uint32_t agingWord3;
+  uint32_t agingWord4;
+} FibDbDodAgingItem;
+
+/* The same as the database stores it, 22 bytes. */
+#pragma pack(push, 1)
+typedef struct FibDbDodAgingRow {
+  uint32_t agingKey;
+  uint32_t agingWord1;
+  uint32_t agingWord2;
+  uint32_t agingWord3;
+  uint32_t agingWord4;
+  uint8_t zero[2];
+} FibDbDodAgingRow;
+#pragma pack(pop)
+
+FIBDB_API void FIB_DB_GetDodAgingFields(const void* row, FibDbDodAgingItem* item);
+FIBDB_API void FIB_DB_SetDodAgingPriKey(const FibDbDodAgingItem* item, uint32_t* indexId, uint32_t* key);
+
+FIBDB_API uint32_t FIB_DB_CreateDodAging(const FibDbDodAgingItem* item);
+FIBDB_API uint32_t FIB_DB_ReadDodAging(FibDbDodAgingItem* item);
+FIBDB_API uint32_t FIB_DB_DeleteDodAging(const FibDbDodAgingItem* item);
+FIBDB_API void* FIB_DB_CreateDodAgingIterator(uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextDodAgingEntry(void* iter, FibDbDodAgingItem* item);
+FIBDB_API uint32_t FIB_DB_ReleaseDodAgingIterator(void* iter);
+
+/* Index id of the special addresses: specialKey. */
+enum { FIB_DB_SPECIAL_IP_PRIMARY = 0x00010004 };
+
+/* A special address. The row has the same layout, with zeros for the room. */
+typedef struct FibDbSpecialIpItem {
+  uint32_t specialKey;
+  uint32_t specialWord;
+  uint8_t specialByte;
+  uint8_t reserved[3]; /* never stored, never filled */
+  uint8_t specialPart1[2];
+  uint8_t specialPart2[2];
+} FibDbSpecialIpItem;
+
+/* Gives what the checked copy of specialPart2 gave. */
+FIBDB_API uint32_t FIB_DB_GetSpecialIpFields(const void* row, FibDbSpecialIpItem* item);
+FIBDB_API void FIB_DB_SetSpecialIpPriKey(const FibDbSpecialIpItem* item, uint32_t* indexId, uint32_t* key);
+
+/* Creates the record, and refuses one that exists, like the Create functions of the other tables. */
+FIBDB_API uint32_t FIB_DB_WriteSpecialIp(const FibDbSpecialIpItem* item);
+FIBDB_API uint32_t FIB_DB_ReadSpecialIp(FibDbSpecialIpItem* item);
+FIBDB_API uint32_t FIB_DB_DeleteSpecialIp(const FibDbSpecialIpItem* item);
+FIBDB_API void* FIB_DB_CreateSpecialIpIterator(uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextSpecialEntry(void* iter, FibDbSpecialIpItem* item);
+FIBDB_API uint32_t FIB_DB_ReleaseSpecialIpIterator(void* iter);
+
+/* Index id of the sub-entries of special addresses: subKey1, subKey2, subKeyByte. */
+enum { FIB_DB_SPECIAL_IP_SUB_PRIMARY = 0x00010009 };
+
+/* A sub-entry of a special address. */
+typedef struct FibDbSpecialIpSubItem {
+  uint32_t subKey1;
+  uint32_t subKey2;
+  uint32_t reserved1[3]; /* never stored, never filled */
+  uint32_t subWord;
+  uint8_t subKeyByte;
+  uint8_t subByte1;
+  uint8_t subByte2;
+  uint8_t reserved2; /* never stored, never filled */
+  uint8_t subData[64];
+} FibDbSpecialIpSubItem;
+
+/* The same as the database stores it, 80 bytes. */
+#pragma pack(push, 1)
+typedef struct FibDbSpecialIpSubRow {
+  uint32_t subKey1;
+  uint32_t subKey2;
+  uint8_t subKeyByte;
+  uint8_t subByte1;
+  uint8_t subByte2;
+  uint8_t zero;
+  uint32_t subWord;
+  uint8_t subData[64];
+} FibDbSpecialIpSubRow;
+#pragma pack(pop)
+
+/* Gives what the checked copy of subData gave. */
+FIBDB_API uint32_t FIB_DB_GetSpecialIpSubFields(const void* row, FibDbSpecialIpSubItem* item);
+/* Key builder: the index id and the packed key (9 bytes). */
+FIBDB_API void FIB_DB_SetSpecialIpSubPriKey(const FibDbSpecialIpSubItem* item, uint32_t* indexId, void* key);
+
+/* Creates the record, as above. */
+FIBDB_API uint32_t FIB_DB_WriteSpecialIpSub(const FibDbSpecialIpSubItem* item);
+FIBDB_API uint32_t FIB_DB_ReadSpecialIpSub(FibDbSpecialIpSubItem* item);
+FIBDB_API uint32_t FIB_DB_DeleteSpecialIpSub(const FibDbSpecialIpSubItem* item);
+FIBDB_API void* FIB_DB_CreateSpecialIpSubIterator(uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextSpecialIpSubEntry(void* iter, FibDbSpecialIpSubItem* item);
+FIBDB_API uint32_t FIB_DB_ReleaseSpecialIpSubIterator(void* iter);
+
+/* Index ids of the VRF class data. */
+enum {
+  FIB_DB_VRF_CLASS_DATA_PRIMARY = 0x00010010,      /* table_id, producer_pid, vr_id, vrf_index */
+  FIB_DB_VRF_CLASS_DATA_BY_SMOOTH_END = 0x0309000C /* table_id, vrf_state, smooth_flag */
+};
+
+/* How far a producer's data of a VRF have come. */
+typedef struct FibDbVrfClassDataItem {
+  uint32_t table_id;
+  uint32_t producer_pid;
+  uint32_t vr_id;
+  uint32_t vrf_index;
+  uint32_t topology_id;
+  uint32_t vrf_state;
+  uint32_t vrf_data_machine;
+  uint32_t vrf_state_version;
+  uint32_t vrf_data_version;
+  uint32_t smooth_flag;
+  uint64_t time_stamp_verify_begin;
+  uint64_t time_stamp_verify_end;
+  uint64_t time_stamp_age_begin;
+  uint64_t time_stamp_age_end;
+} FibDbVrfClassDataItem;
+
+FIBDB_API void FIB_DB_SetVrfClassDataKey(FibDbVrfClassDataItem* item, uint32_t tableId, uint32_t producerPid,
+                                         uint32_t vrId, uint32_t vrfIndex);
+/* Key builders: the index id and the packed key (16 and 12 bytes). */
+FIBDB_API void FIB_DB_SetVrfClassDataKeyField(uint32_t* indexId, void* key, const FibDbVrfClassDataItem* item);
+FIBDB_API void FIB_DB_SetVrfClassDataSmoothEndHashKey(const FibDbVrfClassDataItem* item, uint32_t* indexId, void* key);
+/* Fills item from the record that obj stands on: all that can be read, and the results of all getters or-ed together,
+ * logged when not 0. 1 for a NULL item. */
+FIBDB_API uint32_t FIB_DB_GetVrfClassDataItem(uint64_t obj, FibDbVrfClassDataItem* item);
+
+/* From the object database: FIB_DB_NOT_FOUND for a missing record; other failures are logged, counted and returned as
+ * they are. A field that cannot be read is logged, and leaves the read a success. */
+FIBDB_API uint32_t FIB_DB_ReadVrfClassData(FibDbVrfClassDataItem* item);
+/* How many share item's table_id, vrf_state and smooth_flag. Neither argument may be NULL. */
+FIBDB_API uint32_t FIB_DB_CountVrfClassDataByKey(const FibDbVrfClassDataItem* item, uint32_t* count);
+
+/* Index id of the bindings of forwarding virtual systems to VPNs: fwdKey. */
+enum { FIB_DB_FWD_VS_VPN_PRIMARY = 0x00010004 };
+
+/* A binding of a forwarding virtual system to a VPN; the row has the same layout. */
+typedef struct FibDbFwdVsVpnItem {
+  uint32_t fwdKey;
+  uint32_t fwdWord;
+  uint8_t fwdBlock1[32];
+  uint8_t fwdBlock2[32];
+  uint32_t fwdWord2;
+  uint16_t fwdHalf1;
+  uint16_t fwdHalf2;
+  uint64_t fwdTimeStamp; /* of the creation, whatever the item says then */
+} FibDbFwdVsVpnItem;
+
+FIBDB_API void FIB_DB_GetFwdVsVpnFields(const void* row, FibDbFwdVsVpnItem* item);
+FIBDB_API void FIB_DB_SetFwdVsVpnPriKey(const FibDbFwdVsVpnItem* item, uint32_t* indexId, uint32_t* key);
+
+FIBDB_API uint32_t FIB_DB_CreateFwdVsVpn(const FibDbFwdVsVpnItem* item);
+FIBDB_API uint32_t FIB_DB_ReadFwdVsVpn(FibDbFwdVsVpnItem* item);
+FIBDB_API uint32_t FIB_DB_DeleteFwdVsVpn(const FibDbFwdVsVpnItem* item);
+
+/* Index id of the forced fragmentation: vr_id. */
+enum { FIB_DB_FORCE_FRAG_PRIMARY = 0x00010004 };
+
+/* Forced fragmentation of a virtual router. */
+typedef struct FibDbForceFragItem {
+  uint32_t vrId;
+  uint32_t enable;
+  uint8_t statusHigh;
+  uint8_t statusNormal;
+  uint8_t errcodeHigh;
+  uint8_t errcodeNormal;
+} FibDbForceFragItem;
+
+/* The same as the database stores it, 20 bytes. */
+#pragma pack(push, 1)
+typedef struct FibDbForceFragRow {
+  uint32_t vr_id;
+  uint32_t enable;
+  uint8_t status_high_prio;
+  uint8_t status_normal_prio;
+  uint8_t errcode_high_prio;
+  uint8_t errcode_normal_prio;
+  uint64_t time_stamp_create;
+} FibDbForceFragRow;
+#pragma pack(pop)
+
+FIBDB_API void FIB_DB_GetForceFragFields(const void* row, FibDbForceFragItem* item);
+
+/* Through the object database: inserts or replaces, and stamps. Failures are logged, and not counted; a field that
+ * cannot be set gives FIB_DB_ERR, any other failure is returned as it is. */
+FIBDB_API uint32_t FIB_DB_WriteIpForceFrag(const FibDbForceFragItem* item);
+/* From the object database: FIB_DB_NOT_FOUND for a missing record; other failures are logged, not counted, and returned
+ * as they are. A field that cannot be read gives FIB_DB_ERR silently, and the item may be filled in part. */
+FIBDB_API uint32_t FIB_DB_ReadIpForceFrag(FibDbForceFragItem* item);
+FIBDB_API void* FIB_DB_CreateIpForceFragIterator(uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextForceFragEntry(void* iter, FibDbForceFragItem* item);
+FIBDB_API uint32_t FIB_DB_ReleaseIpForceFragIterator(void* iter);
+
+/* Index id of the host routes of the virtual management interface: hostKey. */
+enum { FIB_DB_VIRTUAL_METH_HOST_PRIMARY = 0x00010004 };
+
+/* A host route of the virtual management interface. */
+typedef struct FibDbVirtualMethHostItem {
+  uint32_t hostKey;
+  uint32_t hostWord;
+  uint8_t hostByte1;
+  uint8_t hostByte2;
+  uint64_t hostValue;
+} FibDbVirtualMethHostItem;
+
+/* The same as the database stores it, 20 bytes. */
+#pragma pack(push, 1)
+typedef struct FibDbVirtualMethHostRow {
+  uint32_t hostKey;
+  uint32_t hostWord;
+  uint8_t hostByte1;
+  uint8_t hostByte2;
+  uint8_t zero[2];
+  uint64_t hostValue;
+} FibDbVirtualMethHostRow;
+#pragma pack(pop)
+
+FIBDB_API void FIB_DB_GetVirtualMethHostFields(const void* row, FibDbVirtualMethHostItem* item);
+FIBDB_API void FIB_DB_SetVirtualMethHostPriKey(const FibDbVirtualMethHostItem* item, uint32_t* indexId, uint32_t* key);
+
+FIBDB_API uint32_t FIB_DB_CreateVirtualMethHost(const FibDbVirtualMethHostItem* item);
+FIBDB_API uint32_t FIB_DB_ReadVirtualMethHost(FibDbVirtualMethHostItem* item);
+FIBDB_API uint32_t FIB_DB_DeleteVirtualMethHost(const FibDbVirtualMethHostItem* item);
+FIBDB_API void* FIB_DB_CreateVirtualMethHostIterator(uint32_t property);
+FIBDB_API uint32_t FIB_DB_GetNextVirtualMethHostEntry(void* iter, FibDbVirtualMethHostItem* item);
+FIBDB_API uint32_t FIB_DB_ReleaseVirtualMethHostIterator(void* iter);
+
+/* Index id of the IPv4 default routes: fvrf_index. */
+enum { FIB_DB_RE4_DEFAULT_PRIMARY = 0x00010004 };
+
+/* The IPv4 default route of a forwarding VRF. This table is not registered: all its functions go to the object
+ * database, and log and count what fails. The library does not read it. */
+typedef struct FibDbRe4DefaultItem {
+  uint32_t fvrfIndex;
+  uint8_t statusHigh;
+  uint8_t statusNormal;
+  uint64_t sysTime; /* as given: nothing here is stamped by the library */
+} FibDbRe4DefaultItem;
+
+/* Stages all fields; FIB_DB_ERR, logged, when one cannot be set. */
+FIBDB_API uint32_t FIB_DB_SetRe4DefaultItem(uint64_t obj, const FibDbRe4DefaultItem* item);
+/* Inserts or replaces. */
+FIBDB_API uint32_t FIB_DB_WriteRe4Default(const FibDbRe4DefaultItem* item);
+FIBDB_API uint32_t FIB_DB_RemoveRe4Default(const uint32_t* fvrfIndex);
+
 #ifdef __cplusplus
 }
 #endif

@@ -13,6 +13,9 @@
 
 namespace fibdb::test {
 
+// A code that shows whether a text prints it with a sign.
+constexpr uint32_t kCode = 0xFFFFFFF9;
+
 // Puts a number at an offset of a row.
 template <class Number>
 void putAt(Row& row, size_t offset, Number number) {
