@@ -119,6 +119,22 @@ uint32_t countProbes(uint8_t* count) {
   return store.code;
 }
 
+uint32_t countLike(const Probe* query, uint32_t* count) {
+  store.query = *query;
+  *count = 300;
+  return store.code;
+}
+
+// Finds by id alone; a code of its own says that there is none.
+constexpr uint32_t kNoSuchId = 10003;
+uint32_t readById(Probe* item) {
+  if (store.code != 0) return store.code;
+  const auto found = std::ranges::find(store.records, item->id, &Probe::id);
+  if (found == store.records.end()) return kNoSuchId;
+  *item = *found;
+  return 0;
+}
+
 void becomesKind7(Probe* item) { item->kind = 7; }
 
 constexpr Field kFields[] = {
@@ -237,6 +253,7 @@ TEST(RecordTables, are_sound) {
     for (const Field& field : table->fields) EXPECT_TRUE(names.emplace(field.name).second) << field.name;
     for (const Selection& selection : table->selections) {
       for (const std::string& name : splitWords(selection.fields)) EXPECT_TRUE(names.contains(name)) << name;
+      EXPECT_TRUE(canBeListed(selection) || canBeCounted(selection)) << selection.fields;
     }
     EXPECT_FALSE(table->write != nullptr && table->create != nullptr);
     if (table->nexthop.empty()) continue;
@@ -551,6 +568,41 @@ TEST_F(RecordTableTest, a_line_has_the_key_and_what_is_listed_and_not_zero) {
   EXPECT_EQ(lineOf(kWhole, &probe), "probe 7 0 a, small 3, address 10.0.0.1, kind 1");
 }
 
+// Selections that are only counted, or that one read serves.
+constexpr Selection kCounted[] = {{"word small", {}, countUnder<countLike>}};
+constexpr Selection kRead[] = {{"id", walkTo<readById, Codes{kNoSuchId, DB_ERR_ITER_END}>()}};
+
+TEST_F(RecordTableTest, records_are_counted_by_the_fields_that_an_index_asks_for) {
+  RecordTable table = without([](RecordTable& t) { t.selections = kCounted; });
+  EXPECT_THAT(usagesOf(table), Contains("count probe [word N small N]"));
+  EXPECT_EQ(answerOf(table, "count probe small 3 word 4"), "300\n");
+  EXPECT_EQ(store.query.part.word, 4u);
+  EXPECT_EQ(store.query.part.small, 3);
+  EXPECT_EQ(answerOf(table, "count probe"), "0\n");
+  EXPECT_THAT(answerOf(table, "count probe word 4"), HasSubstr("2 no index serves these words together | usage: "));
+  store.code = 7;
+  EXPECT_THAT(answerOf(table, "count probe small 3 word 4"), HasSubstr("1 counting the probes: "));
+  table.walk = {};
+  EXPECT_THAT(usagesOf(table), Contains("count probe word N small N"));
+  EXPECT_THAT(answerOf(table, "count probe"), HasSubstr("usage: count probe word N small N"));
+}
+
+TEST_F(RecordTableTest, what_can_only_be_counted_is_not_listed) {
+  const RecordTable table = without([](RecordTable& t) { t.selections = kCounted; });
+  EXPECT_EQ(usagesOf(table).front(), "show probe [ID MAC SHORTNAME]");
+  EXPECT_THAT(answerOf(table, "show probe word 4 small 3"), HasSubstr("2 id: \"word\" is not a number"));
+}
+
+TEST_F(RecordTableTest, a_read_by_other_than_the_key_lists_what_it_finds) {
+  const RecordTable table = without([](RecordTable& t) { t.selections = kRead; });
+  add(1, "a");
+  add(2, "b");
+  EXPECT_THAT(answerOf(table, "show probe id 2"), HasSubstr("\n 2  0    b  "));
+  EXPECT_EQ(answerOf(table, "show probe id 3"), "no probes\n");
+  store.code = 7;
+  EXPECT_THAT(answerOf(table, "show probe id 2"), HasSubstr("1 iterating the probes: "));
+}
+
 TEST_F(RecordTableTest, help_says_what_is_taken_for_granted) {
   const auto details = [](const RecordTable& table, std::string_view words) -> std::string {
     for (const Command& command : commandsOf(table)) {
@@ -558,6 +610,15 @@ TEST_F(RecordTableTest, help_says_what_is_taken_for_granted) {
     }
     return "no such command";
   };
+  const RecordTable kept = without([](RecordTable& t) { t.details = "Nobody adds them."; });
+  EXPECT_THAT(details(kept, "add probe"), testing::EndsWith("\nNobody adds them."));
+  EXPECT_EQ(details(kept, "show probe"), "");
+  EXPECT_EQ(details(without([](RecordTable& t) {
+                      t.details = "Nobody adds them.";
+                      t.create = nullptr;
+                    }),
+                    "show probe"),
+            "Nobody adds them.");
   EXPECT_EQ(details(kWhole, "add probe"),
             "Numbers are decimal, or hexadecimal after 0x. What is not given is 0; word is 11.\n"
             "One that exists is refused, not replaced: delete it first.");

@@ -17,33 +17,37 @@ void requireRecord(const RecordTable& table, Record& item) {
 }
 
 // Selecting. ---------------------------------------------------------------------------------------------------------
-// The selection that asks for exactly these fields.
-const Selection* selectionBy(const RecordTable& table, const std::vector<const Field*>& given) {
-  const auto asksFor = [&](const Selection& selection) {
-    const auto fields = fieldsOf(table, selection);
-    return std::is_permutation(fields.begin(), fields.end(), given.begin(), given.end());
-  };
-  const auto found = std::find_if(table.selections.begin(), table.selections.end(), asksFor);
-  return found == table.selections.end() ? nullptr : &*found;
-}
-
-std::vector<const Field*> selectingFields(const RecordTable& table) {
+std::vector<const Field*> selectingFields(const RecordTable& table, const std::vector<const Selection*>& selections) {
   std::vector<const Field*> all;
-  for (const Selection& selection : table.selections) {
-    for (const Field* field : fieldsOf(table, selection)) {
+  for (const Selection* selection : selections) {
+    for (const Field* field : fieldsOf(table, *selection)) {
       if (std::find(all.begin(), all.end(), field) == all.end()) all.push_back(field);
     }
   }
   return all;
 }
 
+// Takes what a query says of the selecting fields; gives the selection that asks for exactly these.
+const Selection& takeSelection(const RecordTable& table, const std::vector<const Selection*>& selections,
+                               Arguments& arguments, Record& query) {
+  const auto given = takeProperties(selectingFields(table, selections), arguments, query);
+  const auto asksFor = [&](const Selection* selection) {
+    const auto fields = fieldsOf(table, *selection);
+    return std::is_permutation(fields.begin(), fields.end(), given.begin(), given.end());
+  };
+  const auto found = std::find_if(selections.begin(), selections.end(), asksFor);
+  if (found == selections.end()) arguments.fail("no index serves these words together");
+  return **found;
+}
+
 // A key is meant unless its first word is the name of a selecting field, or no value that the key could have.
 bool beginsKey(const RecordTable& table, const Arguments& arguments) {
   if (table.read == nullptr) return false;
-  if (table.selections.empty()) return true;
+  const auto selections = selectionsOf(table, canBeListed);
+  if (selections.empty()) return true;
   Arguments peek = arguments;
   const std::string& word = peek.word("a key");
-  const auto fields = selectingFields(table);
+  const auto fields = selectingFields(table, selections);
   if (std::any_of(fields.begin(), fields.end(), [&](const Field* field) { return field->name == word; })) return false;
   const Field& first = *fieldsOf(table, Role::kKey).front();
   Record scratch(table);
@@ -88,9 +92,8 @@ Status showRecords(Session& session, Arguments& arguments) {
     session.output.record(titleOf(table, item.data()), factsOf(table, item.data()));
     return Status::kOk;
   }
-  const Selection* selection = selectionBy(table, takeProperties(selectingFields(table), arguments, item));
-  if (selection == nullptr) arguments.fail("no index serves these words together");
-  return showList(session, table, selection->walk, item);
+  const Selection& selection = takeSelection(table, selectionsOf(table, canBeListed), arguments, item);
+  return showList(session, table, selection.walk, item);
 }
 
 Status addRecord(Session& session, Arguments& arguments) {
@@ -167,13 +170,26 @@ Status deleteRecord(Session& session, Arguments& arguments) {
   return Status::kOk;
 }
 
+uint32_t countWhole(const RecordTable& table, uint64_t& records) {
+  if (table.count != nullptr) return table.count(&records);
+  walkRecords(table, table.walk, Record(table), [&](const Record&) { ++records; });
+  return FIB_DB_OK;
+}
+
 Status countRecords(Session& session, Arguments& arguments) {
   const RecordTable& table = *arguments.command().table;
-  arguments.end();
+  const auto selections = selectionsOf(table, canBeCounted);
+  const bool whole = table.count != nullptr || table.walk.create != nullptr;
   uint64_t records = 0;
-  if (table.count == nullptr) {
-    walkRecords(table, table.walk, Record(table), [&](const Record&) { ++records; });
-  } else if (const uint32_t code = table.count(&records); code != FIB_DB_OK) {
+  uint32_t code = FIB_DB_OK;
+  if (selections.empty() || (whole && arguments.empty())) {
+    arguments.end();
+    code = countWhole(table, records);
+  } else {
+    Record query(table);
+    code = takeSelection(table, selections, arguments, query).count(query.data(), &records);
+  }
+  if (code != FIB_DB_OK) {
     throw Failure(Status::kFailed, "counting the " + std::string(table.many) + ": " + codeText(code));
   }
   session.output.result(formatCount(records), {{"table", std::string(table.word)}, {"records", records}});
@@ -200,14 +216,14 @@ std::vector<Command> commandsOf(const RecordTable& table) {
   const bool changing = table.read != nullptr && std::any_of(table.fields.begin(), table.fields.end(),
                                                              [&](auto& field) { return changes(table, field); });
   const std::string one(table.one);
-  add(table.read != nullptr || walks, "show", showUsage(table), showHelp(table), std::string(table.view.details),
-      showRecords);
-  add(table.write != nullptr || table.create != nullptr, "add", addUsage(table), addHelp(table), addDetails(table),
-      addRecord);
+  const bool adding = table.write != nullptr || table.create != nullptr;
+  add(table.read != nullptr || walks, "show", showUsage(table), showHelp(table),
+      std::string(adding ? table.view.details : table.details), showRecords);
+  add(adding, "add", addUsage(table), addHelp(table), addDetails(table), addRecord);
   add(changing, "set", setUsage(table), "change properties of " + one, setDetails(table), setRecord);
   add(table.remove != nullptr, "delete", keyUsage(table), "delete " + one, "", deleteRecord);
-  add(walks || table.count != nullptr, "count", "", "how many " + std::string(table.many) + " there are", "",
-      countRecords);
+  add(walks || table.count != nullptr || !selectionsOf(table, canBeCounted).empty(), "count", countUsage(table),
+      "how many " + std::string(table.many) + " there are", "", countRecords);
   return commands;
 }
 

@@ -42,6 +42,17 @@ std::vector<const Field*> fieldsOf(const RecordTable& table, const Selection& se
   return fields;
 }
 
+bool canBeListed(const Selection& selection) { return selection.walk.create != nullptr; }
+bool canBeCounted(const Selection& selection) { return selection.count != nullptr; }
+
+std::vector<const Selection*> selectionsOf(const RecordTable& table, bool (*serves)(const Selection& selection)) {
+  std::vector<const Selection*> selections;
+  for (const Selection& selection : table.selections) {
+    if (serves(selection)) selections.push_back(&selection);
+  }
+  return selections;
+}
+
 bool changes(const RecordTable& table, const Field& field) {
   return field.role == Role::kProperty && (field.change != nullptr || table.change != nullptr);
 }

@@ -13,6 +13,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "fibdb/fibdb.h"
@@ -36,10 +37,11 @@ struct Walk {
   void (*release)(void* iterator) = nullptr;
 };
 
-// The records that have what the query says of these fields: an iterator by an index.
+// The records that have what the query says of these fields: an iterator by an index, or how many they are, or both.
 struct Selection {
   std::string_view fields;  // names with blanks between, in the order of the usage
-  Walk walk;
+  Walk walk = {};
+  uint32_t (*count)(const void* query, uint64_t* records) = nullptr;
 };
 
 // How one record is shown when its fields alone do not say enough. key: an item with the key that was given.
@@ -66,7 +68,7 @@ struct RecordTable {
   Walk walk = {};  // every record
   std::span<const Selection> selections = {};
   uint32_t (*count)(uint64_t* records) = nullptr;  // without it records are counted by walking
-  std::string_view details = {};                   // for the help of add
+  std::string_view details = {};                   // for the help of add, or where it does not exist, of show
   View view = {};
   // In a table of next hops the field that is a next hop's index: the whole key, or served by a selection of its own.
   std::string_view nexthop = {};
@@ -151,6 +153,35 @@ constexpr Walk foundWith() {
           .release = [](void* iterator) { delete static_cast<Found<Item>*>(iterator); }};
 }
 
+// The record, if any, that a read by other than the primary key finds: a walk of one step at most.
+template <auto kRead, Codes kCodes>
+constexpr Walk walkTo() {
+  using Item = typename ItemOf<decltype(kRead)>::type;
+  struct Query {
+    Item item;
+    bool asked = false;
+  };
+  return {.create = [](const void* query) -> void* { return new Query{*static_cast<const Item*>(query)}; },
+          .next =
+              [](void* iterator, void* item) {
+                auto& query = *static_cast<Query*>(iterator);
+                if (std::exchange(query.asked, true)) return kCodes.end;
+                *static_cast<Item*>(item) = query.item;
+                const uint32_t code = kRead(static_cast<Item*>(item));
+                return code == kCodes.missing ? kCodes.end : code;
+              },
+          .release = [](void* iterator) { delete static_cast<Query*>(iterator); }};
+}
+
+// A count of the records that share something with the query.
+template <auto kCount>
+constexpr auto countUnder = [](const void* query, uint64_t* records) {
+  uint32_t count = 0;
+  const uint32_t code = kCount(static_cast<typename ItemOf<decltype(kCount)>::type*>(query), &count);
+  *records = count;
+  return code;
+};
+
 // A count that the library hands out in a number of any width.
 template <auto kCount>
 constexpr auto countOf = [](uint64_t* records) {
@@ -186,6 +217,10 @@ class Record {
 
 std::vector<const Field*> fieldsOf(const RecordTable& table, Role role);
 std::vector<const Field*> fieldsOf(const RecordTable& table, const Selection& selection);
+// Those that can be listed, and those that can be counted.
+bool canBeListed(const Selection& selection);
+bool canBeCounted(const Selection& selection);
+std::vector<const Selection*> selectionsOf(const RecordTable& table, bool (*serves)(const Selection& selection));
 // Whether a stored record's field can be given another value.
 bool changes(const RecordTable& table, const Field& field);
 // Without its article.

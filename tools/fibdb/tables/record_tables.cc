@@ -4,23 +4,15 @@
 namespace fibdb::program {
 namespace {
 
-constexpr const RecordTable* kTables[] = {&kNexthops,
-                                          &kStandardNexthops,
-                                          &kLlaNexthops,
-                                          &kVpnNexthops,
-                                          &kVxlanNexthops,
-                                          &kVpnSidNexthops,
-                                          &kSrv6TeNexthops,
-                                          &kNexthopExts,
-                                          &kNexthopExtLabels,
-                                          &kGroups,
-                                          &kGroupMembers,
-                                          &kFtns,
-                                          &kArGroups,
-                                          &kVrfs,
-                                          &kLocalRoutes,
-                                          &kEcmp,
-                                          &kGlobal};
+constexpr const RecordTable* kTables[] = {&kNexthops,       &kStandardNexthops, &kLlaNexthops,
+                                          &kVpnNexthops,    &kVxlanNexthops,    &kVpnSidNexthops,
+                                          &kSrv6TeNexthops, &kNexthopExts,      &kNexthopExtLabels,
+                                          &kGroups,         &kGroupMembers,     &kFtns,
+                                          &kVrfs,           &kLocalRoutes,      &kEcmp,
+                                          &kGlobal,         &kArGroups,         &kPrimaryAttributes,
+                                          &kDodRules,       &kDodAgings,        &kSpecialIps,
+                                          &kSpecialIpSubs,  &kVrfClasses,       &kFwdVsVpns,
+                                          &kForceFragments, &kMethHosts,        &kDefaultRoutes};
 
 }  // namespace
 

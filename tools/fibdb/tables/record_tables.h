@@ -23,6 +23,16 @@ extern const RecordTable kVrfs;
 extern const RecordTable kLocalRoutes;
 extern const RecordTable kEcmp;
 extern const RecordTable kGlobal;
+extern const RecordTable kPrimaryAttributes;
+extern const RecordTable kDodRules;
+extern const RecordTable kDodAgings;
+extern const RecordTable kSpecialIps;
+extern const RecordTable kSpecialIpSubs;
+extern const RecordTable kVrfClasses;
+extern const RecordTable kFwdVsVpns;
+extern const RecordTable kForceFragments;
+extern const RecordTable kMethHosts;
+extern const RecordTable kDefaultRoutes;
 
 // In the order of help.
 std::span<const RecordTable* const> recordTables();

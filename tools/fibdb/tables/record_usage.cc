@@ -24,6 +24,20 @@ constexpr size_t kHelpWidth = 76;
 
 bool any(const Field&) { return true; }
 
+// Appends what asks for each of these selections.
+void appendSelections(std::string& usage, const std::vector<const Selection*>& selections, const RecordTable& table) {
+  for (const Selection* selection : selections) {
+    std::string words;
+    for (const Field* field : fieldsOf(table, *selection)) appendWord(words, valueUsage(*field));
+    appendWord(usage, words, " | ");
+  }
+}
+
+// Words that need not be there, when what they follow can do without.
+std::string orNothing(const std::string& usage, bool canDoWithout) {
+  return canDoWithout && !usage.empty() ? '[' + usage + ']' : usage;
+}
+
 template <class Wanted>
 std::vector<const Field*> propertiesOf(const RecordTable& table, Wanted wanted) {
   std::vector<const Field*> properties = fieldsOf(table, Role::kProperty);
@@ -72,12 +86,14 @@ std::string keyUsage(const RecordTable& table) {
 
 std::string showUsage(const RecordTable& table) {
   std::string usage = table.read == nullptr ? "" : keyUsage(table);
-  for (const Selection& selection : table.selections) {
-    std::string words;
-    for (const Field* field : fieldsOf(table, selection)) appendWord(words, valueUsage(*field));
-    appendWord(usage, words, " | ");
-  }
-  return table.walk.create == nullptr || usage.empty() ? usage : '[' + usage + ']';
+  appendSelections(usage, selectionsOf(table, canBeListed), table);
+  return orNothing(usage, table.walk.create != nullptr);
+}
+
+std::string countUsage(const RecordTable& table) {
+  std::string usage;
+  appendSelections(usage, selectionsOf(table, canBeCounted), table);
+  return orNothing(usage, table.count != nullptr || table.walk.create != nullptr);
 }
 
 std::string addUsage(const RecordTable& table) { return propertiesUsage(table, propertiesOf(table, any)); }
@@ -86,7 +102,7 @@ std::string setUsage(const RecordTable& table) { return propertiesUsage(table, c
 
 std::string showHelp(const RecordTable& table) {
   std::string help = table.read == nullptr ? "" : "one " + std::string(nameOf(table));
-  if (!table.selections.empty()) appendWord(help, "those with a property", ", ");
+  if (!selectionsOf(table, canBeListed).empty()) appendWord(help, "those with a property", ", ");
   if (table.walk.create != nullptr) appendWord(help, "all of them in order", help.empty() ? "" : ", or ");
   return help;
 }

@@ -13,6 +13,7 @@ std::string keyUsage(const RecordTable& table);
 std::string showUsage(const RecordTable& table);
 std::string addUsage(const RecordTable& table);
 std::string setUsage(const RecordTable& table);
+std::string countUsage(const RecordTable& table);
 
 std::string showHelp(const RecordTable& table);
 std::string addHelp(const RecordTable& table);

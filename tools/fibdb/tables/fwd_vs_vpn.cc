@@ -1,0 +1,36 @@
+// tools/fibdb/tables/fwd_vs_vpn.cc: bindings of forwarding virtual systems to VPNs, keyed by one word, through the table
+// service. The library has no iterator over them.
+#include "tools/fibdb/tables/record_tables.h"
+
+namespace fibdb::program {
+namespace {
+
+using Item = FibDbFwdVsVpnItem;
+
+constexpr Field kFields[] = {
+    key<&Item::fwdKey>("key"),
+    property<&Item::fwdWord>("word1"),
+    property<&Item::fwdWord2>("word2"),
+    property<&Item::fwdHalf1>("half1"),
+    property<&Item::fwdHalf2>("half2"),
+    property<&Item::fwdBlock1>("block1"),
+    property<&Item::fwdBlock2>("block2"),
+    shown<&Item::fwdTimeStamp>("created"),
+};
+
+}  // namespace
+
+constexpr RecordTable kFwdVsVpns{
+    .word = "fwd-vs-vpn",
+    .one = "a forwarding VS binding",
+    .many = "forwarding VS bindings",
+    .itemSize = sizeof(Item),
+    .fields = kFields,
+    .codes = kServiceCodes,
+    .read = onItem<FIB_DB_ReadFwdVsVpn>,
+    .create = onItem<FIB_DB_CreateFwdVsVpn>,
+    .remove = onItem<FIB_DB_DeleteFwdVsVpn>,
+    .details = "The library does not list them: \"show table fwd_vs_vpn\" does.",
+};
+
+}  // namespace fibdb::program
