@@ -1,4 +1,5 @@
-// tests/registered/virtual_meth_host_route_faults.cc: the rows of the host routes of the virtual management interface for the fault loop.
+// tests/registered/virtual_meth_host_route_faults.cc: the rows of the host routes of the virtual management interface
+// for the fault loop.
 #include "fibdb/registered.h"
 #include "tests/support/fault_rows.h"
 

@@ -1,5 +1,5 @@
-// tools/fibdb/tables/dod_rule.cc: rules of on-demand routes, keyed by two words and a prefix, through the table service;
-// the longest match through the object database.
+// tools/fibdb/tables/dod_rule.cc: rules of on-demand routes, keyed by two words and a prefix, through the table
+// service; the longest match through the object database.
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {

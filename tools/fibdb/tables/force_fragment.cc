@@ -1,5 +1,5 @@
-// tools/fibdb/tables/force_fragment.cc: forced fragmentation, one record per virtual router: read and written through the
-// object database, walked through the table service. The library deletes none.
+// tools/fibdb/tables/force_fragment.cc: forced fragmentation, one record per virtual router: read and written through
+// the object database, walked through the table service. The library deletes none.
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {

@@ -1,5 +1,5 @@
-// tools/fibdb/tables/fwd_vs_vpn.cc: bindings of forwarding virtual systems to VPNs, keyed by one word, through the table
-// service. The library has no iterator over them.
+// tools/fibdb/tables/fwd_vs_vpn.cc: bindings of forwarding virtual systems to VPNs, keyed by one word, through the
+// table service. The library has no iterator over them.
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {

@@ -1,5 +1,5 @@
-// tools/fibdb/tables/meth_host.cc: host routes of the virtual management interface, keyed by one word, through the table
-// service.
+// tools/fibdb/tables/meth_host.cc: host routes of the virtual management interface, keyed by one word, through the
+// table service.
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {

@@ -1,4 +1,5 @@
-// tools/fibdb/tables/primary_attribute.cc: primary attributes, keyed by two words and a byte, through the table service.
+// tools/fibdb/tables/primary_attribute.cc: primary attributes, keyed by two words and a byte, through the table
+// service.
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
