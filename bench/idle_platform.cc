@@ -27,6 +27,8 @@ uint32_t hand(uint64_t* out) {
   uint32_t db_set_##t##_all_fields(uint64_t, const void*, uint32_t) { return 0; }
 #define GET_ALL(t) \
   uint32_t db_get_##t##_all_fields(uint64_t, void*, uint32_t) { return 0; }
+#define GET_SP_ALL(t, name) \
+  uint32_t db_get_##t##_sp_all_data(uint64_t, void*) { return 0; }
 #define BATCH(t)                                                                                            \
   uint32_t db_create_##t##_obj_specific_conn(uint32_t, uint64_t, uint64_t* outObj) { return hand(outObj); } \
   uint32_t db_reset_##t##_batch_object(uint64_t, uint32_t) { return 0; }

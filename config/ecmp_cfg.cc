@@ -11,7 +11,7 @@ using fibdb::Text;
 using Item = FibDbEcmpCfgItem;
 
 static_assert(sizeof(Item) == 160);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ecmp_cfg, 0) == FIB_DB_ECMP_CFG_PRIMARY);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_ecmp_cfg, {FIB_DB_ECMP_CFG_PRIMARY}));
 
 // A new record: router, defaults, and the caller's fields.
 uint32_t stageNew(uint64_t obj, const Change* change) {

@@ -11,7 +11,7 @@ using fibdb::Text;
 using Item = FibDbGlbCfgItem;
 
 static_assert(sizeof(Item) == 48 && sizeof(FibDbLoadBalance) == 12);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_global_cfg, 0) == FIB_DB_GLOBAL_CFG_PRIMARY);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_global_cfg, {FIB_DB_GLOBAL_CFG_PRIMARY}));
 
 // A new record: router, defaults, and the caller's fields; all are tried.
 uint32_t stageNew(uint64_t obj, const Change* change) {

@@ -18,8 +18,6 @@ static_assert(fibdb::schema::kIsRow_ip_force_frag<Row>);
 static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_ip_force_frag, {FIB_DB_FORCE_FRAG_PRIMARY}));
 
 uint32_t setFields(uint64_t obj, const Item* item) {
-  // Required: said of the VRF table.
-  constexpr Text<> setFailed = "Write vrf DB failed, set fields failed.";
   uint32_t code = db_set_ip_force_frag_vr_id(obj, item->vrId);
   code |= db_set_ip_force_frag_enable(obj, item->enable);
   code |= db_set_ip_force_frag_status_high_prio(obj, item->statusHigh);
@@ -27,9 +25,8 @@ uint32_t setFields(uint64_t obj, const Item* item) {
   code |= db_set_ip_force_frag_errcode_high_prio(obj, item->errcodeHigh);
   code |= db_set_ip_force_frag_errcode_normal_prio(obj, item->errcodeNormal);
   code |= db_set_ip_force_frag_time_stamp_create(obj, UFIB_DB_GetSysTime());
-  if (code == 0) return FIB_DB_OK;
-  setFailed.error();
-  return FIB_DB_ERR;
+  // Required: said of the VRF table.
+  return fibdb::settleFieldsUnsaid(code, "Write vrf DB failed, set fields failed.");
 }
 
 uint32_t getFields(uint64_t obj, Item* item) {

@@ -7,7 +7,6 @@
 
 namespace {
 
-using fibdb::Text;
 using Item = FibDbRe4DefaultItem;
 using Key = fibdb::PackedKey<FIB_DB_RE4_DEFAULT_PRIMARY>;
 
@@ -23,14 +22,11 @@ constexpr fibdb::Table<Item, Key> kRe4Default{
 }  // namespace
 
 uint32_t FIB_DB_SetRe4DefaultItem(uint64_t obj, const FibDbRe4DefaultItem* item) {
-  constexpr Text<uint32_t> setFailed = "SetRe4DefaultItem setField failed, ret: %d";
   uint32_t code = db_set_re4_default_fvrf_index(obj, item->fvrfIndex);
   code |= db_set_re4_default_status_high_prio(obj, item->statusHigh);
   code |= db_set_re4_default_status_normal_prio(obj, item->statusNormal);
   code |= db_set_re4_default_sys_time(obj, item->sysTime);
-  if (code == 0) return FIB_DB_OK;
-  setFailed.error(code);
-  return FIB_DB_ERR;
+  return fibdb::settleFields(code, "SetRe4DefaultItem setField failed, ret: %d");
 }
 
 uint32_t FIB_DB_WriteRe4Default(const FibDbRe4DefaultItem* item) {

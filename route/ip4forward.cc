@@ -20,17 +20,11 @@ static_assert(sizeof(Record) == fibdb::schema::rowLengthOf(fibdb::schema::kField
 constexpr size_t kKeyBytes = offsetof(Key, mask_len) + sizeof(Key::mask_len);
 static_assert(kKeyBytes == 13 && kKeyBytes == (FIB_DB_IP4FORWARD_PRIMARY & 0xFFFF));
 
-// The record is the schema's row, field for field.
-#define FIELD_AT(name) (offsetof(Record, name) == fibdb::schema::offsetOf(fibdb::schema::kFields_ip4forward, #name))
-static_assert(FIELD_AT(mask_len) && FIELD_AT(attr_word_e) && FIELD_AT(high_status) && FIELD_AT(attr_block_a));
-static_assert(FIELD_AT(source_pid) && FIELD_AT(table_smooth_id) && FIELD_AT(attr_half_d) && FIELD_AT(attr_dword_b));
-static_assert(FIELD_AT(attr_half_b) && FIELD_AT(attr_byte_d) && FIELD_AT(attr_dword_c) && FIELD_AT(time_stamp_svc));
-#undef FIELD_AT
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 0) == FIB_DB_IP4FORWARD_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 1) == FIB_DB_IP4FORWARD_BY_GROUP);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 2) == FIB_DB_IP4FORWARD_BY_VRF);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 3) == FIB_DB_IP4FORWARD_LONGEST);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_ip4forward, 4) == FIB_DB_IP4FORWARD_DICTIONARY);
+static_assert(fibdb::schema::kIsRow_ip4forward<Record>);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_ip4forward,
+                                        {FIB_DB_IP4FORWARD_PRIMARY, FIB_DB_IP4FORWARD_BY_GROUP,
+                                         FIB_DB_IP4FORWARD_BY_VRF, FIB_DB_IP4FORWARD_LONGEST,
+                                         FIB_DB_IP4FORWARD_DICTIONARY}));
 
 constexpr fibdb::Table<Item, Key> kIp4forward{
     .create = db_create_ip4forward_obj,

@@ -11,7 +11,7 @@ using Item = FibDbMeLocalRouteItem;
 using Key = fibdb::KeyBytes<FIB_DB_METH_LOCAL_ROUTE_PRIMARY>;
 
 static_assert(sizeof(Item) == 16);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_meth_local_route, 0) == FIB_DB_METH_LOCAL_ROUTE_PRIMARY);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_meth_local_route, {FIB_DB_METH_LOCAL_ROUTE_PRIMARY}));
 
 constexpr fibdb::Table<Item, Key> kLocalRoutes{
     .create = db_create_meth_local_route_obj,

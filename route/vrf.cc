@@ -23,9 +23,8 @@ static_assert(sizeof(Item) == 64);
 static_assert(offsetof(Item, app_version) + sizeof(Item::app_version) ==
               fibdb::schema::offsetOf(fibdb::schema::kFields_vrf, "time_stamp_create"));
 static_assert(offsetof(Item, app_obj_id) == fibdb::schema::offsetOf(fibdb::schema::kFields_vrf, "app_obj_id"));
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_vrf, 0) == FIB_DB_VRF_PRIMARY);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_vrf, 1) == FIB_DB_VRF_BY_NAME);
-static_assert(fibdb::schema::idOf(fibdb::schema::kIndexes_vrf, 2) == FIB_DB_VRF_BY_VR_ID);
+static_assert(fibdb::schema::indexesAre(fibdb::schema::kIndexes_vrf,
+                                        {FIB_DB_VRF_PRIMARY, FIB_DB_VRF_BY_NAME, FIB_DB_VRF_BY_VR_ID}));
 
 uint32_t stage(uint64_t obj, const Item* item) {
   uint32_t code = db_set_vrf_vr_id(obj, item->vr_id);

@@ -206,14 +206,6 @@ consteval bool indexesAre(std::span<const Index> indexes, std::initializer_list<
   return true;
 }
 
-// The id of the index with this number, to hold the ids that callers write against.
-consteval uint32_t idOf(std::span<const Index> indexes, uint8_t number) {
-  for (const Index& index : indexes) {
-    if (index.number == number) return index.id();
-  }
-  return 0;
-}
-
 // Where a named field stands, for checks of records that mirror a row: offsetOf(kFields_nhp, "vr_id").
 consteval size_t offsetOf(std::span<const Field> fields, std::string_view name) {
   const Field* field = findField(fields, name);

@@ -12,14 +12,6 @@ using testing::HasSubstr;
 
 using Json = nlohmann::json;
 
-std::vector<Json> answersOf(const Args& lines) {
-  Args args = commands(lines);
-  args.emplace_back("--json");
-  const Outcome outcome = runProgram(args);
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  return jsonLines(outcome.out);
-}
-
 // What a run says that goes on behind failures.
 std::string errorsOf(const Args& lines) {
   Args args = commands(lines);
@@ -50,7 +42,7 @@ TEST_P(PlainTable, is_added_once_shown_listed_counted_and_deleted) {
     return std::string(verb) + ' ' + table.word + more;
   };
   const std::string key = std::string(" ") + table.key;
-  const auto answers = answersOf(
+  const auto answers = jsonAnswers(
       {of("add", key + ' ' + table.given), of("show", key), of("show"), of("count"), of("delete", key), of("count")});
   ASSERT_EQ(answers.size(), 6u);
   EXPECT_EQ(answers[0].at("replaced"), false);
@@ -117,9 +109,9 @@ INSTANTIATE_TEST_SUITE_P(Program, PlainTable, testing::ValuesIn(kPlain), [](cons
 });
 
 TEST(PrimaryAttribute, has_a_smooth_id_to_set_and_is_found_by_two_words) {
-  const auto answers = answersOf({"add primary-attribute 1 2 3 smooth 4", "add primary-attribute 1 3 3 attr1 9",
-                                  "set primary-attribute 1 2 3 smooth 5", "show primary-attribute key1 1 key2 2",
-                                  "show primary-attribute key2 3 key1 1"});
+  const auto answers = jsonAnswers({"add primary-attribute 1 2 3 smooth 4", "add primary-attribute 1 3 3 attr1 9",
+                                    "set primary-attribute 1 2 3 smooth 5", "show primary-attribute key1 1 key2 2",
+                                    "show primary-attribute key2 3 key1 1"});
   ASSERT_EQ(answers.size(), 5u);
   EXPECT_EQ(answers[3].at("smooth"), 5);
   EXPECT_EQ(answers[4].at("attr1"), 9);
@@ -130,9 +122,9 @@ TEST(PrimaryAttribute, has_a_smooth_id_to_set_and_is_found_by_two_words) {
 
 TEST(DodRule, has_a_smooth_id_to_set_and_is_found_by_the_longest_match) {
   const auto answers =
-      answersOf({"add dod-rule 1 2 10.0.0.0 8", "add dod-rule 1 2 10.1.0.0 16", "set dod-rule 1 2 10.1.0.0 16 smooth 5",
-                 "show dod-rule key1 1 key2 2 address 10.1.2.3 length 32",
-                 "show dod-rule key1 1 key2 2 address 10.2.2.3 length 32"});
+      jsonAnswers({"add dod-rule 1 2 10.0.0.0 8", "add dod-rule 1 2 10.1.0.0 16",
+                   "set dod-rule 1 2 10.1.0.0 16 smooth 5", "show dod-rule key1 1 key2 2 address 10.1.2.3 length 32",
+                   "show dod-rule key1 1 key2 2 address 10.2.2.3 length 32"});
   ASSERT_EQ(answers.size(), 5u);
   EXPECT_EQ(answers[3].at("length"), 16);
   EXPECT_EQ(answers[3].at("smooth"), 5);
@@ -141,8 +133,8 @@ TEST(DodRule, has_a_smooth_id_to_set_and_is_found_by_the_longest_match) {
 }
 
 TEST(FwdVsVpn, is_shown_with_its_time_deleted_and_not_listed) {
-  const auto answers = answersOf({"add fwd-vs-vpn 1 word1 2 word2 3 half1 4 half2 65535", "show fwd-vs-vpn 1",
-                                  "count fwd_vs_vpn", "delete fwd-vs-vpn 1", "count fwd_vs_vpn"});
+  const auto answers = jsonAnswers({"add fwd-vs-vpn 1 word1 2 word2 3 half1 4 half2 65535", "show fwd-vs-vpn 1",
+                                    "count fwd_vs_vpn", "delete fwd-vs-vpn 1", "count fwd_vs_vpn"});
   ASSERT_EQ(answers.size(), 5u);
   EXPECT_EQ(answers[1].at("word2"), 3);
   EXPECT_EQ(answers[1].at("half2"), 65535);
@@ -155,9 +147,9 @@ TEST(FwdVsVpn, is_shown_with_its_time_deleted_and_not_listed) {
 
 TEST(ForceFragment, is_added_replaced_changed_and_listed_but_not_deleted) {
   const auto answers =
-      answersOf({"add force-fragment 7 enable 1 status_high 2 error_normal 3", "add force-fragment 7 enable 1",
-                 "set force-fragment 7 status_normal 4 enable 0", "show force-fragment 7", "add force-fragment 3",
-                 "show force-fragment", "count force-fragment"});
+      jsonAnswers({"add force-fragment 7 enable 1 status_high 2 error_normal 3", "add force-fragment 7 enable 1",
+                   "set force-fragment 7 status_normal 4 enable 0", "show force-fragment 7", "add force-fragment 3",
+                   "show force-fragment", "count force-fragment"});
   ASSERT_EQ(answers.size(), 8u);
   EXPECT_EQ(answers[0].at("replaced"), false);
   EXPECT_EQ(answers[1].at("replaced"), true);
@@ -174,7 +166,7 @@ TEST(ForceFragment, is_added_replaced_changed_and_listed_but_not_deleted) {
 
 TEST(VrfClass, is_only_shown_and_counted_by_table_state_and_flag) {
   EXPECT_EQ(errorsOf({"show vrf-class 1 2 3 4"}), "fibdb: no VRF class record 1 2 3 4\n");
-  EXPECT_EQ(answersOf({"count vrf-class table 1 state 2 smooth_flag 3"}).at(0).at("records"), 0);
+  EXPECT_EQ(jsonAnswers({"count vrf-class table 1 state 2 smooth_flag 3"}).at(0).at("records"), 0);
   const std::string usage = "usage: count vrf-class table N state N smooth_flag N\n";
   EXPECT_THAT(errorsOf({"count vrf-class"}), HasSubstr(usage));
   EXPECT_THAT(errorsOf({"count vrf-class table 1"}), HasSubstr("no index serves these words together\n" + usage));
@@ -183,8 +175,8 @@ TEST(VrfClass, is_only_shown_and_counted_by_table_state_and_flag) {
 }
 
 TEST(DefaultRoute, is_only_written_and_deleted) {
-  const auto answers = answersOf({"add default-route 5 status_high 1 time 7", "add default-route 5 status_normal 2",
-                                  "show table re4_default", "delete default-route 5", "count re4_default"});
+  const auto answers = jsonAnswers({"add default-route 5 status_high 1 time 7", "add default-route 5 status_normal 2",
+                                    "show table re4_default", "delete default-route 5", "count re4_default"});
   ASSERT_EQ(answers.size(), 5u);
   EXPECT_EQ(answers[2].at("status_high_prio"), 0);
   EXPECT_EQ(answers[2].at("status_normal_prio"), 2);

@@ -142,8 +142,17 @@ TEST(VpnNexthop, is_added_shown_changed_counted_and_deleted) {
   EXPECT_EQ(answers.at(6).at("records"), 0);
 }
 
-TEST(VpnNexthop, has_no_list_because_nothing_iterates_the_table) {
-  EXPECT_THAT(errorOf("show vpn-nexthop"), HasSubstr("usage: show vpn-nexthop INDEX VR VRF VPN | index N\n"));
+TEST(VpnNexthop, those_of_all_indexes_are_listed_in_order) {
+  const auto answers = jsonAnswers({"add vpn-nexthop 8 1 2 3 object 5", "add vpn-nexthop 7 1 2 4",
+                                    "add vpn-nexthop 7 1 2 3", "show vpn-nexthop", "count vpn-nexthop"});
+  EXPECT_EQ(answers.at(3).at("index"), 7);
+  EXPECT_EQ(answers.at(3).at("vpn"), 3);
+  EXPECT_EQ(answers.at(4).at("vpn"), 4);
+  EXPECT_EQ(answers.at(5).at("object"), 5);
+  EXPECT_EQ(answers.at(6).at("records"), 3);
+}
+
+TEST(VpnNexthop, one_that_is_not_there_is_refused) {
   EXPECT_EQ(errorOf("show vpn-nexthop 7 1 2 3"), "fibdb: no VPN next hop 7 1 2 3\n");
 }
 
