@@ -64,9 +64,7 @@ inline std::vector<Exported>& allRows() {
 // The rows of one file, announced before main() begins.
 struct FaultRows {
   FaultRows(std::initializer_list<Exported> rows) : FaultRows(std::vector<Exported>(rows)) {}
-  explicit FaultRows(const std::vector<Exported>& rows) {
-    allRows().insert(allRows().end(), rows.begin(), rows.end());
-  }
+  explicit FaultRows(const std::vector<Exported>& rows) { allRows().insert(allRows().end(), rows.begin(), rows.end()); }
 };
 
 // A call sequence on an object of the table that hands the creation's code on. ----------------------------------------
