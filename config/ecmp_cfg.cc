@@ -143,6 +143,7 @@ uint32_t FIB_DB_WriteEcmpCfg(const uint32_t* vrId, const void* data, FibDbEcmpCf
 uint32_t FIB_DB_UpdateEcmpCfg(const uint32_t* vrId, const void* data, FibDbEcmpCfgSetter setter) {
   if (vrId == nullptr || setter == nullptr) return FIB_DB_ERR;
   const Change change{*vrId, data, setter};
+  // Required: nothing is said when there is no object, nor when the setter fails.
   return fibdb::updateWhole(kEcmpCfgFields, &change, {.createFailedIsErr = true});
 }
 

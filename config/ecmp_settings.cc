@@ -38,6 +38,7 @@ uint32_t updateNode(const uint32_t* vr, const Node* node) {
 
 }  // namespace
 
+// Required: the words of the messages, and the sign with which they print a code, differ from setting to setting.
 // clang-format off
 #define FIELD(name) db_get_ecmp_cfg_##name, db_set_ecmp_cfg_##name
 

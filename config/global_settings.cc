@@ -36,6 +36,7 @@ uint32_t FIB_DB_ReadIsolate(const uint32_t* vr, uint16_t* value)    { return rea
 uint32_t FIB_DB_WriteIsolate(const uint32_t* vr, uint16_t value)    { return write<kMethIsolate>(vr, value); }
 uint32_t FIB_DB_UpdateIsolate(const uint32_t* vr, uint16_t value)   { return update<kMethIsolate>(vr, value); }
 
+// Required: the setter that alone prints its code without a sign.
 constexpr Setting<uint16_t> kIcmpFast{FIELD(icmp_echo_fast),
     "GetIcmpFast field fail, ret=%u.",
     "SetIcmpFast set field failed. ret=%u."};
