@@ -1,6 +1,7 @@
 // tools/fibdb/tables/default_route.cc: IPv4 default routes, keyed by forwarding VRF. The library writes and removes
-// them, and leaves reading to others.
+// them, and leaves reading to others: they are listed from rows of the database.
 #include "tools/fibdb/tables/record_tables.h"
+#include "tools/fibdb/tables/rows.h"
 
 namespace fibdb::program {
 namespace {
@@ -14,6 +15,15 @@ constexpr Field kFields[] = {
     property<&Item::sysTime>("time"),
 };
 
+constexpr Field kColumns[] = {
+    key<&Item::fvrfIndex>("fvrf_index"),
+    property<&Item::statusHigh>("status_high_prio"),
+    property<&Item::statusNormal>("status_normal_prio"),
+    property<&Item::sysTime>("sys_time"),
+};
+
+std::optional<std::vector<Item>> findAll(const Item*) { return itemsOfRows<Item>("re4_default", kColumns); }
+
 uint32_t removeOf(const Item* item) { return FIB_DB_RemoveRe4Default(&item->fvrfIndex); }
 
 }  // namespace
@@ -26,7 +36,7 @@ constexpr RecordTable kDefaultRoutes{
     .fields = kFields,
     .write = onItem<FIB_DB_WriteRe4Default>,
     .remove = onItem<removeOf>,
-    .details = "The library neither reads nor lists them: \"show table re4_default\" does.",
+    .walk = foundWith<findAll, kObjectCodes.end>(),
 };
 
 }  // namespace fibdb::program

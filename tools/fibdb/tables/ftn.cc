@@ -1,5 +1,7 @@
-// tools/fibdb/tables/ftn.cc: prefixes bound to next-hop groups, keyed by the prefix, router and VRF.
+// tools/fibdb/tables/ftn.cc: prefixes bound to next-hop groups, keyed by the prefix, router and VRF. The
+// library has no iterator over them.
 #include "tools/fibdb/tables/record_tables.h"
+#include "tools/fibdb/tables/rows.h"
 
 namespace fibdb::program {
 namespace {
@@ -31,9 +33,19 @@ constexpr Field kFields[] = {
     property<&Item::svc_ctx_normal_prio>("context_normal"),
 };
 
+constexpr Field kKeyColumns[] = {
+    key<&Item::dest_ip_addr>("dest_ip_addr"),
+    key<&Item::dest_mask_len>("dest_mask_len"),
+    key<&Item::vr_id>("vr_id"),
+    key<&Item::vrf_index>("vrf_index"),
+};
+
+std::optional<std::vector<Item>> findAll(const Item*) {
+  return recordsOfRows<FIB_DB_ReadNhpGroupFtn, FIB_DB_NOT_FOUND>("nhp_group_ftn", kKeyColumns);
+}
+
 }  // namespace
 
-// The library walks no prefixes: `show table nhp_group_ftn` does.
 constexpr RecordTable kFtns{
     .word = "ftn",
     .one = "an FTN",
@@ -44,6 +56,7 @@ constexpr RecordTable kFtns{
     .write = onItem<FIB_DB_WriteNhpGroupFtn>,
     .change = onItem<FIB_DB_WriteNhpGroupFtn>,
     .remove = onItem<FIB_DB_RemoveNhpGroupFtn>,
+    .walk = foundWith<findAll, kObjectCodes.end>(),
 };
 
 }  // namespace fibdb::program

@@ -1,6 +1,7 @@
 // tools/fibdb/tables/fwd_vs_vpn.cc: bindings of forwarding virtual systems to VPNs, keyed by one word, through the
 // table service. The library has no iterator over them.
 #include "tools/fibdb/tables/record_tables.h"
+#include "tools/fibdb/tables/rows.h"
 
 namespace fibdb::program {
 namespace {
@@ -18,6 +19,12 @@ constexpr Field kFields[] = {
     shown<&Item::fwdTimeStamp>("created"),
 };
 
+constexpr Field kKeyColumns[] = {key<&Item::fwdKey>("fwdKey")};
+
+std::optional<std::vector<Item>> findAll(const Item*) {
+  return recordsOfRows<FIB_DB_ReadFwdVsVpn, kServiceCodes.missing>("fwd_vs_vpn", kKeyColumns);
+}
+
 }  // namespace
 
 constexpr RecordTable kFwdVsVpns{
@@ -30,7 +37,7 @@ constexpr RecordTable kFwdVsVpns{
     .read = onItem<FIB_DB_ReadFwdVsVpn>,
     .create = onItem<FIB_DB_CreateFwdVsVpn>,
     .remove = onItem<FIB_DB_DeleteFwdVsVpn>,
-    .details = "The library does not list them: \"show table fwd_vs_vpn\" does.",
+    .walk = foundWith<findAll, kServiceCodes.end>(),
 };
 
 }  // namespace fibdb::program

@@ -1,7 +1,6 @@
 // tools/fibdb/tables/nexthop_ext.cc: next-hop extensions, keyed by four words and a byte.
-#include <optional>
-
 #include "tools/fibdb/tables/record_tables.h"
+#include "tools/fibdb/tables/rows.h"
 
 namespace fibdb::program {
 namespace {
@@ -40,6 +39,12 @@ constexpr Field kFields[] = {
     property<&Item::extDword1>("dword1", kUnlisted),
     property<&Item::extDword2>("dword2", kUnlisted),
 };
+
+constexpr Field kKeyColumns[] = {key<&Item::keyWords>("keyWords"), key<&Item::keyByte>("keyByte")};
+
+std::optional<std::vector<Item>> findAll(const Item*) {
+  return recordsOfRows<FIB_DB_ReadNhpExt, FIB_DB_NOT_FOUND>("nhp_ext", kKeyColumns);
+}
 
 // By IID index the library reads records in bulk; the iterator that it makes has no step.
 std::optional<std::vector<Item>> findByIid(const Item* query) {
@@ -82,6 +87,7 @@ constexpr RecordTable kNexthopExts{
     .write = onItem<FIB_DB_WriteNhpExt>,
     .change = onItem<FIB_DB_WriteNhpExt>,
     .remove = onItem<FIB_DB_RemoveNhpExt>,
+    .walk = foundWith<findAll, DB_ERR_ITER_END>(),
     .selections = kSelections,
     .nexthop = "iid",
 };
