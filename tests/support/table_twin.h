@@ -97,7 +97,9 @@ class TableTwin {
     for (size_t i = 0; i < schema_.fields.size(); ++i) {
       const schema::Field& field = schema_.fields[i];
       if ((staged >> i & 1) == 0) continue;
+      const uint8_t written = field.kind == schema::FieldKind::kNodes ? changed[field.offset] : 0;
       std::copy_n(row.begin() + field.offset, field.size(), changed.begin() + field.offset);
+      changed[field.offset] |= written;  // an update adds to the child nodes
     }
     if (sortableInRow(schema_.primary(), changed) != at->first) return DB_ERR_KEY_MISMATCH;
     at->second.versions.push_back({++now_, changed});
