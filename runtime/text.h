@@ -25,7 +25,7 @@ class Text {
     return (... && (toNextConversion(format) && takes<Args>(format))) && !toNextConversion(format);
   }
 
-  // Hooks are fetched at the moment of each message; without a hook the message is dropped. What the hook returns, or 0.
+  // What the hook returns. Hooks are fetched at the moment of each message; without one it is dropped, and 0.
   int error(Args... args) const { return say(FIB_DB_GetErrLogCallBack, args...); }
   int info(Args... args) const { return say(FIB_DB_GetInfoLogCallBack, args...); }
 

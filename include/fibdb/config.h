@@ -153,7 +153,7 @@ FIBDB_API void FIB_DB_FillEcmpCfgPrimaryKey(uint32_t* indexId, uint32_t* key, ui
 FIBDB_API uint32_t FIB_DB_InitEcmpCfg(uint64_t obj);
 /* Clears the bits of validFlags whose settings are not set. */
 FIBDB_API void FIB_DB_HandleEcmpCfgDefaultValue(FibDbEcmpCfgItem* item);
-/* Fills item from the record that obj stands on; validFlags says what became of its parts. The result has no meaning. */
+/* Fills item from the record that obj stands on; validFlags says what became of its parts. The result means nothing. */
 FIBDB_API uint32_t FIB_DB_GetEcmpCfgItem(uint64_t obj, FibDbEcmpCfgItem* item);
 
 /* 0 with an object that stands on the record, for the caller to release; 60 when there is none, 1 on failure. */
@@ -342,7 +342,7 @@ FIBDB_API void FIB_DB_FillGlbCfgKey(uint32_t* key, uint32_t* indexId, const uint
 
 /* Stages the defaults of a new record: methIsolate, icmpFast and inNextEn are 2. The results of the setters, ORed. */
 FIBDB_API uint32_t FIB_DB_InitCfgValue(uint64_t obj);
-/* Fills item from the record that obj stands on; validFlags says what became of its parts. The result has no meaning. */
+/* Fills item from the record that obj stands on; validFlags says what became of its parts. The result means nothing. */
 FIBDB_API uint32_t FIB_DB_GetGlbCfgItem(uint64_t obj, FibDbGlbCfgItem* item);
 /* Fills node; 10058 when it was never written, which FIB_DB_GetBalanceMode lets pass and reads as zeros. */
 FIBDB_API uint32_t FIB_DB_GetGlbCfgLoadBalance(uint64_t obj, FibDbLoadBalance* node);

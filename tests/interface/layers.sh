@@ -28,7 +28,7 @@ only platform 'fibdb/common\.h|platform/schema/'
 only runtime "fibdb/|runtime/|$platform"
 only route "fibdb/(common|route|runtime)\.h|runtime/|$platform"
 only nexthop "fibdb/(common|nexthop|runtime)\.h|runtime/|$platform"
-only config "fibdb/(common|config|runtime)\.h|runtime/|$platform"
+only config "fibdb/(common|config|runtime)\.h|config/|runtime/|$platform"
 only registered "fibdb/(common|registered|runtime)\.h|runtime/|$platform"
 only engine/store 'fibdb/(common|engine)\.h|engine/store/|platform/schema/'
 only engine/client "fibdb/(common|engine)\.h|engine/(client|store)/|$platform"
