@@ -12,7 +12,6 @@ namespace {
 
 using fibdb::Failure;
 using fibdb::PackedKey;
-using fibdb::Text;
 using Item = FibDbNhpExtItem;
 using Row = FibDbNhpExtRow;
 using Key = fibdb::KeyBytes<FIB_DB_NHP_EXT_PRIMARY>;

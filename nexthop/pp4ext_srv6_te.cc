@@ -9,7 +9,6 @@
 namespace {
 
 using fibdb::PackedKey;
-using fibdb::Text;
 using Item = FibDbNhpSrv6TeItem;
 using Row = FibDbNhpSrv6TeRow;
 using Key = fibdb::KeyBytes<FIB_DB_PP4EXT_SRV6_TE_PRIMARY>;

@@ -36,9 +36,10 @@ only engine/service "fibdb/(common|engine)\.h|engine/(client|service)/|$platform
 only tools 'fibdb/|tools/'
 only tools/fibdb/base 'fibdb/|tools/fibdb/base/'
 only tools/fibdb/output 'tools/fibdb/(base|output)/'
+only tools/fibdb/files 'tools/fibdb/(base|files|output)/'
 only tools/fibdb/shell 'fibdb/|tools/fibdb/(base|output|shell)/'
-only tools/fibdb/tables 'fibdb/|tools/fibdb/(base|output|shell|tables)/'
-only tools/fibdb/routes 'fibdb/|tools/fibdb/(base|output|routes|shell|tables)/'
+only tools/fibdb/tables 'fibdb/|tools/fibdb/(base|files|output|shell|tables)/'
+only tools/fibdb/routes 'fibdb/|tools/fibdb/(base|files|output|routes|shell|tables)/'
 
 library=$(ls -d runtime route nexthop config registered engine 2>/dev/null || true)
 never "$library" '\b(printf|puts|abort|exit)\(' 'library code that prints or ends the process'

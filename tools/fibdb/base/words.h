@@ -75,8 +75,8 @@ struct KeywordMatch {
 };
 KeywordMatch matchKeyword(std::string_view word, std::span<const std::string_view> candidates);
 
-// The candidate that is at most a slip of the keyboard away: insertions, deletions, changes, swapped neighbours. Else one
-// of which the word is a part: "gap" of "dlb_gap".
+// The candidate that is at most a slip of the keyboard away: insertions, deletions, changes, swapped neighbours. Else
+// one of which the word is a part: "gap" of "dlb_gap".
 std::optional<std::string_view> nearestWord(std::string_view word, std::span<const std::string_view> candidates);
 
 // "did you mean X?", or nothing.
