@@ -3,7 +3,8 @@ include_guard(GLOBAL)
 
 function(fibdb_target target)
   target_compile_features(${target} PRIVATE cxx_std_20)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Werror)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion
+                                            $<$<BOOL:${FIBDB_WERROR}>:-Werror>)
   # Includes are written from the project's root: "runtime/ops.h", "engine/store/table.h".
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_STANDARD 11 C_EXTENSIONS OFF)

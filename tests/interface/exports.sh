@@ -21,7 +21,7 @@ refuse() {
   echo "$1:" && cat "$2"
   failed=1
 }
-exported() { nm -D --defined-only "$1" | awk '$2 != "A" { print $3 }' | LC_ALL=C sort -u; }
+exported() { nm -D --defined-only "$1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | LC_ALL=C sort -u; }
 
 grep -v '^#' "$here/exports.txt" >"$work/list"
 exported "$library" >"$work/exported"
