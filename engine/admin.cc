@@ -20,6 +20,10 @@ struct ErrorText {
 
 constexpr ErrorText kErrorTexts[] = {
     {FIB_DB_OK, "success"},
+    {FIB_DB_ERR, "failed; the reason was logged"},
+    {FIB_DB_NOT_FOUND, "there is no such record, or the iteration has ended"},
+    {FIB_DB_BATCH_NOT_EXECUTED, "the batch was not executed now and is kept: try again"},
+    {FIB_DB_NO_ROUTE, "no prefix covers the address"},
     {DB_ERR_FIELD_ABSENT, "the record never had this node"},
     {DB_ERR_RETRY, "not taken now, may be retried: the batch is full"},
     {DB_RET_PUB_STATUS, "success, and the change waits for publication"},
@@ -101,6 +105,8 @@ void afterForkInChild() {
 }  // namespace fibdb
 
 using namespace fibdb;
+
+const char* fibdb_engine_version(void) { return FIBDB_VERSION; }
 
 const char* fibdb_engine_error_text(uint32_t code) {
   for (const ErrorText& entry : kErrorTexts) {

@@ -22,13 +22,21 @@
 
 #if defined(__GNUC__)
 #define FIBDB_API __attribute__((visibility("default")))
+#define FIBDB_PRINTF __attribute__((format(printf, 1, 2)))
 #else
 #define FIBDB_API
+#define FIBDB_PRINTF
 #endif
 
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* The release that these headers belong to. */
+#define FIBDB_VERSION_MAJOR 0
+#define FIBDB_VERSION_MINOR 1
+#define FIBDB_VERSION_PATCH 0
+#define FIBDB_VERSION "0.1.0"
 
 /* Status values. */
 enum {

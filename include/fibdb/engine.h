@@ -53,7 +53,10 @@ enum {
   DB_ERR_EXISTS = 20022              /* table service: a record with this primary key exists */
 };
 
-/* A line of text for any code that a db_* or UFIB_DB_* call of the engine returns; never NULL. */
+/* FIBDB_VERSION of the engine that is loaded, which may be later than the one a program was built with. */
+FIBDB_API const char* fibdb_engine_version(void);
+
+/* A line of text for any code of the engine's calls, and for any status of the library's functions; never NULL. */
 FIBDB_API const char* fibdb_engine_error_text(uint32_t code);
 
 /* How many tables the schema has; their numbers are 0 to count - 1. Others are DB_ERR_WRONG_TABLE. */

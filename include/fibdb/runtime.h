@@ -21,7 +21,7 @@ typedef struct FibDbMemHooks {
 } FibDbMemHooks;
 
 /* printf-style; no message ends with a newline. The returned value is not looked at. */
-typedef int (*FibDbLogFunc)(const char* fmt, ...);
+typedef int (*FibDbLogFunc)(const char* fmt, ...) FIBDB_PRINTF;
 
 /* A NULL member drops the messages of that severity; both are NULL initially. */
 typedef struct FibDbLogHooks {

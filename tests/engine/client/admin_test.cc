@@ -11,7 +11,8 @@ class Admin : public EngineTest {};
 TEST_F(Admin, every_code_has_a_text_of_its_own) {
   std::set<std::string> texts;
   std::vector<uint32_t> codes = {FIB_DB_OK,      DB_ERR_FIELD_ABSENT,     DB_ERR_RETRY,      DB_RET_PUB_STATUS,
-                                 DB_ERR_NO_DATA, DB_ERR_BATCH_QUEUE_FULL, DB_ERR_BATCH_BUSY, DB_ERR_ITER_END};
+                                 DB_ERR_NO_DATA, DB_ERR_BATCH_QUEUE_FULL, DB_ERR_BATCH_BUSY, DB_ERR_ITER_END,
+                                 FIB_DB_ERR,     FIB_DB_NOT_FOUND,        FIB_DB_NO_ROUTE,   FIB_DB_BATCH_NOT_EXECUTED};
   for (uint32_t code = DB_ERR_BAD_HANDLE; code <= DB_ERR_EXISTS; ++code) codes.push_back(code);
   for (const uint32_t code : codes) {
     const std::string text = fibdb_engine_error_text(code);
@@ -19,9 +20,18 @@ TEST_F(Admin, every_code_has_a_text_of_its_own) {
     EXPECT_EQ(text.find('\n'), std::string::npos);
     EXPECT_TRUE(texts.insert(text).second) << text;
   }
-  for (const uint32_t code : {1u, 60u, uint32_t{DB_ERR_EXISTS} + 1, UINT32_MAX}) {
+  for (const uint32_t code : {2u, 61u, uint32_t{DB_ERR_EXISTS} + 1, UINT32_MAX}) {
     EXPECT_STREQ(fibdb_engine_error_text(code), "unknown code");
   }
+}
+
+// The build's version, the headers' and the loaded engine's are one.
+TEST_F(Admin, the_version_is_the_releases) {
+  EXPECT_STREQ(fibdb_engine_version(), FIBDB_PROJECT_VERSION);
+  EXPECT_STREQ(FIBDB_VERSION, FIBDB_PROJECT_VERSION);
+  const std::string numbers = std::to_string(FIBDB_VERSION_MAJOR) + '.' + std::to_string(FIBDB_VERSION_MINOR) + '.' +
+                              std::to_string(FIBDB_VERSION_PATCH);
+  EXPECT_EQ(numbers, FIBDB_PROJECT_VERSION);
 }
 
 TEST_F(Admin, tables_are_found_by_name) {
