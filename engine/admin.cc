@@ -20,7 +20,7 @@ struct ErrorText {
 
 constexpr ErrorText kErrorTexts[] = {
     {FIB_DB_OK, "success"},
-    {FIB_DB_ERR, "failed; the reason was logged"},
+    {FIB_DB_ERR, "failed; as a rule the reason was logged"},
     {FIB_DB_NOT_FOUND, "there is no such record, or the iteration has ended"},
     {FIB_DB_BATCH_NOT_EXECUTED, "the batch was not executed now and is kept: try again"},
     {FIB_DB_NO_ROUTE, "no prefix covers the address"},

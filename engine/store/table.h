@@ -97,8 +97,8 @@ class Table {
   // Inserts the row; DB_ERR_EXISTS when there is a record with its primary key. Else as write.
   uint32_t insert(const uint8_t* row);
   // Changes the fields in `staged` of the record with this primary key to row's; child nodes that row marks as written
-  // are added to those that are. DB_ERR_NO_DATA when there is
-  // none, DB_ERR_KEY_MISMATCH when a staged field of the primary key differs from the key.
+  // are added to those that are. DB_ERR_NO_DATA when there is none, DB_ERR_KEY_MISMATCH when a staged field of the
+  // primary key differs from the key.
   uint32_t update(const uint8_t* primaryKey, const uint8_t* row, FieldSet staged);
   // Removes the record, or all records, with this key (primary or secondary); each removal is a write of its
   // own. DB_ERR_NO_DATA when there is none.
