@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // bench/calls_bench.cc: what the exported calls do with the Internet's table, beside peers that a program might
 // use instead.
 //

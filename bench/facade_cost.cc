@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // bench/facade_cost.cc: exported calls over a platform that does nothing, to be run under an instruction counter.
 //   facade_cost            prints the names of the calls
 //   facade_cost CALL N     makes N of them, and prints how many blocks of memory they asked for

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // bench/idle_platform.cc: a platform whose calls do nothing and succeed: what is left is the library's own cost.
 #include "platform/bounds.h"
 #include "platform/objdb.h"

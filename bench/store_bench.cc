@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // bench/store_bench.cc: what the store does on one core with a table of a million routes.
 //
 // The routes are /24 networks, spread over the address space; 256 groups take them in turn. Lookups come in a

@@ -1,3 +1,5 @@
+# SPDX-FileCopyrightText: 2026 The fibdb authors
+# SPDX-License-Identifier: Apache-2.0
 # How every target of the project is compiled.
 include_guard(GLOBAL)
 

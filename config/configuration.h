@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // config/configuration.h: what the two configuration records have in common: a record per virtual router, written whole
 // or changed through a setter of the caller's, with scalar settings and child nodes that have functions of their own.
 #ifndef FIBDB_CONFIG_CONFIGURATION_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // config/ecmp_cfg.cc: the ECMP record of a virtual router. Its settings are in ecmp_settings.cc, its child nodes in
 // ecmp_nodes.cc.
 #include "config/configuration.h"

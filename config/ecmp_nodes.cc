@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // config/ecmp_nodes.cc: the six child nodes of the ECMP record, each got and set as a whole.
 #include "config/configuration.h"
 #include "platform/objdb_tables.h"

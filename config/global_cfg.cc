@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // config/global_cfg.cc: the global forwarding record of a virtual router, and its child node; the scalar settings are
 // in global_settings.cc.
 #include "config/configuration.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // config/global_settings.cc: the settings of the global record one by one: its field and its messages, then its
 // functions, five.
 #include "config/configuration.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // config/setting.h: a scalar setting of a configuration record as data, and what its getter and setter do.
 #ifndef FIBDB_CONFIG_SETTING_H
 #define FIBDB_CONFIG_SETTING_H

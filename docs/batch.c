@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/batch.c: batches that fill up, a queue that is full, and operations that the database refuses. */
 #include <inttypes.h>
 #include <pthread.h>

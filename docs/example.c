@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/example.c: what a caller writes: one next hop, one route through a batch, one lookup. */
 #include <inttypes.h>
 #include <stdarg.h>

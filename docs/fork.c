@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/fork.c: a child has a copy of the tables, and makes connections and objects of its own. */
 #define _POSIX_C_SOURCE 200809L
 #include <stdio.h>

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/iterate.c: iterators and reads of several records at once. */
 #include <inttypes.h>
 #include <stdio.h>

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/limits.c: a table at its limits, and what the counters say then. */
 #include <inttypes.h>
 #include <stdio.h>

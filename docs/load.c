@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/load.c: the libraries loaded at run time, not linked: first a database, then the library over it. */
 #include <dlfcn.h>
 #include <stdio.h>

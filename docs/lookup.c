@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/lookup.c: addresses as the library takes them, and what the mask of a question means. */
 #include <arpa/inet.h>
 #include <stdio.h>

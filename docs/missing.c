@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/missing.c: what each kind of function says when there is no such record. The tables are empty. */
 #include <inttypes.h>
 #include <stdio.h>

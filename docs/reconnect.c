@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/reconnect.c: a process that loses its connection and opens another, over and over: what to do with the cached
  * batch object, which belongs to the connection that is gone. */
 #include <stdio.h>

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/recorder.c: a database that does nothing but say what it is asked: the smallest thing that can be put under the
  * library. Its calls of every table come from the schema. */
 #include <inttypes.h>

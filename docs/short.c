@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* docs/short.c: the shortest way from a route to a lookup, without a look at what the calls return: see example.c. */
 #include <stdio.h>
 

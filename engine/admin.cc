@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/admin.cc: administration: texts of codes, statistics, limits, walks over any table, test faults; and fork().
 #include <pthread.h>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp.cc: next hops, keyed by nhp_index. The plainest table, and the pattern that the others vary.
 #include "fibdb/nexthop.h"
 #include "platform/objdb_tables.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_ext.cc: next-hop extensions, keyed by four words and a byte; found by IID index, by tunnel and by SD-WAN
 // key, too. Records travel as whole rows. Two families of iterators meet here: by IID index the object database's, by
 // tunnel the table service's, and only the latter can be stepped by this table.

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_ext_label.cc: labels of next-hop extensions, keyed by seven words; walked by VRF, too. The table service
 // stores the caller's layout as it is, and no time is stamped.
 #include "fibdb/nexthop.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_group.cc: next-hop groups, keyed by group and router; found by VRF, too, and through the table service.
 // Each change tells the readers of the table, in oper_bitmap, what kind of change it is.
 #include <array>

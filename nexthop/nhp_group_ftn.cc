@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_group_ftn.cc: prefixes bound to next-hop groups, keyed by router, VRF, address and mask length. They
 // share the item of the groups, and say most things in the groups' words.
 #include "fibdb/nexthop.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_group_node.cc: members of next-hop groups, keyed by everything that tells them apart; found by group and
 // by either next hop, and, through the table service, by primary attribute.
 #include "fibdb/nexthop.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_lla.cc: next hops with a 16-byte address, keyed by IID index, address and interface; found by the parts
 // of the key and by global slot, too. Its partial updates and some of its lookups are counted as they begin and finish.
 #include "fibdb/nexthop.h"

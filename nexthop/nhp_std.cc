@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_std.cc: standard next hops, keyed by next-hop index, IPv4 address and interface; found by the parts of
 // the key, interface type, working interface and global slot, too.
 #include "fibdb/nexthop.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_vpn.cc: next hops into a VPN, keyed by next-hop index, VR, VRF and destination VPN; found by the index
 // alone, too.
 #include "fibdb/nexthop.h"

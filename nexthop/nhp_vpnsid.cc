@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_vpnsid.cc: next hops with VPN segment identifiers, keyed by three words and a SID; found by next hop,
 // XSID and VPN SID, too. Records travel as whole rows; one record is read through the table service.
 #include "fibdb/nexthop.h"

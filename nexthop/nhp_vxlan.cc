@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/nhp_vxlan.cc: next hops into a VXLAN tunnel, keyed by next-hop index, tunnel and gateway address; found by
 // the index, the tunnel and the VNI, too.
 #include <cstddef>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // nexthop/pp4ext_srv6_te.cc: what SRv6 traffic engineering adds to next hops, keyed by four words, an address and a
 // type; found by next hop and by policy, too. Records travel as whole rows.
 #include "fibdb/nexthop.h"

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* platform/bounds.h: the bounds-checked memory and string functions (C11 Annex K signatures and semantics). A device
  * supplies them; so does libfibdb-engine. 0, or a code when a bound is violated. */
 #ifndef FIBDB_PLATFORM_BOUNDS_H

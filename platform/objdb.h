@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* platform/objdb.h: the object database client, generic part. A device supplies it; so does libfibdb-engine.
  *
  * All calls return 0 or a code. Handles are opaque and non-zero. An object serves one operation at a time and belongs

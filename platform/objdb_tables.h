@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* platform/objdb_tables.h: the object database client, per-table part, expanded from the schema:
  * db_create_<t>_obj, db_release_<t>_object, and per row of the schema db_set_<t>_<field>, db_get_<t>_<field>,
  * db_reset_<t>_object, db_set_<t>_all_fields, db_get_<t>_all_fields, db_create_<t>_obj_specific_conn,

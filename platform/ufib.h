@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* platform/ufib.h: the table service. A device supplies it; so does libfibdb-engine.
  *
  * Every call names a table by the service's own id and returns 0 or a code, unless it returns a handle. A table must

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/ar_group_attr.cc: AR group attributes, keyed by two words and a byte; found by attribute id, originator id
 // or origin AS number, too. The pattern of the registered tables.
 #include "fibdb/registered.h"

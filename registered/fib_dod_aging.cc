@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/fib_dod_aging.cc: aging records of on-demand routes, keyed by one word.
 #include "fibdb/registered.h"
 #include "platform/schema/catalog.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/fib_dod_rule.cc: rules of on-demand routes, keyed by three words and a length; found by the longest prefix
 // that covers a key, too. The table service stores the caller's item as it is, and no time is stamped.
 #include "fibdb/registered.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/fib_special_ip.cc: special addresses, keyed by one word. The row has the item's layout.
 #include "fibdb/registered.h"
 #include "platform/schema/catalog.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/fib_special_ip_sub.cc: sub-entries of special addresses, keyed by two words and a byte.
 #include "fibdb/registered.h"
 #include "platform/schema/catalog.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/fwd_vs_vpn.cc: bindings of forwarding virtual systems to VPNs, keyed by one word. The row has the item's
 // layout, and its time is that of the creation. Nothing iterates this table.
 #include "fibdb/registered.h"

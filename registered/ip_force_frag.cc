@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/ip_force_frag.cc: forced fragmentation, one record per virtual router. Written and read through the object
 // database, which is logged and not counted; only walked through the table service. Nothing deletes here.
 #include "fibdb/registered.h"

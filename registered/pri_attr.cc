@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/pri_attr.cc: primary attributes, keyed by two words, those of a next-hop group's member, and a byte; found
 // by the two words alone, too. A change of the smooth id is stamped.
 #include "fibdb/registered.h"

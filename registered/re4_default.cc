@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/re4_default.cc: IPv4 default routes, keyed by forwarding VRF. Not registered with the table service: they
 // are written and removed through the object database, and nothing reads or walks them.
 #include "fibdb/registered.h"

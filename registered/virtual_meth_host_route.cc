@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/virtual_meth_host_route.cc: host routes of the virtual management interface, keyed by one word.
 #include "fibdb/registered.h"
 #include "platform/schema/catalog.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // registered/vrf_class_data.cc: how far a producer's data of a VRF have come, keyed by table, producer, router and VRF.
 // Records are read from the object database, and counted through the table service; others write them.
 #include "fibdb/registered.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // route/ip4forward.cc: IPv4 routes, keyed by virtual router, VRF, address and mask.
 #include <cstddef>
 #include <cstring>

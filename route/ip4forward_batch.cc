@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // route/ip4forward_batch.cc: asynchronous batch writes of IPv4 routes: one connection and one batch object per process.
 #include "fibdb/route.h"
 #include "platform/objdb.h"

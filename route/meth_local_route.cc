@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // route/meth_local_route.cc: prefixes that are local to the device: a key and nothing else.
 #include "fibdb/route.h"
 #include "platform/objdb_tables.h"

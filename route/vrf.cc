@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // route/vrf.cc: VRFs of a virtual router, keyed by router and VRF id; found by router and name, and by router.
 #include <array>
 #include <cstddef>

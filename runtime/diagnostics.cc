@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/diagnostics.cc: error statistics, operation names, update timing, and the family of result processors.
 #include "runtime/diagnostics.h"
 

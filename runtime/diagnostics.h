@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/diagnostics.h: the shape shared by all result processors.
 #ifndef FIBDB_RUNTIME_DIAGNOSTICS_H
 #define FIBDB_RUNTIME_DIAGNOSTICS_H

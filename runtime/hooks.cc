@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/hooks.cc: allocation and log hooks, and the source process id of written routes.
 #include <cstdlib>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/key.h: packed keys. Fields follow each other without gaps; the index id says how long they are together.
 #ifndef FIBDB_RUNTIME_KEY_H
 #define FIBDB_RUNTIME_KEY_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/ops.h: the sequences of database calls behind the exported functions, each written once.
 //
 // A table file declares a Table and exports one-line functions over these; what is peculiar about a function stands in

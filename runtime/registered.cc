@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/registered.cc: the descriptors of the registered tables, their register functions, and the start-up loop.
 #include "runtime/registered.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/registered.h: the sequences behind tables that are reached through the table service.
 //
 // The service's code is the caller's status, unchanged; nothing is said and nothing is counted.

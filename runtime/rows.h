@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/rows.h: tables whose records travel as whole rows, laid out and byte-ordered differently from the items.
 //
 // An item holds a 16-byte address as four 32-bit words in host byte order, a row holds its bytes in network order. To

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/stopwatch.h: times an update from before its object is made until after it is released.
 #ifndef FIBDB_RUNTIME_STOPWATCH_H
 #define FIBDB_RUNTIME_STOPWATCH_H

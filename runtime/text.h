@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // runtime/text.h: message texts that know their arguments.
 #ifndef FIBDB_RUNTIME_TEXT_H
 #define FIBDB_RUNTIME_TEXT_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/fault_loop_test.cc: every exported function, with each of its platform calls failing in turn.
 //
 // Each function runs once per call that it makes and per code below. After each run nothing may be alive, nothing may

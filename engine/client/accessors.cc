@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/accessors.cc: the per-table calls, each one line over the functions above them.
 #include "platform/objdb_tables.h"
 

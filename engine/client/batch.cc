@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/batch.cc: connections, their threads and queues; building, handing over and applying batches.
 #include "engine/client/batch.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/batch.h: asynchronous connections, and the batches of operations that objects build for them.
 //
 // DESCRIPTION  A connection has one thread. A batch object copies operations into a buffer; executing hands

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/faults.h: codes that tests ask for in place of success.
 #ifndef FIBDB_ENGINE_CLIENT_FAULTS_H
 #define FIBDB_ENGINE_CLIENT_FAULTS_H

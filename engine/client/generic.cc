@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/generic.cc: the calls that are the same for every table: writes, reads, counts, iterators, statements.
 #include "platform/objdb.h"
 

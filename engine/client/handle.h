@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/handle.h: what the opaque 64-bit words that callers hold are made of.
 //
 // DESCRIPTION  A handle is a tag (what it stands for), a generation, and the slot it lives in. Slots are

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/mutex.h: the C library's mutex and condition, constant-initialised, with a scoped lock.
 //
 // The C++ library's own report errors by exceptions, and so would make it needed at run time.

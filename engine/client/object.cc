@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/object.cc: the pool of table objects, and their life from create to release.
 #include "engine/client/object.h"
 

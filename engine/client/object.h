@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/client/object.h: table objects: what stages one operation and stands on one record. And their pool.
 //
 // DESCRIPTION  An object belongs to one table and one kind of operation. It has a row where fields are

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/service/bounds.cc: the bounds-checked memory and string functions.
 #include "platform/bounds.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/service/table_service.cc: the table service, a client of the object database like any other.
 //
 // It reaches a table through the functions that were registered for it and the generic calls. Two things it

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/service/table_service.h: what administration needs of the table service beside its calls.
 #ifndef FIBDB_ENGINE_SERVICE_TABLE_SERVICE_H
 #define FIBDB_ENGINE_SERVICE_TABLE_SERVICE_H

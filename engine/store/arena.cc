@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/arena.cc: reserving the arena and handing out its extents.
 #include "engine/store/arena.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/arena.h: one stretch of address space that holds all stored state.
 //
 // DESCRIPTION  Everything stored is addressed by a Ref, a 32-bit count of 16-byte units from the arena's

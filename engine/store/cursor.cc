@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/cursor.cc: the walks: over slots, under a key, along an ordered index, up covering prefixes.
 #include <cstring>
 

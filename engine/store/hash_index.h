@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/hash_index.h: references by the hash of what they refer to, growing one bucket at a time.
 //
 // DESCRIPTION  Linear hashing: buckets of one cache line (tags and references, overflow by chaining), and one

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/heap.cc: cutting extents into blocks, and the queue in which retired blocks rest.
 #include "engine/store/heap.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/heap.h: one table's memory: blocks for index nodes and keys, out of arena extents.
 //
 // DESCRIPTION  Readers take no lock and leave no trace, so a block that a writer unlinks may still be under a

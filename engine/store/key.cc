@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/key.cc: how keys are taken out of rows.
 #include "engine/store/key.h"
 

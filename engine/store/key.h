@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/key.h: keys: taken out of rows, hashed, compared, turned into numbers that sort.
 //
 // DESCRIPTION  A KeyShape is worked out once from the columns of an index: neighbouring columns become one

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/key_directory.h: what is kept once per key of an index: a payload, found by the key.
 //
 // DESCRIPTION  Every key in use has a block {payload, key bytes}; a hash index leads to it. The payload is

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/longest_prefix_index.cc: walking and rebuilding the nodes of a longest-prefix trie.
 //
 // An address is read as chunks of six bits, after five zero bits that stand before it so that the levels fall

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/longest_prefix_index.h: IPv4 prefixes with one value each, as a compressed multibit trie.
 //
 // DESCRIPTION  Nodes of six bits: a node has a 64-bit map of its children and a 64-bit map of the prefixes

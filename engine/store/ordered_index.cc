@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/ordered_index.cc: descending, splitting and merging the nodes of an ordered index.
 //
 // A node is a header and a row of items. In a leaf an item is an entry; above the leaves it is an entry and

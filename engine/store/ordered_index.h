@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/ordered_index.h: a set of fixed-size entries in ascending order, as a B+tree of copied nodes.
 //
 // DESCRIPTION  Entry is a plain value with a total order (operator<=>), a multiple of four bytes. insert and

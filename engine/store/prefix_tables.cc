@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/prefix_tables.cc: records that share a prefix.
 #include "engine/store/prefix_tables.h"
 

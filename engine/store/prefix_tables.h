@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/prefix_tables.h: the records under each prefix, in one trie per leading key (a VRF).
 //
 // DESCRIPTION  A trie's value is the record of the prefix. Records whose addresses differ only below the mask

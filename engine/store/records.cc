@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/records.cc: slots cut from extents, and the protocol of their versions.
 #include "engine/store/records.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/records.h: the records of one table: slots, their versions and births.
 //
 // DESCRIPTION  A record is a slot: a 32-bit version, then the row. Slots are cut from extents that hold

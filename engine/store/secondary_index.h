@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/secondary_index.h: the records under each key of an index that many records may share.
 //
 // DESCRIPTION  Each key in use has a block with the number of its records; postings {block, record} stand in

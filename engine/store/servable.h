@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/servable.h: which schemas tables can serve, and how much memory their writes can need.
 #ifndef FIBDB_ENGINE_STORE_SERVABLE_H
 #define FIBDB_ENGINE_STORE_SERVABLE_H

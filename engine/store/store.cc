@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/store.cc: the tables of a schema, their states in the arena.
 #include <pthread.h>
 

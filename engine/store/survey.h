@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/survey.h: what the structures of a store tell about themselves to whoever checks the whole of it.
 //
 // DESCRIPTION  Each structure has a survey() that names every block of memory it owns and every entry it holds. Nobody

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/table.cc: what a write does, step by step, and reading by key.
 #include "engine/store/table.h"
 

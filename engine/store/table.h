@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/table.h: one table: its records, its indexes, what writers and readers can rely on.
 //
 // DESCRIPTION  A record is a slot: a 32-bit version, then the row. The version says whether the slot is live

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/tally.h: a count that changes in the instant in which a record does.
 //
 // DESCRIPTION  A record becomes live, dead or another key's by one store to its version (records.h), and a count

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // engine/store/word.h: words that a writer stores while readers load them.
 //
 // Stored state is plain bytes in the arena, so it is accessed through these, never through std::atomic members of

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* fibdb/common.h: what every table shares: status values, operation kinds, keys, iterators, hooks.
  *
  * Conventions of all fibdb headers

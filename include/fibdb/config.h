@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* fibdb/config.h: forwarding configuration: one ECMP record and one global record per virtual router, and the settings
  * in them one by one. The result processors of both are declared in runtime.h.
  *

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* fibdb/engine.h: administration of the embedded engine (libfibdb-engine): its codes, statistics, limits,
  * completion of batches, a look at any table, test faults. The database itself is reached through the
  * platform's db_* calls.

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* fibdb/fibdb.h: the whole exported interface of libfibdb. */
 #ifndef FIBDB_FIBDB_H
 #define FIBDB_FIBDB_H

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* fibdb/nexthop.h: next hops, keyed by a 32-bit next-hop index; standard (IPv4) next hops; next hops with a 16-byte
  * address; next hops into a VPN; next hops into a VXLAN tunnel; next-hop extensions and their labels; next-hop groups,
  * their members, and prefixes bound to them; VPN SID next hops; SRv6 traffic-engineering extensions.

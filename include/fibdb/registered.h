@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* fibdb/registered.h: tables reached through the table service. Call FIB_DB_TableRegisterInit (runtime.h) first.
  *
  * The service's codes are returned unchanged, a missing record (15005, not 60) and the end of an iteration (110012, not

@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* fibdb/route.h: IPv4 routes: keyed and longest-prefix reads, counts, iteration, asynchronous batch writes; local
  * routes; VRFs.
  *

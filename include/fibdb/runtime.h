@@ -1,3 +1,5 @@
+/* SPDX-FileCopyrightText: 2026 The fibdb authors */
+/* SPDX-License-Identifier: Apache-2.0 */
 /* fibdb/runtime.h: allocation and log hooks, error statistics, update timing, registration of tables.
  *
  * State here is process-wide and plain: no locks, no atomics. Install hooks once, before other threads call in.

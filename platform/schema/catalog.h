@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // platform/schema/catalog.h: the schema as constant data: fields with their offsets, indexes with their columns.
 //
 // Expanded and checked at compile time: a column that names no field, or an index id whose key length is not the sum

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/config_faults.cc: the rows of both configuration records for the fault loop.
 #include "platform/objdb_tables.h"
 #include "tests/config/nodes.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/config_fixture.h: tests of the configuration records over the recorded platform: the calls of their
 // sequences, and what becomes of failures.
 #ifndef FIBDB_TESTS_CONFIG_CONFIG_FIXTURE_H

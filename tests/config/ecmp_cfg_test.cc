@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/ecmp_cfg_test.cc: what is the ECMP record's alone, over the recorded platform; record_test.cc has what
 // it shares with the global record.
 #include "tests/config/config_fixture.h"

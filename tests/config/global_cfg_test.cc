@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/global_cfg_test.cc: what is the global record's alone, over the recorded platform; record_test.cc has
 // what it shares with the ECMP record.
 #include "tests/config/config_fixture.h"

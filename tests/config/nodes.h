@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/nodes.h: the child nodes of the two configuration records as data.
 #ifndef FIBDB_TESTS_CONFIG_NODES_H
 #define FIBDB_TESTS_CONFIG_NODES_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/nodes_test.cc: the child nodes of both configuration records over the recorded platform.
 #include "tests/config/nodes.h"
 

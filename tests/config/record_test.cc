@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/record_test.cc: what is one shape in both configuration records, over the recorded platform.
 #include <optional>
 

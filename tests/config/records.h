@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/records.h: the two configuration records as data, so that what is one shape in both is tested once.
 #ifndef FIBDB_TESTS_CONFIG_RECORDS_H
 #define FIBDB_TESTS_CONFIG_RECORDS_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/config/settings.h: the scalar settings of the two configuration records as data.
 #ifndef FIBDB_TESTS_CONFIG_SETTINGS_H
 #define FIBDB_TESTS_CONFIG_SETTINGS_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/config_test.cc: the configuration records over the engine.
 #include <algorithm>
 

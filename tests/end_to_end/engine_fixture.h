@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/engine_fixture.h: the library over an empty engine, failing the test on any log line.
 #ifndef FIBDB_TESTS_END_TO_END_ENGINE_FIXTURE_H
 #define FIBDB_TESTS_END_TO_END_ENGINE_FIXTURE_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/lookup_test.cc: longest-prefix reads of a table like the Internet's, against the program's
 // sorted reference.
 #include <random>

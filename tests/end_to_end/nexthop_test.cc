@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/nexthop_test.cc: next hops of the two tables that are found under many keys, against a model.
 #include <random>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/nhp_ext_label_test.cc: labels of next-hop extensions through the table service, against a model.
 #include <algorithm>
 #include <array>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/nhp_ext_test.cc: next-hop extensions, over the object database and through the table service.
 #include <algorithm>
 #include <array>

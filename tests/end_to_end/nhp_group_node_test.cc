@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/nhp_group_node_test.cc: members of next-hop groups against a model, and the way from an address over
 // route, group and members to next hops.
 #include <algorithm>

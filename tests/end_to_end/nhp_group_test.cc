@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/nhp_group_test.cc: next-hop groups and the prefixes bound to them, against a model.
 #include <algorithm>
 #include <cstring>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/registered_test.cc: the auxiliary tables over the engine: those of the table service against a
 // model, and what is each one's own.
 #include <algorithm>

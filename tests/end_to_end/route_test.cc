@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/route_test.cc: routes through the batch path and every way to read them back.
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/table_model.h: a table beside its model, a map from keys to items.
 //
 // A table is a struct of its names: Item, kName, keyOf, and the exported functions as next, release, readByIndex,

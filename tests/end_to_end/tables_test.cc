@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/tables_test.cc: next hops over the object database, AR group attributes through the table service.
 #include "tests/end_to_end/engine_fixture.h"
 

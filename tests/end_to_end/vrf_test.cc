@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/vrf_test.cc: VRFs and local routes over the engine.
 #include <algorithm>
 #include <cstring>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/whole_row_test.cc: the two next-hop tables whose records travel as whole rows, against a model.
 #include <random>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/fuzz/route_line_fuzz.cc: any line is a route, a fault with a reason, or nothing; a route that
 // is written reads as the same route.
 #include <cstdint>

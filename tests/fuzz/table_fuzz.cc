@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/fuzz/table_fuzz.cc: the input as a program of writes and reads, on a table and on its twin.
 //
 // The first byte chooses one of the toy schemas; then each operation is a byte that names it, followed by a row (and,

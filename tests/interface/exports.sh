@@ -1,4 +1,6 @@
 #!/bin/sh
+# SPDX-FileCopyrightText: 2026 The fibdb authors
+# SPDX-License-Identifier: Apache-2.0
 # Compares what the two libraries export and need with the headers and with exports.txt.
 #   exports.sh LIBFIBDB LIBFIBDB-ENGINE ROOT [instrumented]
 # Instrumented libraries need the run time of a sanitizer or of the coverage, too.

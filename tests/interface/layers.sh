@@ -1,4 +1,6 @@
 #!/bin/sh
+# SPDX-FileCopyrightText: 2026 The fibdb authors
+# SPDX-License-Identifier: Apache-2.0
 # The folders are the architecture: which room may include what.   layers.sh ROOT
 set -eu
 cd "$1"
@@ -50,5 +52,11 @@ never 'engine/store' '\bvirtual\b' 'stored state has no virtual tables'
 long=$(git ls-files '*.h' '*.cc' '*.c' '*.def' '*.txt' '*.cmake' '*.sh' dev |
   xargs awk 'length > 120 { print FILENAME ":" FNR }')
 [ -z "$long" ] || { echo "lines of more than 120 characters:" && echo "$long" && failed=1; }
+
+unlicensed=$(git ls-files '*.h' '*.cc' '*.c' '*.def' '*.txt' '*.cmake' '*.sh' '*.md' dev |
+  grep -v '^tests/interface/exports\.txt$' |
+  while read -r file; do head -n 3 "$file" | grep -q 'SPDX-License-Identifier: Apache-2.0' || echo "$file"; done)
+[ -z "$unlicensed" ] ||
+  { echo "files whose first lines do not name the licence:" && echo "$unlicensed" && failed=1; }
 
 exit $failed

@@ -1,4 +1,6 @@
 #!/bin/sh
+# SPDX-FileCopyrightText: 2026 The fibdb authors
+# SPDX-License-Identifier: Apache-2.0
 # Each file of must_not_compile/ compiles as it stands and must not compile with WRONG defined.
 #   must_not_compile.sh ROOT COMPILER
 set -eu

@@ -1,4 +1,6 @@
 #!/bin/sh
+# SPDX-FileCopyrightText: 2026 The fibdb authors
+# SPDX-License-Identifier: Apache-2.0
 # Every source file belongs to a target.   orphans.sh ROOT COMPILE_COMMANDS
 set -eu
 cd "$1"

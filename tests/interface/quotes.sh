@@ -1,4 +1,6 @@
 #!/bin/sh
+# SPDX-FileCopyrightText: 2026 The fibdb authors
+# SPDX-License-Identifier: Apache-2.0
 # Every piece of C in the documents stands in one of docs/*.c, which are compiled and run.   quotes.sh ROOT
 # A piece is a block of C; a line of "..." divides it into pieces, and how far lines are indented does not count.
 set -eu

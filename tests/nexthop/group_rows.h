@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/group_rows.h: rows of the groups and of the prefixes bound to them.
 #ifndef FIBDB_TESTS_NEXTHOP_GROUP_ROWS_H
 #define FIBDB_TESTS_NEXTHOP_GROUP_ROWS_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/nhp_ext_faults.cc: the rows of the next-hop extensions for the fault loop.
 #include "fibdb/nexthop.h"
 #include "fibdb/runtime.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/nhp_ext_test.cc: next-hop extensions over the recorded platform.
 #include <algorithm>
 #include <cstddef>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/nhp_group_ftn_test.cc: prefixes bound to next-hop groups over the recorded platform.
 #include "platform/objdb_tables.h"
 #include "tests/nexthop/group_rows.h"

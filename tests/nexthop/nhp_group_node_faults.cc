@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/nhp_group_node_faults.cc: the rows of the members of next-hop groups for the fault loop.
 #include "fibdb/nexthop.h"
 #include "platform/objdb_tables.h"

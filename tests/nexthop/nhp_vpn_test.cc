@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/nhp_vpn_test.cc: next hops into a VPN over the recorded platform.
 #include <cstddef>
 

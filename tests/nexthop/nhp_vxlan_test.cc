@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/nhp_vxlan_test.cc: next hops into a VXLAN tunnel over the recorded platform.
 #include <algorithm>
 #include <cstddef>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/pp4ext_srv6_te_faults.cc: the rows of the SRv6 traffic-engineering extensions for the fault loop.
 #include "fibdb/nexthop.h"
 #include "tests/support/fault_rows.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/pp4ext_srv6_te_test.cc: SRv6 traffic-engineering extensions over the recorded platform.
 #include <cstddef>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/nexthop/whole_row_tests.h: what holds for every table whose records travel as whole rows, over the recorded
 // platform. A table's test file describes the table, spells its texts out, and instantiates this suite with it.
 #ifndef FIBDB_TESTS_NEXTHOP_WHOLE_ROW_TESTS_H

@@ -1,4 +1,6 @@
 #!/bin/sh
+# SPDX-FileCopyrightText: 2026 The fibdb authors
+# SPDX-License-Identifier: Apache-2.0
 # Compares the binary interface of a build with the one in the tree, or writes it anew.
 #   abi.sh check|renew BUILD ROOT-OF-SOURCES
 # What was there must stay as it was; what is added is no fault, and goes into the tree with the next renewal.

@@ -1,4 +1,6 @@
 #!/bin/sh
+# SPDX-FileCopyrightText: 2026 The fibdb authors
+# SPDX-License-Identifier: Apache-2.0
 # Installs a build into a root of its own, builds a C and a C++ program against what is there, and runs them.
 #   install.sh BUILD ROOT-OF-SOURCES CC CXX
 set -eu

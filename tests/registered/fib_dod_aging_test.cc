@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/fib_dod_aging_test.cc: aging records of on-demand routes over the recorded table service.
 #include <array>
 

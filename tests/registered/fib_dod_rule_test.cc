@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/fib_dod_rule_test.cc: rules of on-demand routes over the recorded table service and database.
 #include <cstddef>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/fib_special_ip_sub_test.cc: sub-entries of special addresses over the recorded table service.
 #include <cstddef>
 

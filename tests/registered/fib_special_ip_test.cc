@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/fib_special_ip_test.cc: special addresses over the recorded table service.
 #include <cstddef>
 

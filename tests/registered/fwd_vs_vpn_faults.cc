@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/fwd_vs_vpn_faults.cc: the rows of the bindings of forwarding virtual systems for the fault loop.
 #include "fibdb/registered.h"
 #include "tests/support/fault_rows.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/fwd_vs_vpn_test.cc: bindings of forwarding virtual systems over the recorded table service.
 #include <array>
 #include <cstddef>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/ip_force_frag_test.cc: forced fragmentation over the recorded database and table service.
 #include <array>
 #include <cstddef>

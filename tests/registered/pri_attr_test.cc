@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/pri_attr_test.cc: primary attributes over the recorded table service.
 #include <cstddef>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/re4_default_test.cc: IPv4 default routes over the recorded database.
 #include <cstddef>
 

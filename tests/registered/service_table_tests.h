@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/service_table_tests.h: what holds for every table whose records go through the table service, over
 // the recorded platform. A table's test file describes the table and instantiates the suites that it has functions for.
 #ifndef FIBDB_TESTS_REGISTERED_SERVICE_TABLE_TESTS_H

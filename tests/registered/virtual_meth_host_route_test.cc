@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/virtual_meth_host_route_test.cc: host routes of the virtual management interface over the recorded
 // table service.
 #include <array>

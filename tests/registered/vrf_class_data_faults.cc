@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/vrf_class_data_faults.cc: the rows of the VRF class data for the fault loop.
 #include "fibdb/registered.h"
 #include "tests/support/fault_rows.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/registered/vrf_class_data_test.cc: VRF class data over the recorded database and table service.
 #include <cstddef>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/route/ip4forward_batch_faults.cc: the rows of the routes' batch path for the fault loop.
 #include "fibdb/route.h"
 #include "tests/support/fault_rows.h"

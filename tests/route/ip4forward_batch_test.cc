@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/route/ip4forward_batch_test.cc: the asynchronous connection, its batch object and its operations.
 #include "tests/support/tables_fixture.h"
 

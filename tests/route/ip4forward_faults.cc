@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/route/ip4forward_faults.cc: the rows of the routes for the fault loop, those of the batch path apart.
 #include "fibdb/route.h"
 #include "tests/support/fault_rows.h"

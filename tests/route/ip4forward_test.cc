@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/route/ip4forward_test.cc: conversions, reads, counts and iteration of IPv4 routes over the recorded platform.
 #include <cstddef>
 #include <ostream>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/route/meth_local_route_test.cc: local routes over the recorded platform.
 #include <cstring>
 

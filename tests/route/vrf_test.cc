@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/route/vrf_test.cc: VRFs over the recorded platform.
 #include <cstring>
 #include <string>

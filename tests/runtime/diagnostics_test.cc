@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/runtime/diagnostics_test.cc: error statistics, operation names, update timing, result processors.
 #include <ostream>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/runtime/hooks_test.cc: allocation and log hooks, the source process id.
 #include <cstdlib>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/runtime/ops_test.cc: the shared sequences that no table of the library uses yet, over a table of this test; and
 // what Text refuses to compile.
 #include "runtime/ops.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/runtime/registered_test.cc: the fifteen descriptors and the start-up loop.
 #include "platform/objdb_tables.h"
 #include "tests/support/tables_fixture.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/runtime/runtime_faults.cc: the rows of runtime.h for the fault loop.
 #include "fibdb/runtime.h"
 #include "tests/support/fault_rows.h"

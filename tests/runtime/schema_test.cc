@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/runtime/schema_test.cc: what the schema expands to, on a table of this test and on the real ones.
 #include "platform/schema/catalog.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/fault_rows.h: what the fault loop runs: a row per exported function, and what its failures give.
 //
 // The rows stand beside the tests of their table and announce themselves: a file of rows holds one FaultRows, and

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/group_items.h: a group and a member of one, each field of a value of its own, for tests over either
 // database.
 #ifndef FIBDB_TESTS_SUPPORT_GROUP_ITEMS_H

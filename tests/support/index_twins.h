@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/index_twins.h: the indexes on memory of their own, and the linear scans that they must agree with.
 //
 // A twin is a list that is searched from one end to the other: slow, and right at a glance. Subject and twin

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/platform_double.cc: the recorded platform.
 #include "tests/support/platform_double.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/platform_double.h: a platform that does as it is told: records every call, and fails any of them.
 //
 // The double supplies every db_*, UFIB_DB_* and *_s symbol (the per-table ones expanded from the schema), so that the

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/service_records.h: what the records for the table service hold beside their fields.
 #ifndef FIBDB_TESTS_SUPPORT_SERVICE_RECORDS_H
 #define FIBDB_TESTS_SUPPORT_SERVICE_RECORDS_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/table_twin.h: what a table and its cursors should do, as a sorted map and linear scans.
 #ifndef FIBDB_TESTS_SUPPORT_TABLE_TWIN_H
 #define FIBDB_TESTS_SUPPORT_TABLE_TWIN_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/tables_fixture.h: a fresh recorded platform per test, and nothing left alive after it.
 #ifndef FIBDB_TESTS_SUPPORT_TABLES_FIXTURE_H
 #define FIBDB_TESTS_SUPPORT_TABLES_FIXTURE_H

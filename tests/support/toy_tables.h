@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/toy_tables.h: small schemas that reach into the corners: odd rows, one index, many, shared prefixes.
 #ifndef FIBDB_TESTS_SUPPORT_TOY_TABLES_H
 #define FIBDB_TESTS_SUPPORT_TOY_TABLES_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/run_program.cc: see run_program.h.
 #include "tests/tools/run_program.h"
 

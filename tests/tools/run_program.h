@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/run_program.h: runs the fibdb program as a shell would, on pipes or on a terminal.
 //
 // DESCRIPTION: the child gets a clean environment: C locale, no colours, a home of its own or none, so that

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/scratch_folder.h: a folder that a test has to itself, and that is gone afterwards.
 #ifndef FIBDB_TESTS_TOOLS_SCRATCH_FOLDER_H
 #define FIBDB_TESTS_TOOLS_SCRATCH_FOLDER_H

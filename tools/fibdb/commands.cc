@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/commands.cc: which commands there are, in the order of help.
 #include "tools/fibdb/shell/command.h"
 

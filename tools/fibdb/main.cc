@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/main.cc: the fibdb program: options, start-up of the library, where the commands come from.
 #include <fcntl.h>
 #include <langinfo.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/admin_test.cc: texts, statistics, limits, walks over any table, faults, and starting afresh.
 #include <set>
 

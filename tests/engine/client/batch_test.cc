@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/batch_test.cc: connections, batches, their limits, failures and completions.
 #include <pthread.h>
 #include <sched.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/bounds_test.cc: the bounds-checked functions, each rule with a buffer around it.
 #include "platform/bounds.h"
 

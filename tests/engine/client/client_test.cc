@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/client_test.cc: objects and their handles; writes, updates, removals, reads and counts.
 #include <algorithm>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/engine_fixture.h: an empty engine for each test, and rows, keys and objects in one line each.
 #ifndef FIBDB_TESTS_ENGINE_CLIENT_ENGINE_FIXTURE_H
 #define FIBDB_TESTS_ENGINE_CLIENT_ENGINE_FIXTURE_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/fork_test.cc: what a child made by fork() has of the engine, and that it never hangs.
 #include <sys/prctl.h>
 #include <sys/wait.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/iterator_test.cc: root iterators over tables, keys, ranges and covering prefixes.
 #include <algorithm>
 #include <memory>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/model_test.cc: long random runs over the C calls, checked against a plain map after every step.
 #include <algorithm>
 #include <map>

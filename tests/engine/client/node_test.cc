@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/node_test.cc: child nodes: fields of a record that are reached through a handle of their own; and
 // the call that copies the head of a row.
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/service_test.cc: the table service, over the functions registered for a table.
 #include <atomic>
 #include <ctime>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/threads_test.cc: threads with objects of their own, beside each other and beside a batch writer.
 #include <array>
 #include <atomic>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/replay/history.cc: random writes into a table, recorded, and their model.
 #include "tests/engine/replay/history.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/replay/history.h: a table's recorded history, and what was true in each of its states.
 //
 // State s is the table after s writes. The model behind the answers is plain: for every key its rows, each with the

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/replay/memory_model.cc: recording stores, and choosing what loads return.
 #include "tests/engine/replay/memory_model.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/replay/memory_model.h: what a reader may see of one writer's stores.
 //
 // DESCRIPTION  The stores of a writer into an arena are recorded in their order. A reader is then replayed over them:

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/replay/readers.cc: single reads, which must have been right at some moment between call and return, and
 // walks, which return every record that stays, none twice, in their order.
 #include "tests/engine/replay/readers.h"

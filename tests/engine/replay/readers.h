@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/replay/readers.h: what readers do while they are replayed, and whether it was right.
 #ifndef FIBDB_TESTS_ENGINE_REPLAY_READERS_H
 #define FIBDB_TESTS_ENGINE_REPLAY_READERS_H

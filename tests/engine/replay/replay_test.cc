@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/replay/replay_test.cc: readers of a table see nothing that was never so, whatever the memory model lets
 // them see; and orders that are taken away from the store on purpose are missed.
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/replay/replayed_word.h: word.h's accesses as hooks of the memory model (memory_model.h).
 //
 // Every access knows where in the store it stands, so that a test can take its order away. While nothing is

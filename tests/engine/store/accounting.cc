@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/accounting.cc: who owns what, and what stands where.
 #include "tests/engine/store/accounting.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/accounting.h: an account of a whole arena.
 //
 // Every 16 bytes that were taken from the arena belong to exactly one owner: the states of the tables, a table's

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/accounting_test.cc: after any history every block has one owner, and every index is right.
 #include "tests/engine/store/accounting.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/arena_test.cc: reserving, handing out and forgetting.
 #include "engine/store/arena.h"
 

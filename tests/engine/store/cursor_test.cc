@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/cursor_test.cc: cursors against every short sequence of writes.
 #include <gtest/gtest.h>
 

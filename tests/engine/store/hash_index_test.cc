@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/hash_index_test.cc: the hash index against a linear scan, and beside a reader.
 #include "engine/store/hash_index.h"
 

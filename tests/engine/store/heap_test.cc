@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/heap_test.cc: blocks, their rest, limits, and readers that were overtaken.
 #include "engine/store/heap.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/longest_prefix_index_test.cc: the trie against the linear scan.
 #include "engine/store/longest_prefix_index.h"
 

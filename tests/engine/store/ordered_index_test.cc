@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/ordered_index_test.cc: the tree against the linear scan.
 #include "engine/store/ordered_index.h"
 

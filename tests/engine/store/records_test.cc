@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/records_test.cc: slots: when they are used again, in which order they are walked.
 #include "engine/store/records.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/table_limits_test.cc: tables that get no more memory: the way out, and back in, stays open.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/table_test.cc: tables against their twin, and what they promise at limits.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/engine/store/table_threads_test.cc: readers beside writers: no torn row, nothing missed, nothing twice.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // An index over a field that the table does not have.
 #include "platform/schema/catalog.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // An index id whose key length is not the sum of its columns.
 #include "platform/schema/catalog.h"
 

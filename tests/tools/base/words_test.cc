@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/base/words_test.cc: splitting lines, numbers, prefixes, abbreviations and near misses.
 #include "tools/fibdb/base/words.h"
 

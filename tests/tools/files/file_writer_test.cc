@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/files/file_writer_test.cc: a file is replaced as a whole, or left alone.
 #include "tools/fibdb/files/file_writer.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/output/output_test.cc: the same answers as text and as JSON.
 #include "tools/fibdb/output/output.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/routes/program_load_test.cc: the program loads, saves, checks and measures routes.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

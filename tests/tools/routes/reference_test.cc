@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/routes/reference_test.cc: the reference against the definition of the longest match.
 #include "tools/fibdb/routes/reference.h"
 

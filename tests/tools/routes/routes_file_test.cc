@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/routes/routes_file_test.cc: lines of a routes file, good and bad, plain and compressed.
 #include "tools/fibdb/routes/routes_file.h"
 

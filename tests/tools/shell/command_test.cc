@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/shell/command_test.cc: the command table: dispatch, arguments, completion.
 #include "tools/fibdb/shell/command.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/shell/program_prompt_test.cc: the program on a terminal: prompt, completion, history, Ctrl-C.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

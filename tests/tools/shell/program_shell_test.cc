@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/shell/program_shell_test.cc: where commands come from, how failures end, what the shell sees of them.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/tables/field_test.cc: addresses that an item holds as words in host byte order, and prefixes.
 #include "tools/fibdb/tables/field.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/tables/program_auxiliary_tables_test.cc: the auxiliary tables, shown and changed by the program.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/tables/program_config_test.cc: VRFs, local routes and configuration, and the file that keeps all records.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/tables/program_resolve_test.cc: from a route or a group to its next hops, as the program shows it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/tables/program_table_test.cc: routes, next hops, AR groups and any table, shown and changed.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/tables/record_table_test.cc: the commands of a table that exists in this file alone, with every kind of
 // field, keys of several columns, and functions that do as they are told.
 #include "tools/fibdb/tables/record_table.h"

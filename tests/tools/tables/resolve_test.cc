@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/tools/tables/resolve_test.cc: groups, members and next hops, found over the engine.
 #include "tools/fibdb/tables/resolve.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/base/failure.cc: see failure.h.
 #include "tools/fibdb/base/failure.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/base/failure.h: how a command ends, and the exception that carries a refusal to the shell.
 #ifndef FIBDB_TOOLS_FAILURE_H
 #define FIBDB_TOOLS_FAILURE_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/base/interrupt.cc: see interrupt.h.
 #include "tools/fibdb/base/interrupt.h"
 

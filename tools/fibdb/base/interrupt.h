@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/base/interrupt.h: Ctrl-C ends the command that runs, not the program that holds the tables.
 #ifndef FIBDB_TOOLS_INTERRUPT_H
 #define FIBDB_TOOLS_INTERRUPT_H

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/base/words.cc: see words.h.
 #include "tools/fibdb/base/words.h"
 

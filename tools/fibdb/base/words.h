@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/base/words.h: from text to words, numbers, addresses and prefixes, and back.
 //
 // DESCRIPTION: everything an operator or a routes file can write is understood here and nowhere else. Parsers

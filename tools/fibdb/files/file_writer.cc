@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/files/file_writer.cc: see routes_writer.h.
 #include "tools/fibdb/files/file_writer.h"
 

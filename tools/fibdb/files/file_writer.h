@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/files/file_writer.h: a file that appears when it is complete, or not at all.
 //
 // DESCRIPTION: lines go to a new file beside the target, which takes the target's name in commit(). Without a

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/files/lines.cc: see lines.h.
 #include "tools/fibdb/files/lines.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/files/lines.h: the lines of a text file.
 //
 // DESCRIPTION: files may be plain, or compressed by gzip, xz, bzip2 or zstd; "-" is standard input. A bad line never

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/output/output.h: answers as data, rendered as text for people or as JSON for programs.
 //
 // DESCRIPTION: a command produces lists, records, trees and results once; the two renderers differ, the commands do

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/output/progress.cc: see progress.h.
 #include "tools/fibdb/output/progress.h"
 

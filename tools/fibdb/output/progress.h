@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/output/progress.h: a line on the terminal that says how far long work has come.
 //
 // DESCRIPTION: drawn on standard error at most ten times a second, and taken away when the work ends.

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/measure_commands.cc: measure lookups, check them against a reference, and a tour of it all.
 #include <array>
 #include <cstdlib>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/reference.cc: see reference.h.
 #include "tools/fibdb/routes/reference.h"
 

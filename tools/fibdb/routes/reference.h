@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/reference.h: longest prefix match the slow, obviously right way, to check the database against.
 //
 // DESCRIPTION: routes sorted by prefix; a lookup asks for every mask length from 32 down to 0 whether exactly

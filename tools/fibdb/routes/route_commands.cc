@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/route_commands.cc: load, save, show, add and delete routes.
 #include "tools/fibdb/routes/route_commands.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/route_commands.h: what other commands use of the route commands.
 #ifndef FIBDB_TOOLS_ROUTE_COMMANDS_H
 #define FIBDB_TOOLS_ROUTE_COMMANDS_H

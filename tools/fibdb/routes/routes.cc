@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/routes.cc: see routes.h.
 #include "tools/fibdb/routes/routes.h"
 

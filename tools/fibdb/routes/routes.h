@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/routes.h: routes as the program sees them, over the library's exported calls.
 //
 // DESCRIPTION: the program keeps its routes in virtual router 0, VRF 0. Reads go to the table at once; all

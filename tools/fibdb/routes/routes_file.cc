@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/routes_file.cc: see routes_file.h.
 #include "tools/fibdb/routes/routes_file.h"
 

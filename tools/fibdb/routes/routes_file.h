@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/routes_file.h: the text form of a routing table.
 //
 // DESCRIPTION: one route a line, `prefix[/length] [group N | origin-as N]`; blank lines and # comments are skipped.

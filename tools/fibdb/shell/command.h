@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/shell/command.h: a command as a row of data, the words it was given, and what it may use.
 //
 // DESCRIPTION: dispatch, help and completion all read the same rows. A row's words are keywords; what follows

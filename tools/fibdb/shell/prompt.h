@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/shell/prompt.h: the prompt on a terminal: line editing, history, completion.
 //
 // DESCRIPTION: history lives in $XDG_STATE_HOME/fibdb_history, or ~/.local/state/fibdb_history. Tab completes

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/shell/shell.cc: see shell.h.
 #include "tools/fibdb/shell/shell.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/shell/shell.h: runs command lines from the command line, a script or the prompt.
 //
 // DESCRIPTION: a line is one command. Its failure is reported with its place and becomes its status; nothing

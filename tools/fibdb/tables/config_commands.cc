@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/config_commands.cc: save and load every record of the tables that are described by data.
 //
 // A configuration file is text: a line `add TABLE KEY PROPERTY VALUE ...` for each record, as it would be typed. So it

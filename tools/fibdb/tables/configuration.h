@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/configuration.h: what the tables of configuration have in common: settings that are changed one by
 // one, child nodes that may be absent.
 #ifndef FIBDB_TOOLS_CONFIGURATION_H

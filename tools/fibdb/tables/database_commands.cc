@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/database_commands.cc: any table of the database, its limits, and what was counted.
 #include <algorithm>
 #include <array>

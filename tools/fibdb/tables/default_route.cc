@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/default_route.cc: IPv4 default routes, keyed by forwarding VRF. The library writes and removes
 // them, and leaves reading to others: they are listed from rows of the database.
 #include "tools/fibdb/tables/record_tables.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/dod_rule.cc: rules of on-demand routes, keyed by two words and a prefix, through the table
 // service; the longest match through the object database.
 #include "tools/fibdb/tables/record_tables.h"

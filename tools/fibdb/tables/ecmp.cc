@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/ecmp.cc: ECMP configuration, a record per virtual router.
 #include "tools/fibdb/tables/configuration.h"
 #include "tools/fibdb/tables/record_tables.h"

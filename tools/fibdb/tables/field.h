@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/field.h: a field of a record: where it lies, how people write it, how it is shown.
 //
 // DESCRIPTION: a field is data. Its layout follows from the member it names; what else is to be said of it is a

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/force_fragment.cc: forced fragmentation, one record per virtual router: read and written through
 // the object database, walked through the table service. The library deletes none.
 #include "tools/fibdb/tables/record_tables.h"

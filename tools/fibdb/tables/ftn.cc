@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/ftn.cc: prefixes bound to next-hop groups, keyed by the prefix, router and VRF. The
 // library has no iterator over them.
 #include "tools/fibdb/tables/record_tables.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/fwd_vs_vpn.cc: bindings of forwarding virtual systems to VPNs, keyed by one word, through the
 // table service. The library has no iterator over them.
 #include "tools/fibdb/tables/record_tables.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/group_member.cc: members of next-hop groups, keyed by everything that tells them apart; what is
 // mostly 0 comes last in their key.
 #include "tools/fibdb/tables/record_tables.h"

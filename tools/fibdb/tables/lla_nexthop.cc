@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/lla_nexthop.cc: next hops with a 16-byte address, keyed by their index, address and interface.
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/service_state.h"

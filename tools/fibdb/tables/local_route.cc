@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/local_route.cc: prefixes that are local to the device: a key and nothing else.
 #include <cstddef>
 #include <optional>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/meth_host.cc: host routes of the virtual management interface, keyed by one word, through the
 // table service.
 #include "tools/fibdb/tables/record_tables.h"

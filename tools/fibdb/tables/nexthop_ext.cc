@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/nexthop_ext.cc: next-hop extensions, keyed by four words and a byte.
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/rows.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/nexthop_ext_label.cc: labels of next-hop extensions, keyed by seven words, through the table
 // service.
 #include "tools/fibdb/tables/record_tables.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/record_commands.cc: show, add, set, delete and count of every table that is described by data.
 #include <algorithm>
 #include <cctype>

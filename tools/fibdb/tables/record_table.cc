@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/record_table.cc: see record_table.h.
 #include "tools/fibdb/tables/record_table.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/record_table.h: a table's commands, described by data.
 //
 // DESCRIPTION: show, add, set, delete and count, their usage, help, completion and errors are the same for every

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/record_tables.h: the tables that have commands of their own, each in the file of its name.
 #ifndef FIBDB_TOOLS_RECORD_TABLES_H
 #define FIBDB_TOOLS_RECORD_TABLES_H

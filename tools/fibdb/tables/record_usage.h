@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/record_usage.h: the texts of a table's commands, made from its fields: usages and help.
 #ifndef FIBDB_TOOLS_RECORD_USAGE_H
 #define FIBDB_TOOLS_RECORD_USAGE_H

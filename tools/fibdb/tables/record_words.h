@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/record_words.h: records as words: what stands behind `add TABLE`, and in a configuration file.
 #ifndef FIBDB_TOOLS_RECORD_WORDS_H
 #define FIBDB_TOOLS_RECORD_WORDS_H

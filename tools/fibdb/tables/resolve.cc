@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/resolve.cc: see resolve.h.
 #include "tools/fibdb/tables/resolve.h"
 

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/resolve.h: from a group to where its traffic goes.
 //
 // DESCRIPTION: a route names its group; a group has members; a member names a primary and a backup next hop by their

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/rows.h: records found through the rows of the database, in tables that the library does not list.
 #ifndef FIBDB_TOOLS_ROWS_H
 #define FIBDB_TOOLS_ROWS_H

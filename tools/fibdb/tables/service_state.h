@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/service_state.h: the fields that the records of several next-hop tables end with: what the
 // services say of a next hop, on their two channels, and who wrote it when.
 #ifndef FIBDB_TOOLS_SERVICE_STATE_H

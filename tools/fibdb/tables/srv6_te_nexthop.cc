@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/srv6_te_nexthop.cc: what SRv6 traffic engineering adds to next hops, keyed by their index,
 // three words, an address and a type.
 #include "tools/fibdb/tables/record_tables.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/vpn_nexthop.cc: next hops into a VPN, keyed by their index, VR, VRF and destination VPN. The
 // library has no iterator over them.
 #include "tools/fibdb/tables/record_tables.h"

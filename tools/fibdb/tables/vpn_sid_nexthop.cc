@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/vpn_sid_nexthop.cc: VPN SID next hops, keyed by their index, two words and a SID.
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/service_state.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/vrf.cc: VRFs, keyed by their id and router; found by router, and by their name.
 #include <optional>
 #include <vector>

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/vrf_class.cc: VRF class data, keyed by table, producer, router and VRF. The library reads and
 // counts them, and leaves writing to others.
 #include "tools/fibdb/tables/record_tables.h"

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/vxlan_nexthop.cc: next hops into a VXLAN tunnel, keyed by their index, tunnel and gateway.
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/service_state.h"
