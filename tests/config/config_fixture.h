@@ -7,16 +7,10 @@
 
 #include "platform/objdb_tables.h"
 #include "tests/config/records.h"
+#include "tests/support/calls.h"
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test {
-
-using Calls = std::vector<std::string>;
-
-inline Calls operator+(Calls calls, const Calls& more) {
-  calls.insert(calls.end(), more.begin(), more.end());
-  return calls;
-}
 
 class ConfigTest : public TablesTest {
  protected:
