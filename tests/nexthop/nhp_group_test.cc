@@ -3,24 +3,14 @@
 // tests/nexthop/nhp_group_test.cc: next-hop groups over the recorded platform.
 #include <algorithm>
 
-#include "platform/objdb_tables.h"
 #include "platform/ufib.h"
 #include "tests/nexthop/group_rows.h"
+#include "tests/nexthop/table_tests.h"
 
 namespace fibdb::test {
 namespace {
 
 using schema::TableId;
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-constexpr size_t kFields = 24;
-
-Row rowOf(const FibDbNhpGroupItem& item) {
-  Row row = rowOfGroup(TableId::nhp_group, item);
-  putField(TableId::nhp_group, row, "forwardVsId", item.forwardVsId);
-  return row;
-}
 
 std::string bytes(size_t count, const char* byte) {
   std::string text;
@@ -28,14 +18,105 @@ std::string bytes(size_t count, const char* byte) {
   return text;
 }
 
-class NhpGroupTest : public TablesTest {
- protected:
-  void SetUp() override { platform.record(TableId::nhp_group) = rowOf(fullGroup()); }
+// The getters of a group in their two halves.
+constexpr const char* kBase =
+    "nhp_group_id vr_id vrf_index nhp_number flags overlay_universal_id underlay_universal_id ref_count new_vrf";
+constexpr const char* kFurther =
+    "nhp_type_high_prio nhp_type_normal_prio status_high_prio status_normal_prio errcode_normal_prio[] forwardVsId "
+    "errcode_high_prio[] svc_ctx_high_prio[] svc_ctx_normal_prio[] app_source_id table_smooth_id db_attr_flag "
+    "time_stamp_app time_stamp_svc";
 
+struct Group {
+  using Item = FibDbNhpGroupItem;
+  static constexpr TableId kTable = TableId::nhp_group;
+  static constexpr const char* kName = "nhp_group";
+  static constexpr uint32_t kStat = 1;
+  static constexpr auto kMark = &Item::nhp_group_id;
   static constexpr const char* kKey = "0x00010008 2a00000002000000";
 
-  FibDbNhpGroupItem item = fullGroup();
+  static Item fullItem() { return fullGroup(); }
+  static Row rowOf(const Item& item) {
+    Row row = rowOfGroup(kTable, item);
+    putField(kTable, row, "forwardVsId", item.forwardVsId);
+    return row;
+  }
+
+  // A write stages a fresh service state, whatever the item holds.
+  static constexpr auto write = FIB_DB_WriteNhpGroup;
+  static constexpr WriteTexts kWrite{.create = "WriteNhpGroup failed, create object failed, ret:4294967289.",
+                                     .stage = "SetNhpGroupItem failed.",
+                                     .stageToo = "WriteNhpGroup failed, set item failed, ret:1.",
+                                     .failed = "Write nhp group db fail. ret = -7"};
+  static Row written() {
+    Item item = fullItem();
+    item.status_high_prio = item.status_normal_prio = 0;
+    std::memset(item.errcode_high_prio, 0, sizeof item.errcode_high_prio);
+    std::memset(item.errcode_normal_prio, 0, sizeof item.errcode_normal_prio);
+    std::memset(item.svc_ctx_high_prio, 0xFF, sizeof item.svc_ctx_high_prio);
+    std::memset(item.svc_ctx_normal_prio, 0xFF, sizeof item.svc_ctx_normal_prio);
+    Row row = rowOf(item);
+    putField(kTable, row, "oper_bitmap", 1);
+    return row;
+  }
+  static Calls staged() {
+    return setCalls(kName,
+                    "nhp_group_id=42 vr_id=2 vrf_index=3 nhp_number=7 flags=4 ref_count=5 new_vrf=6 app_source_id=16 "
+                    "table_smooth_id=17 db_attr_flag=137438953472 nhp_type_high_prio=8 nhp_type_normal_prio=9 "
+                    "status_high_prio=0 status_normal_prio=0 errcode_high_prio=0000 errcode_normal_prio=0000 "
+                    "svc_ctx_high_prio=" +
+                        bytes(32, "ff") + " svc_ctx_normal_prio=" + bytes(32, "ff") +
+                        " oper_bitmap=1 overlay_universal_id=18 underlay_universal_id=19 forwardVsId=27 "
+                        "time_stamp_app=141733920768 time_stamp_svc=146028888064");
+  }
+
+  static constexpr const char* kRemoveFailed = "RemoveNhpGroup failed, ret: -7";
+  static constexpr Removal<Item> kRemovals[] = {
+      {"RemoveNhpGroup", kKey, "RemoveNhpGroup failed, create object failed, ret:4294967289.", FIB_DB_RemoveNhpGroup}};
+
+  // Each stages the kind of change with its fields.
+  static std::vector<Update<Item>> updates() {
+    return {
+        {"UpdateNhpGroupContext", FIB_DB_UpdateNhpGroupContext,
+         setCalls(kName,
+                  "db_attr_flag=137438953472 new_vrf=6 nhp_type_high_prio=8 nhp_type_normal_prio=9 "
+                  "overlay_universal_id=18 underlay_universal_id=19 "
+                  "svc_ctx_high_prio=" +
+                      bytes(31, "14") + "ee svc_ctx_normal_prio=" + bytes(31, "15") +
+                      "ff status_high_prio=10 status_normal_prio=11 errcode_high_prio=0c12 errcode_normal_prio=0d13 "
+                      "oper_bitmap=8 time_stamp_svc=146028888064 forwardVsId=27")},
+        {"UpdateNhpGroupRefCount", FIB_DB_UpdateNhpGroupRefCount, setCalls(kName, "ref_count=5 oper_bitmap=2")},
+        {"UpdateNhpGroupSmoothID", FIB_DB_UpdateNhpGroupSmoothID, setCalls(kName, "table_smooth_id=17 oper_bitmap=4")},
+        {"UpdateNhpGroupFlags", FIB_DB_UpdateNhpGroupFlags,
+         setCalls(kName, "flags=4 db_attr_flag=137438953472 oper_bitmap=16")}};
+  }
+
+  static constexpr IteratorTexts kWhole{
+      "CreateNhpGroupIterator malloc failed", "CreateNhpGroupIterator createObj failed, ret: -7",
+      "CreateNhpGroupIterator createIter failed, ret: -7", "CreateNhpGroupIterator setProperty failed, ret: -7"};
+  static constexpr IteratorTexts kByVrf{"CreateNhpGroupIteratorByVrf malloc failed",
+                                        "CreateNhpGroupIteratorByVrf createObj failed, ret: -7",
+                                        "CreateNhpGroupIteratorByVrf createIter failed, ret: -7",
+                                        "CreateNhpGroupIteratorByVrf setProperty failed, ret: -7"};
+  static constexpr Iterate kIterators[] = {
+      {"whole", "NULL", kWhole, FIB_DB_CreateNhpGroupIterator},
+      {"ByVrf", "0x0109000C 010000000200000003000000", kByVrf,
+       [](uint32_t property) { return FIB_DB_CreateNhpGroupIteratorByVrf(1, 2, 3, property); }}};
+
+  static constexpr auto next = FIB_DB_GetNextNhpGroup;
+  static constexpr auto release = FIB_DB_ReleaseNhpGroupIterator;
+  static constexpr StepTexts kStep{.failed = "GetNextNhpGroup failed, ret: -7"};
+  static constexpr bool kStepsAreCounted = true;
+  static Calls step() { return getCalls(kName, kBase) + getCalls(kName, kFurther); }
 };
+
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpGroup, NextHopWriteTest, Group);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpGroup, NextHopFieldsTest, Group);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpGroup, NextHopRemovalTest, Group);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpGroup, NextHopUpdateTest, Group);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpGroup, NextHopIteratorTest, Group);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpGroup, NextHopStepTest, Group);
+
+class NhpGroupTest : public NextHopTableTest<Group> {};
 
 // Keys.
 TEST_F(NhpGroupTest, SetNhpGroupKey_stores_group_and_router) {
@@ -56,78 +137,7 @@ TEST_F(NhpGroupTest, SetNhpGroupKeyField_fills_the_key_and_leaves_the_rest_of_th
   EXPECT_EQ(key.vr_id, 2u);
 }
 
-// Write.
-TEST_F(NhpGroupTest, WriteNhpGroup_stages_a_fresh_service_state_whatever_the_item_holds) {
-  EXPECT_EQ(FIB_DB_WriteNhpGroup(&item), 0u);
-  EXPECT_THAT(
-      platform.calls,
-      ElementsAre(
-          "db_create_nhp_group_obj(0)", "db_set_nhp_group_nhp_group_id(#1, 42)", "db_set_nhp_group_vr_id(#1, 2)",
-          "db_set_nhp_group_vrf_index(#1, 3)", "db_set_nhp_group_nhp_number(#1, 7)", "db_set_nhp_group_flags(#1, 4)",
-          "db_set_nhp_group_ref_count(#1, 5)", "db_set_nhp_group_new_vrf(#1, 6)",
-          "db_set_nhp_group_app_source_id(#1, 16)", "db_set_nhp_group_table_smooth_id(#1, 17)",
-          "db_set_nhp_group_db_attr_flag(#1, 137438953472)", "db_set_nhp_group_nhp_type_high_prio(#1, 8)",
-          "db_set_nhp_group_nhp_type_normal_prio(#1, 9)", "db_set_nhp_group_status_high_prio(#1, 0)",
-          "db_set_nhp_group_status_normal_prio(#1, 0)", "db_set_nhp_group_errcode_high_prio(#1, 0000)",
-          "db_set_nhp_group_errcode_normal_prio(#1, 0000)",
-          "db_set_nhp_group_svc_ctx_high_prio(#1, " + bytes(32, "ff") + ")",
-          "db_set_nhp_group_svc_ctx_normal_prio(#1, " + bytes(32, "ff") + ")", "db_set_nhp_group_oper_bitmap(#1, 1)",
-          "db_set_nhp_group_overlay_universal_id(#1, 18)", "db_set_nhp_group_underlay_universal_id(#1, 19)",
-          "db_set_nhp_group_forwardVsId(#1, 27)", "db_set_nhp_group_time_stamp_app(#1, 141733920768)",
-          "db_set_nhp_group_time_stamp_svc(#1, 146028888064)", "db_write_obj(#1)", "db_release_nhp_group_object(#1)"));
-  EXPECT_TRUE(silent());
-}
-
-TEST_F(NhpGroupTest, WriteNhpGroup_whose_object_fails_says_so_and_returns_the_code) {
-  platform.fail("db_create_nhp_group_obj", 9);
-  EXPECT_EQ(FIB_DB_WriteNhpGroup(&item), 9u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("WriteNhpGroup failed, create object failed, ret:9."));
-  EXPECT_EQ(allCounted(), 0u);
-}
-
-TEST_F(NhpGroupTest, WriteNhpGroup_whose_fields_fail_tries_them_all_says_so_twice_and_does_not_write) {
-  platform.fail("db_set_nhp_group_nhp_group_id", 4);
-  platform.fail("db_set_nhp_group_time_stamp_svc", 3);
-  EXPECT_EQ(FIB_DB_WriteNhpGroup(&item), 1u);
-  EXPECT_EQ(platform.calls.size(), 1u + kFields + 1u);
-  EXPECT_THAT(platform.errorLines,
-              ElementsAre("SetNhpGroupItem failed.", "WriteNhpGroup failed, set item failed, ret:1."));
-  EXPECT_EQ(allCounted(), 0u);
-}
-
-TEST_F(NhpGroupTest, WriteNhpGroup_answered_with_a_publication_returns_0_and_counts_PUB) {
-  platform.fail("db_write_obj", 13044);
-  EXPECT_EQ(FIB_DB_WriteNhpGroup(&item), 0u);
-  EXPECT_TRUE(countedOnce(1, 1));
-  EXPECT_TRUE(silent());
-}
-
-TEST_F(NhpGroupTest, WriteNhpGroup_answered_with_another_code_returns_it_says_so_and_counts_WRITE) {
-  platform.fail("db_write_obj", 7);
-  EXPECT_EQ(FIB_DB_WriteNhpGroup(&item), 7u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("Write nhp group db fail. ret = 7"));
-  EXPECT_TRUE(countedOnce(1, 2));
-}
-
 // Read.
-const std::vector<std::string> kBaseGetters{
-    "nhp_group_id",          "vr_id",     "vrf_index", "nhp_number", "flags", "overlay_universal_id",
-    "underlay_universal_id", "ref_count", "new_vrf"};
-const std::vector<std::string> kFurtherGetters{
-    "nhp_type_high_prio", "nhp_type_normal_prio", "status_high_prio",  "status_normal_prio",  "errcode_normal_prio",
-    "forwardVsId",        "errcode_high_prio",    "svc_ctx_high_prio", "svc_ctx_normal_prio", "app_source_id",
-    "table_smooth_id",    "db_attr_flag",         "time_stamp_app",    "time_stamp_svc"};
-
-// The calls of these getters on an object.
-std::vector<std::string> getting(const std::vector<std::string>& fields, const std::string& object) {
-  std::vector<std::string> calls;
-  for (const std::string& field : fields) {
-    const bool isBlock = field.starts_with("errcode") || field.starts_with("svc_ctx");
-    calls.push_back("db_get_nhp_group_" + field + "(" + object + (isBlock ? ", no length)" : ")"));
-  }
-  return calls;
-}
-
 TEST_F(NhpGroupTest, ReadNhpGroup_fills_every_field_in_order_and_clears_the_mark) {
   FibDbNhpGroupItem out{.nhp_group_id = 42, .vr_id = 2, .reserved = 55, .skip_db_oper = 1, .dest_ip_addr = 66};
   EXPECT_EQ(FIB_DB_ReadNhpGroup(&out), 0u);
@@ -135,11 +145,7 @@ TEST_F(NhpGroupTest, ReadNhpGroup_fills_every_field_in_order_and_clears_the_mark
   EXPECT_EQ(out.skip_db_oper, 0u);
   EXPECT_EQ(out.reserved, 55u);
   EXPECT_EQ(out.dest_ip_addr, 66u);
-  std::vector<std::string> expected{"db_create_nhp_group_obj(3)", std::string("db_read_obj(#1, ") + kKey + ")"};
-  for (const std::string& call : getting(kBaseGetters, "#1")) expected.push_back(call);
-  for (const std::string& call : getting(kFurtherGetters, "#1")) expected.push_back(call);
-  expected.emplace_back("db_release_nhp_group_object(#1)");
-  EXPECT_EQ(platform.calls, expected);
+  EXPECT_EQ(platform.calls, around(3, Calls{keyed("db_read_obj", Group::kKey)} + Group::step()));
 }
 
 TEST_F(NhpGroupTest, ReadNhpGroup_missing_key_returns_60_and_keeps_the_item) {
@@ -180,7 +186,7 @@ TEST_F(NhpGroupTest, GetNhpGroupBaseItem_gives_the_OR_of_the_codes_and_says_noth
   platform.fail("db_get_nhp_group_new_vrf", 3);
   FibDbNhpGroupItem out{};
   EXPECT_EQ(FIB_DB_GetNhpGroupBaseItem(1, &out), 7u);
-  EXPECT_EQ(platform.calls, getting(kBaseGetters, "1"));
+  EXPECT_EQ(platform.calls, getCalls("nhp_group", kBase, "1"));
   EXPECT_EQ(out.nhp_group_id, 42u);
   EXPECT_EQ(out.vr_id, 0u);
   EXPECT_EQ(out.ref_count, 5u);
@@ -193,7 +199,7 @@ TEST_F(NhpGroupTest, ReadNhpGroup_with_a_failed_field_succeeds_without_the_block
   FibDbNhpGroupItem out{.flags = 77, .errcode_high_prio = {7}, .db_attr_flag = 78};
   EXPECT_EQ(FIB_DB_ReadNhpGroup(&out), 0u);
   EXPECT_THAT(platform.errorLines, ElementsAre("GetNhpGroupItem failed, ret: 5."));
-  EXPECT_EQ(platform.calls.size(), 2u + kBaseGetters.size() + kFurtherGetters.size() + 1u);
+  EXPECT_EQ(platform.calls.size(), 2u + Group::step().size() + 1u);
   EXPECT_EQ(out.flags, 77u);
   EXPECT_EQ(out.errcode_high_prio[0], 7);
   EXPECT_EQ(out.errcode_normal_prio[0], 0);
@@ -256,34 +262,6 @@ TEST_F(NhpGroupTest, ReadNhpGroup_whose_context_copy_fails_succeeds) {
   EXPECT_EQ(allCounted(), 0u);
 }
 
-// Remove.
-TEST_F(NhpGroupTest, RemoveNhpGroup_removes_by_the_primary_key) {
-  EXPECT_EQ(FIB_DB_RemoveNhpGroup(&item), 0u);
-  EXPECT_THAT(platform.calls, ElementsAre("db_create_nhp_group_obj(4)", std::string("db_remove_obj(#1, ") + kKey + ")",
-                                          "db_release_nhp_group_object(#1)"));
-}
-
-TEST_F(NhpGroupTest, RemoveNhpGroup_failure_returns_the_code_says_so_and_counts_REMOVE) {
-  platform.fail("db_remove_obj", 15005);
-  EXPECT_EQ(FIB_DB_RemoveNhpGroup(&item), 15005u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("RemoveNhpGroup failed, ret: 15005"));
-  EXPECT_TRUE(countedOnce(1, 4));
-}
-
-TEST_F(NhpGroupTest, RemoveNhpGroup_answered_with_a_publication_returns_0_and_counts_PUB) {
-  platform.fail("db_remove_obj", 13044);
-  EXPECT_EQ(FIB_DB_RemoveNhpGroup(&item), 0u);
-  EXPECT_TRUE(countedOnce(1, 1));
-  EXPECT_TRUE(silent());
-}
-
-TEST_F(NhpGroupTest, RemoveNhpGroup_whose_object_fails_says_so_and_returns_the_code) {
-  platform.fail("db_create_nhp_group_obj", 9);
-  EXPECT_EQ(FIB_DB_RemoveNhpGroup(&item), 9u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("RemoveNhpGroup failed, create object failed, ret:9."));
-  EXPECT_EQ(allCounted(), 0u);
-}
-
 // The mark of an item.
 TEST_F(NhpGroupTest, A_marked_item_reaches_the_database_by_no_function_but_the_update_with_a_setter) {
   item.skip_db_oper = 0x80000000;
@@ -299,47 +277,16 @@ TEST_F(NhpGroupTest, A_marked_item_reaches_the_database_by_no_function_but_the_u
   EXPECT_EQ(std::ranges::count(platform.allCalls, "db_update_obj"), 1);
 }
 
+TEST_F(NhpGroupTest, Steps_clear_the_mark) {
+  stock();
+  item.skip_db_oper = 1;
+  FibDbIterator* const iterator = FIB_DB_CreateNhpGroupIterator(0xFFFFFFFF);
+  EXPECT_EQ(FIB_DB_GetNextNhpGroup(iterator, &item), 0u);
+  EXPECT_EQ(item.skip_db_oper, 0u);
+  FIB_DB_ReleaseNhpGroupIterator(iterator);
+}
+
 // Partial updates.
-TEST_F(NhpGroupTest, UpdateNhpGroupContext_stages_what_a_service_reports_in_order) {
-  EXPECT_EQ(FIB_DB_UpdateNhpGroupContext(&item), 0u);
-  EXPECT_THAT(
-      platform.calls,
-      ElementsAre("db_create_nhp_group_obj(1)", "db_set_nhp_group_db_attr_flag(#1, 137438953472)",
-                  "db_set_nhp_group_new_vrf(#1, 6)", "db_set_nhp_group_nhp_type_high_prio(#1, 8)",
-                  "db_set_nhp_group_nhp_type_normal_prio(#1, 9)", "db_set_nhp_group_overlay_universal_id(#1, 18)",
-                  "db_set_nhp_group_underlay_universal_id(#1, 19)",
-                  "db_set_nhp_group_svc_ctx_high_prio(#1, " + bytes(31, "14") + "ee)",
-                  "db_set_nhp_group_svc_ctx_normal_prio(#1, " + bytes(31, "15") + "ff)",
-                  "db_set_nhp_group_status_high_prio(#1, 10)", "db_set_nhp_group_status_normal_prio(#1, 11)",
-                  "db_set_nhp_group_errcode_high_prio(#1, 0c12)", "db_set_nhp_group_errcode_normal_prio(#1, 0d13)",
-                  "db_set_nhp_group_oper_bitmap(#1, 8)", "db_set_nhp_group_time_stamp_svc(#1, 146028888064)",
-                  "db_set_nhp_group_forwardVsId(#1, 27)", std::string("db_update_obj(#1, ") + kKey + ")",
-                  "db_release_nhp_group_object(#1)"));
-}
-
-TEST_F(NhpGroupTest, The_other_updates_stage_their_fields_and_the_kind_of_change) {
-  struct {
-    uint32_t (*update)(const FibDbNhpGroupItem*);
-    std::vector<std::string> staged;
-  } const updates[] = {
-      {FIB_DB_UpdateNhpGroupRefCount, {"db_set_nhp_group_ref_count(#1, 5)", "db_set_nhp_group_oper_bitmap(#1, 2)"}},
-      {FIB_DB_UpdateNhpGroupSmoothID,
-       {"db_set_nhp_group_table_smooth_id(#1, 17)", "db_set_nhp_group_oper_bitmap(#1, 4)"}},
-      {FIB_DB_UpdateNhpGroupFlags,
-       {"db_set_nhp_group_flags(#1, 4)", "db_set_nhp_group_db_attr_flag(#1, 137438953472)",
-        "db_set_nhp_group_oper_bitmap(#1, 16)"}},
-  };
-  for (const auto& row : updates) {
-    platform.reset();
-    EXPECT_EQ(row.update(&item), 0u);
-    std::vector<std::string> expected{"db_create_nhp_group_obj(1)"};
-    expected.insert(expected.end(), row.staged.begin(), row.staged.end());
-    expected.push_back(std::string("db_update_obj(#1, ") + kKey + ")");
-    expected.emplace_back("db_release_nhp_group_object(#1)");
-    EXPECT_EQ(platform.calls, expected);
-  }
-}
-
 TEST_F(NhpGroupTest, The_setters_but_for_the_context_try_all_their_fields_and_give_the_OR_silently) {
   platform.failAlways("db_set_nhp_group_ref_count", 1);
   platform.failAlways("db_set_nhp_group_table_smooth_id", 2);
@@ -410,95 +357,6 @@ TEST_F(NhpGroupTest, UpdateNhpGroupFields_of_NULL_or_without_setter_returns_1_si
   EXPECT_EQ(FIB_DB_UpdateNhpGroupFields(&item, nullptr), 1u);
   EXPECT_THAT(platform.calls, IsEmpty());
   EXPECT_TRUE(silent());
-}
-
-// Iteration.
-TEST_F(NhpGroupTest, Iteration_gives_every_group_then_60_every_time) {
-  for (uint32_t id = 1; id <= 3; ++id) {
-    FibDbNhpGroupItem entry = fullGroup();
-    entry.nhp_group_id = id;
-    platform.entries.push_back(rowOf(entry));
-  }
-  FibDbIterator* const iterator = FIB_DB_CreateNhpGroupIterator(0xFFFFFFFF);
-  ASSERT_NE(iterator, nullptr);
-  EXPECT_THAT(platform.calls, ElementsAre("db_create_nhp_group_obj(5)", "db_create_root_iter(#1, NULL)"));
-  for (uint32_t id = 1; id <= 3; ++id) {
-    item.skip_db_oper = 1;
-    EXPECT_EQ(FIB_DB_GetNextNhpGroup(iterator, &item), 0u);
-    EXPECT_EQ(item.nhp_group_id, id);
-    EXPECT_EQ(item.skip_db_oper, 0u);
-  }
-  EXPECT_EQ(FIB_DB_GetNextNhpGroup(iterator, &item), 60u);
-  EXPECT_EQ(FIB_DB_GetNextNhpGroup(iterator, &item), 60u);
-  FIB_DB_ReleaseNhpGroupIterator(iterator);
-  EXPECT_EQ(platform.calls.back(), "db_release_nhp_group_object(#1)");
-  EXPECT_TRUE(silent());
-  EXPECT_EQ(allCounted(), 0u);
-}
-
-TEST_F(NhpGroupTest, CreateNhpGroupIteratorByVrf_hands_three_words_on_in_order) {
-  FIB_DB_ReleaseNhpGroupIterator(FIB_DB_CreateNhpGroupIteratorByVrf(1, 2, 3, 5));
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_create_nhp_group_obj(5)", "db_create_root_iter(#1, 0x0109000C 010000000200000003000000)",
-                          "db_set_root_iterator_property(~1, 0, 05000000)", "db_release_nhp_group_object(#1)"));
-}
-
-TEST_F(NhpGroupTest, Iterators_set_any_property_but_the_one_that_means_none) {
-  for (const uint32_t property : {0u, 5u, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
-    platform.calls.clear();
-    FIB_DB_ReleaseNhpGroupIterator(FIB_DB_CreateNhpGroupIterator(property));
-    EXPECT_EQ(platform.calls.size(), property == 0xFFFFFFFF ? 3u : 4u) << property;
-    platform.calls.clear();
-    FIB_DB_ReleaseNhpGroupIterator(FIB_DB_CreateNhpGroupIteratorByVrf(1, 2, 3, property));
-    EXPECT_EQ(platform.calls.size(), property == 0xFFFFFFFF ? 3u : 4u) << property;
-  }
-}
-
-TEST_F(NhpGroupTest, Iterator_creation_failures_say_which_step_and_give_NULL) {
-  struct {
-    const char* call;
-    const char* whole;
-    const char* byVrf;
-  } const steps[] = {
-      {"alloc", "CreateNhpGroupIterator malloc failed", "CreateNhpGroupIteratorByVrf malloc failed"},
-      {"db_create_nhp_group_obj", "CreateNhpGroupIterator createObj failed, ret: 9",
-       "CreateNhpGroupIteratorByVrf createObj failed, ret: 9"},
-      {"db_create_root_iter", "CreateNhpGroupIterator createIter failed, ret: 9",
-       "CreateNhpGroupIteratorByVrf createIter failed, ret: 9"},
-      {"db_set_root_iterator_property", "CreateNhpGroupIterator setProperty failed, ret: 9",
-       "CreateNhpGroupIteratorByVrf setProperty failed, ret: 9"},
-  };
-  for (const auto& step : steps) {
-    platform.errorLines.clear();
-    platform.fail(step.call, 9);
-    EXPECT_EQ(FIB_DB_CreateNhpGroupIterator(0), nullptr);
-    platform.fail(step.call, 9);
-    EXPECT_EQ(FIB_DB_CreateNhpGroupIteratorByVrf(1, 2, 3, 0), nullptr);
-    EXPECT_THAT(platform.errorLines, ElementsAre(step.whole, step.byVrf));
-  }
-  EXPECT_EQ(allCounted(), 0u);
-}
-
-TEST_F(NhpGroupTest, GetNextNhpGroup_failure_returns_1_not_the_code_and_counts_ITERATOR) {
-  FibDbIterator* const iterator = FIB_DB_CreateNhpGroupIterator(0xFFFFFFFF);
-  platform.fail("db_root_iterator_next", 7);
-  EXPECT_EQ(FIB_DB_GetNextNhpGroup(iterator, &item), 1u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("GetNextNhpGroup failed, ret: 7"));
-  EXPECT_TRUE(countedOnce(1, 6));
-  FIB_DB_ReleaseNhpGroupIterator(iterator);
-}
-
-TEST_F(NhpGroupTest, GetNextNhpGroup_of_NULL_returns_1_silently) {
-  FibDbIterator iterator{};
-  EXPECT_EQ(FIB_DB_GetNextNhpGroup(nullptr, &item), 1u);
-  EXPECT_EQ(FIB_DB_GetNextNhpGroup(&iterator, nullptr), 1u);
-  EXPECT_THAT(platform.calls, IsEmpty());
-  EXPECT_TRUE(silent());
-}
-
-TEST_F(NhpGroupTest, ReleaseNhpGroupIterator_of_NULL_does_nothing) {
-  FIB_DB_ReleaseNhpGroupIterator(nullptr);
-  EXPECT_THAT(platform.allCalls, IsEmpty());
 }
 
 // Through the table service.

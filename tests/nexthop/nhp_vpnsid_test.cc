@@ -41,6 +41,7 @@ struct VpnSid {
   static constexpr const char* kName = "nhp_vpnsid";
   static constexpr uint32_t kStat = 16;
   static constexpr uint32_t kRowLength = 256;
+  static constexpr auto kMark = &Item::time_stamp_svc;
   static constexpr uint32_t kKeyLength = 28;
   static constexpr int kCopies = 9;
   // 42, 2, 3 and the SID in network byte order.
@@ -113,51 +114,110 @@ struct VpnSid {
     return row;
   }
 
-  static constexpr WholeRowTexts kTexts{
-      .writeCreate = "WriteNhpVpnSid create object failed, ret: -7.",
-      .writeStage = "WritenhpVpnSidItem failed, set all fields failed. ret: -7",
-      .writeFailed = "WRITE nhp vpnsid db fail. ret = 4294967289",
-      .removeCreate = "RemoveNhpVpnSid create object failed, ret: -7.",
-      .removeByIndexCreate = "RemoveNhpVpnSidByIIDIndex create object failed, ret: -7.",
-      .removeFailed = "REMOVE nhp vpnsid db fail. ret = 4294967289",
-      .readCreate = "ReadNhpVpnSidByKey failed, create object failed. ret: 4294967289",
-      .readIter = "ReadNhpVpnSidByKey failed, create root iter failed. ret: 4294967289",
-      .readStep = "ReadNhpVpnSidByKey failed, ret: 4294967289",
-      .readRow = "ReadNhpVpnSidByKey read failed, ret: 4294967289",
-      .countCreate = "CountNhpVpnSidByKey create object failed, ret: -7.",
-      .countFailed = "CountNhpVpnSidByKey get record count failed, ret: -7.",
-      .updateCreate = "UpdateNhpVpnSidFields failed, create object failed. ret: -7",
-      .updateFailed = "UPDATE nhp vpnsid db fail. ret = 4294967289",
-      .context = "SetNhpVpnSidContext failed, set fields failed.",
-      .whole = {"CreateNhpVpnSidIterator malloc failed", "CreateNhpVpnSidIterator createObj failed, ret: -7",
-                "CreateNhpVpnSidIterator createIter failed, ret: -7",
-                "CreateNhpVpnSidIterator setProperty failed, ret: -7"},
-      .byKey = {"CreateNhpVpnSIdIteratorByKey malloc failed", "CreateNhpVpnSidIteratorByKey createObj failed, ret: -7",
-                "CreateNhpVpnSidIteratorByKey createIter failed, ret: -7",
-                "CreateNhpVpnSidIteratorByKey setProperty failed, ret: -7"},
-      .step = "GetNextNhpVpnSidEntry failed, ret: 4294967289",
-      .stepRow = "ReadNhpVpnSidByKey read failed, ret: 4294967289"};
-
   static constexpr auto pack = FIB_DB_SetNhpVpnSidItem;
   static constexpr auto unpack = FIB_DB_GetNhpVpnSidItem;
   static constexpr auto keyField = FIB_DB_SetNhpVpnSidKeyField;
+
   static constexpr auto write = FIB_DB_WriteNhpVpnSid;
+  static constexpr WriteTexts kWrite{.create = "WriteNhpVpnSid create object failed, ret: -7.",
+                                     .stage = "WritenhpVpnSidItem failed, set all fields failed. ret: -7",
+                                     .failed = "WRITE nhp vpnsid db fail. ret = 4294967289",
+                                     .stageStatus = kCode};
+  static Row written() { return rowOf(fullItem()); }
+  static Calls staged() { return {"db_set_nhp_vpnsid_all_fields(#1, 256)"}; }
+
   static constexpr auto remove = FIB_DB_RemoveNhpVpnSid;
-  static constexpr auto removeByIndex = FIB_DB_RemoveNhpVpnSidByNhpIndex;
-  static constexpr auto readByKey = FIB_DB_ReadNhpVpnSidByKey;
-  static constexpr auto readByIndex = FIB_DB_ReadNhpVpnSidByNhpIndex;
-  static constexpr auto countByKey = FIB_DB_CountNhpVpnSidByKey;
-  static constexpr auto countByIndex = FIB_DB_CountNhpVpnSidByNhpIndex;
-  static constexpr auto update = FIB_DB_UpdateNhpVpnSidFields;
+  static constexpr const char* kRemoveFailed = "REMOVE nhp vpnsid db fail. ret = 4294967289";
+  static constexpr Removal<Item> kRemovals[] = {
+      {"by the primary key", kKey, "RemoveNhpVpnSid create object failed, ret: -7.", remove},
+      {"ByNhpIndex", "0x01090004 2a000000", "RemoveNhpVpnSidByIIDIndex create object failed, ret: -7.",
+       [](const Item*) { return FIB_DB_RemoveNhpVpnSidByNhpIndex(42); }}};
+
+  static constexpr auto updateFields = FIB_DB_UpdateNhpVpnSidFields;
   static constexpr auto setContext = FIB_DB_SetNhpVpnSidContext;
   static constexpr auto updateContext = FIB_DB_UpdateNhpVpnSidContext;
-  static constexpr auto iterate = FIB_DB_CreateNhpVpnSidIterator;
-  static constexpr auto iterateByKey = FIB_DB_CreateNhpVpnSidIteratorByKey;
-  static constexpr auto iterateByIndex = FIB_DB_CreateNhpVpnSidIteratorByNhpIndex;
+  static constexpr UpdateTexts kUpdate{.create = "UpdateNhpVpnSidFields failed, create object failed. ret: -7",
+                                       .failed = "UPDATE nhp vpnsid db fail. ret = 4294967289"};
+  static std::vector<Update<Item>> updates() {
+    return {{"context", updateContext,
+             setCalls(kName,
+                      "svc_ctx_high_prio=101112131415161718191a1b1c1d1e1f "
+                      "svc_ctx_normal_prio=f0efeeedecebeae9e8e7e6e5e4e3e2e1 status_high_prio=12 status_normal_prio=13 "
+                      "errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656"),
+             "SetNhpVpnSidContext failed, set fields failed."},
+            {"flags", FIB_DB_UpdateNhpVpnSidFlag, setCalls(kName, "flags=320017171"),
+             "SetNhpVpnSidFlags setField failed, ret: -7."}};
+  }
+
+  static constexpr auto readByKey = FIB_DB_ReadNhpVpnSidByKey;
+  static constexpr BulkReadTexts kBulkRead{
+      .create = "ReadNhpVpnSidByKey failed, create object failed. ret: 4294967289",
+      .createIter = "ReadNhpVpnSidByKey failed, create root iter failed. ret: 4294967289",
+      .step = "ReadNhpVpnSidByKey failed, ret: 4294967289"};
+  static Calls arrive() { return {"db_read_obj_with_buf(#1, NULL, 256)"}; }
+  static Item delivered(const Item& record, const Item&) { return record; }
+  static constexpr BulkRead<Item> kBulkReads[] = {
+      {.name = "ByKey",
+       .key = "0x01090004 2a000000",
+       .call = [](uint32_t bufLen, Item* items,
+                  uint32_t* filled) { return readByKey(&kNhpIndexDesc, &kNhpIndex, bufLen, items, filled); },
+       .itemsAreChecked = false},
+      {"ByNhpIndex", "0x01090004 2a000000", [](uint32_t bufLen, Item* items, uint32_t* filled) {
+         return FIB_DB_ReadNhpVpnSidByNhpIndex(42, bufLen, items, filled);
+       }}};
+  static constexpr RowFailure kRow{
+      .missing = 15005, .failed = kCode, .text = "ReadNhpVpnSidByKey read failed, ret: 4294967289"};
+
+  static constexpr auto countByKey = FIB_DB_CountNhpVpnSidByKey;
+  static constexpr CountTexts kCount{.create = "CountNhpVpnSidByKey create object failed, ret: -7.",
+                                     .failed = "CountNhpVpnSidByKey get record count failed, ret: -7."};
+  static constexpr Count kCounts[] = {
+      {"ByKey", "0x01090004 2a000000", kCount,
+       [](uint32_t* count) { return countByKey(&kNhpIndexDesc, &kNhpIndex, count); }, false},
+      {"ByNhpIndex", "0x01090004 2a000000", kCount,
+       [](uint32_t* count) { return FIB_DB_CountNhpVpnSidByNhpIndex(42, count); }, false}};
+
+  static constexpr IteratorTexts kWhole{
+      "CreateNhpVpnSidIterator malloc failed", "CreateNhpVpnSidIterator createObj failed, ret: -7",
+      "CreateNhpVpnSidIterator createIter failed, ret: -7", "CreateNhpVpnSidIterator setProperty failed, ret: -7"};
+  static constexpr IteratorTexts kByKey{"CreateNhpVpnSIdIteratorByKey malloc failed",
+                                        "CreateNhpVpnSidIteratorByKey createObj failed, ret: -7",
+                                        "CreateNhpVpnSidIteratorByKey createIter failed, ret: -7",
+                                        "CreateNhpVpnSidIteratorByKey setProperty failed, ret: -7"};
+  static constexpr Iterate kIterators[] = {
+      {"whole", "NULL", kWhole, FIB_DB_CreateNhpVpnSidIterator},
+      {"ByKey", "0x01090004 2a000000", kByKey,
+       [](uint32_t property) { return FIB_DB_CreateNhpVpnSidIteratorByKey(&kNhpIndexDesc, &kNhpIndex, property); },
+       true},
+      {"under no key", "NULL", kByKey,
+       [](uint32_t property) { return FIB_DB_CreateNhpVpnSidIteratorByKey(nullptr, nullptr, property); }, true},
+      {"ByNhpIndex", "0x01090004 2a000000", kByKey,
+       [](uint32_t property) { return FIB_DB_CreateNhpVpnSidIteratorByNhpIndex(42, property); }, true},
+      {"ByXsidInfo", "0x0209001A 0100000002000000fe8000000102030405060708090a0b0c0304", kByKey,
+       [](uint32_t property) {
+         return FIB_DB_CreateNhpVpnSidIteratorByXsidInfo(1, 2, fullItem().addr2, 3, 4, property);
+       },
+       true},
+      {"ByVpnSid", "0x03090018 010000000200000020010db8000a000b000c000d000e000f", kByKey,
+       [](uint32_t property) { return FIB_DB_CreateNhpVpnSidIteratorByVpnSid(1, 2, fullItem().sid, property); }, true}};
+
   static constexpr auto next = FIB_DB_GetNextNhpVpnSidEntry;
   static constexpr auto release = FIB_DB_ReleaseNhpVpnSidIterator;
+  static constexpr StepTexts kStep{.failed = "GetNextNhpVpnSidEntry failed, ret: 4294967289"};
+  static constexpr bool kStepsAreCounted = true;
+  static constexpr const char* kStepRow = "ReadNhpVpnSidByKey read failed, ret: 4294967289";
+  static Calls step() { return arrive(); }
 };
 
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopWriteTest, VpnSid);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopRemovalTest, VpnSid);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopUpdateTest, VpnSid);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopSetterTest, VpnSid);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopBulkReadTest, VpnSid);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopRowTest, VpnSid);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopCountTest, VpnSid);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopIteratorTest, VpnSid);
+INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopStepTest, VpnSid);
 INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, WholeRowTest, VpnSid);
 
 class NhpVpnSidTest : public WholeRowTest<VpnSid> {};
@@ -213,42 +273,10 @@ TEST_F(NhpVpnSidTest, ReadNhpVpnSid_of_NULL_returns_1_silently) {
   EXPECT_TRUE(silent());
 }
 
-// Flags.
-TEST_F(NhpVpnSidTest, UpdateNhpVpnSidFlag_stages_the_flags_alone) {
-  EXPECT_EQ(FIB_DB_UpdateNhpVpnSidFlag(&item), 0u);
-  EXPECT_THAT(platform.calls, ElementsAre("db_create_nhp_vpnsid_obj(1)", "db_set_nhp_vpnsid_flags(#1, 320017171)",
-                                          keyed("db_update_obj", VpnSid::kKey), "db_release_nhp_vpnsid_object(#1)"));
-}
-
-TEST_F(NhpVpnSidTest, UpdateNhpVpnSidFlag_whose_setter_fails_says_so_and_is_sent_all_the_same) {
-  platform.fail("db_set_nhp_vpnsid_flags", kCode);
-  EXPECT_EQ(FIB_DB_UpdateNhpVpnSidFlag(&item), 0u);
-  EXPECT_THAT(platform.errorLines, ElementsAre("SetNhpVpnSidFlags setField failed, ret: -7."));
-  EXPECT_EQ(std::ranges::count(platform.allCalls, "db_update_obj"), 1);
+TEST_F(NhpVpnSidTest, SetNhpVpnSidFlag_gives_the_raw_code) {
   platform.fail("db_set_nhp_vpnsid_flags", 5);
   EXPECT_EQ(FIB_DB_SetNhpVpnSidFlag(1, &item), 5u);
   EXPECT_EQ(allCounted(), 0u);
-}
-
-TEST_F(NhpVpnSidTest, UpdateNhpVpnSidFlag_answered_with_a_publication_returns_0_and_counts_PUB) {
-  platform.fail("db_update_obj", 13044);
-  EXPECT_EQ(FIB_DB_UpdateNhpVpnSidFlag(&item), 0u);
-  EXPECT_TRUE(countedOnce(16, 1));
-}
-
-// Iterators by an address.
-constexpr const char* kByXsid =
-    "db_create_root_iter(#1, 0x0209001A 0100000002000000fe8000000102030405060708090a0b0c0304)";
-constexpr const char* kBySid = "db_create_root_iter(#1, 0x03090018 010000000200000020010db8000a000b000c000d000e000f)";
-
-TEST_F(NhpVpnSidTest, Iterators_by_an_address_carry_it_in_network_byte_order) {
-  FIB_DB_ReleaseNhpVpnSidIterator(FIB_DB_CreateNhpVpnSidIteratorByXsidInfo(1, 2, item.addr2, 3, 4, 5));
-  EXPECT_THAT(platform.calls,
-              ElementsAre("db_create_nhp_vpnsid_obj(5)", kByXsid, "db_set_root_iterator_property(~1, 0, 05000000)",
-                          "db_release_nhp_vpnsid_object(#1)"));
-  platform.reset();
-  FIB_DB_ReleaseNhpVpnSidIterator(FIB_DB_CreateNhpVpnSidIteratorByVpnSid(1, 2, item.sid, 0xFFFFFFFF));
-  EXPECT_THAT(platform.calls, ElementsAre("db_create_nhp_vpnsid_obj(5)", kBySid, "db_release_nhp_vpnsid_object(#1)"));
 }
 
 TEST_F(NhpVpnSidTest, Iterators_by_an_address_that_cannot_be_copied_say_so_and_are_made_without_it) {
@@ -263,14 +291,6 @@ TEST_F(NhpVpnSidTest, Iterators_by_an_address_that_cannot_be_copied_say_so_and_a
   EXPECT_THAT(platform.errorLines, ElementsAre("set vpnsidIterator keydata xsid failed, ret: 22",
                                                "set nhp vpnsidIterator keydata vpnsid failed, ret:22"));
   EXPECT_EQ(allCounted(), 0u);
-}
-
-TEST_F(NhpVpnSidTest, Iterators_by_an_address_fail_in_the_words_of_the_one_by_key) {
-  platform.failAlways("db_create_root_iter", 9);
-  EXPECT_EQ(FIB_DB_CreateNhpVpnSidIteratorByXsidInfo(1, 2, item.addr2, 3, 4, 5), nullptr);
-  EXPECT_EQ(FIB_DB_CreateNhpVpnSidIteratorByVpnSid(1, 2, item.sid, 5), nullptr);
-  EXPECT_THAT(platform.errorLines, ElementsAre("CreateNhpVpnSidIteratorByKey createIter failed, ret: 9",
-                                               "CreateNhpVpnSidIteratorByKey createIter failed, ret: 9"));
 }
 
 }  // namespace

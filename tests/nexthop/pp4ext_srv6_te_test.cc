@@ -38,6 +38,7 @@ struct Srv6Te {
   static constexpr const char* kName = "pp4ext_srv6_te";
   static constexpr uint32_t kStat = 17;
   static constexpr uint32_t kRowLength = 156;
+  static constexpr auto kMark = &Item::time_stamp_svc;
   static constexpr uint32_t kKeyLength = 33;
   static constexpr int kCopies = 6;
   // 42, 2, 3, 5, the address in network byte order, and 6.
@@ -96,51 +97,100 @@ struct Srv6Te {
     return row;
   }
 
+  static constexpr auto pack = FIB_DB_SetNhp4ExtSrv6TeItem;
+  static constexpr auto unpack = FIB_DB_GetNhp4ExtSrv6TeItem;
+  static constexpr auto keyField = FIB_DB_SetNhp4ExtSrv6TeKeyField;
+
+  static constexpr auto write = FIB_DB_WriteNhp4ExtSrv6Te;
+  static constexpr WriteTexts kWrite{.create = "WriteNhpPp4ExtSrv6Te create object failed, ret: -7.",
+                                     .stage = "WriteNhpPp4ExtSrv6Te failed, set all fields failed. ret: -7",
+                                     .failed = "WRITE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289",
+                                     .stageStatus = kCode};
+  static Row written() { return rowOf(fullItem()); }
+  static Calls staged() { return {"db_set_pp4ext_srv6_te_all_fields(#1, 156)"}; }
+
+  static constexpr auto remove = FIB_DB_RemoveNhpPp4ExtSrv6Te;
+  static constexpr const char* kRemoveFailed = "REMOVE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289";
+  static constexpr Removal<Item> kRemovals[] = {
+      {"by the primary key", kKey, "RemoveNhpPp4ExtSrv6Te create object failed, ret: -7.", remove},
+      {"ByNhpIndex", "0x01090004 2a000000", "RemoveNhp4ExtSrv6TeByNhpIndex create object failed, ret: -7.",
+       [](const Item*) { return FIB_DB_RemoveNhp4ExtSrv6TeByNhpIndex(42); }}};
+
+  static constexpr auto updateFields = FIB_DB_UpdateNhp4ExtSrv6TeFields;
+  static constexpr auto setContext = FIB_DB_SetNhp4ExtSrv6TeContext;
+  static constexpr auto updateContext = FIB_DB_UpdateNhp4ExtSrv6TeContext;
+  static constexpr UpdateTexts kUpdate{.create = "UpdateNhp4ExtSrv6TeFields failed, create object failed. ret: -7",
+                                       .failed = "UPDATE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289"};
+  static std::vector<Update<Item>> updates() {
+    return {{"context", updateContext,
+             setCalls(kName,
+                      "svc_ctx_high_prio=101112131415161718191a1b1c1d1e1f "
+                      "svc_ctx_normal_prio=f0efeeedecebeae9e8e7e6e5e4e3e2e1 status_high_prio=12 status_normal_prio=13 "
+                      "errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656"),
+             "SetNhp4ExtSrv6TeContext failed, set fields failed."}};
+  }
+
+  static constexpr auto readByKey = FIB_DB_ReadNhp4ExtSrv6TeByKey;
+  static constexpr BulkReadTexts kBulkRead{
+      .create = "ReadNhp4ExtSrv6TeByKey failed, create object failed. ret: 4294967289",
+      .createIter = "ReadNhp4ExtSrv6TeByKey failed, create root iter failed. ret: 4294967289",
+      .step = "ReadNhp4ExtSrv6TeByKey failed, ret: 4294967289"};
+  static Calls arrive() { return {"db_read_obj_with_buf(#1, NULL, 156)"}; }
+  static Item delivered(const Item& record, const Item&) { return record; }
+  static constexpr BulkRead<Item> kBulkReads[] = {
+      {.name = "ByKey",
+       .key = "0x01090004 2a000000",
+       .call = [](uint32_t bufLen, Item* items,
+                  uint32_t* filled) { return readByKey(&kNhpIndexDesc, &kNhpIndex, bufLen, items, filled); },
+       .itemsAreChecked = false},
+      {"ByNhpIndex", "0x01090004 2a000000", [](uint32_t bufLen, Item* items, uint32_t* filled) {
+         return FIB_DB_ReadNhp4ExtSrv6TeByNhpIndex(42, bufLen, items, filled);
+       }}};
+  static constexpr RowFailure kRow{
+      .missing = 15005, .failed = kCode, .text = "ReadNhp4ExtSrv6TeByKey read failed, ret: 4294967289"};
+
+  static constexpr auto countByKey = FIB_DB_CountNhp4ExtSrv6TeByKey;
+  static constexpr CountTexts kCount{.create = "CountNhp4ExtSrv6TeByKey create object failed, ret: -7.",
+                                     .failed = "CountNhp4ExtSrv6TeByKey get record count failed, ret: -7."};
+  static constexpr Count kCounts[] = {
+      {"ByKey", "0x01090004 2a000000", kCount,
+       [](uint32_t* count) { return countByKey(&kNhpIndexDesc, &kNhpIndex, count); }, false},
+      {"ByNhpIndex", "0x01090004 2a000000", kCount,
+       [](uint32_t* count) { return FIB_DB_CountNhp4ExtSrv6TeByNhpIndex(42, count); }, false}};
+
   static constexpr IteratorTexts kIterator{"CreateNhp4ExtSrv6TeIterator malloc failed",
                                            "CreateNhp4ExtSrv6TeIterator createObj failed, ret: -7",
                                            "CreateNhp4ExtSrv6TeIterator createIter failed, ret: -7",
                                            "CreateNhp4ExtSrv6TeIterator setProperty failed, ret: -7"};
-  static constexpr WholeRowTexts kTexts{
-      .writeCreate = "WriteNhpPp4ExtSrv6Te create object failed, ret: -7.",
-      .writeStage = "WriteNhpPp4ExtSrv6Te failed, set all fields failed. ret: -7",
-      .writeFailed = "WRITE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289",
-      .removeCreate = "RemoveNhpPp4ExtSrv6Te create object failed, ret: -7.",
-      .removeByIndexCreate = "RemoveNhp4ExtSrv6TeByNhpIndex create object failed, ret: -7.",
-      .removeFailed = "REMOVE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289",
-      .readCreate = "ReadNhp4ExtSrv6TeByKey failed, create object failed. ret: 4294967289",
-      .readIter = "ReadNhp4ExtSrv6TeByKey failed, create root iter failed. ret: 4294967289",
-      .readStep = "ReadNhp4ExtSrv6TeByKey failed, ret: 4294967289",
-      .readRow = "ReadNhp4ExtSrv6TeByKey read failed, ret: 4294967289",
-      .countCreate = "CountNhp4ExtSrv6TeByKey create object failed, ret: -7.",
-      .countFailed = "CountNhp4ExtSrv6TeByKey get record count failed, ret: -7.",
-      .updateCreate = "UpdateNhp4ExtSrv6TeFields failed, create object failed. ret: -7",
-      .updateFailed = "UPDATE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289",
-      .context = "SetNhp4ExtSrv6TeContext failed, set fields failed.",
-      .whole = kIterator,
-      .byKey = kIterator,
-      .step = "GetNextnhp4ExtSrv6TeEntry failed, ret: 4294967289",
-      .stepRow = "Read Nhp4ExtSrv6Te Entry failed, ret: 4294967289"};
+  static constexpr Iterate kIterators[] = {
+      {"whole", "NULL", kIterator, FIB_DB_CreateNhp4ExtSrv6TeIterator},
+      {"ByKey", "0x01090004 2a000000", kIterator,
+       [](uint32_t property) { return FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey(&kNhpIndexDesc, &kNhpIndex, property); },
+       true},
+      {"under no key", "NULL", kIterator,
+       [](uint32_t property) { return FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey(nullptr, nullptr, property); }, true},
+      {"ByNhpIndex", "0x01090004 2a000000", kIterator,
+       [](uint32_t property) { return FIB_DB_CreateNhp4ExtSrv6TeIterByNhpIndex(42, property); }, true},
+      {"ByPolicyInfo", "0x0209000D 01000000020000000300000004", kIterator,
+       [](uint32_t property) { return FIB_DB_CreateNhp4ExtSrv6TeIterByPolicyInfo(1, 2, 3, 4, property); }, true}};
 
-  static constexpr auto pack = FIB_DB_SetNhp4ExtSrv6TeItem;
-  static constexpr auto unpack = FIB_DB_GetNhp4ExtSrv6TeItem;
-  static constexpr auto keyField = FIB_DB_SetNhp4ExtSrv6TeKeyField;
-  static constexpr auto write = FIB_DB_WriteNhp4ExtSrv6Te;
-  static constexpr auto remove = FIB_DB_RemoveNhpPp4ExtSrv6Te;
-  static constexpr auto removeByIndex = FIB_DB_RemoveNhp4ExtSrv6TeByNhpIndex;
-  static constexpr auto readByKey = FIB_DB_ReadNhp4ExtSrv6TeByKey;
-  static constexpr auto readByIndex = FIB_DB_ReadNhp4ExtSrv6TeByNhpIndex;
-  static constexpr auto countByKey = FIB_DB_CountNhp4ExtSrv6TeByKey;
-  static constexpr auto countByIndex = FIB_DB_CountNhp4ExtSrv6TeByNhpIndex;
-  static constexpr auto update = FIB_DB_UpdateNhp4ExtSrv6TeFields;
-  static constexpr auto setContext = FIB_DB_SetNhp4ExtSrv6TeContext;
-  static constexpr auto updateContext = FIB_DB_UpdateNhp4ExtSrv6TeContext;
-  static constexpr auto iterate = FIB_DB_CreateNhp4ExtSrv6TeIterator;
-  static constexpr auto iterateByKey = FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey;
-  static constexpr auto iterateByIndex = FIB_DB_CreateNhp4ExtSrv6TeIterByNhpIndex;
   static constexpr auto next = FIB_DB_GetNextNhp4ExtSrv6TeEntry;
   static constexpr auto release = FIB_DB_ReleaseNhp4ExtSrv6TeIterator;
+  static constexpr StepTexts kStep{.failed = "GetNextnhp4ExtSrv6TeEntry failed, ret: 4294967289"};
+  static constexpr bool kStepsAreCounted = true;
+  static constexpr const char* kStepRow = "Read Nhp4ExtSrv6Te Entry failed, ret: 4294967289";
+  static Calls step() { return arrive(); }
 };
 
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopWriteTest, Srv6Te);
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopRemovalTest, Srv6Te);
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopUpdateTest, Srv6Te);
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopSetterTest, Srv6Te);
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopBulkReadTest, Srv6Te);
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopRowTest, Srv6Te);
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopCountTest, Srv6Te);
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopIteratorTest, Srv6Te);
+INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopStepTest, Srv6Te);
 INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, WholeRowTest, Srv6Te);
 
 class Pp4ExtSrv6TeTest : public WholeRowTest<Srv6Te> {};
@@ -163,17 +213,6 @@ TEST_F(Pp4ExtSrv6TeTest, SetNhp4ExtSrv6TeKeyField_names_the_primary_key) {
   uint8_t bytes[33];
   EXPECT_EQ(FIB_DB_SetNhp4ExtSrv6TeKeyField(&out, bytes, &item), 0u);
   EXPECT_EQ(out.indexId, 0x00010021u);
-}
-
-TEST_F(Pp4ExtSrv6TeTest, CreateNhp4ExtSrv6TeIterByPolicyInfo_packs_its_words_and_byte_in_order) {
-  FIB_DB_ReleaseNhp4ExtSrv6TeIterator(FIB_DB_CreateNhp4ExtSrv6TeIterByPolicyInfo(1, 2, 3, 4, 5));
-  EXPECT_THAT(
-      platform.calls,
-      ElementsAre("db_create_pp4ext_srv6_te_obj(5)", "db_create_root_iter(#1, 0x0209000D 01000000020000000300000004)",
-                  "db_set_root_iterator_property(~1, 0, 05000000)", "db_release_pp4ext_srv6_te_object(#1)"));
-  platform.fail("db_create_root_iter", 9);
-  EXPECT_EQ(FIB_DB_CreateNhp4ExtSrv6TeIterByPolicyInfo(1, 2, 3, 4, 5), nullptr);
-  EXPECT_THAT(platform.errorLines, ElementsAre("CreateNhp4ExtSrv6TeIterator createIter failed, ret: 9"));
 }
 
 }  // namespace
