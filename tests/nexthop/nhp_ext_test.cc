@@ -23,8 +23,7 @@ static_assert(sizeof(FibDbNhpExtItem) == 144);
 
 constexpr size_t kRowLength = 136;
 
-struct Ext {
-  using Item = FibDbNhpExtItem;
+struct Ext : NextHopTable<Ext, FibDbNhpExtItem> {
   static constexpr TableId kTable = TableId::nhp_ext;
   static constexpr const char* kName = "nhp_ext";
   static constexpr uint32_t kStat = 7;
@@ -33,28 +32,21 @@ struct Ext {
   static constexpr const char* kKey = "0x00010011 1111111122222222333333334444444455";
 
   static Item fullItem() {
-    return {.keyWords = {0x11111111, 0x22222222, 0x33333333, 0x44444444},
-            .keyByte = 0x55,
-            .reserved = 0xEE,
-            .extByte1 = 0x66,
-            .extByte2 = 0x77,
-            .addr1 = {0xA1, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xA2},
-            .addr2 = {0xB1, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xB2},
-            .extWord1 = 0x88888888,
-            .extBytes = {0xC1, 0xC2, 0xC3, 0xC4},
-            .extWord2 = 0x99999999,
-            .status_high_prio = 12,
-            .status_normal_prio = 13,
-            .errcode_high_prio = 14,
-            .errcode_normal_prio = 15,
-            .svc_ctx_high_prio = {0x16, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xEE},
-            .svc_ctx_normal_prio = {0x17, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xFF},
-            .extWord3 = 0xAAAAAAAA,
-            .extWord4 = 0xBBBBBBBB,
-            .extDword1 = 0x1D1D1D1D1D1D1D1D,
-            .extWord5 = 0xDDDDDDDD,
-            .extDword2 = 0x2D2D2D2D2D2D2D2D,
-            .time_stamp_svc = 0x2400000000};
+    return withContext(Item{.keyWords = {0x11111111, 0x22222222, 0x33333333, 0x44444444},
+                            .keyByte = 0x55,
+                            .reserved = 0xEE,
+                            .extByte1 = 0x66,
+                            .extByte2 = 0x77,
+                            .addr1 = {0xA1, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xA2},
+                            .addr2 = {0xB1, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xB2},
+                            .extWord1 = 0x88888888,
+                            .extBytes = {0xC1, 0xC2, 0xC3, 0xC4},
+                            .extWord2 = 0x99999999,
+                            .extWord3 = 0xAAAAAAAA,
+                            .extWord4 = 0xBBBBBBBB,
+                            .extDword1 = 0x1D1D1D1D1D1D1D1D,
+                            .extWord5 = 0xDDDDDDDD,
+                            .extDword2 = 0x2D2D2D2D2D2D2D2D});
   }
 
   // Spelt out without the library.
@@ -95,11 +87,9 @@ struct Ext {
                                      .stage = "WriteNhpExt failed, set all fields failed. ret: -7",
                                      .failed = "WRITE fib nhp ext db fail. ret = -7",
                                      .stageStatus = kCode};
-  static Row written() { return rowOf(fullItem()); }
   static Calls staged() { return {"db_set_nhp_ext_all_fields(#1, 136)"}; }
 
   static constexpr auto read = FIB_DB_ReadNhpExt;
-  static constexpr bool kReadChecksItem = true;
   static constexpr ReadTexts kRead{.create = "ReadNhpExt failed, create object failed. ret: -7",
                                    .failed = "ReadNhpExt failed, ret: -7"};
   static Calls fetch() { return {std::string("db_read_obj_with_buf(#1, ") + kKey + ", 136)"}; }
@@ -108,19 +98,14 @@ struct Ext {
   // The one by the primary key does not say that it has no object.
   static constexpr Removal<Item> kRemovals[] = {
       {"RemoveNhpExt", kKey, nullptr, FIB_DB_RemoveNhpExt},
-      {"RemoveNhpExtByIidIndex", "0x01090004 2a000000", "RemoveNhpExtByIidIndex failed, create object failed. ret: -7",
-       [](const Item*) { return FIB_DB_RemoveNhpExtByIidIndex(42); }}};
+      {"RemoveNhpExtByIidIndex", kNhpIndexKey, "RemoveNhpExtByIidIndex failed, create object failed. ret: -7",
+       ofNhpIndex<FIB_DB_RemoveNhpExtByIidIndex>}};
 
   static constexpr auto updateFields = FIB_DB_UpdateNhpExtFields;
   static constexpr UpdateTexts kUpdate{.create = "UpdateNhpExtFields failed, create object failed. ret: -7",
                                        .failed = "UPDATE fib nhp ext db fail. ret = -7"};
   static std::vector<Update<Item>> updates() {
-    return {{"UpdateNhpExtContext", FIB_DB_UpdateNhpExtContext,
-             setCalls(kName,
-                      "svc_ctx_high_prio=160102030405060708090a0b0c0d0eee "
-                      "svc_ctx_normal_prio=170102030405060708090a0b0c0d0eff status_high_prio=12 "
-                      "status_normal_prio=13 errcode_high_prio=14 errcode_normal_prio=15 "
-                      "time_stamp_svc=154618822656"),
+    return {{"UpdateNhpExtContext", FIB_DB_UpdateNhpExtContext, setCalls(kName, kContextStaged),
              "SetNhpExtContext failed, set fields failed."}};
   }
 
@@ -130,16 +115,9 @@ struct Ext {
                                            .createIter = "ReadNhpExtByKey failed, create root iter failed. ret: -7",
                                            .step = "ReadNhpExtByKIterNext next failed, ret: -7"};
   static Calls arrive() { return {"db_read_obj_with_buf(#1, NULL, 136)"}; }
-  static Item delivered(const Item& record, const Item&) { return record; }
   static constexpr BulkRead<Item> kBulkReads[] = {
-      {"ByKey", "0x01090004 2a000000",
-       [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpExtByKey(&kNhpIndexDesc, &kNhpIndex, bufLen, items, filled);
-       }},
-      {"ByIidIndex", "0x01090004 2a000000",
-       [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpExtByIidIndex(42, bufLen, items, filled);
-       }},
+      {"ByKey", kNhpIndexKey, byKey<FIB_DB_ReadNhpExtByKey>},
+      {"ByIidIndex", kNhpIndexKey, byNhpIndex<FIB_DB_ReadNhpExtByIidIndex>},
       {"BySdwanKey", "0x03090005 0403020155", [](uint32_t bufLen, Item* items, uint32_t* filled) {
          return FIB_DB_ReadNhpExtBySdwanKey(0x01020304, 0x55, bufLen, items, filled);
        }}};
@@ -148,20 +126,18 @@ struct Ext {
   static constexpr auto countByKey = FIB_DB_CountNhpExtByKey;
   static constexpr CountTexts kCount{.create = "CountNhpExtByKey failed, create object failed. ret: -7",
                                      .failed = "CountNhpExtByKey failed, get record count by key failed. ret: -7"};
-  static constexpr Count kCounts[] = {
-      {"ByKey", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpExtByKey(&kNhpIndexDesc, &kNhpIndex, count); }},
-      {"ByIidIndex", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpExtByIidIndex(42, count); }},
-      {"BySdwanKey", "0x03090005 0403020155", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpExtBySdwanKey(0x01020304, 0x55, count); }}};
+  static constexpr Count kCounts[] = {{"ByKey", kNhpIndexKey, kCount, byKey<FIB_DB_CountNhpExtByKey>},
+                                      {"ByIidIndex", kNhpIndexKey, kCount, byNhpIndex<FIB_DB_CountNhpExtByIidIndex>},
+                                      {"BySdwanKey", "0x03090005 0403020155", kCount, [](uint32_t* count) {
+                                         return FIB_DB_CountNhpExtBySdwanKey(0x01020304, 0x55, count);
+                                       }}};
 
   static constexpr IteratorTexts kByIid{"CreateNhpExtIteratorByIidIndex malloc failed",
                                         "CreateNhpExtIteratorByIidIndex createObj failed, ret: -7",
                                         "CreateNhpExtIteratorByIidIndex createIter failed, ret: -7",
                                         "CreateNhpExtIteratorByIidIndex setProperty failed, ret: -7"};
   static constexpr Iterate kIterators[] = {
-      {"ByIidIndex", "0x01090004 2a000000", kByIid,
+      {"ByIidIndex", kNhpIndexKey, kByIid,
        [](uint32_t property) { return FIB_DB_CreateNhpExtIteratorByIidIndex(42, static_cast<int32_t>(property)); },
        true}};
   // The table has no function that steps that iterator or gives it back.

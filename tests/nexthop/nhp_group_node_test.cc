@@ -13,8 +13,7 @@ namespace {
 
 using schema::TableId;
 
-struct Member {
-  using Item = FibDbNhpGroupNodeItem;
+struct Member : NextHopTable<Member, FibDbNhpGroupNodeItem> {
   static constexpr TableId kTable = TableId::nhp_group_node;
   static constexpr const char* kName = "nhp_group_node";
   static constexpr uint32_t kStat = 2;
@@ -56,7 +55,6 @@ struct Member {
   static constexpr auto write = FIB_DB_WriteNhpGroupNode;
   static constexpr WriteTexts kWrite{.stage = "SetNhpGroupNodeItem setField failed, ret: -7",
                                      .failed = "WRITE fib nhp group node db fail. ret = -7"};
-  static Row written() { return rowOf(fullItem()); }
   static Calls staged() {
     return setCalls(kName,
                     "nhp_group_id=42 attribute_id=2 primary_nhp_id=3 primary_label=4 backup_nhp_id=5 "
@@ -66,7 +64,6 @@ struct Member {
   }
 
   static constexpr auto read = FIB_DB_ReadNhpGroupNode;
-  static constexpr bool kReadChecksItem = true;
   static constexpr ReadTexts kRead{.failed = "ReadNhpGroupNode failed, ret: -7"};
   static Calls step() {
     return getCalls(kName,
@@ -74,7 +71,6 @@ struct Member {
                     "sequence rsv vrf_index flags app_source_id bandwidth group_smooth_id app_obj_id "
                     "time_stamp_app time_stamp_svc");
   }
-  static Calls fetch() { return Calls{std::string("db_read_obj(#1, ") + kKey + ")"} + step(); }
 
   static constexpr const char* kRemoveFailed = "REMOVE fib nhp group node db fail. ret = -7";
   static constexpr Removal<Item> kRemovals[] = {{"RemoveNhpGroupNode", kKey, nullptr, FIB_DB_RemoveNhpGroupNode}};
@@ -89,8 +85,6 @@ struct Member {
   }
 
   static constexpr BulkReadTexts kBulkRead{.step = "ReadNhpGroupNodeByNhpGroup failed, ret: -7"};
-  static Calls arrive() { return step(); }
-  static Item delivered(const Item& record, const Item&) { return record; }
   static constexpr BulkRead<Item> kBulkReads[] = {
       {"ByNhpGroup", "0x01090008 2a00000007000000",
        [](uint32_t bufLen, Item* items, uint32_t*) { return FIB_DB_ReadNhpGroupNodeByNhpGroup(42, 7, bufLen, items); },
@@ -128,7 +122,6 @@ struct Member {
   static constexpr auto next = FIB_DB_GetNextNhpGroupNode;
   static constexpr auto release = FIB_DB_ReleaseNhpGrpNodeIterator;
   static constexpr StepTexts kStep{.failed = "GetNextNhpGroupNode failed, ret: -7"};
-  static constexpr bool kStepsAreCounted = true;
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(NhpGroupNode, NextHopWriteTest, Member);

@@ -26,8 +26,7 @@ constexpr const char* kFurther =
     "errcode_high_prio[] svc_ctx_high_prio[] svc_ctx_normal_prio[] app_source_id table_smooth_id db_attr_flag "
     "time_stamp_app time_stamp_svc";
 
-struct Group {
-  using Item = FibDbNhpGroupItem;
+struct Group : NextHopTable<Group, FibDbNhpGroupItem> {
   static constexpr TableId kTable = TableId::nhp_group;
   static constexpr const char* kName = "nhp_group";
   static constexpr uint32_t kStat = 1;
@@ -105,7 +104,6 @@ struct Group {
   static constexpr auto next = FIB_DB_GetNextNhpGroup;
   static constexpr auto release = FIB_DB_ReleaseNhpGroupIterator;
   static constexpr StepTexts kStep{.failed = "GetNextNhpGroup failed, ret: -7"};
-  static constexpr bool kStepsAreCounted = true;
   static Calls step() { return getCalls(kName, kBase) + getCalls(kName, kFurther); }
 };
 

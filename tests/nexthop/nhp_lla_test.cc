@@ -29,8 +29,7 @@ constexpr uint8_t kAddress[16] = {0xFE, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0
 // The bytes of the address and 3.
 constexpr const char* kLocalHash = "0x02090014 fe80000000000000000000000000000103000000";
 
-struct Lla {
-  using Item = FibDbNhpLlaItem;
+struct Lla : NextHopTable<Lla, FibDbNhpLlaItem> {
   static constexpr TableId kTable = TableId::nhp_lla;
   static constexpr const char* kName = "nhp_lla";
   static constexpr uint32_t kStat = 9;
@@ -49,22 +48,15 @@ struct Lla {
               .if_type = 9,
               .work_if_index = 10,
               .iid_flags = 11,
-              .status_high_prio = 12,
-              .status_normal_prio = 13,
-              .errcode_high_prio = 14,
-              .errcode_normal_prio = 15,
-              .svc_ctx_high_prio = {0x16, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xEE},
-              .svc_ctx_normal_prio = {0x17, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xFF},
               .app_source_id = 18,
               .group_smooth_id = 19,
               .app_obj_id = 0x2000000000,
               .reserved = 21,
               .app_version = 22,
               .time_stamp_app = 0x2300000000,
-              .time_stamp_svc = 0x2400000000,
               .global_slotid = 25};
     std::memcpy(item.next_hop, kAddress, sizeof kAddress);
-    return item;
+    return withContext(item);
   }
 
   static Row rowOf(const Item& item) {
@@ -107,7 +99,6 @@ struct Lla {
   static constexpr WriteTexts kWrite{.create = "WriteNhpLla failed, create object failed. ret: -7",
                                      .stage = "SetNhpLlaItem setField failed, ret: -7",
                                      .failed = "WRITE fib nhp lla db fail. ret = -7"};
-  static Row written() { return rowOf(fullItem()); }
   static Calls staged() {
     return setCalls(kName,
                     "iid_index=42 next_hop=fe800000000000000000000000000001 out_if_index=3 vr_id=4 vrf_index=5 flags=6 "
@@ -120,7 +111,6 @@ struct Lla {
   }
 
   static constexpr auto read = FIB_DB_ReadNhpLla;
-  static constexpr bool kReadChecksItem = true;
   static constexpr ReadTexts kRead{.create = "ReadNhpLla not success, create object failed. ret: -7",
                                    .failed = "ReadNhpLla failed, ret: -7"};
   static Calls step() {
@@ -130,7 +120,6 @@ struct Lla {
                     "errcode_high_prio errcode_normal_prio svc_ctx_high_prio[] svc_ctx_normal_prio[] "
                     "app_source_id group_smooth_id app_obj_id app_version time_stamp_app time_stamp_svc");
   }
-  static Calls fetch() { return Calls{std::string("db_read_obj(#1, ") + kKey + ")"} + step(); }
 
   static constexpr auto unpack = FIB_DB_GetNhpLlaItem;
   static constexpr int kCopiesBefore = 1;  // the address
@@ -141,15 +130,11 @@ struct Lla {
   static constexpr const char* kRemoveFailed = "REMOVE fib nhp lla db fail. ret = -7";
   static constexpr Removal<Item> kRemovals[] = {
       {"RemoveNhpLLA", kKey, "RemoveNhpLla failed, create object failed. ret: -7", FIB_DB_RemoveNhpLLA},
-      {"RemoveNhpLlaByNhpIndex", "0x01090004 2a000000", "RemoveNhpLlaByNhpIndex failed, create object failed. ret: -7",
-       [](const Item*) { return FIB_DB_RemoveNhpLlaByNhpIndex(42); }}};
+      {"RemoveNhpLlaByNhpIndex", kNhpIndexKey, "RemoveNhpLlaByNhpIndex failed, create object failed. ret: -7",
+       ofNhpIndex<FIB_DB_RemoveNhpLlaByNhpIndex>}};
 
   static std::vector<Update<Item>> updates() {
-    return {{"UpdateNhpLlaContext", FIB_DB_UpdateNhpLlaContext,
-             setCalls(kName,
-                      "svc_ctx_high_prio=160102030405060708090a0b0c0d0eee "
-                      "svc_ctx_normal_prio=170102030405060708090a0b0c0d0eff status_high_prio=12 status_normal_prio=13 "
-                      "errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656")},
+    return {{"UpdateNhpLlaContext", FIB_DB_UpdateNhpLlaContext, setCalls(kName, kContextStaged)},
             {"UpdateNhpLlaFlag", FIB_DB_UpdateNhpLlaFlag, setCalls(kName, "flags=6")}};
   }
 
@@ -157,22 +142,14 @@ struct Lla {
   static constexpr BulkReadTexts kBulkRead{.create = "ReadNhpLlaByKey failed, create object failed. ret: -7",
                                            .createIter = "ReadNhpLlaByKey failed, create root iter failed. ret: -7",
                                            .step = "ReadNhpLlaByKey failed, ret: -7"};
-  static Calls arrive() { return step(); }
-  static Item delivered(const Item& record, const Item&) { return record; }
-  static constexpr BulkRead<Item> kBulkReads[] = {
-      {"ByKey", "0x01090004 2a000000",
-       [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpLlaByKey(&kNhpIndexDesc, &kNhpIndex, bufLen, items, filled);
-       }},
-      {"ByNhpIndex", "0x01090004 2a000000",
-       [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpLlaByNhpIndex(42, bufLen, items, filled);
-       }},
-      {"ByLocalhash", kLocalHash,
-       [](uint32_t bufLen, Item* items, uint32_t*) {
-         return FIB_DB_ReadNhpLlaByLocalhash(kAddress, 99, 3, bufLen, items);
-       },
-       false}};
+  static constexpr BulkRead<Item> kBulkReads[] = {{"ByKey", kNhpIndexKey, byKey<FIB_DB_ReadNhpLlaByKey>},
+                                                  {"ByNhpIndex", kNhpIndexKey, byNhpIndex<FIB_DB_ReadNhpLlaByNhpIndex>},
+                                                  {"ByLocalhash", kLocalHash,
+                                                   [](uint32_t bufLen, Item* items, uint32_t*) {
+                                                     return FIB_DB_ReadNhpLlaByLocalhash(kAddress, 99, 3, bufLen,
+                                                                                         items);
+                                                   },
+                                                   false}};
 
   static constexpr auto countByKey = FIB_DB_CountNhpLlaByKey;
   static constexpr CountTexts kCount{.create = "CountNhpLlaByKey failed, create object failed. ret: -7",
@@ -181,16 +158,13 @@ struct Lla {
                                       .failed = "GetNhpLlaCountByKey get record count failed, ret: -7."};
   // The two by local hash are crossed.
   static constexpr Count kCounts[] = {
-      {"ByKey", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpLlaByKey(&kNhpIndexDesc, &kNhpIndex, count); }},
-      {"ByNhpIndex", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpLlaByNhpIndex(42, count); }},
+      {"ByKey", kNhpIndexKey, kCount, byKey<FIB_DB_CountNhpLlaByKey>},
+      {"ByNhpIndex", kNhpIndexKey, kCount, byNhpIndex<FIB_DB_CountNhpLlaByNhpIndex>},
       {"ByLocalhash", kLocalHash, kLookup,
        [](uint32_t* count) { return FIB_DB_CountNhpLlaByLocalhash(kAddress, 99, 3, count); }},
       {"GetByLocalhash", kLocalHash, kCount,
        [](uint32_t* count) { return FIB_DB_GetNhpLlaCountByLocalhash(kAddress, 99, 3, count); }},
-      {"GetByKey", "0x01090004 2a000000", kLookup,
-       [](uint32_t* count) { return FIB_DB_GetNhpLlaCountByKey(&kNhpIndexDesc, &kNhpIndex, count); }, false}};
+      {"GetByKey", kNhpIndexKey, kLookup, byKey<FIB_DB_GetNhpLlaCountByKey>, false}};
 
   static constexpr auto iterateByKey = FIB_DB_CreateNhpLlaIteratorByKey;
   static constexpr IteratorTexts kWhole{
@@ -201,10 +175,8 @@ struct Lla {
       "CreateNhpLlaIteratorByKey createIter failed, ret: -7", "CreateNhpLlaIteratorByKey setProperty failed, ret: -7"};
   static constexpr Iterate kIterators[] = {
       {"whole", "NULL", kWhole, FIB_DB_CreateNhpLlaIterator},
-      {"ByKey", "0x01090004 2a000000", kByKey,
-       [](uint32_t property) { return FIB_DB_CreateNhpLlaIteratorByKey(&kNhpIndexDesc, &kNhpIndex, property); }, true},
-      {"ByNhpIndex", "0x01090004 2a000000", kByKey,
-       [](uint32_t property) { return FIB_DB_CreateNhpLlaIteratorByNhpIndex(42, property); }, true},
+      {"ByKey", kNhpIndexKey, kByKey, byKey<FIB_DB_CreateNhpLlaIteratorByKey>, true},
+      {"ByNhpIndex", kNhpIndexKey, kByKey, byNhpIndex<FIB_DB_CreateNhpLlaIteratorByNhpIndex>, true},
       {"ByIfIndex", "0x03090004 03000000", kByKey,
        [](uint32_t property) { return FIB_DB_CreateNhpLlaIteratorByIfIndex(3, property); }, true},
       {"ByGlobalSlotId", "0x05090004 19000000", kByKey,
@@ -213,7 +185,6 @@ struct Lla {
   static constexpr auto next = FIB_DB_GetNextNhpLlaEntry;
   static constexpr auto release = FIB_DB_ReleaseNhpLlaIterator;
   static constexpr StepTexts kStep{.failed = "GetNextNhpLlaEntry failed, ret: -7"};
-  static constexpr bool kStepsAreCounted = true;
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(NhpLla, NextHopWriteTest, Lla);

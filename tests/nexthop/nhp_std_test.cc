@@ -19,8 +19,7 @@ static_assert(offsetof(FibDbNhpStdItem, app_obj_id) == 88 && offsetof(FibDbNhpSt
 static_assert(offsetof(FibDbNhpStdItem, time_stamp_svc) == 112 && offsetof(FibDbNhpStdItem, global_slotid) == 120);
 static_assert(sizeof(FibDbNhpStdItem) == 128);
 
-struct Std {
-  using Item = FibDbNhpStdItem;
+struct Std : NextHopTable<Std, FibDbNhpStdItem> {
   static constexpr TableId kTable = TableId::nhp_std;
   static constexpr const char* kName = "nhp_std";
   static constexpr uint32_t kStat = 4;
@@ -29,31 +28,24 @@ struct Std {
   static constexpr const char* kKey = "0x0001000C 2a0000000100000a03000000";
 
   static Item fullItem() {
-    return {.nhp_index = 42,
-            .next_hop = 0x0A000001,
-            .out_if_index = 3,
-            .vr_id = 4,
-            .vrf_index = 5,
-            .flags = 6,
-            .fwd_if_type = 7,
-            .forwardVsId = 8,
-            .if_type = 9,
-            .iid_flags = 10,
-            .work_if_index = 11,
-            .status_high_prio = 12,
-            .status_normal_prio = 13,
-            .errcode_high_prio = 14,
-            .errcode_normal_prio = 15,
-            .svc_ctx_high_prio = {0x16, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xEE},
-            .svc_ctx_normal_prio = {0x17, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xFF},
-            .app_source_id = 18,
-            .group_smooth_id = 19,
-            .app_obj_id = 0x2000000000,
-            .app_version = 21,
-            .attr_flag = 22,
-            .time_stamp_app = 0x2300000000,
-            .time_stamp_svc = 0x2400000000,
-            .global_slotid = 25};
+    return withContext(Item{.nhp_index = 42,
+                            .next_hop = 0x0A000001,
+                            .out_if_index = 3,
+                            .vr_id = 4,
+                            .vrf_index = 5,
+                            .flags = 6,
+                            .fwd_if_type = 7,
+                            .forwardVsId = 8,
+                            .if_type = 9,
+                            .iid_flags = 10,
+                            .work_if_index = 11,
+                            .app_source_id = 18,
+                            .group_smooth_id = 19,
+                            .app_obj_id = 0x2000000000,
+                            .app_version = 21,
+                            .attr_flag = 22,
+                            .time_stamp_app = 0x2300000000,
+                            .global_slotid = 25});
   }
 
   static Row rowOf(const Item& item) {
@@ -95,7 +87,6 @@ struct Std {
   static constexpr WriteTexts kWrite{.create = "WriteNhpStd failed, create object failed. ret: -7",
                                      .stage = "SetNhpStdItem setField failed, ret: -7",
                                      .failed = "WRITE fib nhp std db fail. ret = -7"};
-  static Row written() { return rowOf(fullItem()); }
   static Calls staged() {
     return setCalls(kName,
                     "nhp_index=42 next_hop=167772161 out_if_index=3 vr_id=4 vrf_index=5 flags=6 fwd_if_type=7 "
@@ -108,7 +99,6 @@ struct Std {
   }
 
   static constexpr auto read = FIB_DB_ReadNhpStd;
-  static constexpr bool kReadChecksItem = true;
   static constexpr ReadTexts kRead{.create = "ReadNhpStd failed, create object failed. ret: -7",
                                    .failed = "ReadNhpStd failed, ret: -7"};
   static Calls step() {
@@ -118,7 +108,6 @@ struct Std {
                     "errcode_normal_prio svc_ctx_high_prio[] svc_ctx_normal_prio[] app_source_id group_smooth_id "
                     "app_obj_id app_version attr_flag time_stamp_app time_stamp_svc");
   }
-  static Calls fetch() { return Calls{std::string("db_read_obj(#1, ") + kKey + ")"} + step(); }
 
   static constexpr auto unpack = FIB_DB_GetNhpStdItem;
   static constexpr int kCopiesBefore = 0;
@@ -129,18 +118,15 @@ struct Std {
   static constexpr const char* kRemoveFailed = "REMOVE fib nhp std db fail. ret = -7";
   static constexpr Removal<Item> kRemovals[] = {
       {"RemoveNhpStd", kKey, "RemoveNhpStd failed, create object failed. ret: -7", FIB_DB_RemoveNhpStd},
-      {"RemoveNhpStdByNhpIndex", "0x01090004 2a000000", "RemoveNhpStdByNhpIndex failed, create object failed. ret: -7",
-       [](const Item*) { return FIB_DB_RemoveNhpStdByNhpIndex(42); }}};
+      {"RemoveNhpStdByNhpIndex", kNhpIndexKey, "RemoveNhpStdByNhpIndex failed, create object failed. ret: -7",
+       ofNhpIndex<FIB_DB_RemoveNhpStdByNhpIndex>}};
 
   static constexpr auto updateFields = FIB_DB_UpdateNhpStdFields;
   static constexpr UpdateTexts kUpdate{.create = "UpdateNhpStdFields failed, create object failed. ret: -7",
                                        .failed = "UPDATE fib nhp std db fail. ret = -7"};
   static std::vector<Update<Item>> updates() {
     return {{"UpdateNhpStdContext", FIB_DB_UpdateNhpStdContext,
-             setCalls(kName,
-                      "svc_ctx_high_prio=160102030405060708090a0b0c0d0eee "
-                      "svc_ctx_normal_prio=170102030405060708090a0b0c0d0eff status_high_prio=12 status_normal_prio=13 "
-                      "errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656 forwardVsId=8"),
+             setCalls(kName, kContextStaged + std::string(" forwardVsId=8")),
              "SetNhpStdContext failed, set fields failed."},
             {"UpdateNhpStdFlags", FIB_DB_UpdateNhpStdFlags, setCalls(kName, "flags=6"),
              "SetNhpStdFlags failed, set fields failed."}};
@@ -150,17 +136,9 @@ struct Std {
   static constexpr BulkReadTexts kBulkRead{.create = "ReadNhpStdByKey failed, create object failed. ret: -7",
                                            .createIter = "ReadNhpStdByKey failed, create root iter failed. ret: -7",
                                            .step = "ReadNhpStdByKey failed, ret: -7"};
-  static Calls arrive() { return step(); }
-  static Item delivered(const Item& record, const Item&) { return record; }
   static constexpr BulkRead<Item> kBulkReads[] = {
-      {"ByKey", "0x01090004 2a000000",
-       [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpStdByKey(&kNhpIndexDesc, &kNhpIndex, bufLen, items, filled);
-       }},
-      {"ByNhpIndex", "0x01090004 2a000000",
-       [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpStdByNhpIndex(42, bufLen, items, filled);
-       }},
+      {"ByKey", kNhpIndexKey, byKey<FIB_DB_ReadNhpStdByKey>},
+      {"ByNhpIndex", kNhpIndexKey, byNhpIndex<FIB_DB_ReadNhpStdByNhpIndex>},
       {"ByLocalhash", "0x02090008 0100000a03000000",
        [](uint32_t bufLen, Item* items, uint32_t*) {
          return FIB_DB_ReadNhpStdByLocalhash(0x0A000001, 3, bufLen, items);
@@ -175,10 +153,8 @@ struct Std {
   static constexpr CountTexts kCount{.create = "CountNhpStdByKey failed, create object failed. ret: -7",
                                      .failed = "CountNhpStdByKey failed, record count by key failed. ret: -7"};
   static constexpr Count kCounts[] = {
-      {"ByKey", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpStdByKey(&kNhpIndexDesc, &kNhpIndex, count); }},
-      {"ByNhpIndex", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpStdByNhpIndex(42, count); }},
+      {"ByKey", kNhpIndexKey, kCount, byKey<FIB_DB_CountNhpStdByKey>},
+      {"ByNhpIndex", kNhpIndexKey, kCount, byNhpIndex<FIB_DB_CountNhpStdByNhpIndex>},
       {"ByLocalhash", "0x02090008 0100000a03000000", kCount,
        [](uint32_t* count) { return FIB_DB_CountNhpStdByLocalhash(0x0A000001, 3, count); }},
       {"ByIfIndex", "0x03090004 03000000", kCount,
@@ -195,10 +171,8 @@ struct Std {
       "CreateNhpStdIteratorByKey createIter failed, ret: -7", "CreateNhpStdIteratorByKey setProperty failed, ret: -7"};
   static constexpr Iterate kIterators[] = {
       {"whole", "NULL", kWhole, FIB_DB_CreateNhpStdIterator},
-      {"ByKey", "0x01090004 2a000000", kByKey,
-       [](uint32_t property) { return FIB_DB_CreateNhpStdIteratorByKey(&kNhpIndexDesc, &kNhpIndex, property); }, true},
-      {"ByNhpIndex", "0x01090004 2a000000", kByKey,
-       [](uint32_t property) { return FIB_DB_CreateNhpStdIteratorByNhpIndex(42, property); }, true},
+      {"ByKey", kNhpIndexKey, kByKey, byKey<FIB_DB_CreateNhpStdIteratorByKey>, true},
+      {"ByNhpIndex", kNhpIndexKey, kByKey, byNhpIndex<FIB_DB_CreateNhpStdIteratorByNhpIndex>, true},
       {"ByIpIfIndex", "0x02090008 0100000a03000000", kByKey,
        [](uint32_t property) { return FIB_DB_CreateNhpStdIteratorByIpIfIndex(0x0A000001, 3, property); }, true},
       {"ByIfIndex", "0x03090004 03000000", kByKey,
@@ -211,7 +185,6 @@ struct Std {
   static constexpr auto next = FIB_DB_GetNextNhpStdEntry;
   static constexpr auto release = FIB_DB_ReleaseNhpStdIterator;
   static constexpr StepTexts kStep{.failed = "GetNextNhpStdEntry failed, ret: -7"};
-  static constexpr bool kStepsAreCounted = true;
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(NhpStd, NextHopWriteTest, Std);

@@ -8,8 +8,7 @@ namespace {
 
 using schema::TableId;
 
-struct Nhp {
-  using Item = FibDbNhpItem;
+struct Nhp : NextHopTable<Nhp, FibDbNhpItem> {
   static constexpr TableId kTable = TableId::nhp;
   static constexpr const char* kName = "nhp";
   static constexpr uint32_t kStat = 3;
@@ -59,7 +58,6 @@ struct Nhp {
   // A write that fails is counted and not said, as removals and updates are.
   static constexpr auto write = FIB_DB_WriteNhp;
   static constexpr WriteTexts kWrite{.stage = "SetNhpItem setField failed, ret: -7"};
-  static Row written() { return rowOf(fullItem()); }
   static Calls staged() {
     return setCalls(kName,
                     "nhp_index=42 vr_id=1 vrf_index=2 origin_nhp=3 nhp_flag=5 nhp_num=4 ref_cnt=6 flags=7 "
@@ -68,7 +66,6 @@ struct Nhp {
   }
 
   static constexpr auto read = FIB_DB_ReadNhp;
-  static constexpr bool kReadChecksItem = true;
   static constexpr ReadTexts kRead{.create = "ReadNhp failed, create object failed. ret: -7",
                                    .failed = "ReadNhp failed, ret: -7, key = 0x2a"};
   static Calls step() {
@@ -76,7 +73,6 @@ struct Nhp {
                     "nhp_index vr_id vrf_index origin_nhp nhp_flag nhp_num ref_cnt flags iid_flags "
                     "app_source_id table_smooth_id app_obj_id app_version time_stamp_app time_stamp_svc");
   }
-  static Calls fetch() { return Calls{std::string("db_read_obj(#1, ") + kKey + ")"} + step(); }
 
   static constexpr const char* kRemoveFailed = nullptr;
   static constexpr Removal<Item> kRemovals[] = {
@@ -109,7 +105,6 @@ struct Nhp {
   static constexpr auto release = FIB_DB_ReleaseNhpIterator;
   static constexpr StepTexts kStep{.failed = "GetNextNhpEntry next failed, ret: -7",
                                    .null = "GetNextNhpEntry next failed, para is NULL."};
-  static constexpr bool kStepsAreCounted = true;
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Nhp, NextHopWriteTest, Nhp);

@@ -35,8 +35,7 @@ static_assert(sizeof(FibDbNhpVpnSidItem) == 264);
 // and of the row.
 static_assert(sizeof(FibDbNhpVpnSidRow) == 256);
 
-struct VpnSid {
-  using Item = FibDbNhpVpnSidItem;
+struct VpnSid : NextHopTable<VpnSid, FibDbNhpVpnSidItem> {
   static constexpr TableId kTable = TableId::nhp_vpnsid;
   static constexpr const char* kName = "nhp_vpnsid";
   static constexpr uint32_t kStat = 16;
@@ -65,7 +64,6 @@ struct VpnSid {
               .app_obj_id = 0x2600000026,
               .app_version = 0x27272727,
               .time_stamp_app = 0x2800000028};
-    putContext(item);
     std::memset(item.block16a, 0x22, sizeof item.block16a);
     std::memset(item.block16b, 0x23, sizeof item.block16b);
     std::memset(item.block32a, 0x30, sizeof item.block32a);
@@ -73,7 +71,7 @@ struct VpnSid {
     putWords(item.sid, 0x20010DB8, 0x000A000B, 0x000C000D, 0x000E000F);
     putWords(item.addr2, 0xFE800000, 0x01020304, 0x05060708, 0x090A0B0C);
     putWords(item.addr3, 0xFD000000, 0x11121314, 0x15161718, 0x191A1B1C);
-    return item;
+    return withContext(item);
   }
 
   // Byte by byte, as a reader of the database sees it.
@@ -123,15 +121,14 @@ struct VpnSid {
                                      .stage = "WritenhpVpnSidItem failed, set all fields failed. ret: -7",
                                      .failed = "WRITE nhp vpnsid db fail. ret = 4294967289",
                                      .stageStatus = kCode};
-  static Row written() { return rowOf(fullItem()); }
   static Calls staged() { return {"db_set_nhp_vpnsid_all_fields(#1, 256)"}; }
 
   static constexpr auto remove = FIB_DB_RemoveNhpVpnSid;
   static constexpr const char* kRemoveFailed = "REMOVE nhp vpnsid db fail. ret = 4294967289";
   static constexpr Removal<Item> kRemovals[] = {
       {"by the primary key", kKey, "RemoveNhpVpnSid create object failed, ret: -7.", remove},
-      {"ByNhpIndex", "0x01090004 2a000000", "RemoveNhpVpnSidByIIDIndex create object failed, ret: -7.",
-       [](const Item*) { return FIB_DB_RemoveNhpVpnSidByNhpIndex(42); }}};
+      {"ByNhpIndex", kNhpIndexKey, "RemoveNhpVpnSidByIIDIndex create object failed, ret: -7.",
+       ofNhpIndex<FIB_DB_RemoveNhpVpnSidByNhpIndex>}};
 
   static constexpr auto updateFields = FIB_DB_UpdateNhpVpnSidFields;
   static constexpr auto setContext = FIB_DB_SetNhpVpnSidContext;
@@ -139,14 +136,10 @@ struct VpnSid {
   static constexpr UpdateTexts kUpdate{.create = "UpdateNhpVpnSidFields failed, create object failed. ret: -7",
                                        .failed = "UPDATE nhp vpnsid db fail. ret = 4294967289"};
   static std::vector<Update<Item>> updates() {
-    return {{"context", updateContext,
-             setCalls(kName,
-                      "svc_ctx_high_prio=101112131415161718191a1b1c1d1e1f "
-                      "svc_ctx_normal_prio=f0efeeedecebeae9e8e7e6e5e4e3e2e1 status_high_prio=12 status_normal_prio=13 "
-                      "errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656"),
-             "SetNhpVpnSidContext failed, set fields failed."},
-            {"flags", FIB_DB_UpdateNhpVpnSidFlag, setCalls(kName, "flags=320017171"),
-             "SetNhpVpnSidFlags setField failed, ret: -7."}};
+    return {
+        {"context", updateContext, setCalls(kName, kContextStaged), "SetNhpVpnSidContext failed, set fields failed."},
+        {"flags", FIB_DB_UpdateNhpVpnSidFlag, setCalls(kName, "flags=320017171"),
+         "SetNhpVpnSidFlags setField failed, ret: -7."}};
   }
 
   static constexpr auto readByKey = FIB_DB_ReadNhpVpnSidByKey;
@@ -154,17 +147,10 @@ struct VpnSid {
       .create = "ReadNhpVpnSidByKey failed, create object failed. ret: 4294967289",
       .createIter = "ReadNhpVpnSidByKey failed, create root iter failed. ret: 4294967289",
       .step = "ReadNhpVpnSidByKey failed, ret: 4294967289"};
-  static Calls arrive() { return {"db_read_obj_with_buf(#1, NULL, 256)"}; }
-  static Item delivered(const Item& record, const Item&) { return record; }
+  static Calls step() { return {"db_read_obj_with_buf(#1, NULL, 256)"}; }
   static constexpr BulkRead<Item> kBulkReads[] = {
-      {.name = "ByKey",
-       .key = "0x01090004 2a000000",
-       .call = [](uint32_t bufLen, Item* items,
-                  uint32_t* filled) { return readByKey(&kNhpIndexDesc, &kNhpIndex, bufLen, items, filled); },
-       .itemsAreChecked = false},
-      {"ByNhpIndex", "0x01090004 2a000000", [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpVpnSidByNhpIndex(42, bufLen, items, filled);
-       }}};
+      {.name = "ByKey", .key = kNhpIndexKey, .call = byKey<readByKey>, .itemsAreChecked = false},
+      {"ByNhpIndex", kNhpIndexKey, byNhpIndex<FIB_DB_ReadNhpVpnSidByNhpIndex>}};
   static constexpr RowFailure kRow{
       .missing = 15005, .failed = kCode, .text = "ReadNhpVpnSidByKey read failed, ret: 4294967289"};
 
@@ -172,10 +158,8 @@ struct VpnSid {
   static constexpr CountTexts kCount{.create = "CountNhpVpnSidByKey create object failed, ret: -7.",
                                      .failed = "CountNhpVpnSidByKey get record count failed, ret: -7."};
   static constexpr Count kCounts[] = {
-      {"ByKey", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return countByKey(&kNhpIndexDesc, &kNhpIndex, count); }, false},
-      {"ByNhpIndex", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpVpnSidByNhpIndex(42, count); }, false}};
+      {"ByKey", kNhpIndexKey, kCount, byKey<countByKey>, false},
+      {"ByNhpIndex", kNhpIndexKey, kCount, byNhpIndex<FIB_DB_CountNhpVpnSidByNhpIndex>, false}};
 
   static constexpr IteratorTexts kWhole{
       "CreateNhpVpnSidIterator malloc failed", "CreateNhpVpnSidIterator createObj failed, ret: -7",
@@ -186,13 +170,10 @@ struct VpnSid {
                                         "CreateNhpVpnSidIteratorByKey setProperty failed, ret: -7"};
   static constexpr Iterate kIterators[] = {
       {"whole", "NULL", kWhole, FIB_DB_CreateNhpVpnSidIterator},
-      {"ByKey", "0x01090004 2a000000", kByKey,
-       [](uint32_t property) { return FIB_DB_CreateNhpVpnSidIteratorByKey(&kNhpIndexDesc, &kNhpIndex, property); },
-       true},
+      {"ByKey", kNhpIndexKey, kByKey, byKey<FIB_DB_CreateNhpVpnSidIteratorByKey>, true},
       {"under no key", "NULL", kByKey,
        [](uint32_t property) { return FIB_DB_CreateNhpVpnSidIteratorByKey(nullptr, nullptr, property); }, true},
-      {"ByNhpIndex", "0x01090004 2a000000", kByKey,
-       [](uint32_t property) { return FIB_DB_CreateNhpVpnSidIteratorByNhpIndex(42, property); }, true},
+      {"ByNhpIndex", kNhpIndexKey, kByKey, byNhpIndex<FIB_DB_CreateNhpVpnSidIteratorByNhpIndex>, true},
       {"ByXsidInfo", "0x0209001A 0100000002000000fe8000000102030405060708090a0b0c0304", kByKey,
        [](uint32_t property) {
          return FIB_DB_CreateNhpVpnSidIteratorByXsidInfo(1, 2, fullItem().addr2, 3, 4, property);
@@ -204,9 +185,7 @@ struct VpnSid {
   static constexpr auto next = FIB_DB_GetNextNhpVpnSidEntry;
   static constexpr auto release = FIB_DB_ReleaseNhpVpnSidIterator;
   static constexpr StepTexts kStep{.failed = "GetNextNhpVpnSidEntry failed, ret: 4294967289"};
-  static constexpr bool kStepsAreCounted = true;
   static constexpr const char* kStepRow = "ReadNhpVpnSidByKey read failed, ret: 4294967289";
-  static Calls step() { return arrive(); }
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(NhpVpnSid, NextHopWriteTest, VpnSid);

@@ -37,8 +37,7 @@ FibDbNhpVxlanItem withOldStamps(FibDbNhpVxlanItem item) {
   return item;
 }
 
-struct Vxlan {
-  using Item = FibDbNhpVxlanItem;
+struct Vxlan : NextHopTable<Vxlan, FibDbNhpVxlanItem> {
   static constexpr TableId kTable = TableId::nhp_vxlan;
   static constexpr const char* kName = "nhp_vxlan";
   static constexpr uint32_t kStat = 6;
@@ -46,33 +45,26 @@ struct Vxlan {
   static constexpr const char* kKey = "0x00010022 2a0000000200000003000000040000000506200102030405060708090a0b0c0d0edd";
 
   static Item fullItem() {
-    return {.nhp_index = 42,
-            .vr_id = 2,
-            .tunnel_vrf_index = 3,
-            .tunnel_id = 4,
-            .tunnel_type = 5,
-            .af_type = 6,
-            .gwip = {0x20, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xDD},
-            .vrf_index = 8,
-            .flags = 9,
-            .vn_id = 10,
-            .aib_index = 11,
-            .overlay_type = 12,
-            .mac_addr = {0x13, 1, 2, 3, 4, 0xCC},
-            .status_high_prio = 14,
-            .status_normal_prio = 15,
-            .errcode_high_prio = 16,
-            .errcode_normal_prio = 17,
-            .svc_ctx_high_prio = {0x18, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xEE},
-            .svc_ctx_normal_prio = {0x19, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xFF},
-            .app_source_id = 20,
-            .group_smooth_id = 21,
-            .app_obj_id = 0x2200000000,
-            .app_version = 23,
-            .vsi_index = 24,
-            .dvp_index = 25,
-            .time_stamp_app = 0x2600000000,
-            .time_stamp_svc = 0x2700000000};
+    return withContext(Item{.nhp_index = 42,
+                            .vr_id = 2,
+                            .tunnel_vrf_index = 3,
+                            .tunnel_id = 4,
+                            .tunnel_type = 5,
+                            .af_type = 6,
+                            .gwip = {0x20, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xDD},
+                            .vrf_index = 8,
+                            .flags = 9,
+                            .vn_id = 10,
+                            .aib_index = 11,
+                            .overlay_type = 112,
+                            .mac_addr = {0x13, 1, 2, 3, 4, 0xCC},
+                            .app_source_id = 20,
+                            .group_smooth_id = 21,
+                            .app_obj_id = 0x2200000000,
+                            .app_version = 23,
+                            .vsi_index = 24,
+                            .dvp_index = 25,
+                            .time_stamp_app = 0x2600000000});
   }
 
   static Row rowOf(const Item& item) {
@@ -124,17 +116,16 @@ struct Vxlan {
                                      .stage = "SetNhpVxlanItem setField failed, ret: -7.",
                                      .stageToo = "WriteNhpVxlan failed, set item failed. ret: 1.",
                                      .failed = "WRITE fib nhp vxlan db fail. ret = -7"};
-  static Row written() { return rowOf(fullItem()); }
   static Calls staged() {
     return setCalls(kName,
                     "nhp_index=42 vr_id=2 vrf_index=8 tunnel_vrf_index=3 tunnel_id=4 flags=9 vn_id=10 "
-                    "aib_index=11 overlay_type=12 mac_addr=1301020304cc tunnel_type=5 af_type=6 "
+                    "aib_index=11 overlay_type=112 mac_addr=1301020304cc tunnel_type=5 af_type=6 "
                     "gwip=200102030405060708090a0b0c0d0edd app_source_id=20 group_smooth_id=21 "
-                    "app_obj_id=146028888064 app_version=23 vsi_index=24 dvp_index=25 status_high_prio=14 "
-                    "status_normal_prio=15 errcode_high_prio=16 errcode_normal_prio=17 "
-                    "svc_ctx_high_prio=180102030405060708090a0b0c0d0eee "
-                    "svc_ctx_normal_prio=190102030405060708090a0b0c0d0eff time_stamp_app=163208757248 "
-                    "time_stamp_svc=167503724544");
+                    "app_obj_id=146028888064 app_version=23 vsi_index=24 dvp_index=25 status_high_prio=12 "
+                    "status_normal_prio=13 errcode_high_prio=14 errcode_normal_prio=15 "
+                    "svc_ctx_high_prio=160102030405060708090a0b0c0d0eee "
+                    "svc_ctx_normal_prio=170102030405060708090a0b0c0d0eff time_stamp_app=163208757248 "
+                    "time_stamp_svc=154618822656");
   }
 
   static constexpr auto read = FIB_DB_ReadNhpVxlan;
@@ -149,22 +140,15 @@ struct Vxlan {
                     "app_source_id group_smooth_id app_obj_id app_version vsi_index dvp_index time_stamp_app "
                     "time_stamp_svc");
   }
-  static Calls fetch() { return Calls{std::string("db_read_obj(#1, ") + kKey + ")"} + step(); }
 
   static constexpr const char* kRemoveFailed = "REMOVE fib nhp vxlan db fail. ret = -7";
   static constexpr Removal<Item> kRemovals[] = {
       {"RemoveNhpVxlan", kKey, "RemoveNhpVxlan failed, create object failed. ret: -7.", FIB_DB_RemoveNhpVxlan},
-      {"RemoveNhpVxlanByNhpIndex", "0x01090004 2a000000",
-       "RemoveNhpVxlanByNhpIndex failed, create object failed. ret: -7.",
-       [](const Item*) { return FIB_DB_RemoveNhpVxlanByNhpIndex(42); }}};
+      {"RemoveNhpVxlanByNhpIndex", kNhpIndexKey, "RemoveNhpVxlanByNhpIndex failed, create object failed. ret: -7.",
+       ofNhpIndex<FIB_DB_RemoveNhpVxlanByNhpIndex>}};
 
   static std::vector<Update<Item>> updates() {
-    return {{"UpdateNhpVxlanContext", FIB_DB_UpdateNhpVxlanContext,
-             setCalls(kName,
-                      "svc_ctx_high_prio=180102030405060708090a0b0c0d0eee "
-                      "svc_ctx_normal_prio=190102030405060708090a0b0c0d0eff status_high_prio=14 "
-                      "status_normal_prio=15 errcode_high_prio=16 errcode_normal_prio=17 "
-                      "time_stamp_svc=167503724544")}};
+    return {{"UpdateNhpVxlanContext", FIB_DB_UpdateNhpVxlanContext, setCalls(kName, kContextStaged)}};
   }
 
   static constexpr auto readByKey = FIB_DB_ReadNhpVxlanByKey;
@@ -180,23 +164,15 @@ struct Vxlan {
     return record;
   }
   static constexpr BulkRead<Item> kBulkReads[] = {
-      {"ByKey", "0x01090004 2a000000",
-       [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpVxlanByKey(&kNhpIndexDesc, &kNhpIndex, bufLen, items, filled);
-       }},
-      {"ByNhpIndex", "0x01090004 2a000000", [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhpVxlanByNhpIndex(42, bufLen, items, filled);
-       }}};
+      {"ByKey", kNhpIndexKey, byKey<FIB_DB_ReadNhpVxlanByKey>},
+      {"ByNhpIndex", kNhpIndexKey, byNhpIndex<FIB_DB_ReadNhpVxlanByNhpIndex>}};
   static constexpr RowFailure kRow{.missing = 60, .failed = 1, .text = "READ fib nhp vxlan db fail. ret = -7."};
 
   static constexpr auto countByKey = FIB_DB_CountNhpVxlanByKey;
   static constexpr CountTexts kCount{.create = "CountNhpVxlanByKey failed, create object failed. ret: -7.",
                                      .failed = "CountNhpVxlanByKey failed, get record count failed. ret: -7."};
-  static constexpr Count kCounts[] = {
-      {"ByKey", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpVxlanByKey(&kNhpIndexDesc, &kNhpIndex, count); }},
-      {"ByNhpIndex", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhpVxlanByNhpIndex(42, count); }}};
+  static constexpr Count kCounts[] = {{"ByKey", kNhpIndexKey, kCount, byKey<FIB_DB_CountNhpVxlanByKey>},
+                                      {"ByNhpIndex", kNhpIndexKey, kCount, byNhpIndex<FIB_DB_CountNhpVxlanByNhpIndex>}};
 
   static constexpr auto iterateByKey = FIB_DB_CreateNhpVxlanIteratorByKey;
   static constexpr IteratorTexts kWhole{
@@ -209,11 +185,8 @@ struct Vxlan {
                                         "CreateNhpStdIteratorByKey setProperty failed, ret: -7"};
   static constexpr Iterate kIterators[] = {
       {"whole", "NULL", kWhole, FIB_DB_CreateNhpVxlanIterator},
-      {"ByKey", "0x01090004 2a000000", kByKey,
-       [](uint32_t property) { return FIB_DB_CreateNhpVxlanIteratorByKey(&kNhpIndexDesc, &kNhpIndex, property); },
-       true},
-      {"ByNhpIndex", "0x01090004 2a000000", kByKey,
-       [](uint32_t property) { return FIB_DB_CreateNhpVxlanIteratorByNhpIndex(42, property); }, true},
+      {"ByKey", kNhpIndexKey, kByKey, byKey<FIB_DB_CreateNhpVxlanIteratorByKey>, true},
+      {"ByNhpIndex", kNhpIndexKey, kByKey, byNhpIndex<FIB_DB_CreateNhpVxlanIteratorByNhpIndex>, true},
       {"ByTunnelKey", "0x0209000D 02000000030000000400000005", kByKey,
        [](uint32_t property) { return FIB_DB_CreateNhpVxlanIteratorByTunnelKey(2, 3, 4, 5, property); }, true},
       {"ByVniKey", "0x03090008 020000000a000000", kByKey,
@@ -328,7 +301,7 @@ TEST_F(NhpVxlanTest, GetNhpVxlanItem_whose_normal_context_cannot_be_got_fills_it
   FibDbNhpVxlanItem out{};
   FIB_DB_GetNhpVxlanItem(1, &out);
   EXPECT_THAT(platform.errorLines, ElementsAre("GetNhpVxlanItem getField failed, ret: 8"));
-  EXPECT_EQ(out.svc_ctx_normal_prio[0], 0x18);
+  EXPECT_EQ(out.svc_ctx_normal_prio[0], 0x16);
   EXPECT_EQ(out.svc_ctx_normal_prio[15], 0xEE);
 }
 

@@ -32,8 +32,7 @@ static_assert(sizeof(FibDbNhpSrv6TeItem) == 160);
 // and of the row.
 static_assert(sizeof(FibDbNhpSrv6TeRow) == 156);
 
-struct Srv6Te {
-  using Item = FibDbNhpSrv6TeItem;
+struct Srv6Te : NextHopTable<Srv6Te, FibDbNhpSrv6TeItem> {
   static constexpr TableId kTable = TableId::pp4ext_srv6_te;
   static constexpr const char* kName = "pp4ext_srv6_te";
   static constexpr uint32_t kStat = 17;
@@ -58,12 +57,11 @@ struct Srv6Te {
               .attr_byte3 = 117,
               .attr_word4 = 0x22222222,
               .time_stamp_app = 0x2300000023};
-    putContext(item);
     std::memset(item.block1, 0x20, sizeof item.block1);
     std::memset(item.block2, 0x21, sizeof item.block2);
     putWords(item.addr, 0x20010DB8, 0x000A000B, 0x000C000D, 0x000E000F);
     putWords(item.addr2, 0xFE800000, 0x01020304, 0x05060708, 0x090A0B0C);
-    return item;
+    return withContext(item);
   }
 
   // Byte by byte, as a reader of the database sees it.
@@ -106,15 +104,14 @@ struct Srv6Te {
                                      .stage = "WriteNhpPp4ExtSrv6Te failed, set all fields failed. ret: -7",
                                      .failed = "WRITE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289",
                                      .stageStatus = kCode};
-  static Row written() { return rowOf(fullItem()); }
   static Calls staged() { return {"db_set_pp4ext_srv6_te_all_fields(#1, 156)"}; }
 
   static constexpr auto remove = FIB_DB_RemoveNhpPp4ExtSrv6Te;
   static constexpr const char* kRemoveFailed = "REMOVE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289";
   static constexpr Removal<Item> kRemovals[] = {
       {"by the primary key", kKey, "RemoveNhpPp4ExtSrv6Te create object failed, ret: -7.", remove},
-      {"ByNhpIndex", "0x01090004 2a000000", "RemoveNhp4ExtSrv6TeByNhpIndex create object failed, ret: -7.",
-       [](const Item*) { return FIB_DB_RemoveNhp4ExtSrv6TeByNhpIndex(42); }}};
+      {"ByNhpIndex", kNhpIndexKey, "RemoveNhp4ExtSrv6TeByNhpIndex create object failed, ret: -7.",
+       ofNhpIndex<FIB_DB_RemoveNhp4ExtSrv6TeByNhpIndex>}};
 
   static constexpr auto updateFields = FIB_DB_UpdateNhp4ExtSrv6TeFields;
   static constexpr auto setContext = FIB_DB_SetNhp4ExtSrv6TeContext;
@@ -122,11 +119,7 @@ struct Srv6Te {
   static constexpr UpdateTexts kUpdate{.create = "UpdateNhp4ExtSrv6TeFields failed, create object failed. ret: -7",
                                        .failed = "UPDATE nhp Nhp4ExtSrv6Te db fail. ret = 4294967289"};
   static std::vector<Update<Item>> updates() {
-    return {{"context", updateContext,
-             setCalls(kName,
-                      "svc_ctx_high_prio=101112131415161718191a1b1c1d1e1f "
-                      "svc_ctx_normal_prio=f0efeeedecebeae9e8e7e6e5e4e3e2e1 status_high_prio=12 status_normal_prio=13 "
-                      "errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656"),
+    return {{"context", updateContext, setCalls(kName, kContextStaged),
              "SetNhp4ExtSrv6TeContext failed, set fields failed."}};
   }
 
@@ -135,17 +128,10 @@ struct Srv6Te {
       .create = "ReadNhp4ExtSrv6TeByKey failed, create object failed. ret: 4294967289",
       .createIter = "ReadNhp4ExtSrv6TeByKey failed, create root iter failed. ret: 4294967289",
       .step = "ReadNhp4ExtSrv6TeByKey failed, ret: 4294967289"};
-  static Calls arrive() { return {"db_read_obj_with_buf(#1, NULL, 156)"}; }
-  static Item delivered(const Item& record, const Item&) { return record; }
+  static Calls step() { return {"db_read_obj_with_buf(#1, NULL, 156)"}; }
   static constexpr BulkRead<Item> kBulkReads[] = {
-      {.name = "ByKey",
-       .key = "0x01090004 2a000000",
-       .call = [](uint32_t bufLen, Item* items,
-                  uint32_t* filled) { return readByKey(&kNhpIndexDesc, &kNhpIndex, bufLen, items, filled); },
-       .itemsAreChecked = false},
-      {"ByNhpIndex", "0x01090004 2a000000", [](uint32_t bufLen, Item* items, uint32_t* filled) {
-         return FIB_DB_ReadNhp4ExtSrv6TeByNhpIndex(42, bufLen, items, filled);
-       }}};
+      {.name = "ByKey", .key = kNhpIndexKey, .call = byKey<readByKey>, .itemsAreChecked = false},
+      {"ByNhpIndex", kNhpIndexKey, byNhpIndex<FIB_DB_ReadNhp4ExtSrv6TeByNhpIndex>}};
   static constexpr RowFailure kRow{
       .missing = 15005, .failed = kCode, .text = "ReadNhp4ExtSrv6TeByKey read failed, ret: 4294967289"};
 
@@ -153,10 +139,8 @@ struct Srv6Te {
   static constexpr CountTexts kCount{.create = "CountNhp4ExtSrv6TeByKey create object failed, ret: -7.",
                                      .failed = "CountNhp4ExtSrv6TeByKey get record count failed, ret: -7."};
   static constexpr Count kCounts[] = {
-      {"ByKey", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return countByKey(&kNhpIndexDesc, &kNhpIndex, count); }, false},
-      {"ByNhpIndex", "0x01090004 2a000000", kCount,
-       [](uint32_t* count) { return FIB_DB_CountNhp4ExtSrv6TeByNhpIndex(42, count); }, false}};
+      {"ByKey", kNhpIndexKey, kCount, byKey<countByKey>, false},
+      {"ByNhpIndex", kNhpIndexKey, kCount, byNhpIndex<FIB_DB_CountNhp4ExtSrv6TeByNhpIndex>, false}};
 
   static constexpr IteratorTexts kIterator{"CreateNhp4ExtSrv6TeIterator malloc failed",
                                            "CreateNhp4ExtSrv6TeIterator createObj failed, ret: -7",
@@ -164,22 +148,17 @@ struct Srv6Te {
                                            "CreateNhp4ExtSrv6TeIterator setProperty failed, ret: -7"};
   static constexpr Iterate kIterators[] = {
       {"whole", "NULL", kIterator, FIB_DB_CreateNhp4ExtSrv6TeIterator},
-      {"ByKey", "0x01090004 2a000000", kIterator,
-       [](uint32_t property) { return FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey(&kNhpIndexDesc, &kNhpIndex, property); },
-       true},
+      {"ByKey", kNhpIndexKey, kIterator, byKey<FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey>, true},
       {"under no key", "NULL", kIterator,
        [](uint32_t property) { return FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey(nullptr, nullptr, property); }, true},
-      {"ByNhpIndex", "0x01090004 2a000000", kIterator,
-       [](uint32_t property) { return FIB_DB_CreateNhp4ExtSrv6TeIterByNhpIndex(42, property); }, true},
+      {"ByNhpIndex", kNhpIndexKey, kIterator, byNhpIndex<FIB_DB_CreateNhp4ExtSrv6TeIterByNhpIndex>, true},
       {"ByPolicyInfo", "0x0209000D 01000000020000000300000004", kIterator,
        [](uint32_t property) { return FIB_DB_CreateNhp4ExtSrv6TeIterByPolicyInfo(1, 2, 3, 4, property); }, true}};
 
   static constexpr auto next = FIB_DB_GetNextNhp4ExtSrv6TeEntry;
   static constexpr auto release = FIB_DB_ReleaseNhp4ExtSrv6TeIterator;
   static constexpr StepTexts kStep{.failed = "GetNextnhp4ExtSrv6TeEntry failed, ret: 4294967289"};
-  static constexpr bool kStepsAreCounted = true;
   static constexpr const char* kStepRow = "Read Nhp4ExtSrv6Te Entry failed, ret: 4294967289";
-  static Calls step() { return arrive(); }
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Pp4ExtSrv6Te, NextHopWriteTest, Srv6Te);

@@ -98,16 +98,53 @@ struct Iterate {
   bool madeInHandle = false;  // object and root iterator
 };
 
-// The index by next hop of most tables, for their functions by a caller's key.
+// The index by next hop of most tables: the functions under the caller's own key, those that make it themselves, and
+// those that make it and take no item.
 constexpr FibDbKeyDesc kNhpIndexDesc{.indexId = 0x01090004, .rsv1 = 0, .rsv2 = 0};
 constexpr uint32_t kNhpIndex = 42;
+constexpr const char* kNhpIndexKey = "0x01090004 2a000000";
+template <auto Function>
+constexpr auto byKey = [](auto... rest) { return Function(&kNhpIndexDesc, &kNhpIndex, rest...); };
+template <auto Function>
+constexpr auto byNhpIndex = [](auto... rest) { return Function(kNhpIndex, rest...); };
+template <auto Function>
+constexpr auto ofNhpIndex = [](const auto*) { return Function(kNhpIndex); };
+
+// What a service says of a record, and how updates of it are staged.
+template <class Item>
+Item withContext(Item item) {
+  item.status_high_prio = 12;
+  item.status_normal_prio = 13;
+  item.errcode_high_prio = 14;
+  item.errcode_normal_prio = 15;
+  for (uint8_t i = 0; i < 16; ++i) item.svc_ctx_high_prio[i] = item.svc_ctx_normal_prio[i] = i;
+  item.svc_ctx_high_prio[0] = 0x16;
+  item.svc_ctx_high_prio[15] = 0xEE;
+  item.svc_ctx_normal_prio[0] = 0x17;
+  item.svc_ctx_normal_prio[15] = 0xFF;
+  item.time_stamp_svc = 0x2400000000;
+  return item;
+}
+constexpr const char* kContextStaged =
+    "svc_ctx_high_prio=160102030405060708090a0b0c0d0eee svc_ctx_normal_prio=170102030405060708090a0b0c0d0eff "
+    "status_high_prio=12 status_normal_prio=13 errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656";
 
 // A description of a table has
-//   Item, kTable, kName (the database's), kStat (its row of the error matrix), kKey: how calls show the primary key of
-//   fullItem()
+//   kTable, kName (the database's), kStat (its row of the error matrix), kKey: how calls show the primary key of fullItem()
 //   fullItem(): every field set, and all different; rowOf(item): the row of an item; kMark: a field that tells records
 //   apart, whatever is read of them
-// and what its suites name.
+// and what its suites name, here as it is in most tables.
+template <class Table, class ItemT>
+struct NextHopTable {
+  using Item = ItemT;
+  static constexpr bool kReadChecksItem = true;
+  static constexpr bool kStepsAreCounted = true;
+  static Row written() { return Table::rowOf(Table::fullItem()); }
+  static Calls fetch() { return Calls{"db_read_obj(#1, " + std::string(Table::kKey) + ")"} + Table::step(); }
+  static Calls arrive() { return Table::step(); }
+  static Item delivered(const Item& record, const Item&) { return record; }
+};
+
 template <class Table>
 class NextHopTableTest : public TablesTest {
  protected:

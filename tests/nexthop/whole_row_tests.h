@@ -29,20 +29,6 @@ inline void putNetworkOrder(Row& row, size_t at, const uint8_t (&address)[16]) {
   }
 }
 
-// What a service says of a record: the fields that context updates stage.
-template <class Item>
-void putContext(Item& item) {
-  item.status_high_prio = 12;
-  item.status_normal_prio = 13;
-  item.errcode_high_prio = 14;
-  item.errcode_normal_prio = 15;
-  for (uint8_t i = 0; i < 16; ++i) {
-    item.svc_ctx_high_prio[i] = static_cast<uint8_t>(0x10 + i);
-    item.svc_ctx_normal_prio[i] = static_cast<uint8_t>(0xF0 - i);
-  }
-  item.time_stamp_svc = 0x2400000000;
-}
-
 // Whether anything was alive when the last line was logged.
 inline std::optional<bool> aliveWhenSaid;
 inline int noticeLife(const char*, ...) {
