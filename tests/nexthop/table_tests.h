@@ -1,6 +1,8 @@
-// tests/nexthop/table_tests.h: what holds for one table of next hops as for another, over the recorded platform: records
-// written, read, removed and updated, bulk reads and counts under a key, iterators. A table's test file describes the
-// table, spells its texts out, and instantiates the suites that it has functions for.
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tests/nexthop/table_tests.h: what holds for one table of next hops as for another, over the recorded platform:
+// records written, read, removed and updated, bulk reads and counts under a key, iterators. A table's test file
+// describes the table, spells its texts out, and instantiates the suites that it has functions for.
 #ifndef FIBDB_TESTS_NEXTHOP_TABLE_TESTS_H
 #define FIBDB_TESTS_NEXTHOP_TABLE_TESTS_H
 
@@ -130,9 +132,10 @@ constexpr const char* kContextStaged =
     "status_high_prio=12 status_normal_prio=13 errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656";
 
 // A description of a table has
-//   kTable, kName (the database's), kStat (its row of the error matrix), kKey: how calls show the primary key of fullItem()
-//   fullItem(): every field set, and all different; rowOf(item): the row of an item; kMark: a field that tells records
-//   apart, whatever is read of them
+//   kTable, kName (the database's), kStat (its row of the error matrix)
+//   kKey: how calls show the primary key of fullItem()
+//   fullItem(): every field set, and all different; rowOf(item): the row of an item
+//   kMark: a field that tells records apart, whatever is read of them
 // and what its suites name, here as it is in most tables.
 template <class Table, class ItemT>
 struct NextHopTable {
@@ -219,7 +222,7 @@ class NextHopTableTest : public TablesTest {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Writes: write, kWrite (texts), staged(): the setters' calls, written(): the row that they leave. ---------------------
+// Writes: write, kWrite (texts), staged(): the setters' calls, written(): the row that they leave. --------------------
 template <class Table>
 using NextHopWriteTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopWriteTest);
@@ -283,7 +286,7 @@ TYPED_TEST_P(NextHopFieldsTest, A_write_whose_fields_fail_says_the_OR_of_their_c
 
 REGISTER_TYPED_TEST_SUITE_P(NextHopFieldsTest, A_write_whose_fields_fail_says_the_OR_of_their_codes);
 
-// Reads of one record: read, kRead (texts), keyOf(item): an item of its key alone, fetch(): the calls that read it. -----
+// Reads of one record: read, kRead (texts), keyOf(item): an item of its key alone, fetch(): the calls that read it. ---
 template <class Table>
 using NextHopReadTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopReadTest);
@@ -328,7 +331,7 @@ REGISTER_TYPED_TEST_SUITE_P(NextHopReadTest, A_read_goes_by_the_primary_key_and_
                             A_read_that_fails_says_so_counts_READ_and_has_no_special_meaning_for_a_publication,
                             A_read_whose_object_fails_says_so_and_returns_the_code);
 
-// Removals: kRemovals, kRemoveFailed (a text). ---------------------------------------------------------------------------
+// Removals: kRemovals, kRemoveFailed (a text). ------------------------------------------------------------------------
 template <class Table>
 using NextHopRemovalTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopRemovalTest);
@@ -379,7 +382,7 @@ REGISTER_TYPED_TEST_SUITE_P(NextHopRemovalTest, Removals_go_by_their_key,
                             Removals_answered_with_a_publication_return_0_and_count_PUB,
                             Removals_whose_object_fails_return_the_code);
 
-// NULL items: write, read, kReadChecksItem, kRemovals by an item first. -----------------------------------------------------
+// NULL items: write, read, kReadChecksItem, kRemovals by an item first. -----------------------------------------------
 template <class Table>
 using NextHopNullTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopNullTest);
@@ -400,7 +403,7 @@ TYPED_TEST_P(NextHopNullTest, NULL_items_return_1_silently_where_they_are_checke
 
 REGISTER_TYPED_TEST_SUITE_P(NextHopNullTest, NULL_items_return_1_silently_where_they_are_checked);
 
-// Partial updates: updates(). ---------------------------------------------------------------------------------------------
+// Partial updates: updates(). -----------------------------------------------------------------------------------------
 template <class Table>
 using NextHopUpdateTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopUpdateTest);
@@ -417,7 +420,7 @@ TYPED_TEST_P(NextHopUpdateTest, Updates_stage_their_fields_alone_in_order_under_
 
 REGISTER_TYPED_TEST_SUITE_P(NextHopUpdateTest, Updates_stage_their_fields_alone_in_order_under_the_primary_key);
 
-// Updates that are sent whatever became of their setter: kUpdate (texts), updateFields. -----------------------------------
+// Updates that are sent whatever became of their setter: kUpdate (texts), updateFields. -------------------------------
 template <class Table>
 using NextHopSetterTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopSetterTest);
@@ -489,8 +492,8 @@ REGISTER_TYPED_TEST_SUITE_P(NextHopSetterTest,
                             Updates_whose_object_fails_return_the_code,
                             Updates_of_NULL_or_without_setter_return_1_silently);
 
-// Bulk reads, as many whole items as there is room for: kBulkReads, kBulkRead (texts), arrive(): the calls behind a step,
-// delivered(record, slot): what becomes of a slot. -------------------------------------------------------------------------
+// Bulk reads, as many whole items as there is room for: kBulkReads, kBulkRead (texts), arrive(): the calls behind a
+// step, delivered(record, slot): what becomes of a slot. --------------------------------------------------------------
 template <class Table>
 class NextHopBulkReadTest : public NextHopTableTest<Table> {
  protected:
@@ -592,7 +595,7 @@ REGISTER_TYPED_TEST_SUITE_P(NextHopBulkReadTest,
                             Bulk_reads_whose_object_or_iterator_fails_return_the_code_and_leave_the_count,
                             Bulk_reads_refuse_NULL_items_silently_where_they_check_them);
 
-// Bulk reads of whole rows: kRow (what becomes of a row that cannot be read). -----------------------------------------------
+// Bulk reads of whole rows: kRow (what becomes of a row that cannot be read). -----------------------------------------
 struct RowFailure {
   uint32_t missing;  // the status of a row that has vanished
   uint32_t failed;   // and of another failure
@@ -631,7 +634,7 @@ REGISTER_TYPED_TEST_SUITE_P(NextHopRowTest, Bulk_reads_end_silently_at_a_record_
                             Bulk_reads_whose_row_fails_say_so_return_what_was_read_and_count_READ);
 
 // Unpacking field by field, the contexts only while no field has failed: unpack, kUnpack (texts; the copies fail with
-// 22), kCopiesBefore: how many blocks stand before the contexts. -----------------------------------------------------------
+// 22), kCopiesBefore: how many blocks stand before the contexts. ------------------------------------------------------
 struct UnpackTexts {
   const char* fields;
   const char* highContext;
@@ -716,7 +719,7 @@ REGISTER_TYPED_TEST_SUITE_P(NextHopContextTest, A_read_with_a_failed_field_befor
                             A_context_whose_copy_fails_is_said_and_ends_the_unpacking,
                             A_bulk_read_goes_on_behind_a_failed_field);
 
-// Bulk reads and counts under a key that is the caller's: readByKey, countByKey. --------------------------------------------
+// Bulk reads and counts under a key that is the caller's: readByKey, countByKey. --------------------------------------
 template <class Table>
 using NextHopCallersKeyTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopCallersKeyTest);
@@ -732,7 +735,7 @@ TYPED_TEST_P(NextHopCallersKeyTest, Reads_and_counts_under_no_key_return_1_silen
 
 REGISTER_TYPED_TEST_SUITE_P(NextHopCallersKeyTest, Reads_and_counts_under_no_key_return_1_silently);
 
-// Counts: kCounts. ------------------------------------------------------------------------------------------------------------
+// Counts: kCounts. ----------------------------------------------------------------------------------------------------
 template <class Table>
 using NextHopCountTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopCountTest);
@@ -775,7 +778,7 @@ REGISTER_TYPED_TEST_SUITE_P(NextHopCountTest, Counts_go_by_their_key_and_store_t
                             Counts_that_fail_return_the_code_leave_the_count_and_are_not_counted,
                             Counts_into_NULL_return_1_silently_where_that_is_checked);
 
-// Iterators made: kIterators, release. ----------------------------------------------------------------------------------------
+// Iterators made: kIterators, release. --------------------------------------------------------------------------------
 template <class Table>
 using NextHopIteratorTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopIteratorTest);
@@ -839,7 +842,7 @@ REGISTER_TYPED_TEST_SUITE_P(NextHopIteratorTest,
                             Iterators_are_made_in_their_handle_from_zero_words_or_beside_it,
                             Iterators_that_cannot_be_made_say_which_step_failed_and_are_NULL);
 
-// Iterators under a key that is the caller's: iterateByKey. -------------------------------------------------------------------
+// Iterators under a key that is the caller's: iterateByKey. -----------------------------------------------------------
 template <class Table>
 using NextHopCallersIteratorTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopCallersIteratorTest);
@@ -852,7 +855,7 @@ TYPED_TEST_P(NextHopCallersIteratorTest, Iterators_under_no_key_are_NULL_silentl
 
 REGISTER_TYPED_TEST_SUITE_P(NextHopCallersIteratorTest, Iterators_under_no_key_are_NULL_silently);
 
-// Steps of the first of kIterators: next, release, kStep (texts), step(): the calls behind a step, kStepsAreCounted. --------
+// Steps of the first of kIterators: next, release, kStep (texts), step(): the calls behind a step, kStepsAreCounted.
 template <class Table>
 using NextHopStepTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopStepTest);

@@ -1,3 +1,5 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
 // tests/support/calls.h: sequences of recorded calls.
 #ifndef FIBDB_TESTS_SUPPORT_CALLS_H
 #define FIBDB_TESTS_SUPPORT_CALLS_H
