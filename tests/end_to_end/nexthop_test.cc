@@ -1,8 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/nexthop_test.cc: next hops of the two tables that are found under many keys, against a model.
-#include <random>
-
 #include "tests/end_to_end/table_model.h"
 
 namespace fibdb::test {
@@ -26,9 +24,68 @@ struct Key {
   auto operator<=>(const Key&) const = default;
 };
 
-// What the two tables have in common, so that one test body holds for both.
-struct Std {
-  using Item = FibDbNhpStdItem;
+constexpr uint32_t kAny = FIB_DB_NO_PROPERTY;
+
+// What is the same of both tables.
+template <class Table, class ItemT>
+struct Either {
+  using Item = ItemT;
+  static constexpr uint32_t kMissing = 60;
+
+  static Key anyKey(std::mt19937& random) { return {draw(random, 6), draw(random, 4), draw(random, 5)}; }
+  static void scatter(Item& item, std::mt19937& random) {
+    item.global_slotid = draw(random, 3);
+    item.vr_id = draw(random, 2);
+    item.flags = draw(random, 100);
+  }
+  static uint32_t update(const Item* item) { return Table::updateFlags(item); }
+  static Item applied(const Item& item, Item stored) {
+    stored.flags = item.flags;
+    return stored;
+  }
+
+  // Everything that is stored.
+  static auto fieldsOf(const Item& item) {
+    const auto bytes = [](const uint8_t(&block)[16]) { return std::vector<uint8_t>(block, block + sizeof block); };
+    return std::make_tuple(Table::keyOf(item), item.vr_id, item.vrf_index, item.flags, item.fwd_if_type,
+                           item.forwardVsId, item.if_type, item.work_if_index, item.iid_flags, item.status_high_prio,
+                           item.status_normal_prio, item.errcode_high_prio, item.errcode_normal_prio,
+                           bytes(item.svc_ctx_high_prio), bytes(item.svc_ctx_normal_prio), item.app_source_id,
+                           item.group_smooth_id, item.app_obj_id, item.app_version, item.time_stamp_app,
+                           item.time_stamp_svc, item.global_slotid);
+  }
+  static auto bulkFieldsOf(const Item& item) { return fieldsOf(item); }
+
+  static std::vector<Index<Key, Item>> indexes() {
+    return {
+        {[](const Item&, const Item&) { return true; }, [](const Item&) { return walk<Table>(Table::iterate(kAny)); }},
+        {[](const Item& record, const Item&) { return record.vr_id == 1; },
+         [](const Item&) { return walk<Table>(Table::iterate(1)); }},
+        {[](const Item& record, const Item& item) { return Table::keyOf(record).index == Table::keyOf(item).index; },
+         [](const Item& item) { return walk<Table>(Table::iterateByIndex(Table::keyOf(item).index, kAny)); },
+         [](const Item& item, uint32_t* count) { return Table::countByIndex(Table::keyOf(item).index, count); },
+         [](const Item& item, uint32_t bufLen, Item* items, uint32_t* filled) {
+           return Table::readByIndex(Table::keyOf(item).index, bufLen, items, filled);
+         }},
+        {[](const Item& record, const Item& item) {
+           return Table::keyOf(record).address == Table::keyOf(item).address &&
+                  record.out_if_index == item.out_if_index;
+         },
+         nullptr,
+         [](const Item& item, uint32_t* count) {
+           return Table::countByHash(Table::keyOf(item).address, item.out_if_index, count);
+         },
+         [](const Item& item, uint32_t bufLen, Item* items, uint32_t*) {
+           return Table::readByHash(Table::keyOf(item).address, item.out_if_index, bufLen, items);
+         }},
+        {[](const Item& record, const Item& item) { return record.out_if_index == item.out_if_index; },
+         [](const Item& item) { return walk<Table>(Table::iterateByInterface(item.out_if_index, kAny)); }},
+        {[](const Item& record, const Item&) { return record.global_slotid == 2 && record.vr_id == 0; },
+         [](const Item&) { return walk<Table>(Table::iterateBySlot(2, 0)); }}};
+  }
+};
+
+struct Std : Either<Std, FibDbNhpStdItem> {
   static constexpr const char* kName = "nhp_std";
 
   static Item itemOf(const Key& key) {
@@ -59,8 +116,7 @@ struct Std {
   }
 };
 
-struct Lla {
-  using Item = FibDbNhpLlaItem;
+struct Lla : Either<Lla, FibDbNhpLlaItem> {
   static constexpr const char* kName = "nhp_lla";
 
   static Item itemOf(const Key& key) {
@@ -106,17 +162,6 @@ class NextHopTest : public EngineTest {
  protected:
   using Item = typename Table::Item;
 
-  // Everything that is stored.
-  static auto fieldsOf(const Item& item) {
-    const auto bytes = [](const uint8_t(&block)[16]) { return std::vector<uint8_t>(block, block + sizeof block); };
-    return std::make_tuple(Table::keyOf(item), item.vr_id, item.vrf_index, item.flags, item.fwd_if_type,
-                           item.forwardVsId, item.if_type, item.work_if_index, item.iid_flags, item.status_high_prio,
-                           item.status_normal_prio, item.errcode_high_prio, item.errcode_normal_prio,
-                           bytes(item.svc_ctx_high_prio), bytes(item.svc_ctx_normal_prio), item.app_source_id,
-                           item.group_smooth_id, item.app_obj_id, item.app_version, item.time_stamp_app,
-                           item.time_stamp_svc, item.global_slotid);
-  }
-
   static Item fullItem(const Key& key) {
     Item item = Table::itemOf(key);
     item.vr_id = 1;
@@ -155,7 +200,7 @@ TYPED_TEST(NextHopTest, Lives_its_life) {
   EXPECT_EQ(TypeParam::read(&read), 60u);
   EXPECT_EQ(TypeParam::write(&item), 0u);
   EXPECT_EQ(TypeParam::read(&read), 0u);
-  EXPECT_TRUE(this->fieldsOf(read) == this->fieldsOf(item));
+  EXPECT_TRUE(TypeParam::fieldsOf(read) == TypeParam::fieldsOf(item));
 
   Item change = TypeParam::itemOf(key);
   change.flags = 33;
@@ -166,7 +211,7 @@ TYPED_TEST(NextHopTest, Lives_its_life) {
   EXPECT_EQ(TypeParam::updateFlags(&change), 0u);
   item.flags = 33;
   EXPECT_EQ(TypeParam::read(&read), 0u);
-  EXPECT_TRUE(this->fieldsOf(read) == this->fieldsOf(item));
+  EXPECT_TRUE(TypeParam::fieldsOf(read) == TypeParam::fieldsOf(item));
 
   EXPECT_EQ(TypeParam::updateContext(&change), 0u);
   EXPECT_EQ(TypeParam::read(&read), 0u);
@@ -191,83 +236,7 @@ TYPED_TEST(NextHopTest, Bulk_reads_fill_what_there_is_room_for) {
       [](const Item& item) { return item.group_smooth_id == 17; });
 }
 
-TYPED_TEST(NextHopTest, Counts_reads_and_iterators_agree_with_a_model) {
-  using Item = typename TypeParam::Item;
-  std::mt19937 random(seedOfToday());
-  const auto below = [&](uint32_t bound) { return static_cast<uint32_t>(random() % bound); };
-  const auto anyKey = [&] { return Key{below(6), below(4), below(5)}; };
-  std::map<Key, Item> model;
-  for (int round = 0; round < 3000; ++round) {
-    const Key key = anyKey();
-    Item item = TypeParam::itemOf(key);
-    switch (below(8)) {
-      case 0:
-      case 1:
-      case 2:
-        item.global_slotid = below(3);
-        item.vr_id = below(2);
-        item.flags = below(100);
-        ASSERT_EQ(TypeParam::write(&item), 0u);
-        model[key] = item;
-        break;
-      case 3:
-        ASSERT_EQ(TypeParam::remove(&item), model.erase(key) == 1 ? 0u : 15005u);
-        logged.clear();  // a missing record is said
-        break;
-      case 4:
-        item.flags = below(100);
-        ASSERT_EQ(TypeParam::updateFlags(&item), model.contains(key) ? 0u : 15005u);
-        logged.clear();
-        if (model.contains(key)) model[key].flags = item.flags;
-        break;
-      case 5: {
-        const uint32_t status = TypeParam::read(&item);
-        ASSERT_EQ(status, model.contains(key) ? 0u : 60u);
-        if (status == 0) {
-          ASSERT_EQ(item.flags, model[key].flags);
-        }
-        break;
-      }
-      case 6: {
-        uint32_t count = 77;
-        ASSERT_EQ(TypeParam::countByHash(key.address, key.interface, &count), 0u);
-        const auto found = keysOf(model, [&](const Item& other) {
-          const Key otherKey = TypeParam::keyOf(other);
-          return otherKey.address == key.address && otherKey.interface == key.interface;
-        });
-        ASSERT_EQ(count, found.size());
-        std::vector<Item> items(8);
-        ASSERT_EQ(TypeParam::readByHash(key.address, key.interface, static_cast<uint32_t>(items.size() * sizeof(Item)),
-                                        items.data()),
-                  0u);
-        std::vector<Key> keys;
-        for (size_t i = 0; i < found.size(); ++i) keys.push_back(TypeParam::keyOf(items[i]));
-        std::ranges::sort(keys);
-        ASSERT_EQ(keys, found);
-        break;
-      }
-      default: {
-        if (below(20) != 0) break;
-        const uint64_t gone = std::erase_if(model, [&](const auto& entry) { return entry.first.index == key.index; });
-        ASSERT_EQ(TypeParam::removeByIndex(key.index), gone > 0 ? 0u : 15005u);
-        logged.clear();
-      }
-    }
-    uint32_t count = 77;
-    ASSERT_EQ(TypeParam::countByIndex(key.index, &count), 0u);
-    const auto ofIndex = keysOf(model, [&](const Item& other) { return TypeParam::keyOf(other).index == key.index; });
-    ASSERT_EQ(count, ofIndex.size());
-    if (round % 50 != 0) continue;
-    const uint32_t any = FIB_DB_NO_PROPERTY;
-    ASSERT_EQ(walk<TypeParam>(TypeParam::iterate(any)), keysOf(model, [](const Item&) { return true; }));
-    ASSERT_EQ(walk<TypeParam>(TypeParam::iterate(1)), keysOf(model, [](const Item& i) { return i.vr_id == 1; }));
-    ASSERT_EQ(walk<TypeParam>(TypeParam::iterateByIndex(key.index, any)), ofIndex);
-    ASSERT_EQ(walk<TypeParam>(TypeParam::iterateByInterface(key.interface, any)),
-              keysOf(model, [&](const Item& i) { return i.out_if_index == key.interface; }));
-    ASSERT_EQ(walk<TypeParam>(TypeParam::iterateBySlot(2, 0)),
-              keysOf(model, [](const Item& i) { return i.global_slotid == 2 && i.vr_id == 0; }));
-  }
-}
+TYPED_TEST(NextHopTest, Counts_reads_and_iterators_agree_with_a_model) { expectAgreementWithAModel<TypeParam>(); }
 
 TYPED_TEST(NextHopTest, A_publication_is_a_success_of_a_write_that_is_counted) {
   const uint32_t stat = std::is_same_v<TypeParam, Std> ? FIB_DB_TABLE_NHP_STD : FIB_DB_TABLE_NHP_LLA;
@@ -298,16 +267,15 @@ TEST_F(StdTest, Every_index_finds_its_own_field) {
     ASSERT_EQ(FIB_DB_WriteNhpStd(&item), 0u);
   }
   const Key second{20, 40, 60};
-  const uint32_t any = FIB_DB_NO_PROPERTY;
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByNhpIndex(20, any)), ElementsAre(second));
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIpIfIndex(40, 60, any)), ElementsAre(second));
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIpIfIndex(60, 40, any)), IsEmpty());
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIfIndex(60, any)), ElementsAre(second));
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(100, any)), ElementsAre(second));
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByGlobalSlotId(120, any)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByNhpIndex(20, kAny)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIpIfIndex(40, 60, kAny)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIpIfIndex(60, 40, kAny)), IsEmpty());
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByIfIndex(60, kAny)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(100, kAny)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByGlobalSlotId(120, kAny)), ElementsAre(second));
   const FibDbKeyDesc byType{.indexId = FIB_DB_NHP_STD_BY_IF_TYPE, .rsv1 = 0, .rsv2 = 0};
   const uint32_t type = 80;
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByKey(&byType, &type, any)), ElementsAre(second));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByKey(&byType, &type, kAny)), ElementsAre(second));
 
   FibDbNhpStdItem item{};
   uint32_t count = 0;
@@ -331,9 +299,8 @@ TEST_F(StdTest, An_updated_record_is_found_under_its_new_keys_only) {
   ASSERT_EQ(FIB_DB_WriteNhpStd(&item), 0u);
   const FibDbFieldSetter setter = [](uint64_t obj, const void*) { return db_set_nhp_std_work_if_index(obj, 5); };
   ASSERT_EQ(FIB_DB_UpdateNhpStdFields(&item, setter), 0u);
-  const uint32_t any = FIB_DB_NO_PROPERTY;
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(4, any)), IsEmpty());
-  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(5, any)), ElementsAre(Key{1, 2, 3}));
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(4, kAny)), IsEmpty());
+  EXPECT_THAT(walk<Std>(FIB_DB_CreateNhpStdIteratorByWorkIfIndex(5, kAny)), ElementsAre(Key{1, 2, 3}));
 }
 
 class LlaTest : public NextHopTest<Lla> {};

@@ -1,13 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/nhp_ext_test.cc: next-hop extensions, over the object database and through the table service.
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <map>
-
 #include "platform/objdb.h"
-#include "tests/end_to_end/engine_fixture.h"
+#include "tests/end_to_end/table_model.h"
 
 namespace fibdb::test {
 namespace {
@@ -16,10 +11,15 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // The four words and the byte, in few enough values that records share every part of them.
-using Key = std::array<uint32_t, 5>;
+struct Key {
+  uint32_t index, second, third, tunnel;
+  uint8_t type;
+
+  auto operator<=>(const Key&) const = default;
+};
 
 FibDbNhpExtItem itemOf(const Key& key) {
-  return {.keyWords = {key[0], key[1], key[2], key[3]}, .keyByte = static_cast<uint8_t>(key[4])};
+  return {.keyWords = {key.index, key.second, key.third, key.tunnel}, .keyByte = key.type};
 }
 
 Key keyOf(const FibDbNhpExtItem& item) {
@@ -61,51 +61,97 @@ auto fieldsOf(const FibDbNhpExtItem& item) {
                          item.extDword2, item.time_stamp_svc);
 }
 
-class NhpExtTest : public EngineTest {
- protected:
-  using Model = std::map<Key, FibDbNhpExtItem>;
+// By tunnel: the service's iterators.
+std::vector<Key> walk(void* iterator) {
+  std::vector<Key> keys;
+  EXPECT_NE(iterator, nullptr);
+  FibDbNhpExtItem item{};
+  uint32_t status = 0;
+  while ((status = FIB_DB_GetNextNhpExtEntry(iterator, &item)) == 0) keys.push_back(keyOf(item));
+  EXPECT_EQ(status, uint32_t{DB_ERR_ITER_END});
+  EXPECT_EQ(FIB_DB_ReleaseNhpExtIterator(iterator), 0u);
+  std::ranges::sort(keys);
+  return keys;
+}
 
-  // By tunnel: the service's iterators.
-  static std::vector<Key> walk(void* iterator) {
-    std::vector<Key> keys;
-    EXPECT_NE(iterator, nullptr);
+// By IID index: an iterator of the object database, stepped as the bulk read does.
+std::vector<Key> walk(FibDbIterator* iterator) {
+  std::vector<Key> keys;
+  EXPECT_NE(iterator, nullptr);
+  FibDbNhpExtRow row{};
+  uint32_t status = 0;
+  while ((status = FIB_DB_ReadNhpExtByKIterNext(iterator->obj, iterator->rootIter, &row)) == 0) {
     FibDbNhpExtItem item{};
-    uint32_t status = 0;
-    while ((status = FIB_DB_GetNextNhpExtEntry(iterator, &item)) == 0) keys.push_back(keyOf(item));
-    EXPECT_EQ(status, uint32_t{DB_ERR_ITER_END});
-    EXPECT_EQ(FIB_DB_ReleaseNhpExtIterator(iterator), 0u);
-    std::ranges::sort(keys);
-    return keys;
+    FIB_DB_GetNhpExtItem(&item, &row);
+    keys.push_back(keyOf(item));
+  }
+  EXPECT_EQ(status, uint32_t{DB_ERR_ITER_END});
+  EXPECT_EQ(db_release_nhp_ext_object(iterator->obj), 0u);
+  FIB_DB_Free(iterator);
+  std::ranges::sort(keys);
+  return keys;
+}
+
+struct Ext {
+  using Item = FibDbNhpExtItem;
+  static constexpr uint32_t kMissing = 60;
+
+  static Key anyKey(std::mt19937& random) {
+    return {draw(random, 5), draw(random, 2), draw(random, 2), draw(random, 3), static_cast<uint8_t>(draw(random, 2))};
+  }
+  static Item itemOf(const Key& key) { return test::itemOf(key); }
+  static Key keyOf(const Item& item) { return test::keyOf(item); }
+  static void scatter(Item& item, std::mt19937& random) {
+    item = fullItem(keyOf(item));
+    item.extWord2 = draw(random, 1000);
+    item.status_normal_prio = static_cast<uint8_t>(draw(random, 100));
+    item.time_stamp_svc = draw(random, 1000);
+  }
+  static Item applied(const Item& item, Item stored) {
+    stored.status_normal_prio = item.status_normal_prio;
+    stored.time_stamp_svc = item.time_stamp_svc;
+    return stored;
+  }
+  static auto fieldsOf(const Item& item) { return test::fieldsOf(item); }
+  static auto bulkFieldsOf(const Item& item) { return test::fieldsOf(item); }
+
+  static constexpr auto write = FIB_DB_WriteNhpExt;
+  static constexpr auto read = FIB_DB_ReadNhpExt;
+  static constexpr auto remove = FIB_DB_RemoveNhpExt;
+  static constexpr auto removeByIndex = FIB_DB_RemoveNhpExtByIidIndex;
+  static constexpr auto update = FIB_DB_UpdateNhpExtContext;
+  static constexpr auto readByIndex = FIB_DB_ReadNhpExtByIidIndex;
+  static uint32_t readBySdwanKey(uint32_t index, uint32_t bufLen, Item* items, uint32_t* filled) {
+    return FIB_DB_ReadNhpExtBySdwanKey(30 + index, 4, bufLen, items, filled);
   }
 
-  // By IID index: an iterator of the object database, stepped as the bulk read does.
-  static std::vector<Key> walk(FibDbIterator* iterator) {
-    std::vector<Key> keys;
-    EXPECT_NE(iterator, nullptr);
-    FibDbNhpExtRow row{};
-    uint32_t status = 0;
-    while ((status = FIB_DB_ReadNhpExtByKIterNext(iterator->obj, iterator->rootIter, &row)) == 0) {
-      FibDbNhpExtItem item{};
-      FIB_DB_GetNhpExtItem(&item, &row);
-      keys.push_back(keyOf(item));
-    }
-    EXPECT_EQ(status, uint32_t{DB_ERR_ITER_END});
-    EXPECT_EQ(db_release_nhp_ext_object(iterator->obj), 0u);
-    FIB_DB_Free(iterator);
-    std::ranges::sort(keys);
-    return keys;
-  }
-
-  // The keys of the model that a condition holds for, in order.
-  template <class Condition>
-  static std::vector<Key> keysOf(const Model& model, Condition holds) {
-    std::vector<Key> keys;
-    for (const auto& [key, item] : model) {
-      if (holds(key)) keys.push_back(key);
-    }
-    return keys;
+  static std::vector<Index<Key, Item>> indexes() {
+    return {
+        {[](const Item& a, const Item& b) { return a.keyWords[0] == b.keyWords[0]; },
+         [](const Item& i) { return walk(FIB_DB_CreateNhpExtIteratorByIidIndex(i.keyWords[0], -1)); },
+         [](const Item& i, uint32_t* count) { return FIB_DB_CountNhpExtByIidIndex(i.keyWords[0], count); },
+         [](const Item& i, uint32_t bufLen, Item* items, uint32_t* filled) {
+           return FIB_DB_ReadNhpExtByIidIndex(i.keyWords[0], bufLen, items, filled);
+         }},
+        {[](const Item& a, const Item& b) { return a.keyWords[3] == b.keyWords[3] && a.keyByte == b.keyByte; },
+         [](const Item& i) {
+           return walk(FIB_DB_CreateNhpExtIterByTnlIdAndType(i.keyWords[3], i.keyByte, FIB_DB_NO_PROPERTY));
+         },
+         [](const Item& i, uint32_t* count) { return FIB_DB_CountNhpExtBySdwanKey(i.keyWords[3], i.keyByte, count); },
+         [](const Item& i, uint32_t bufLen, Item* items, uint32_t* filled) {
+           return FIB_DB_ReadNhpExtBySdwanKey(i.keyWords[3], i.keyByte, bufLen, items, filled);
+         }},
+        {[](const Item& a, const Item& b) {
+           return std::equal(a.keyWords + 1, a.keyWords + 4, b.keyWords + 1) && a.keyByte == b.keyByte;
+         },
+         [](const Item& i) {
+           return walk(FIB_DB_CreateNhpExtIteratorByTunnelId(i.keyWords[1], i.keyWords[2], i.keyWords[3], i.keyByte,
+                                                             FIB_DB_NO_PROPERTY));
+         }}};
   }
 };
+
+class NhpExtTest : public EngineTest {};
 
 TEST_F(NhpExtTest, Lives_its_life) {
   const Key key{1, 2, 3, 4, 5};
@@ -152,49 +198,15 @@ TEST_F(NhpExtTest, What_is_missing_is_15005_to_updates_and_removals_which_say_so
 }
 
 TEST_F(NhpExtTest, Bulk_reads_fill_what_there_is_room_for) {
-  constexpr uint32_t kRecords = 3;
-  constexpr uint32_t kSize = sizeof(FibDbNhpExtItem);
-  for (uint32_t i = 0; i < kRecords; ++i) {
-    for (const uint32_t iid : {7u, 8u}) {
-      const FibDbNhpExtItem item = fullItem({iid, i, 2, 30 + iid, 4});
-      ASSERT_EQ(FIB_DB_WriteNhpExt(&item), 0u);
-    }
-  }
-  const auto bySdwanKey = [](uint32_t bufLen, FibDbNhpExtItem* items, uint32_t* filled) {
-    return FIB_DB_ReadNhpExtBySdwanKey(37, 4, bufLen, items, filled);
-  };
-  const auto byIidIndex = [](uint32_t bufLen, FibDbNhpExtItem* items, uint32_t* filled) {
-    return FIB_DB_ReadNhpExtByIidIndex(7, bufLen, items, filled);
-  };
-  uint32_t (*const reads[])(uint32_t, FibDbNhpExtItem*, uint32_t*) = {byIidIndex, bySdwanKey};
-  for (const auto read : reads) {
-    // Every size from nothing to one item more than there are, byte by byte around the items' ends and the row's.
-    for (uint32_t bufLen = 0; bufLen <= (kRecords + 1) * kSize + 1; ++bufLen) {
-      if (bufLen % kSize > 1 && bufLen % kSize < sizeof(FibDbNhpExtRow) - 1) continue;
-      std::vector<uint8_t> bytes((kRecords + 2) * kSize, 0xA5);
-      auto* const items = reinterpret_cast<FibDbNhpExtItem*>(bytes.data());
-      uint32_t filled = 77;
-      ASSERT_EQ(read(bufLen, items, &filled), 0u) << bufLen;
-      ASSERT_EQ(filled, std::min(bufLen / kSize, kRecords)) << bufLen;
-      std::vector<Key> keys;
-      for (uint32_t i = 0; i < filled; ++i) {
-        EXPECT_TRUE(fieldsOf(items[i]) == fieldsOf(fullItem({7, items[i].keyWords[1], 2, 37, 4})));
-        keys.push_back(keyOf(items[i]));
-      }
-      std::ranges::sort(keys);
-      EXPECT_EQ(std::ranges::adjacent_find(keys), keys.end()) << "each record once";
-      EXPECT_TRUE(std::all_of(bytes.begin() + filled * kSize, bytes.end(), [](uint8_t byte) { return byte == 0xA5; }));
-    }
-  }
-  uint32_t filled = 77;
-  FibDbNhpExtItem item{};
-  EXPECT_EQ(FIB_DB_ReadNhpExtByIidIndex(9, sizeof item, &item, &filled), 0u) << "no record is no failure";
-  EXPECT_EQ(filled, 0u);
+  const auto full = [](uint32_t index, uint32_t i) { return fullItem({index, i, 2, 30 + index, 4}); };
+  const auto whole = [](const FibDbNhpExtItem& item) { return fieldsOf(item) == fieldsOf(fullItem(keyOf(item))); };
+  expectBulkReadsFillWhatThereIsRoomFor<Ext>(full, whole);
+  expectBulkReadsFillWhatThereIsRoomFor<Ext, Ext::readBySdwanKey>(full, whole);
 }
 
 TEST_F(NhpExtTest, Every_index_finds_its_own_words) {
   for (uint32_t i = 1; i <= 2; ++i) {
-    const FibDbNhpExtItem item = fullItem({10 * i, 20 * i, 30 * i, 40 * i, 50 * i});
+    const FibDbNhpExtItem item = fullItem({10 * i, 20 * i, 30 * i, 40 * i, static_cast<uint8_t>(50 * i)});
     ASSERT_EQ(FIB_DB_WriteNhpExt(&item), 0u);
   }
   const Key second{20, 40, 60, 80, 100};
@@ -214,78 +226,7 @@ TEST_F(NhpExtTest, A_property_is_refused_by_the_database_and_ignored_by_the_serv
   EXPECT_THAT(walk(FIB_DB_CreateNhpExtIterByTnlIdAndType(4, 5, 9)), ElementsAre(Key{1, 2, 3, 4, 5}));
 }
 
-TEST_F(NhpExtTest, Counts_reads_and_iterators_agree_with_a_model) {
-  std::mt19937 random(seedOfToday());
-  const auto below = [&](uint32_t bound) { return static_cast<uint32_t>(random() % bound); };
-  Model model;
-  for (int round = 0; round < 3000; ++round) {
-    const Key key{below(5), below(2), below(2), below(3), below(2)};
-    FibDbNhpExtItem item = itemOf(key);
-    switch (below(8)) {
-      case 0:
-      case 1:
-      case 2:
-        item = fullItem(key);
-        item.extWord2 = below(1000);
-        ASSERT_EQ(FIB_DB_WriteNhpExt(&item), 0u);
-        model[key] = item;
-        break;
-      case 3:
-        ASSERT_EQ(FIB_DB_RemoveNhpExt(&item), model.erase(key) == 1 ? 0u : 15005u);
-        logged.clear();  // a missing record is said
-        break;
-      case 4:
-        item.time_stamp_svc = below(1000);
-        ASSERT_EQ(FIB_DB_UpdateNhpExtContext(&item), model.contains(key) ? 0u : 15005u);
-        logged.clear();
-        if (model.contains(key)) {
-          FibDbNhpExtItem& stored = model[key];
-          stored.status_high_prio = stored.status_normal_prio = 0;
-          stored.errcode_high_prio = stored.errcode_normal_prio = 0;
-          std::memset(stored.svc_ctx_high_prio, 0, sizeof stored.svc_ctx_high_prio);
-          std::memset(stored.svc_ctx_normal_prio, 0, sizeof stored.svc_ctx_normal_prio);
-          stored.time_stamp_svc = item.time_stamp_svc;
-        }
-        break;
-      case 5: {
-        const uint32_t status = FIB_DB_ReadNhpExt(&item);
-        ASSERT_EQ(status, model.contains(key) ? 0u : 60u);
-        if (status == 0) {
-          ASSERT_TRUE(fieldsOf(item) == fieldsOf(model[key]));
-        }
-        break;
-      }
-      default: {
-        if (below(20) != 0) break;
-        const uint64_t gone = std::erase_if(model, [&](const auto& entry) { return entry.first[0] == key[0]; });
-        ASSERT_EQ(FIB_DB_RemoveNhpExtByIidIndex(key[0]), gone > 0 ? 0u : 15005u);
-        logged.clear();
-      }
-    }
-    const auto ofIid = keysOf(model, [&](const Key& other) { return other[0] == key[0]; });
-    const auto ofSdwan = keysOf(model, [&](const Key& other) { return other[3] == key[3] && other[4] == key[4]; });
-    uint32_t count = 77;
-    ASSERT_EQ(FIB_DB_CountNhpExtByIidIndex(key[0], &count), 0u);
-    ASSERT_EQ(count, ofIid.size());
-    ASSERT_EQ(FIB_DB_CountNhpExtBySdwanKey(key[3], static_cast<uint8_t>(key[4]), &count), 0u);
-    ASSERT_EQ(count, ofSdwan.size());
-    if (round % 25 != 0) continue;
-    ASSERT_EQ(walk(FIB_DB_CreateNhpExtIteratorByIidIndex(key[0], -1)), ofIid);
-    ASSERT_EQ(walk(FIB_DB_CreateNhpExtIterByTnlIdAndType(key[3], static_cast<uint8_t>(key[4]), FIB_DB_NO_PROPERTY)),
-              ofSdwan);
-    ASSERT_EQ(
-        walk(FIB_DB_CreateNhpExtIteratorByTunnelId(key[1], key[2], key[3], static_cast<uint8_t>(key[4]),
-                                                   FIB_DB_NO_PROPERTY)),
-        keysOf(model, [&](const Key& other) { return std::equal(key.begin() + 1, key.end(), other.begin() + 1); }));
-    std::vector<FibDbNhpExtItem> items(30);
-    ASSERT_EQ(FIB_DB_ReadNhpExtByIidIndex(key[0], static_cast<uint32_t>(items.size() * sizeof items[0]), items.data(),
-                                          &count),
-              0u);
-    items.resize(count);
-    ASSERT_EQ(count, ofIid.size());
-    for (const FibDbNhpExtItem& read : items) ASSERT_TRUE(fieldsOf(read) == fieldsOf(model.at(keyOf(read))));
-  }
-}
+TEST_F(NhpExtTest, Counts_reads_and_iterators_agree_with_a_model) { expectAgreementWithAModel<Ext>(); }
 
 TEST_F(NhpExtTest, A_publication_is_a_success_that_is_counted) {
   const uint32_t before = g_fibDbErrStat[FIB_DB_TABLE_NHP_EXT][FIB_DB_OPER_PUB];

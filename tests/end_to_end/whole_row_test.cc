@@ -1,8 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tests/end_to_end/whole_row_test.cc: the two next-hop tables whose records travel as whole rows, against a model.
-#include <random>
-
 #include "platform/objdb.h"
 #include "tests/end_to_end/table_model.h"
 
@@ -32,23 +30,60 @@ struct Key {
   auto operator<=>(const Key&) const = default;
 };
 
-uint8_t below(std::mt19937& random, uint32_t bound) { return static_cast<uint8_t>(random() % bound); }
-
-// Every record under the key of one index.
-template <class Item>
-struct Index {
-  FibDbIterator* (*iterate)(const Item& item);
-  bool (*same)(const Item& a, const Item& b);
-};
-
 template <class Block>
 std::vector<uint8_t> bytesOf(const Block& block) {
   return {std::begin(block), std::end(block)};
 }
 
-// What the two tables have in common, so that one test body holds for both.
-struct VpnSid {
-  using Item = FibDbNhpVpnSidItem;
+// What is the same of both tables.
+template <class Table, class ItemT>
+struct WholeRow {
+  using Item = ItemT;
+  static constexpr uint32_t kMissing = DB_ERR_NO_DATA;
+
+  static uint32_t update(const Item* item) { return Table::updateContext(item); }
+  static Item applied(const Item& item, Item stored) {
+    stored.time_stamp_svc = item.time_stamp_svc;
+    return stored;
+  }
+
+  static auto contextOf(const Item& item) {
+    return std::make_tuple(item.status_high_prio, item.status_normal_prio, item.errcode_high_prio,
+                           item.errcode_normal_prio, bytesOf(item.svc_ctx_high_prio), bytesOf(item.svc_ctx_normal_prio),
+                           item.time_stamp_svc);
+  }
+  // Everything that is stored.
+  static auto fieldsOf(const Item& item) {
+    return std::make_tuple(Table::keyOf(item), contextOf(item), item.time_stamp_app, Table::moreFieldsOf(item));
+  }
+  static auto bulkFieldsOf(const Item& item) { return fieldsOf(item); }
+
+  static uint32_t countByPrimaryKey(const Item& item, uint32_t* count) {
+    FibDbKeyDesc desc{};
+    uint8_t key[64];
+    Table::keyField(&desc, key, &item);
+    EXPECT_EQ(desc.indexId, Table::kPrimary);
+    return Table::countByKey(&desc, key, count);
+  }
+  // The indexes of one table, and those of both.
+  static std::vector<Index<Key, Item>> withCommon(std::vector<Index<Key, Item>> indexes) {
+    const auto any = [](const Item&, const Item&) { return true; };
+    indexes.insert(indexes.end(),
+                   {{any, [](const Item&) { return walk<Table>(Table::iterate(kAny)); }},
+                    {any, [](const Item&) { return walk<Table>(Table::iterateByKey(nullptr, nullptr, kAny)); }},
+                    {[](const Item& record, const Item& item) { return Table::keyOf(record) == Table::keyOf(item); },
+                     nullptr, countByPrimaryKey},
+                    {[](const Item& record, const Item& item) { return record.key_word1 == item.key_word1; },
+                     [](const Item& item) { return walk<Table>(Table::iterateByIndex(item.key_word1, kAny)); },
+                     [](const Item& item, uint32_t* count) { return Table::countByIndex(item.key_word1, count); },
+                     [](const Item& item, uint32_t bufLen, Item* items, uint32_t* filled) {
+                       return Table::readByIndex(item.key_word1, bufLen, items, filled);
+                     }}});
+    return indexes;
+  }
+};
+
+struct VpnSid : WholeRow<VpnSid, FibDbNhpVpnSidItem> {
   static constexpr const char* kName = "nhp_vpnsid";
   static constexpr uint32_t kStat = FIB_DB_TABLE_NHP_VPNSID;
   static constexpr uint32_t kPrimary = FIB_DB_NHP_VPNSID_PRIMARY;
@@ -62,13 +97,15 @@ struct VpnSid {
   }
   static Key keyOf(const Item& item) { return {item.key_word1, item.key_word2, item.key_word3, numberOf(item.sid), 0}; }
   static Key anyKey(std::mt19937& random) {
-    return {below(random, 5), below(random, 3), below(random, 2), below(random, 3), 0};
+    return {draw(random, 5), draw(random, 3), draw(random, 2), draw(random, 3), 0};
   }
   // What the other indexes look at.
   static void scatter(Item& item, std::mt19937& random) {
-    putAddress(item.addr2, below(random, 2));
-    item.attr_byte1 = below(random, 2);
-    item.attr_byte2 = below(random, 2);
+    putAddress(item.addr2, draw(random, 2));
+    item.attr_byte1 = static_cast<uint8_t>(draw(random, 2));
+    item.attr_byte2 = static_cast<uint8_t>(draw(random, 2));
+    item.time_stamp_app = random();
+    item.time_stamp_svc = random();
   }
   static void fill(Item& item) {
     item.attr_word1 = 1;
@@ -99,21 +136,23 @@ struct VpnSid {
                            bytesOf(item.block32a), bytesOf(item.block32b));
   }
 
-  static constexpr Index<Item> kIndexes[] = {
-      {[](const Item& i) { return FIB_DB_CreateNhpVpnSidIteratorByNhpIndex(i.key_word1, kAny); },
-       [](const Item& a, const Item& b) { return a.key_word1 == b.key_word1; }},
-      {[](const Item& i) {
-         return FIB_DB_CreateNhpVpnSidIteratorByXsidInfo(i.key_word2, i.key_word3, i.addr2, i.attr_byte1, i.attr_byte2,
-                                                         kAny);
-       },
-       [](const Item& a, const Item& b) {
-         return a.key_word2 == b.key_word2 && a.key_word3 == b.key_word3 && bytesOf(a.addr2) == bytesOf(b.addr2) &&
-                a.attr_byte1 == b.attr_byte1 && a.attr_byte2 == b.attr_byte2;
-       }},
-      {[](const Item& i) { return FIB_DB_CreateNhpVpnSidIteratorByVpnSid(i.key_word2, i.key_word3, i.sid, kAny); },
-       [](const Item& a, const Item& b) {
-         return a.key_word2 == b.key_word2 && a.key_word3 == b.key_word3 && bytesOf(a.sid) == bytesOf(b.sid);
-       }}};
+  static std::vector<Index<Key, Item>> indexes() {
+    return withCommon(
+        {{[](const Item& a, const Item& b) {
+            return a.key_word2 == b.key_word2 && a.key_word3 == b.key_word3 && bytesOf(a.addr2) == bytesOf(b.addr2) &&
+                   a.attr_byte1 == b.attr_byte1 && a.attr_byte2 == b.attr_byte2;
+          },
+          [](const Item& i) {
+            return walk<VpnSid>(FIB_DB_CreateNhpVpnSidIteratorByXsidInfo(i.key_word2, i.key_word3, i.addr2,
+                                                                         i.attr_byte1, i.attr_byte2, kAny));
+          }},
+         {[](const Item& a, const Item& b) {
+            return a.key_word2 == b.key_word2 && a.key_word3 == b.key_word3 && bytesOf(a.sid) == bytesOf(b.sid);
+          },
+          [](const Item& i) {
+            return walk<VpnSid>(FIB_DB_CreateNhpVpnSidIteratorByVpnSid(i.key_word2, i.key_word3, i.sid, kAny));
+          }}});
+  }
 
   static constexpr auto read = FIB_DB_ReadNhpVpnSid;
   static constexpr auto keyField = FIB_DB_SetNhpVpnSidKeyField;
@@ -126,14 +165,14 @@ struct VpnSid {
   static constexpr auto updateContext = FIB_DB_UpdateNhpVpnSidContext;
   static constexpr auto iterate = FIB_DB_CreateNhpVpnSidIterator;
   static constexpr auto iterateByKey = FIB_DB_CreateNhpVpnSidIteratorByKey;
+  static constexpr auto iterateByIndex = FIB_DB_CreateNhpVpnSidIteratorByNhpIndex;
   static constexpr auto next = FIB_DB_GetNextNhpVpnSidEntry;
   static constexpr auto release = FIB_DB_ReleaseNhpVpnSidIterator;
   static constexpr auto createObject = db_create_nhp_vpnsid_obj;
   static constexpr auto releaseObject = db_release_nhp_vpnsid_object;
 };
 
-struct Srv6Te {
-  using Item = FibDbNhpSrv6TeItem;
+struct Srv6Te : WholeRow<Srv6Te, FibDbNhpSrv6TeItem> {
   static constexpr const char* kName = "pp4ext_srv6_te";
   static constexpr uint32_t kStat = FIB_DB_TABLE_PP4EXT_SRV6_TE;
   static constexpr uint32_t kPrimary = FIB_DB_PP4EXT_SRV6_TE_PRIMARY;
@@ -153,10 +192,12 @@ struct Srv6Te {
     return {item.key_word1, item.key_word2, item.key_word3, numberOf(item.addr), item.key_word4 << 8 | item.type_byte};
   }
   static Key anyKey(std::mt19937& random) {
-    return {below(random, 5), below(random, 2), below(random, 2), below(random, 2),
-            static_cast<uint32_t>(below(random, 2) << 8 | below(random, 2))};
+    return {draw(random, 5), draw(random, 2), draw(random, 2), draw(random, 2), draw(random, 2) << 8 | draw(random, 2)};
   }
-  static void scatter(Item&, std::mt19937&) {}
+  static void scatter(Item& item, std::mt19937& random) {
+    item.time_stamp_app = random();
+    item.time_stamp_svc = random();
+  }
   static void fill(Item& item) {
     item.attr_byte1 = 1;
     item.attr_word1 = 2;
@@ -175,16 +216,16 @@ struct Srv6Te {
                            bytesOf(item.block2), item.attr_word4);
   }
 
-  static constexpr Index<Item> kIndexes[] = {
-      {[](const Item& i) { return FIB_DB_CreateNhp4ExtSrv6TeIterByNhpIndex(i.key_word1, kAny); },
-       [](const Item& a, const Item& b) { return a.key_word1 == b.key_word1; }},
-      {[](const Item& i) {
-         return FIB_DB_CreateNhp4ExtSrv6TeIterByPolicyInfo(i.key_word2, i.key_word3, i.key_word4, i.type_byte, kAny);
-       },
-       [](const Item& a, const Item& b) {
-         return a.key_word2 == b.key_word2 && a.key_word3 == b.key_word3 && a.key_word4 == b.key_word4 &&
-                a.type_byte == b.type_byte;
-       }}};
+  static std::vector<Index<Key, Item>> indexes() {
+    return withCommon({{[](const Item& a, const Item& b) {
+                          return a.key_word2 == b.key_word2 && a.key_word3 == b.key_word3 &&
+                                 a.key_word4 == b.key_word4 && a.type_byte == b.type_byte;
+                        },
+                        [](const Item& i) {
+                          return walk<Srv6Te>(FIB_DB_CreateNhp4ExtSrv6TeIterByPolicyInfo(
+                              i.key_word2, i.key_word3, i.key_word4, i.type_byte, kAny));
+                        }}});
+  }
 
   // The table has no read of one record but this.
   static uint32_t read(Item* item) {
@@ -206,6 +247,7 @@ struct Srv6Te {
   static constexpr auto updateContext = FIB_DB_UpdateNhp4ExtSrv6TeContext;
   static constexpr auto iterate = FIB_DB_CreateNhp4ExtSrv6TeIterator;
   static constexpr auto iterateByKey = FIB_DB_CreateNhp4ExtSrv6TeIteratorByKey;
+  static constexpr auto iterateByIndex = FIB_DB_CreateNhp4ExtSrv6TeIterByNhpIndex;
   static constexpr auto next = FIB_DB_GetNextNhp4ExtSrv6TeEntry;
   static constexpr auto release = FIB_DB_ReleaseNhp4ExtSrv6TeIterator;
   static constexpr auto createObject = db_create_pp4ext_srv6_te_obj;
@@ -216,16 +258,6 @@ template <class Table>
 class WholeRowTest : public EngineTest {
  protected:
   using Item = typename Table::Item;
-
-  static auto contextOf(const Item& item) {
-    return std::make_tuple(item.status_high_prio, item.status_normal_prio, item.errcode_high_prio,
-                           item.errcode_normal_prio, bytesOf(item.svc_ctx_high_prio), bytesOf(item.svc_ctx_normal_prio),
-                           item.time_stamp_svc);
-  }
-  // Everything that is stored.
-  static auto fieldsOf(const Item& item) {
-    return std::make_tuple(Table::keyOf(item), contextOf(item), item.time_stamp_app, Table::moreFieldsOf(item));
-  }
 
   static Item fullItem(const Key& key) {
     Item item = Table::itemOf(key);
@@ -253,7 +285,7 @@ TYPED_TEST(WholeRowTest, Lives_its_life) {
   EXPECT_EQ(TypeParam::read(&read), 15005u);
   EXPECT_EQ(TypeParam::write(&item), 0u);
   EXPECT_EQ(TypeParam::read(&read), 0u);
-  EXPECT_TRUE(this->fieldsOf(read) == this->fieldsOf(item));
+  EXPECT_TRUE(TypeParam::fieldsOf(read) == TypeParam::fieldsOf(item));
 
   // A context update changes the context alone.
   Item change = TypeParam::itemOf(key);
@@ -263,7 +295,7 @@ TYPED_TEST(WholeRowTest, Lives_its_life) {
   change.time_stamp_app = 37;
   EXPECT_EQ(TypeParam::updateContext(&change), 0u);
   EXPECT_EQ(TypeParam::read(&read), 0u);
-  EXPECT_TRUE(this->contextOf(read) == this->contextOf(change));
+  EXPECT_TRUE(TypeParam::contextOf(read) == TypeParam::contextOf(change));
   EXPECT_EQ(read.time_stamp_app, 26ull << 40);
   EXPECT_TRUE(TypeParam::moreFieldsOf(read) == TypeParam::moreFieldsOf(item));
 
@@ -271,7 +303,7 @@ TYPED_TEST(WholeRowTest, Lives_its_life) {
   const Item bare = TypeParam::itemOf(key);
   EXPECT_EQ(TypeParam::write(&bare), 0u);
   EXPECT_EQ(TypeParam::read(&read), 0u);
-  EXPECT_TRUE(this->fieldsOf(read) == this->fieldsOf(bare));
+  EXPECT_TRUE(TypeParam::fieldsOf(read) == TypeParam::fieldsOf(bare));
 
   EXPECT_EQ(TypeParam::remove(&item), 0u);
   EXPECT_EQ(TypeParam::read(&read), 15005u);
@@ -304,71 +336,11 @@ TYPED_TEST(WholeRowTest, Bulk_reads_fill_what_there_is_room_for) {
         return this->fullItem({index, i, 5, 6, 0});
       },
       [this](const Item& item) {
-        return this->fieldsOf(item) == this->fieldsOf(this->fullItem(TypeParam::keyOf(item)));
+        return TypeParam::fieldsOf(item) == TypeParam::fieldsOf(this->fullItem(TypeParam::keyOf(item)));
       });
 }
 
-TYPED_TEST(WholeRowTest, Counts_reads_and_iterators_agree_with_a_model) {
-  using Item = typename TypeParam::Item;
-  std::mt19937 random(seedOfToday());
-  std::map<Key, Item> model;
-  for (int round = 0; round < 3000; ++round) {
-    const Key key = TypeParam::anyKey(random);
-    Item item = TypeParam::itemOf(key);
-    switch (below(random, 8)) {
-      case 0:
-      case 1:
-      case 2:
-        TypeParam::scatter(item, random);
-        item.time_stamp_app = random();
-        ASSERT_EQ(TypeParam::write(&item), 0u);
-        model[key] = item;
-        break;
-      case 3:
-        ASSERT_EQ(TypeParam::remove(&item), model.erase(key) == 1 ? 0u : 15005u);
-        logged.clear();  // a missing record is said
-        break;
-      case 4:
-        item.time_stamp_svc = random();
-        ASSERT_EQ(TypeParam::updateContext(&item), model.contains(key) ? 0u : 15005u);
-        logged.clear();
-        if (model.contains(key)) model[key].time_stamp_svc = item.time_stamp_svc;
-        break;
-      case 5:
-      case 6: {
-        const uint32_t status = TypeParam::read(&item);
-        ASSERT_EQ(status, model.contains(key) ? 0u : 15005u);
-        if (status == 0) {
-          ASSERT_TRUE(this->fieldsOf(item) == this->fieldsOf(model[key]));
-        }
-        break;
-      }
-      default: {
-        if (below(random, 20) != 0) break;
-        const uint64_t gone = std::erase_if(model, [&](const auto& entry) { return entry.first.index == key.index; });
-        ASSERT_EQ(TypeParam::removeByIndex(key.index), gone > 0 ? 0u : 15005u);
-        logged.clear();
-      }
-    }
-    uint32_t count = 77;
-    ASSERT_EQ(TypeParam::countByIndex(key.index, &count), 0u);
-    ASSERT_EQ(count, keysOf(model, [&](const Item& i) { return TypeParam::keyOf(i).index == key.index; }).size());
-    FibDbKeyDesc desc{};
-    uint8_t bytes[64];
-    TypeParam::keyField(&desc, bytes, &item);
-    ASSERT_EQ(desc.indexId, TypeParam::kPrimary);
-    ASSERT_EQ(TypeParam::countByKey(&desc, bytes, &count), 0u);
-    ASSERT_EQ(count, model.contains(key) ? 1u : 0u);
-    if (round % 50 != 0) continue;
-    ASSERT_EQ(walk<TypeParam>(TypeParam::iterate(kAny)), keysOf(model, [](const Item&) { return true; }));
-    ASSERT_EQ(walk<TypeParam>(TypeParam::iterateByKey(nullptr, nullptr, kAny)).size(), model.size());
-    TypeParam::scatter(item, random);
-    for (const auto& index : TypeParam::kIndexes) {
-      ASSERT_EQ(walk<TypeParam>(index.iterate(item)),
-                keysOf(model, [&](const Item& i) { return index.same(i, item); }));
-    }
-  }
-}
+TYPED_TEST(WholeRowTest, Counts_reads_and_iterators_agree_with_a_model) { expectAgreementWithAModel<TypeParam>(); }
 
 TYPED_TEST(WholeRowTest, A_publication_is_a_success_that_is_counted) {
   const uint32_t before = g_fibDbErrStat[TypeParam::kStat][FIB_DB_OPER_PUB];
@@ -400,7 +372,7 @@ TEST_F(VpnSidTest, A_flag_update_changes_the_flags_alone) {
   item.flags = 0x80000001;
   FibDbNhpVpnSidItem read = VpnSid::itemOf({1, 2, 3, 4, 0});
   EXPECT_EQ(FIB_DB_ReadNhpVpnSid(&read), 0u);
-  EXPECT_TRUE(fieldsOf(read) == fieldsOf(item));
+  EXPECT_TRUE(VpnSid::fieldsOf(read) == VpnSid::fieldsOf(item));
 }
 
 }  // namespace
