@@ -41,8 +41,8 @@ std::vector<Key> keysOf(const std::map<Key, Item>& model, Condition holds) {
 }
 
 // Bulk reads by next hop of three records among others, into every size from nothing to one item more than there are,
-// byte by byte around the items' ends and those of their rows, which are shorter. full(index, n) is the n-th record of a
-// next hop, whole(item) says that it is.
+// byte by byte around the items' ends and those of their rows, which are shorter. full(index, n) is the n-th record of
+// a next hop, whole(item) says that it is.
 template <class Table, auto ReadByIndex = Table::readByIndex, class Full, class Whole>
 void expectBulkReadsFillWhatThereIsRoomFor(Full full, Whole whole) {
   using Item = typename Table::Item;
@@ -91,8 +91,8 @@ struct Index {
 };
 
 // Writes, removals, updates and reads at random, and what every index then finds. A table says besides: kMissing, the
-// status of a read of nothing; anyKey(random) and itemOf(key); scatter(item, random): what a write and an update give it
-// and an index looks at; update, and applied(item, stored): what that makes of a record; fieldsOf(item), and
+// status of a read of nothing; anyKey(random) and itemOf(key); scatter(item, random): what a write and an update give
+// it and an index looks at; update, and applied(item, stored): what that makes of a record; fieldsOf(item), and
 // bulkFieldsOf(item), those that a bulk read delivers; indexes().
 template <class Table>
 void expectAgreementWithAModel() {
