@@ -287,7 +287,7 @@ class NhpGroupNodeBulk : public NhpGroupNodeTest {
   void SetUp() override {
     NhpGroupNodeTest::SetUp();
     fillEntries(1, 3);
-    for (FibDbNhpGroupNodeItem& slot : items) slot = {.nhp_group_id = 0xDEAD};
+    for (FibDbNhpGroupNodeItem& slot : members) slot = {.nhp_group_id = 0xDEAD};
   }
 
   // Records whose sequences are first, first + 1, and so on.
@@ -299,17 +299,17 @@ class NhpGroupNodeBulk : public NhpGroupNodeTest {
     }
   }
 
-  size_t filled() const {
-    return static_cast<size_t>(std::ranges::count(items, 42u, &FibDbNhpGroupNodeItem::nhp_group_id));
+  size_t filledMembers() const {
+    return static_cast<size_t>(std::ranges::count(members, 42u, &FibDbNhpGroupNodeItem::nhp_group_id));
   }
   size_t steps() const { return static_cast<size_t>(std::ranges::count(platform.allCalls, "db_root_iterator_next")); }
 
-  FibDbNhpGroupNodeItem items[8];  // room for both halves
+  FibDbNhpGroupNodeItem members[8];  // room for both halves
 };
 
 TEST_F(NhpGroupNodeBulk, Bulk_reads_by_next_hop_into_NULL_return_1_silently) {
   EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(3, kSize, nullptr), 1u);
-  EXPECT_EQ(FIB_DB_ReadNhpPriGroupNodeByNhpIndex(1, 3, 1, nullptr, items), 1u);
+  EXPECT_EQ(FIB_DB_ReadNhpPriGroupNodeByNhpIndex(1, 3, 1, nullptr, members), 1u);
   EXPECT_EQ(FIB_DB_ReadNhpPriGroupNodeByNhpIndex(1, 3, 1, &count, nullptr), 1u);
   EXPECT_EQ(count, 77u);
   EXPECT_TRUE(nothingHappened());
@@ -334,7 +334,7 @@ class NhpGroupNodeHalf : public NhpGroupNodeBulk, public testing::WithParamInter
   }
   void TearDown() override { db_release_nhp_group_node_object(obj); }
 
-  uint32_t read(uint32_t capacity) { return GetParam().read(obj, 9, capacity, &count, items); }
+  uint32_t read(uint32_t capacity) { return GetParam().read(obj, 9, capacity, &count, members); }
 
   uint64_t obj = 0;
 };
@@ -342,9 +342,9 @@ class NhpGroupNodeHalf : public NhpGroupNodeBulk, public testing::WithParamInter
 TEST_P(NhpGroupNodeHalf, reads_up_to_its_capacity_and_leaves_the_object_to_the_caller) {
   EXPECT_EQ(read(2), 0u);
   EXPECT_EQ(count, 2u);
-  EXPECT_EQ(filled(), 2u);
+  EXPECT_EQ(filledMembers(), 2u);
   EXPECT_EQ(steps(), 2u);
-  EXPECT_EQ(items[1].sequence, 2);
+  EXPECT_EQ(members[1].sequence, 2);
   EXPECT_EQ(platform.calls.front(), keyed("db_create_root_iter", GetParam().key));
   EXPECT_EQ(std::ranges::count(platform.allCalls, "db_release_nhp_group_node_object"), 0);
 }
@@ -352,7 +352,7 @@ TEST_P(NhpGroupNodeHalf, reads_up_to_its_capacity_and_leaves_the_object_to_the_c
 TEST_P(NhpGroupNodeHalf, ends_where_the_records_end) {
   EXPECT_EQ(read(8), 0u);
   EXPECT_EQ(count, 3u);
-  EXPECT_EQ(filled(), 3u);
+  EXPECT_EQ(filledMembers(), 3u);
   EXPECT_EQ(steps(), 4u);
   EXPECT_TRUE(silent());
 }
@@ -375,7 +375,7 @@ TEST_P(NhpGroupNodeHalf, whose_step_fails_gives_the_code_says_so_and_leaves_the_
   platform.fail("db_root_iterator_next", 15005);
   EXPECT_EQ(read(4), 15005u);
   EXPECT_EQ(count, 77u);
-  EXPECT_EQ(filled(), 1u);
+  EXPECT_EQ(filledMembers(), 1u);
   EXPECT_THAT(platform.errorLines, ElementsAre(std::string(GetParam().failed) + ", ret: 15005"));
   EXPECT_TRUE(countedOnce(2, 6));
 }
@@ -402,7 +402,7 @@ class NhpGroupNodeByNhpIndex : public NhpGroupNodeBulk {
 
   std::vector<uint16_t> sequences() const {
     std::vector<uint16_t> found;
-    for (const FibDbNhpGroupNodeItem& slot : items) {
+    for (const FibDbNhpGroupNodeItem& slot : members) {
       if (slot.nhp_group_id != 0xDEAD) found.push_back(slot.sequence);
     }
     return found;
@@ -410,7 +410,7 @@ class NhpGroupNodeByNhpIndex : public NhpGroupNodeBulk {
 };
 
 TEST_F(NhpGroupNodeByNhpIndex, reads_primary_members_then_backup_members_on_one_object_reset_between) {
-  EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, sizeof items, items), 0u);
+  EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, sizeof members, members), 0u);
   EXPECT_THAT(sequences(), ElementsAre(1, 2, 3, 101, 102));
   std::vector<std::string> calls = platform.calls;
   std::erase_if(calls, [](const std::string& call) { return call.starts_with("db_get_"); });
@@ -428,7 +428,7 @@ TEST_F(NhpGroupNodeByNhpIndex, fills_what_there_is_room_for_primary_members_firs
     SCOPED_TRACE(bufLen);
     platform.reset();
     SetUp();
-    EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, bufLen, items), 0u);
+    EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, bufLen, members), 0u);
     const size_t room = std::min<size_t>(bufLen / kSize, all.size());
     EXPECT_EQ(sequences(), std::vector<uint16_t>(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(room)));
     EXPECT_EQ(std::ranges::count(platform.allCalls, "db_create_root_iter"), 2) << "with or without room";
@@ -438,21 +438,21 @@ TEST_F(NhpGroupNodeByNhpIndex, fills_what_there_is_room_for_primary_members_firs
 
 TEST_F(NhpGroupNodeByNhpIndex, ends_at_the_first_failure_with_its_code) {
   platform.fail("db_root_iterator_next", 7);
-  EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, sizeof items, items), 7u);
+  EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, sizeof members, members), 7u);
   EXPECT_EQ(std::ranges::count(platform.allCalls, "db_reset_nhp_group_node_object"), 0);
   EXPECT_THAT(platform.errorLines, ElementsAre("ReadNhpPriGroupNodeByNhpIndex failed, ret: 7"));
   EXPECT_EQ(counted(2, 6), 1u);
 
   platform.errorLines.clear();
   platform.fail("db_reset_nhp_group_node_object", 6);
-  EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, sizeof items, items), 6u);
+  EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, sizeof members, members), 6u);
   EXPECT_EQ(platform.calls.back(), "db_release_nhp_group_node_object(#2)");
   EXPECT_TRUE(silent());
   EXPECT_EQ(counted(2, 6), 1u);
 
   platform.fail("db_create_root_iter", 0);
   platform.fail("db_create_root_iter", 5);
-  EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, sizeof items, items), 5u);
+  EXPECT_EQ(FIB_DB_ReadNhpGroupNodeByNhpIndex(9, sizeof members, members), 5u);
   EXPECT_TRUE(silent());
 }
 

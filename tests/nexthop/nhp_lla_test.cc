@@ -73,18 +73,12 @@ struct Lla : NextHopTable<Lla, FibDbNhpLlaItem> {
     put("if_type", item.if_type);
     put("iid_flags", item.iid_flags);
     put("work_if_index", item.work_if_index);
-    put("status_high_prio", item.status_high_prio);
-    put("status_normal_prio", item.status_normal_prio);
-    put("errcode_high_prio", item.errcode_high_prio);
-    put("errcode_normal_prio", item.errcode_normal_prio);
-    putBytes(kTable, row, "svc_ctx_high_prio", item.svc_ctx_high_prio);
-    putBytes(kTable, row, "svc_ctx_normal_prio", item.svc_ctx_normal_prio);
+    putContext(kTable, row, item);
     put("app_source_id", item.app_source_id);
     put("group_smooth_id", item.group_smooth_id);
     put("app_obj_id", item.app_obj_id);
     put("app_version", item.app_version);
     put("time_stamp_app", item.time_stamp_app);
-    put("time_stamp_svc", item.time_stamp_svc);
     put("global_slotid", item.global_slotid);
     return row;
   }

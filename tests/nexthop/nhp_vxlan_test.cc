@@ -83,12 +83,7 @@ struct Vxlan : NextHopTable<Vxlan, FibDbNhpVxlanItem> {
     put("aib_index", item.aib_index);
     put("overlay_type", item.overlay_type);
     putBytes(kTable, row, "mac_addr", item.mac_addr);
-    put("status_high_prio", item.status_high_prio);
-    put("status_normal_prio", item.status_normal_prio);
-    put("errcode_high_prio", item.errcode_high_prio);
-    put("errcode_normal_prio", item.errcode_normal_prio);
-    putBytes(kTable, row, "svc_ctx_high_prio", item.svc_ctx_high_prio);
-    putBytes(kTable, row, "svc_ctx_normal_prio", item.svc_ctx_normal_prio);
+    putContext(kTable, row, item);
     put("app_source_id", item.app_source_id);
     put("group_smooth_id", item.group_smooth_id);
     put("app_obj_id", item.app_obj_id);
@@ -96,7 +91,6 @@ struct Vxlan : NextHopTable<Vxlan, FibDbNhpVxlanItem> {
     put("vsi_index", item.vsi_index);
     put("dvp_index", item.dvp_index);
     put("time_stamp_app", item.time_stamp_app);
-    put("time_stamp_svc", item.time_stamp_svc);
     return row;
   }
 

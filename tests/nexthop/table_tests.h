@@ -112,7 +112,7 @@ constexpr auto byNhpIndex = [](auto... rest) { return Function(kNhpIndex, rest..
 template <auto Function>
 constexpr auto ofNhpIndex = [](const auto*) { return Function(kNhpIndex); };
 
-// What a service says of a record, and how updates of it are staged.
+// What a service says of a record; as fields of a row, and as updates stage it.
 template <class Item>
 Item withContext(Item item) {
   item.status_high_prio = 12;
@@ -127,15 +127,24 @@ Item withContext(Item item) {
   item.time_stamp_svc = 0x2400000000;
   return item;
 }
+template <class Item>
+void putContext(schema::TableId table, Row& row, const Item& item) {
+  putField(table, row, "status_high_prio", item.status_high_prio);
+  putField(table, row, "status_normal_prio", item.status_normal_prio);
+  putField(table, row, "errcode_high_prio", item.errcode_high_prio);
+  putField(table, row, "errcode_normal_prio", item.errcode_normal_prio);
+  putBytes(table, row, "svc_ctx_high_prio", item.svc_ctx_high_prio);
+  putBytes(table, row, "svc_ctx_normal_prio", item.svc_ctx_normal_prio);
+  putField(table, row, "time_stamp_svc", item.time_stamp_svc);
+}
 constexpr const char* kContextStaged =
     "svc_ctx_high_prio=160102030405060708090a0b0c0d0eee svc_ctx_normal_prio=170102030405060708090a0b0c0d0eff "
     "status_high_prio=12 status_normal_prio=13 errcode_high_prio=14 errcode_normal_prio=15 time_stamp_svc=154618822656";
 
 // A description of a table has
 //   kTable, kName (the database's), kStat (its row of the error matrix)
-//   kKey: how calls show the primary key of fullItem()
-//   fullItem(): every field set, and all different; rowOf(item): the row of an item
-//   kMark: a field that tells records apart, whatever is read of them
+//   fullItem(): every field set, and all different; kKey: how calls show its primary key
+//   rowOf(item): the row of an item; kMark: a field that tells records apart, whatever is read of them
 // and what its suites name, here as it is in most tables.
 template <class Table, class ItemT>
 struct NextHopTable {
@@ -182,7 +191,7 @@ class NextHopTableTest : public TablesTest {
 
   // The records of an iteration.
   static Item marked(Item item, uint32_t record) {
-    item.*Table::kMark = static_cast<std::remove_reference_t<decltype(item.*Table::kMark)>>(record);
+    item.*Table::kMark = static_cast<std::remove_cvref_t<decltype(item.*Table::kMark)>>(record);
     return item;
   }
   void stock() {
@@ -855,7 +864,7 @@ TYPED_TEST_P(NextHopCallersIteratorTest, Iterators_under_no_key_are_NULL_silentl
 
 REGISTER_TYPED_TEST_SUITE_P(NextHopCallersIteratorTest, Iterators_under_no_key_are_NULL_silently);
 
-// Steps of the first of kIterators: next, release, kStep (texts), step(): the calls behind a step, kStepsAreCounted.
+// Steps of the first of kIterators: next, release, kStep (texts), step(): the calls behind one, kStepsAreCounted. -----
 template <class Table>
 using NextHopStepTest = NextHopTableTest<Table>;
 TYPED_TEST_SUITE_P(NextHopStepTest);
