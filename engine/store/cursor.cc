@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // engine/store/cursor.cc: the walks: over slots, under a key, along an ordered index, up covering prefixes.
 #include <cstring>
+#include <span>
 
 #include "engine/store/table.h"
 #include "engine/store/word.h"
@@ -49,7 +50,7 @@ uint32_t Cursor::openKey(const Table& table, const schema::Index& index, const u
       const uint8_t* addr = key + plan.leading.length();
       if (addr[sizeof addr_] > kMaxPrefixLength) return DB_ERR_BAD_KEY;
       open(table, Kind::kPrefixes, number);
-      plan.leading.fromPacked(key, key_);
+      std::memcpy(key_.bytes, key, plan.leading.length());
       std::memcpy(&addr_, addr, sizeof addr_);
       position_ = {addr[sizeof addr_], {0, kNoRef}};
       // A lookup is a cursor's first step, and right for the moment in which it is made.
@@ -131,7 +132,7 @@ bool Cursor::stepRun(uint8_t* row) {
       if (runCount_ == 0) return false;
     }
     const Ref record = run_[runNext_++];
-    if (!records.read(record, openedAt_, row)) continue;
+    if (!records.canBe(record) || !records.read(record, openedAt_, row)) continue;
     if (kind_ == Kind::kRange || table_->plans_[index_].shape.isIn(row, key_.bytes)) return true;
   }
 }
@@ -148,6 +149,7 @@ uint32_t Cursor::refillUnderKey() {
 }
 
 uint32_t Cursor::refillRange() {
+  if (table_->plans_[index_].tries != 0) return refillAlongTries();
   Heap heap = table_->heap();
   const auto index = table_->ordered(heap, index_);
   OrderedEntry entries[kRun];
@@ -160,13 +162,67 @@ uint32_t Cursor::refillRange() {
   return count;
 }
 
+// Two runs in one order: what the tries have, and what is ordered apart. Where one of them may go on beyond what was
+// read of it, the merged run ends. last_ is also moved over what is not a record of the tries' own.
+uint32_t Cursor::refillAlongTries() {
+  Heap heap = table_->heap();
+  const PrefixTables tables = table_->prefixes(heap, table_->plans_[index_].tries);
+  const auto apart = table_->ordered(heap, index_);
+  OrderedEntry regular[kRun], others[kRun];
+  for (;;) {
+    struct Got {
+      uint32_t regular, others;
+    };
+    const Got got = readStable(heap, [&]() -> Got {
+      const uint32_t prefixes = tables.from(last_.record == kNoRef ? last_ : tables.behind(last_), regular, kRun);
+      putOwnRecords(heap, tables, regular, prefixes);
+      return {prefixes, apart.above(last_, false, others, kRun)};
+    });
+    uint32_t count = 0, i = 0, j = 0;
+    while (i < got.regular || j < got.others) {
+      if ((i == got.regular && got.regular == kRun) || (j == got.others && got.others > 0)) break;
+      const bool isRegular = j == got.others || (i < got.regular && regular[i] < others[j]);
+      const OrderedEntry& entry = isRegular ? regular[i++] : others[j++];
+      if (!(entry <= high_)) return count;
+      last_ = entry;
+      if (entry.record != kNoRef) run_[count++] = entry.record;
+      if (count == kRun) break;
+      // Behind this key, whatever record had it.
+      if (isRegular && entry.record == kNoRef) last_.record = ~Ref{0};
+    }
+    if (count > 0 || (got.regular < kRun && got.others == 0)) return count;
+  }
+}
+
+// Puts the record with the prefix's own address in the place of the value that the tries have; kNoRef where the prefix
+// has only records with address bits below the mask.
+void Cursor::putOwnRecords(Heap& heap, const PrefixTables& tables, OrderedEntry* entries, uint32_t count) const {
+  const Records records = table_->records(heap);
+  const uint16_t addrOffset = table_->plans_[table_->plans_[index_].tries].addrOffset;
+  for (OrderedEntry& entry : std::span(entries, count)) {
+    const PrefixValue value(entry.record);
+    const uint32_t addr = tables.addrIn(entry);
+    entry.record = kNoRef;
+    if (value.isSeveral()) {
+      PostingEntry first;
+      const bool any = tables.sharersAfter(value, {addr, kNoRef}, &first, 1) > 0;
+      if (any && first.key == addr) entry.record = first.record;
+    } else if (records.canBe(value.ref())) {
+      // A look at the row, which is wanted next anyway. Should it be another record's by now, this one has gone.
+      uint32_t own;
+      copyOut(&own, records.row(value.ref()) + addrOffset, sizeof own);
+      if (own == addr) entry.record = value.ref();
+    }
+  }
+}
+
 // The next record in the order of PrefixPosition, found in a trie that no record entered meanwhile.
 bool Cursor::stepPrefixes(uint8_t* row) {
   Heap heap = table_->heap();
   const PrefixTables tables = table_->prefixes(heap, index_);
   Ref found = kNoRef;
   const auto lookUndisturbed = [&] {
-    const Ref trie = tables.find(key_);
+    const Ref trie = tables.find(key_.bytes);
     if (trie == kNoRef) {
       found = kNoRef;
       return true;

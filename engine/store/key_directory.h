@@ -3,7 +3,7 @@
 // engine/store/key_directory.h: what is kept once per key of an index: a payload, found by the key.
 //
 // DESCRIPTION  Every key in use has a block {payload, key bytes}; a hash index leads to it. The payload is
-// the index's own: how many records stand under the key, or the trie of a VRF.
+// the index's own: how many records stand under the key.
 //
 // COST     find, enter, remove: O(1).
 // THREADS  One writer (REQUIRES the table's lock); find from any thread, inside readStable.

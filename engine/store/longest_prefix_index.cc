@@ -202,6 +202,108 @@ template <class Visit>
   return follow(refsOf(node)[valueRank(load(node.children), load(node.prefixes), place)]);
 }
 
+// Moves bit n to bit 2n.
+constexpr uint64_t spread(uint64_t bits) {
+  bits = (bits | bits << 16) & 0x0000ffff0000ffff;
+  bits = (bits | bits << 8) & 0x00ff00ff00ff00ff;
+  bits = (bits | bits << 4) & 0x0f0f0f0f0f0f0f0f;
+  bits = (bits | bits << 2) & 0x3333333333333333;
+  return (bits | bits << 1) & 0x5555555555555555;
+}
+
+// The chunks with which prefixes of the node begin.
+constexpr uint64_t startsOf(uint64_t prefixes) {
+  uint64_t starts = 0;
+  for (uint32_t bits = 0; bits < kChunkBits; ++bits) {
+    starts = spread(starts | (prefixes >> (1U << bits) & bitsBelow(1U << bits)));
+  }
+  return starts;
+}
+static_assert(startsOf(bitOf(1)) == bitOf(0) && startsOf(bitOf(3)) == bitOf(32) && startsOf(bitOf(63)) == bitOf(62));
+
+// A walk in the order of addresses, of one address the shorter prefix first: in a node chunk by chunk, first the
+// prefixes that begin with the chunk, then its child. What a reader meets may be garbage if it was overtaken; the walk
+// is then as short as any, since no trie has more than kLevels nodes to the next prefix.
+class OrderedWalk {
+ public:
+  OrderedWalk(const Arena& arena, uint32_t addr, uint32_t length) : arena_(arena), addr_(addr), length_(length) {}
+
+  [[gnu::always_inline]] inline uint32_t copy(Ref root, PrefixEntry* out, uint32_t most) {
+    uint32_t count = 0, nodes = (most + 1) * kLevels;
+    enter(root, 0, /*amid=*/true);
+    while (count < most) {
+      Stop& stop = stops_[level_];
+      if (stop.left == 0) {
+        if (level_-- == 0) break;
+        continue;
+      }
+      const auto chunk = static_cast<uint32_t>(std::countr_zero(stop.left));
+      const bool amid = stop.amid && chunk == chunkOf(addr_, level_);
+      if ((stop.starts & bitOf(chunk)) != 0) {
+        count = copyStarting(stop, chunk, out, count, most);
+        if (count == most) break;
+      }
+      stop.left &= stop.left - 1;
+      if ((stop.children & bitOf(chunk)) == 0 || level_ + 1 == kLevels) continue;
+      if (nodes-- == 0) break;
+      path_ = (path_ & ~(bitsBelow(kPathBits - kChunkBits * level_))) | uint64_t{chunk} << shiftAt(level_);
+      enter(follow(refsOf(*stop.node)[childRank(stop.children, chunk)]), level_ + 1, amid);
+    }
+    return count;
+  }
+
+ private:
+  // Where the walk stands in a node.
+  struct Stop {
+    const Node* node;
+    uint64_t children, prefixes, starts;
+    uint64_t left;  // chunks still to come
+    bool amid;      // the node holds what is before the first prefix wanted
+  };
+
+  // A path is the chunks from the root on: an address with zero bits before and behind.
+  static constexpr uint32_t kPathBits = kLevels * kChunkBits;
+  static constexpr uint32_t kPathTail = kPathBits - kLeadingBits - kMaxLength;
+  static constexpr uint32_t shiftAt(uint32_t level) { return kPathBits - kChunkBits * (level + 1); }
+
+  [[gnu::always_inline]] inline void enter(Ref ref, uint32_t level, bool amid) {
+    if (ref == kNoRef || !arena_.readable(ref)) {
+      if (level == 0) stops_[0].left = 0;
+      return;
+    }
+    Stop& stop = stops_[level];
+    stop.node = arena_.at<Node>(ref);
+    stop.children = load(stop.node->children);
+    stop.prefixes = load(stop.node->prefixes);
+    stop.starts = startsOf(stop.prefixes);
+    stop.left = stop.children | stop.starts;
+    if (amid) stop.left &= ~bitsBelow(chunkOf(addr_, level));
+    stop.amid = amid;
+    level_ = level;
+  }
+
+  [[gnu::always_inline]] inline uint32_t copyStarting(const Stop& stop, uint32_t chunk, PrefixEntry* out,
+                                                      uint32_t count, uint32_t most) {
+    const uint64_t path = (path_ & ~bitsBelow(kPathBits - kChunkBits * level_)) | uint64_t{chunk} << shiftAt(level_);
+    const auto addr = static_cast<uint32_t>(path >> kPathTail);
+    const uint32_t zeros = chunk == 0 ? kChunkBits : static_cast<uint32_t>(std::countr_zero(chunk));
+    for (uint32_t bits = kChunkBits - zeros; bits < kChunkBits && count < most; ++bits) {
+      const uint32_t place = (kChunks | chunk) >> (kChunkBits - bits);
+      if ((stop.prefixes & bitOf(place)) == 0) continue;
+      const uint8_t length = lengthAt(level_, place);
+      if (addr < addr_ || (addr == addr_ && length < length_)) continue;
+      out[count++] = {addr, length, follow(refsOf(*stop.node)[valueRank(stop.children, stop.prefixes, place)])};
+    }
+    return count;
+  }
+
+  const Arena& arena_;
+  const uint32_t addr_, length_;
+  Stop stops_[kLevels];
+  uint32_t level_ = 0;
+  uint64_t path_ = 0;
+};
+
 // chunks: those of the levels above, as an address shifted to the right.
 void surveyNode(const Heap& heap, Ref ref, uint32_t level, uint64_t chunks, VisitBlock node,
                 Visit<uint32_t, uint8_t, uint32_t> prefix) {
@@ -330,6 +432,13 @@ PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const 
     if (best == nullptr) return {0, 0};
     const uint32_t place = highestOf(bestCovering);
     return {valueAt(*best, place), lengthAt(bestLevel, place)};
+  });
+}
+
+uint32_t LongestPrefixIndex::from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const {
+  const Ref root = follow(state_->root);
+  return counting([&]() __attribute__((always_inline)) {
+    return OrderedWalk(heap_->arena(), addr, length).copy(root, out, most);
   });
 }
 

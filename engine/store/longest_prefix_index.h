@@ -9,9 +9,9 @@
 // store and retire the original; changing a value is one store.
 //
 // COST     match: at most seven nodes, one for every six bits. insert, erase: one node copied, plus new nodes on
-//          the way to a prefix that nothing shared before.
+//          the way to a prefix that nothing shared before. from: the nodes between, each once.
 // MEMORY   Four bytes per prefix and per node, and 16 bytes in every node, rounded up to 16.
-// THREADS  One writer (REQUIRES the table's lock); find, longest and match from any thread, inside readStable.
+// THREADS  One writer (REQUIRES the table's lock); find, longest, match and from, from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
 #define FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
 
@@ -29,6 +29,13 @@ struct LongestPrefixState {
 struct PrefixMatch {
   uint32_t value;  // 0: none
   uint8_t length;
+};
+
+// A prefix as it stands in a trie. In order: by address, of one address the shorter prefix first.
+struct PrefixEntry {
+  uint32_t addr;  // bits below length are zero
+  uint8_t length;
+  uint32_t value;
 };
 
 // What one address can match: a prefix of every length, longest first.
@@ -61,6 +68,8 @@ class LongestPrefixIndex {
   PrefixMatch longest(uint32_t addr, uint8_t maxLength) const;
   // All prefixes that cover addr and are no longer than maxLength, longest first.
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const;
+  // Copies up to `most` prefixes, in order, from {addr, length} on; fewer only at the end. REQUIRES: most > 0.
+  uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const;
 
   // The nodes, and every prefix: address, length, value.
   void survey(VisitBlock node, Visit<uint32_t, uint8_t, uint32_t> prefix) const;

@@ -3,9 +3,23 @@
 // engine/store/prefix_tables.cc: records that share a prefix.
 #include "engine/store/prefix_tables.h"
 
+#include <algorithm>
+#include <cstring>
+#include <span>
+
 #include "engine/store/word.h"
 
 namespace fibdb::store {
+
+Ref PrefixTables::makeTrie(const uint8_t* leading) {
+  OrderedEntry entry = leading_->ordered(leading, kNoRef);
+  Trie empty{};
+  std::memcpy(empty.leading, entry.words, sizeof empty.leading);
+  entry.record = heap_->allocate(sizeof(Trie));
+  copyIn(heap_->at<void>(entry.record), &empty, sizeof empty);
+  tries_.insert(entry);
+  return entry.record;
+}
 
 Ref PrefixTables::makeSharers() {
   const Ref block = heap_->allocate(sizeof(OrderedIndexState));
@@ -14,30 +28,74 @@ Ref PrefixTables::makeSharers() {
   return block;
 }
 
-void PrefixTables::leave(const Key& leading, const Prefix& prefix, Ref record) {
-  const Ref block = tries_.find(leading);
-  LongestPrefixIndex prefixes = trie(block);
-  const PrefixValue value(prefixes.find(prefix.addr, prefix.length));
+Ref PrefixTables::find(const uint8_t* leading) const {
+  const OrderedEntry wanted = leading_->ordered(leading, kNoRef);
+  OrderedEntry found;
+  if (tries_.above(wanted, /*inclusive=*/true, &found, 1) == 0) return kNoRef;
+  const bool isIt = std::memcmp(found.words, wanted.words, sizeof wanted.words) == 0;
+  // Overtaken, we may hold any word; the arena must be readable there all the same.
+  return isIt && heap_->arena().readable(found.record) ? found.record : kNoRef;
+}
+
+void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref record) {
+  const Ref block = find(leading);
+  LongestPrefixIndex trie = prefixes(block);
+  const PrefixValue value(trie.find(prefix.addr, prefix.length));
   if (value.isSeveral()) {
     Sharers others = sharers(value.ref());
     others.erase({prefix.addr, record});
     PostingEntry any;
     if (others.above({0, kNoRef}, true, &any, 1) > 0) return;
-    prefixes.erase(prefix.addr, prefix.length);
+    trie.erase(prefix.addr, prefix.length);
     heap_->retire(value.ref(), sizeof(OrderedIndexState));
   } else {
-    prefixes.erase(prefix.addr, prefix.length);
+    trie.erase(prefix.addr, prefix.length);
   }
-  if (tries_.payload(block)->trie.root != kNoRef) return;
+  if (at(block).prefixes.root != kNoRef) return;
   // Who still looks into this trie must not take it for one that stands still.
   settle(block);
-  tries_.remove(leading, block);
+  tries_.erase(leading_->ordered(leading, block));
+  heap_->retire(block, sizeof(Trie));
+}
+
+uint32_t PrefixTables::from(const OrderedEntry& first, OrderedEntry* out, uint32_t most) const {
+  constexpr uint32_t kRun = 32;
+  const uint32_t addrWord = this->addrWord();
+  OrderedEntry wanted{};
+  std::memcpy(wanted.words, first.words, addrWord * sizeof(uint32_t));
+  PrefixEntry run[kRun];
+  uint32_t count = 0;
+  // Every trie but one that is just being emptied has a prefix, so a walk that takes more tries was overtaken.
+  for (uint32_t tries = most + 2; count < most && tries > 0; --tries) {
+    OrderedEntry trie;
+    if (tries_.above(wanted, /*inclusive=*/wanted.record == kNoRef, &trie, 1) == 0) break;
+    if (!heap_->arena().readable(trie.record)) break;
+    const bool amid = std::memcmp(trie.words, first.words, addrWord * sizeof(uint32_t)) == 0;
+    const uint32_t got =
+        prefixes(trie.record)
+            .from(amid ? first.words[addrWord] : 0, amid ? first.words[addrWord + 1] >> kLengthShift : 0, run,
+                  std::min(most - count, kRun));
+    for (const PrefixEntry& entry : std::span(run, got)) {
+      OrderedEntry& to = out[count++] = trie;
+      to.words[addrWord] = entry.addr;
+      to.words[addrWord + 1] = uint32_t{entry.length} << kLengthShift;
+      to.record = entry.value;
+    }
+    wanted = trie;
+  }
+  return count;
+}
+
+bool PrefixTables::isOf(Ref block, const uint8_t* row) const {
+  return std::memcmp(at(block).leading, leading_->orderedInRow(row, block).words, sizeof Trie::leading) == 0;
 }
 
 void PrefixTables::survey(VisitBlock block, Visit<Ref, bool> eachTrie, Visit<Ref, const Prefix&, Ref> record) const {
-  tries_.survey(block, [&](Ref table, bool inPlace) {
-    eachTrie(table, inPlace);
-    trie(table).survey(block, [&](uint32_t addr, uint8_t length, uint32_t word) {
+  tries_.survey(block, [&](const OrderedEntry& entry) {
+    const Ref table = entry.record;
+    block(table, sizeof(Trie));
+    eachTrie(table, std::memcmp(at(table).leading, entry.words, sizeof entry.words) == 0);
+    prefixes(table).survey(block, [&](uint32_t addr, uint8_t length, uint32_t word) {
       const PrefixValue value(word);
       if (!value.isSeveral()) return record(table, Prefix{addr, length}, value.ref());
       block(value.ref(), sizeof(OrderedIndexState));
@@ -50,7 +108,6 @@ void PrefixTables::survey(VisitBlock block, Visit<Ref, bool> eachTrie, Visit<Ref
 
 uint32_t PrefixTables::sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out,
                                     uint32_t most) const {
-  // Overtaken, we may hold any word; the arena must be readable there all the same.
   if (!heap_->arena().readable(value.ref())) return 0;
   return sharers(value.ref()).above(after, false, out, most);
 }

@@ -2,17 +2,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // engine/store/prefix_tables.h: the records under each prefix, in one trie per leading key (a VRF).
 //
-// DESCRIPTION  A trie's value is the record of the prefix. Records whose addresses differ only below the mask
-// share a prefix; from the second one on the value leads to a block with an ordered index of {address,
-// record}, which serves the prefix until its last record leaves, so a reader that looks into it never finds
-// it taken apart. A record is entered before it is live and taken out after it is dead, so what a trie leads
-// to is a hint (records.h).
+// DESCRIPTION  The tries stand in the order of their leading keys, and each has its prefixes in order, so that together
+// they are the records in the order of {leading columns, address, mask} (from). A trie's value is the record of the
+// prefix. Records whose addresses differ only below the mask share a prefix; from the second one on the value leads to
+// a block with an ordered index of {address, record}, which serves the prefix until its last record leaves, so a reader
+// that looks into it never finds it taken apart. A record is entered before it is live and taken out after it is dead,
+// so what a trie leads to is a hint (records.h).
 //
 // Beside each trie stands when a record last became live in it. A lookup that finds the record of the longest
 // prefix live, and this unchanged since it began, has an answer that was right when the record was looked at:
 // meanwhile prefixes can only have gone.
 //
-// COST     enter, leave, longest: that of the trie.
+// COST     enter, leave, longest: that of the trie, and finding it among the tries.
 // THREADS  One writer (REQUIRES the table's lock); the const functions from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_PREFIX_TABLES_H
 #define FIBDB_ENGINE_STORE_PREFIX_TABLES_H
@@ -20,7 +21,6 @@
 #include <cstdint>
 
 #include "engine/store/key.h"
-#include "engine/store/key_directory.h"
 #include "engine/store/longest_prefix_index.h"
 #include "engine/store/ordered_index.h"
 
@@ -32,6 +32,7 @@ struct Prefix {
   uint8_t length;  // at most kMaxPrefixLength
 
   bool covers(uint32_t other) const { return length == 0 || (addr ^ other) >> (kMaxPrefixLength - length) == 0; }
+  bool hasBitsBelow() const { return length < kMaxPrefixLength && addr << length != 0; }
 };
 
 // What a prefix leads to: a record, or a block of several.
@@ -54,82 +55,105 @@ class PrefixValue {
 };
 
 class PrefixTables {
-  struct TrieEntry {
-    LongestPrefixState trie;
-    uint32_t unused;
+  // Leading columns as numbers that sort, and the trie of those records.
+  struct Trie {
+    uint32_t leading[4];
     uint64_t arrivedAt;  // the heap's clock
+    LongestPrefixState prefixes;
+    uint32_t unused;
   };
-  using Tries = KeyDirectory<TrieEntry>;
+  static_assert(sizeof Trie::leading == sizeof OrderedEntry::words);
+  using Tries = OrderedIndex<OrderedEntry>;
   using Sharers = OrderedIndex<PostingEntry>;
 
  public:
-  static constexpr uint32_t kMaxEnterBytes =
-      Tries::kMaxWriteBytes + LongestPrefixIndex::kMaxWriteBytes + Sharers::kMaxInsertBytes + sizeof(OrderedIndexState);
-  static constexpr uint32_t kMaxLeaveBytes = LongestPrefixIndex::kMaxWriteBytes + Sharers::kMaxEraseBytes;
+  static constexpr uint32_t kMaxEnterBytes = Tries::kMaxInsertBytes + sizeof(Trie) +
+                                             LongestPrefixIndex::kMaxWriteBytes + Sharers::kMaxInsertBytes +
+                                             sizeof(OrderedIndexState);
+  static constexpr uint32_t kMaxLeaveBytes =
+      LongestPrefixIndex::kMaxWriteBytes + Sharers::kMaxEraseBytes + Tries::kMaxEraseBytes;
   // The same in pieces.
-  static constexpr uint32_t kMaxEnterPieces =
-      Tries::kMaxWritePieces + LongestPrefixIndex::kMaxInsertPieces + Sharers::kMaxInsertBytes / kPieceBytes + 1;
+  static constexpr uint32_t kMaxEnterPieces = Tries::kMaxInsertBytes / kPieceBytes + 1 +
+                                              LongestPrefixIndex::kMaxInsertPieces +
+                                              Sharers::kMaxInsertBytes / kPieceBytes + 1;
   static constexpr uint32_t kMaxLeavePieces =
-      LongestPrefixIndex::kMaxErasePieces + Sharers::kMaxEraseBytes / kPieceBytes;
+      LongestPrefixIndex::kMaxErasePieces + Sharers::kMaxEraseBytes / kPieceBytes + Tries::kMaxEraseBytes / kPieceBytes;
 
-  PrefixTables(Heap& heap, HashIndexState& tries, const KeyShape& shape) : heap_(&heap), tries_(heap, tries, shape) {}
+  PrefixTables(Heap& heap, OrderedIndexState& tries, const KeyShape& leading)
+      : heap_(&heap), tries_(heap, tries), leading_(&leading) {}
 
-  // What a write calls before it changes anything: 0, or the heap's code.
-  uint32_t prepare() { return tries_.prepare(); }
   // A record that becomes live: entered before, settled after. The block of its trie.
-  // addrOf: callable as uint32_t(Ref), the address of a record entered earlier.
+  // leading: the packed leading columns. addrOf: callable as uint32_t(Ref), the address of a record entered earlier.
   template <class AddrOf>
-  Ref enter(const Key& leading, const Prefix& prefix, Ref record, AddrOf&& addrOf);
-  void settle(Ref block) { publish(tries_.payload(block)->arrivedAt, heap_->clock()); }
+  Ref enter(const uint8_t* leading, const Prefix& prefix, Ref record, AddrOf&& addrOf);
+  void settle(Ref block) { publish(at(block).arrivedAt, heap_->clock()); }
   // A record that is dead.
-  void leave(const Key& leading, const Prefix& prefix, Ref record);
-  // keep: bytes that others must still be able to allocate.
-  void grow(uint32_t keep) { tries_.grow(keep); }
+  void leave(const uint8_t* leading, const Prefix& prefix, Ref record);
 
   // The block of the trie of these leading columns, or kNoRef.
-  Ref find(const Key& leading) const { return tries_.find(leading); }
-  uint64_t arrivedAt(Ref block) const { return follow(tries_.payload(block)->arrivedAt); }
+  Ref find(const uint8_t* leading) const;
+  uint64_t arrivedAt(Ref block) const { return follow(at(block).arrivedAt); }
   // The longest prefix that covers addr and is no longer than maxLength; value 0: there is none.
   PrefixMatch longest(Ref block, uint32_t addr, uint8_t maxLength) const {
-    return trie(block).longest(addr, maxLength);
+    return prefixes(block).longest(addr, maxLength);
   }
   // The values of all of them, longest first.
   void match(Ref block, uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {
-    trie(block).match(addr, maxLength, out);
+    prefixes(block).match(addr, maxLength, out);
   }
   // Of the records that share a prefix, up to `most` that come after `after`, in order; 0: no more.
   uint32_t sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out, uint32_t most) const;
 
+  // Copies up to `most` prefixes of all tries, in order, from this key on; fewer only at the end. An entry's words are
+  // its key, the address without bits below the mask, and in the place of a record stands the prefix's value.
+  uint32_t from(const OrderedEntry& first, OrderedEntry* out, uint32_t most) const;
+  // The address in such a key.
+  uint32_t addrIn(const OrderedEntry& entry) const { return entry.words[addrWord()]; }
+  // The key right behind.
+  OrderedEntry behind(OrderedEntry entry) const {
+    entry.words[addrWord() + 1] += 1U << kLengthShift;
+    return entry;
+  }
+
   // All blocks; each trie's block, and whether it is in place; each record with its trie and its prefix, whose address
   // has the bits below the mask only where records share it.
   void survey(VisitBlock block, Visit<Ref, bool> trie, Visit<Ref, const Prefix&, Ref> record) const;
-  const uint8_t* leadingBytes(Ref block) const { return tries_.keyBytes(block); }
+  // Whether the trie is that of the row's leading columns.
+  bool isOf(Ref block, const uint8_t* row) const;
 
  private:
-  LongestPrefixIndex trie(Ref block) const { return LongestPrefixIndex(*heap_, tries_.payload(block)->trie); }
+  // The mask is one byte behind the address, and the rest of its word is empty.
+  static constexpr unsigned kLengthShift = 24;
+
+  Trie& at(Ref block) const { return *heap_->at<Trie>(block); }
+  LongestPrefixIndex prefixes(Ref block) const { return LongestPrefixIndex(*heap_, at(block).prefixes); }
   Sharers sharers(Ref block) const { return Sharers(*heap_, *heap_->at<OrderedIndexState>(block)); }
+  uint32_t addrWord() const { return leading_->length() / uint32_t{sizeof(uint32_t)}; }
+  Ref makeTrie(const uint8_t* leading);
   Ref makeSharers();
 
   Heap* heap_;
   Tries tries_;
+  const KeyShape* leading_;
 };
 
 template <class AddrOf>
-Ref PrefixTables::enter(const Key& leading, const Prefix& prefix, Ref record, AddrOf&& addrOf) {
-  const Ref table = tries_.enter(leading);
-  LongestPrefixIndex prefixes = trie(table);
-  const PrefixValue value(prefixes.find(prefix.addr, prefix.length));
+Ref PrefixTables::enter(const uint8_t* leading, const Prefix& prefix, Ref record, AddrOf&& addrOf) {
+  const Ref known = find(leading);
+  const Ref block = known != kNoRef ? known : makeTrie(leading);
+  LongestPrefixIndex trie = prefixes(block);
+  const PrefixValue value(trie.find(prefix.addr, prefix.length));
   if (value.none()) {
-    prefixes.insert(prefix.addr, prefix.length, record);
+    trie.insert(prefix.addr, prefix.length, record);
   } else if (value.isSeveral()) {
     sharers(value.ref()).insert({prefix.addr, record});
   } else {
-    const Ref block = makeSharers();
-    sharers(block).insert({addrOf(value.ref()), value.ref()});
-    sharers(block).insert({prefix.addr, record});
-    prefixes.insert(prefix.addr, prefix.length, PrefixValue::several(block).word());
+    const Ref several = makeSharers();
+    sharers(several).insert({addrOf(value.ref()), value.ref()});
+    sharers(several).insert({prefix.addr, record});
+    trie.insert(prefix.addr, prefix.length, PrefixValue::several(several).word());
   }
-  return table;
+  return block;
 }
 
 }  // namespace fibdb::store

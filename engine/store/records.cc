@@ -107,7 +107,7 @@ const uint8_t* Records::row(Ref record) const {
 bool Records::canBe(Ref record) const {
   const uint32_t unit = record & (kExtentUnits - 1);
   return heap_->arena().readable(record) && unit >= kHeadUnits &&
-         (unit - kHeadUnits) / layout_->slotUnits < layout_->slotsPerExtent;
+         unit - kHeadUnits < layout_->slotsPerExtent * layout_->slotUnits;
 }
 
 bool Records::isLive(Ref record) const { return (follow(heap_->at<uint32_t>(record)[kVersion]) & kLive) != 0; }

@@ -92,6 +92,24 @@ constexpr bool endsInPrefix(const schema::Index& index) {
          columns[columns.size() - 1].size == sizeof Prefix::length;
 }
 
+// The index whose tries keep the order of this one: that with the same columns. nullptr when there is none, or when its
+// keys are not words that tries sort as numbers.
+constexpr const schema::Index* triesOf(const schema::Table& table, const schema::Index& ordered) {
+  const auto sameColumn = [](const schema::Column& a, const schema::Column& b) {
+    return a.offset == b.offset && a.size == b.size && a.kind == b.kind;
+  };
+  for (const schema::Index& index : table.indexes) {
+    if (index.kind != schema::IndexKind::kLongest || !endsInPrefix(index)) continue;
+    if (!std::ranges::equal(index.parts(), ordered.parts(), sameColumn)) continue;
+    const schema::Column& addr = index.parts()[index.parts().size() - 2];
+    const size_t leading = index.keyLength - sizeof Prefix::addr - sizeof Prefix::length;
+    const bool isWords = leading % sizeof(uint32_t) == 0 && addr.offset % sizeof(uint32_t) == 0 &&
+                         addr.kind == schema::FieldKind::kNumber;
+    return isWords ? &index : nullptr;
+  }
+  return nullptr;
+}
+
 constexpr bool servable(const schema::Table& table, const schema::Index& index) {
   if (index.keyLength > schema::kMaxKeyLength) return false;
   for (const schema::Column& column : index.parts()) {
@@ -105,7 +123,8 @@ constexpr bool servable(const schema::Table& table, const schema::Index& index) 
     case schema::IndexKind::kOrdered:
       return neverChanges(table, index) && index.keyLength <= KeyShape::kMaxOrderedKey;
     case schema::IndexKind::kLongest:
-      return neverChanges(table, index) && endsInPrefix(index);
+      return neverChanges(table, index) && endsInPrefix(index) &&
+             index.keyLength <= KeyShape::kMaxOrderedKey + sizeof Prefix::addr + sizeof Prefix::length;
   }
   return false;
 }

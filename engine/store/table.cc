@@ -84,10 +84,8 @@ class Table::Writer {
 uint32_t Table::Writer::prepare() {
   if (const uint32_t code = table_.primary(heap_).prepare()) return code;
   for (size_t i = 1; i < table_.planCount_; ++i) {
-    uint32_t code = 0;
-    if (table_.plans_[i].kind == IndexKind::kSecondary) code = table_.secondary(heap_, i).prepare();
-    if (table_.plans_[i].kind == IndexKind::kLongest) code = table_.prefixes(heap_, i).prepare();
-    if (code != 0) return code;
+    if (table_.plans_[i].kind != IndexKind::kSecondary) continue;
+    if (const uint32_t code = table_.secondary(heap_, i).prepare()) return code;
   }
   return 0;
 }
@@ -161,11 +159,13 @@ Ref Table::Writer::enter(size_t index, const uint8_t* row, Ref record) {
       plan.shape.fromRow(row, key);
       return table_.secondary(heap_, index).enter(key, record);
     case IndexKind::kOrdered:
-      table_.ordered(heap_, index).insert(plan.shape.orderedInRow(row, record));
+      if (table_.isOrderedApart(index, row)) {
+        table_.ordered(heap_, index).insert(plan.shape.orderedInRow(row, record));
+      }
       break;
     case IndexKind::kLongest:
-      plan.leading.fromRow(row, key);
-      return table_.prefixes(heap_, index).enter(key, plan.prefixIn(row), record, [&](Ref other) {
+      plan.leading.pack(row, key.bytes);
+      return table_.prefixes(heap_, index).enter(key.bytes, plan.prefixIn(row), record, [&](Ref other) {
         return plan.prefixIn(records_.row(other)).addr;
       });
   }
@@ -190,11 +190,13 @@ void Table::Writer::leave(size_t index, const uint8_t* row, Ref block, Ref recor
       table_.secondary(heap_, index).leave(key, block, record);
       break;
     case IndexKind::kOrdered:
-      table_.ordered(heap_, index).erase(plan.shape.orderedInRow(row, record));
+      if (table_.isOrderedApart(index, row)) {
+        table_.ordered(heap_, index).erase(plan.shape.orderedInRow(row, record));
+      }
       break;
     case IndexKind::kLongest:
-      plan.leading.fromRow(row, key);
-      table_.prefixes(heap_, index).leave(key, plan.prefixIn(row), record);
+      plan.leading.pack(row, key.bytes);
+      table_.prefixes(heap_, index).leave(key.bytes, plan.prefixIn(row), record);
       break;
   }
 }
@@ -204,7 +206,6 @@ void Table::Writer::grow() {
   table_.primary(heap_).grow(table_.keptBytes_);
   for (size_t i = 1; i < table_.planCount_; ++i) {
     if (table_.plans_[i].kind == IndexKind::kSecondary) table_.secondary(heap_, i).grow(table_.keptBytes_);
-    if (table_.plans_[i].kind == IndexKind::kLongest) table_.prefixes(heap_, i).grow(table_.keptBytes_);
   }
 }
 
@@ -298,6 +299,10 @@ void Table::attach(const schema::Table& layout, Arena& arena, TableState& state)
     const auto columns = layout.indexes[i].parts();
     plans_[i].kind = layout.indexes[i].kind;
     plans_[i].shape = KeyShape(columns);
+    if (plans_[i].kind == IndexKind::kOrdered) {
+      const schema::Index* const tries = triesOf(layout, layout.indexes[i]);
+      if (tries != nullptr) plans_[i].tries = static_cast<uint8_t>(numberOf(*tries));
+    }
     if (plans_[i].kind != IndexKind::kLongest) continue;
     plans_[i].leading = KeyShape(columns.first(columns.size() - 2));
     plans_[i].addrOffset = columns[columns.size() - 2].offset;
@@ -343,7 +348,12 @@ OrderedIndex<OrderedEntry> Table::ordered(Heap& heap, size_t index) const {
 }
 
 PrefixTables Table::prefixes(Heap& heap, size_t index) const {
-  return PrefixTables(heap, state_->indexes[index].hash, plans_[index].leading);
+  return PrefixTables(heap, state_->indexes[index].order, plans_[index].leading);
+}
+
+bool Table::isOrderedApart(size_t index, const uint8_t* row) const {
+  const uint8_t tries = plans_[index].tries;
+  return tries == 0 || plans_[tries].prefixIn(row).hasBitsBelow();
 }
 
 // The writer's own look: what it finds is live, since a write leaves no dead record in an index.

@@ -129,6 +129,9 @@ class Table {
     // Longest prefix only: the columns before address and mask, and where those two stand in the row.
     KeyShape leading;
     uint16_t addrOffset = 0, maskOffset = 0;
+    // Ordered only: the longest-prefix index with the same columns, whose tries keep the order; 0: there is none.
+    // The index itself then has only what a trie cannot order: records with address bits below the mask.
+    uint8_t tries = 0;
 
     Prefix prefixIn(const uint8_t* row) const;
   };
@@ -151,6 +154,8 @@ class Table {
   SecondaryIndex secondary(Heap& heap, size_t index) const;
   OrderedIndex<OrderedEntry> ordered(Heap& heap, size_t index) const;
   PrefixTables prefixes(Heap& heap, size_t index) const;
+  // Whether an ordered index has an entry of its own for the row.
+  bool isOrderedApart(size_t index, const uint8_t* row) const;
 
   Ref find(Heap& heap, const Key& primaryKey) const;
   bool readOne(Heap& heap, const Key& primaryKey, uint64_t latest, uint8_t* row) const;
@@ -210,6 +215,8 @@ class Cursor {
   PostingEntry entryOf(const uint8_t* row, Ref record) const;
   uint32_t refillUnderKey();
   uint32_t refillRange();
+  uint32_t refillAlongTries();
+  void putOwnRecords(Heap& heap, const PrefixTables& tables, OrderedEntry* entries, uint32_t count) const;
   bool keeps(const uint8_t* row) const;
 
   static constexpr uint32_t kRun = 24;

@@ -139,6 +139,9 @@ class StoredPrefixes : public Ground {
   uint32_t find(uint32_t addr, uint8_t length) const { return index_.find(addr, length); }
   PrefixMatch longest(uint32_t addr, uint8_t maxLength) const { return index_.longest(addr, maxLength); }
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const { index_.match(addr, maxLength, out); }
+  uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const {
+    return index_.from(addr, length, out, most);
+  }
 
  private:
   LongestPrefixState root_{};
@@ -176,6 +179,18 @@ class LinearPrefixes {
       out.values[out.count] = value;
       out.lengths[out.count++] = static_cast<uint8_t>(length);
     }
+  }
+  uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const {
+    std::vector<PrefixEntry> wanted;
+    for (const Prefix& prefix : prefixes_) {
+      const uint32_t own = prefix.length == 0 ? 0 : prefix.addr >> (32 - prefix.length) << (32 - prefix.length);
+      const PrefixEntry entry{own, prefix.length, prefix.value};
+      if (std::pair(own, uint32_t{prefix.length}) >= std::pair(addr, length)) wanted.push_back(entry);
+    }
+    std::ranges::sort(wanted, {}, [](const PrefixEntry& entry) { return std::pair(entry.addr, entry.length); });
+    const auto count = std::min<size_t>(most, wanted.size());
+    std::copy_n(wanted.begin(), count, out);
+    return static_cast<uint32_t>(count);
   }
 
  private:

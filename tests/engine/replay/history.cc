@@ -61,7 +61,10 @@ void History::makeKeys() {
       for (const uint32_t host : {0U, 1U, 6U, 200U, 5000U}) probes_.push_back({vrf, net + host});
     }
   }
-  for (uint32_t i = 0; i < shape_.hosts; ++i) keys_.push_back({i % kVrfs, 0x14000000 + i * 37, 32});
+  // Half of them with bits below their mask.
+  for (uint32_t i = 0; i < shape_.hosts; ++i) {
+    keys_.push_back({i % kVrfs, 0x14000000 + i * 37, static_cast<uint8_t>(i / kVrfs % 2 == 0 ? 32 : 28)});
+  }
   std::sort(keys_.begin(), keys_.end());
   keys_.erase(std::unique(keys_.begin(), keys_.end()), keys_.end());
   versions_.resize(keys_.size());

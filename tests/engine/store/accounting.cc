@@ -161,6 +161,11 @@ void Accounting::checkOrdered(Heap& heap, size_t number) {
   };
   const auto tree = table_->ordered(heap, number);
   tree.survey([&](Ref block, uint32_t bytes) { own(block, bytes, index); }, eachEntry);
+  // Records that the tries have in order need no entry, and must have none.
+  for (const Ref record : live_) {
+    const bool apart = table_->isOrderedApart(number, table_->records(heap).row(record));
+    if (!apart && ++entered[record] > 1) find(name(index + ": entered beside the tries:", record));
+  }
   checkEntered(index, entered);
 }
 
@@ -172,7 +177,7 @@ void Accounting::checkPrefixes(Heap& heap, size_t number) {
   std::map<Ref, uint32_t> under;
   const auto eachTrie = [&](Ref trie, bool inPlace) {
     under[trie] = 0;
-    if (!inPlace) find(name(index + ": a trie in the wrong bucket:", trie));
+    if (!inPlace) find(name(index + ": a trie under another key:", trie));
   };
   const auto eachRecord = [&](Ref trie, const Prefix& prefix, Ref record) {
     ++entered[record];
@@ -180,7 +185,7 @@ void Accounting::checkPrefixes(Heap& heap, size_t number) {
     if (!live_.contains(record)) return;
     const uint8_t* row = table_->records(heap).row(record);
     const Prefix own = plan.prefixIn(row);
-    if (!plan.leading.isIn(row, prefixes.leadingBytes(trie))) find(name(index + ": in another trie:", record));
+    if (!prefixes.isOf(trie, row)) find(name(index + ": in another trie:", record));
     if (own.length != prefix.length || !own.covers(prefix.addr)) find(name(index + ": at another prefix:", record));
   };
   prefixes.survey([&](Ref block, uint32_t bytes) { this->own(block, bytes, index); }, eachTrie, eachRecord);

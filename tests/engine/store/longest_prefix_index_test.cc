@@ -3,8 +3,10 @@
 // tests/engine/store/longest_prefix_index_test.cc: the trie against the linear scan.
 #include "engine/store/longest_prefix_index.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -29,6 +31,13 @@ class PrefixContract : public testing::Test {
     PrefixMatches out;
     index.match(addr, maxLength, out);
     return {out.values, out.values + out.count};
+  }
+  std::vector<uint32_t> from(uint32_t addr, uint32_t length, uint32_t most) const {
+    std::vector<PrefixEntry> out(most);
+    out.resize(index.from(addr, length, out.data(), most));
+    std::vector<uint32_t> values;
+    for (const PrefixEntry& entry : out) values.push_back(entry.value);
+    return values;
   }
   Index index;
 };
@@ -78,6 +87,34 @@ TYPED_TEST(PrefixContract, a_prefix_of_every_length_matches_longest_first) {
     const uint32_t other = addr ^ 1u << (32 - differing);
     EXPECT_EQ(this->index.longest(other, 32).value, 99u + differing) << "agrees in all but bit " << int{differing};
   }
+}
+
+TYPED_TEST(PrefixContract, prefixes_come_by_address_and_of_one_address_the_shorter_first) {
+  this->index.insert(ip(10, 0, 0, 0), 8, 2);
+  this->index.insert(ip(10, 0, 1, 0), 24, 5);
+  this->index.insert(0, 0, 1);
+  this->index.insert(ip(10, 0, 0, 0), 32, 4);
+  this->index.insert(ip(10, 0, 0, 0), 16, 3);
+  this->index.insert(~0u, 32, 6);
+  using testing::ElementsAre;
+  EXPECT_THAT(this->from(0, 0, 9), ElementsAre(1, 2, 3, 4, 5, 6));
+  EXPECT_THAT(this->from(0, 1, 9), ElementsAre(2, 3, 4, 5, 6));
+  EXPECT_THAT(this->from(ip(10, 0, 0, 0), 9, 2), ElementsAre(3, 4));
+  EXPECT_THAT(this->from(ip(10, 0, 0, 0), 33, 1), ElementsAre(5));
+  EXPECT_THAT(this->from(ip(10, 0, 1, 1), 0, 9), ElementsAre(6));
+  EXPECT_THAT(this->from(~0u, 33, 9), ElementsAre());
+}
+
+bool sameEntry(const PrefixEntry& a, const PrefixEntry& b) {
+  return a.addr == b.addr && a.length == b.length && a.value == b.value;
+}
+
+void expectSameOrder(const StoredPrefixes& index, const LinearPrefixes& twin, uint32_t addr, uint32_t length,
+                     uint32_t most) {
+  std::vector<PrefixEntry> found(most), expected(most);
+  found.resize(index.from(addr, length, found.data(), most));
+  expected.resize(twin.from(addr, length, expected.data(), most));
+  ASSERT_TRUE(std::ranges::equal(found, expected, sameEntry)) << "from " << std::hex << addr << "/" << length;
 }
 
 void expectSameAnswers(const StoredPrefixes& index, const LinearPrefixes& twin, uint32_t addr, uint8_t maxLength) {
@@ -132,6 +169,7 @@ class Exhaustive {
     for (uint32_t bits = 0; bits < 16; ++bits) {
       for (uint32_t length = 0; length <= 4; ++length) {
         expectSameAnswers(index_, twin_, place(bits, 4), static_cast<uint8_t>(shift_ + length));
+        expectSameOrder(index_, twin_, place(bits, 4), shift_ + length, 1 + bits % 4);
         if (testing::Test::HasFatalFailure()) return;
       }
     }
@@ -182,6 +220,7 @@ TEST(LongestPrefixIndex, random_inserts_and_erases_answer_like_the_scan) {
     }
     const RandomPrefix probe(random);
     expectSameAnswers(index, twin, probe.addr, static_cast<uint8_t>(random() % 33));
+    expectSameOrder(index, twin, probe.addr & maskOf(random() % 33), random() % 33, 1 + random() % 30);
     if (HasFatalFailure()) return;
   }
 }
@@ -240,6 +279,9 @@ TEST(LongestPrefixIndex, reading_a_node_that_is_its_own_child_ends_within_bounds
   index.match(ip(192, 0, 2, 1), 32, matches);
   EXPECT_EQ(matches.count, kMaxMatches);
   EXPECT_EQ(index.longest(ip(192, 0, 2, 1), 32).value, node);
+  PrefixEntry entries[24];
+  EXPECT_EQ(index.from(0, 0, entries, 24), 24u);
+  EXPECT_LE(index.from(~0u, 33, entries, 24), 24u);
 }
 
 // A reader that was overtaken sees reused memory. It may answer anything, but it must answer.
@@ -266,6 +308,10 @@ TEST(LongestPrefixIndex, reading_garbage_ends_within_bounds) {
     ASSERT_LE(matches.count, kMaxMatches);
     answers += index.longest(random(), 32).value != 0;
     answers += index.find(random(), static_cast<uint8_t>(random() % 33)) != 0;
+    PrefixEntry entries[8];
+    const uint32_t got = index.from(random(), random() % 34, entries, 8);
+    ASSERT_LE(got, 8u);
+    answers += got;
   }
   EXPECT_GT(answers, 0u) << "the garbage was not interesting enough to be followed";
 }
