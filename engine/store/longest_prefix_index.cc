@@ -180,13 +180,28 @@ Ref branch(Heap& heap, uint32_t level, uint32_t addr, Depth depth, uint32_t valu
   return top;
 }
 
-// Calls visit(level, node, covering) for the nodes on the way to addr, from the root on; covering has the
+// Shortcuts lead to the nodes of this level; there is one for every way to them.
+constexpr uint32_t kShortcutLevel = 3;
+constexpr uint32_t kShortcutBits = kShortcutLevel * kChunkBits - kLeadingBits;
+constexpr uint32_t kShortcutsPerBlock = kMaxBlockBytes / sizeof(Ref);
+static_assert(kShortcutsPerBlock * kShortcutBlocks == 1U << kShortcutBits);
+
+// From so many prefixes on a trie has shortcuts. A test may want them in small ones.
+#ifdef FIBDB_LARGE_TRIE
+constexpr uint32_t kLargeTrie = FIBDB_LARGE_TRIE;
+#else
+constexpr uint32_t kLargeTrie = 2048;
+#endif
+
+constexpr uint32_t shortcutOf(uint32_t addr) { return addr >> (kMaxLength - kShortcutBits); }
+
+// Calls visit(level, node, covering) for the nodes on the way to addr, from one of them on; covering has the
 // places of the prefixes in the node that cover addr and are no longer than the depth. What a reader meets
 // may be garbage if it was overtaken: it goes no further than the last level and follows no Ref out of the arena.
 template <class Visit>
-[[gnu::always_inline]] inline void walk(const Arena& arena, Ref root, uint32_t addr, Depth depth, Visit&& visit) {
-  Ref ref = root;
-  for (uint32_t level = 0; ref != kNoRef && arena.readable(ref); ++level) {
+[[gnu::always_inline]] inline void walk(const Arena& arena, Ref from, uint32_t level, uint32_t addr, Depth depth,
+                                        Visit&& visit) {
+  for (Ref ref = from; ref != kNoRef && arena.readable(ref); ++level) {
     const Node& node = *arena.at<Node>(ref);
     const uint32_t chunk = chunkOf(addr, level);
     const uint64_t children = load(node.children);
@@ -220,6 +235,22 @@ constexpr uint64_t startsOf(uint64_t prefixes) {
   return starts;
 }
 static_assert(startsOf(bitOf(1)) == bitOf(0) && startsOf(bitOf(3)) == bitOf(32) && startsOf(bitOf(63)) == bitOf(62));
+
+// Of the nodes on the way from one of them to addr the last that has a prefix which covers it.
+[[gnu::always_inline]] inline PrefixMatch longestFrom(const Arena& arena, Ref from, uint32_t level, uint32_t addr,
+                                                      Depth depth) {
+  const Node* best = nullptr;
+  uint64_t bestCovering = 0;
+  uint32_t bestLevel = 0;
+  walk(arena, from, level, addr, depth, [&](uint32_t here, const Node& node, uint64_t covering) {
+    best = covering != 0 ? &node : best;
+    bestCovering = covering != 0 ? covering : bestCovering;
+    bestLevel = covering != 0 ? here : bestLevel;
+  });
+  if (best == nullptr) return {0, 0};
+  const uint32_t place = highestOf(bestCovering);
+  return {valueAt(*best, place), lengthAt(bestLevel, place)};
+}
 
 // A walk in the order of addresses, of one address the shorter prefix first: in a node chunk by chunk, first the
 // prefixes that begin with the chunk, then its child. What a reader meets may be garbage if it was overtaken; the walk
@@ -345,28 +376,42 @@ auto counting(Lookup lookup) {
 }  // namespace
 
 uint32_t LongestPrefixIndex::insert(uint32_t addr, uint8_t length, uint32_t value) {
+  return place(addr, length, value, /*replaces=*/true);
+}
+
+uint32_t LongestPrefixIndex::insertNew(uint32_t addr, uint8_t length, uint32_t value) {
+  return place(addr, length, value, /*replaces=*/false);
+}
+
+uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value, bool replaces) {
   const Depth depth(length);
   Ref* link = &state_->root;
-  for (uint32_t level = 0; *link != kNoRef; ++level) {
+  uint32_t level = 0;
+  for (; *link != kNoRef; ++level) {
     Node& node = *heap_->at<Node>(*link);
     if (level == depth.level) {
       const uint32_t place = depth.placeOf(addr);
-      if ((node.prefixes & bitOf(place)) != 0) return exchange(valueOf(node, place), value);
+      if ((node.prefixes & bitOf(place)) != 0) {
+        uint32_t& known = valueOf(node, place);
+        return replaces ? exchange(known, value) : known;
+      }
       Draft draft(node);
       draft.addPrefix(place, value);
       replace(*heap_, *link, draft);
-      return 0;
+      break;
     }
     const uint32_t chunk = chunkOf(addr, level);
     if ((node.children & bitOf(chunk)) == 0) {
       Draft draft(node);
       draft.addChild(chunk, branch(*heap_, level + 1, addr, depth, value));
       replace(*heap_, *link, draft);
-      return 0;
+      break;
     }
     link = &childOf(node, chunk);
   }
-  publish(*link, branch(*heap_, 0, addr, depth, value));
+  if (*link == kNoRef) publish(*link, branch(*heap_, 0, addr, depth, value));
+  store(state_->count, state_->count + 1);
+  if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
   return 0;
 }
 
@@ -401,37 +446,97 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
     draft.removeChild(chunkOf(addr, level - 1));
   }
   replace(*heap_, *link, draft);
+  if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
   while (emptiedCount > 0) {
     const Ref node = emptied[--emptiedCount];
     heap_->retire(node, bytesOf(*heap_->at<Node>(node)));
   }
+  store(state_->count, state_->count - 1);
+  if (state_->root == kNoRef) retireShortcuts();
   return value;
 }
 
+// The node of the shortcuts' level on the way to addr, by the way from the root.
+Ref LongestPrefixIndex::nodeAbove(uint32_t addr) const {
+  Ref ref = state_->root;
+  for (uint32_t level = 0; level < kShortcutLevel && ref != kNoRef; ++level) {
+    const Node& node = *heap_->at<Node>(ref);
+    const uint32_t chunk = chunkOf(addr, level);
+    ref = (node.children & bitOf(chunk)) == 0 ? kNoRef : refsOf(node)[childRank(node.children, chunk)];
+  }
+  return ref;
+}
+
+// Sets the shortcut to what the way from the root leads to now.
+void LongestPrefixIndex::lead(uint32_t addr) {
+  const Ref block = state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock];
+  if (block != kNoRef) publish(heap_->at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock], nodeAbove(addr));
+}
+
+void LongestPrefixIndex::grow(uint32_t addr, uint32_t keep) {
+  if (state_->count >= kLargeTrie && state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock] == kNoRef) {
+    makeShortcuts(addr, keep);
+  }
+}
+
+void LongestPrefixIndex::makeShortcuts(uint32_t addr, uint32_t keep) {
+  const uint32_t number = shortcutOf(addr) / kShortcutsPerBlock;
+  if (heap_->ensure(kMaxBlockBytes + keep) != 0) return;
+  const Ref block = heap_->allocate(kMaxBlockBytes);
+  for (uint32_t i = 0; i < kShortcutsPerBlock; ++i) {
+    const uint32_t way = (number * kShortcutsPerBlock + i) << (kMaxLength - kShortcutBits);
+    store(heap_->at<Ref>(block)[i], nodeAbove(way));
+  }
+  publish(state_->shortcuts[number], block);
+}
+
+void LongestPrefixIndex::retireShortcuts() {
+  for (Ref& shortcuts : state_->shortcuts) {
+    if (shortcuts == kNoRef) continue;
+    const Ref block = shortcuts;
+    publish(shortcuts, kNoRef);
+    heap_->retire(block, kMaxBlockBytes);
+  }
+}
+
+// A reader's: kNoRef when there is no shortcut, or no node. What it was overtaken by may have left garbage.
+inline Ref LongestPrefixIndex::shortcutTo(uint32_t addr) const {
+  const Ref block = follow(state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock]);
+  if (block == kNoRef || !heap_->arena().readable(block)) return kNoRef;
+  return follow(heap_->at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock]);
+}
+
+bool LongestPrefixIndex::shortcutsLeadRight() const {
+  for (uint32_t way = 0; way < 1U << kShortcutBits; ++way) {
+    const uint32_t addr = way << (kMaxLength - kShortcutBits);
+    const Ref block = state_->shortcuts[way / kShortcutsPerBlock];
+    if (block != kNoRef && heap_->at<Ref>(block)[way % kShortcutsPerBlock] != nodeAbove(addr)) return false;
+  }
+  return true;
+}
+
 uint32_t LongestPrefixIndex::find(uint32_t addr, uint8_t length) const {
-  const Depth depth(length);
-  uint32_t value = 0;
-  walk(heap_->arena(), follow(state_->root), addr, depth, [&](uint32_t level, const Node& node, uint64_t covering) {
-    const uint32_t place = depth.placeOf(addr);
-    if (level == depth.level && (covering & bitOf(place)) != 0) value = valueAt(node, place);
+  return counting([&]() __attribute__((always_inline)) {
+    const Depth depth(length);
+    const Ref below = depth.level < kShortcutLevel ? kNoRef : shortcutTo(addr);
+    uint32_t value = 0;
+    walk(heap_->arena(), below != kNoRef ? below : follow(state_->root), below != kNoRef ? kShortcutLevel : 0, addr,
+         depth, [&](uint32_t level, const Node& node, uint64_t covering) {
+           const uint32_t place = depth.placeOf(addr);
+           if (level == depth.level && (covering & bitOf(place)) != 0) value = valueAt(node, place);
+         });
+    return value;
   });
-  return value;
 }
 
 PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const {
   return counting([&]() __attribute__((always_inline))->PrefixMatch {
-    const Node* best = nullptr;
-    uint64_t bestCovering = 0;
-    uint32_t bestLevel = 0;
-    walk(heap_->arena(), follow(state_->root), addr, Depth(maxLength),
-         [&](uint32_t level, const Node& node, uint64_t covering) {
-           best = covering != 0 ? &node : best;
-           bestCovering = covering != 0 ? covering : bestCovering;
-           bestLevel = covering != 0 ? level : bestLevel;
-         });
-    if (best == nullptr) return {0, 0};
-    const uint32_t place = highestOf(bestCovering);
-    return {valueAt(*best, place), lengthAt(bestLevel, place)};
+    const Depth depth(maxLength);
+    if (depth.level >= kShortcutLevel) {
+      const PrefixMatch below = longestFrom(heap_->arena(), shortcutTo(addr), kShortcutLevel, addr, depth);
+      if (below.value != 0) return below;
+    }
+    return longestFrom(heap_->arena(), follow(state_->root), 0, addr, depth);
   });
 }
 
@@ -442,8 +547,11 @@ uint32_t LongestPrefixIndex::from(uint32_t addr, uint32_t length, PrefixEntry* o
   });
 }
 
-void LongestPrefixIndex::survey(VisitBlock node, Visit<uint32_t, uint8_t, uint32_t> prefix) const {
-  if (state_->root != kNoRef) surveyNode(*heap_, state_->root, 0, 0, node, prefix);
+void LongestPrefixIndex::survey(VisitBlock block, Visit<uint32_t, uint8_t, uint32_t> prefix) const {
+  if (state_->root != kNoRef) surveyNode(*heap_, state_->root, 0, 0, block, prefix);
+  for (const Ref shortcuts : state_->shortcuts) {
+    if (shortcuts != kNoRef) block(shortcuts, kMaxBlockBytes);
+  }
 }
 
 void LongestPrefixIndex::match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {
@@ -454,7 +562,7 @@ void LongestPrefixIndex::match(uint32_t addr, uint8_t maxLength, PrefixMatches& 
   out.count = counting([&]() __attribute__((always_inline)) {
     Stop stops[kLevels];
     uint32_t levels = 0;
-    walk(heap_->arena(), follow(state_->root), addr, Depth(maxLength),
+    walk(heap_->arena(), follow(state_->root), 0, addr, Depth(maxLength),
          [&](uint32_t level, const Node& node, uint64_t covering) {
            stops[level] = {&node, covering};
            levels = level + 1;

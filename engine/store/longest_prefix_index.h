@@ -8,9 +8,14 @@
 // nodes, and neighbours share one. insert and erase copy the node they change, publish the copy with one
 // store and retire the original; changing a value is one store.
 //
+// Beside a large trie stand shortcuts: for each thirteen bits with which an address can begin, the node that the way
+// from the root leads to. Nearly every lookup begins there, and only one that finds nothing below begins again above.
+//
 // COST     match: at most seven nodes, one for every six bits. insert, erase: one node copied, plus new nodes on
 //          the way to a prefix that nothing shared before. from: the nodes between, each once.
-// MEMORY   Four bytes per prefix and per node, and 16 bytes in every node, rounded up to 16.
+//          A shortcut's way is seven nodes less three.
+// MEMORY   Four bytes per prefix and per node, and 16 bytes in every node, rounded up to 16. Shortcuts: 2 KiB for each
+//          sixteenth of the address space that has prefixes.
 // THREADS  One writer (REQUIRES the table's lock); find, longest, match and from, from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
 #define FIBDB_ENGINE_STORE_LONGEST_PREFIX_INDEX_H
@@ -22,8 +27,11 @@
 namespace fibdb::store {
 
 // The stored part; lives in the arena, zero is an empty trie. A table has one per set of leading key columns: a VRF.
+inline constexpr uint32_t kShortcutBlocks = 16;
 struct LongestPrefixState {
   Ref root;
+  uint32_t count;                  // of prefixes
+  Ref shortcuts[kShortcutBlocks];  // blocks of Refs of nodes; kNoRef: not made
 };
 
 struct PrefixMatch {
@@ -59,8 +67,15 @@ class LongestPrefixIndex {
   // Prefixes are addr with bits below length ignored; length is at most 32, a value is not 0.
   // Sets the value of a prefix and returns the one it had, or 0.
   uint32_t insert(uint32_t addr, uint8_t length, uint32_t value);
+  // Sets the value of a prefix that has none and returns 0, or returns the one that it has.
+  uint32_t insertNew(uint32_t addr, uint8_t length, uint32_t value);
   // Removes a prefix and returns the value it had, or 0 when it was not there. An empty trie holds no memory.
   uint32_t erase(uint32_t addr, uint8_t length);
+  // Makes the shortcuts around an address if the trie has become large, unless that would leave less than `keep` bytes.
+  // A write calls it last, when it needs no more memory of its own.
+  void grow(uint32_t addr, uint32_t keep);
+  // The same, large or not.
+  void makeShortcuts(uint32_t addr, uint32_t keep);
 
   // The value of exactly this prefix, or 0.
   uint32_t find(uint32_t addr, uint8_t length) const;
@@ -71,10 +86,18 @@ class LongestPrefixIndex {
   // Copies up to `most` prefixes, in order, from {addr, length} on; fewer only at the end. REQUIRES: most > 0.
   uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const;
 
-  // The nodes, and every prefix: address, length, value.
-  void survey(VisitBlock node, Visit<uint32_t, uint8_t, uint32_t> prefix) const;
+  // The nodes and shortcuts, and every prefix: address, length, value.
+  void survey(VisitBlock block, Visit<uint32_t, uint8_t, uint32_t> prefix) const;
+  // Whether every shortcut leads to where the way from the root leads.
+  bool shortcutsLeadRight() const;
 
  private:
+  uint32_t place(uint32_t addr, uint8_t length, uint32_t value, bool replaces);
+  Ref shortcutTo(uint32_t addr) const;
+  Ref nodeAbove(uint32_t addr) const;
+  void lead(uint32_t addr);
+  void retireShortcuts();
+
   Heap* heap_;
   LongestPrefixState* state_;
 };

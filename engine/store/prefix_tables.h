@@ -89,6 +89,8 @@ class PrefixTables {
   void settle(Ref block) { publish(at(block).arrivedAt, heap_->clock()); }
   // A record that is dead.
   void leave(const uint8_t* leading, const Prefix& prefix, Ref record);
+  // keep: bytes that others must still be able to allocate.
+  void grow(Ref block, uint32_t addr, uint32_t keep) { prefixes(block).grow(addr, keep); }
 
   // The block of the trie of these leading columns, or kNoRef.
   Ref find(const uint8_t* leading) const;
@@ -120,6 +122,7 @@ class PrefixTables {
   void survey(VisitBlock block, Visit<Ref, bool> trie, Visit<Ref, const Prefix&, Ref> record) const;
   // Whether the trie is that of the row's leading columns.
   bool isOf(Ref block, const uint8_t* row) const;
+  bool shortcutsLeadRight(Ref block) const { return prefixes(block).shortcutsLeadRight(); }
 
  private:
   // The mask is one byte behind the address, and the rest of its word is empty.
@@ -142,12 +145,10 @@ Ref PrefixTables::enter(const uint8_t* leading, const Prefix& prefix, Ref record
   const Ref known = find(leading);
   const Ref block = known != kNoRef ? known : makeTrie(leading);
   LongestPrefixIndex trie = prefixes(block);
-  const PrefixValue value(trie.find(prefix.addr, prefix.length));
-  if (value.none()) {
-    trie.insert(prefix.addr, prefix.length, record);
-  } else if (value.isSeveral()) {
+  const PrefixValue value(trie.insertNew(prefix.addr, prefix.length, record));
+  if (value.isSeveral()) {
     sharers(value.ref()).insert({prefix.addr, record});
-  } else {
+  } else if (!value.none()) {
     const Ref several = makeSharers();
     sharers(several).insert({addrOf(value.ref()), value.ref()});
     sharers(several).insert({prefix.addr, record});

@@ -72,6 +72,7 @@ class Table::Writer {
   void settle(size_t index, Ref block);
   void leave(size_t index, const uint8_t* row, Ref block, Ref record);
   void grow();
+  void growTries(const Ref* blocks, const uint8_t* row);
 
   Table& table_;
   TableState& state_;
@@ -209,6 +210,15 @@ void Table::Writer::grow() {
   }
 }
 
+void Table::Writer::growTries(const Ref* blocks, const uint8_t* row) {
+  if (short_) return;
+  for (size_t i = 1; i < table_.planCount_; ++i) {
+    const Plan& plan = table_.plans_[i];
+    if (plan.kind != IndexKind::kLongest) continue;
+    table_.prefixes(heap_, i).grow(blocks[i], plan.prefixIn(row).addr, table_.keptBytes_);
+  }
+}
+
 uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
   const uint64_t count = state_.count.settled();
   if (state_.recordLimit != 0 && count >= state_.recordLimit) return refuse(DB_ERR_RECORD_LIMIT);
@@ -228,6 +238,7 @@ uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
   for (size_t i = 1; i < table_.planCount_; ++i) settle(i, blocks[i]);
   if (count >= state_.peak) store(state_.peak, count + 1);
   grow();
+  growTries(blocks, row);
   return 0;
 }
 

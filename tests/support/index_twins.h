@@ -126,14 +126,24 @@ class LinearOrdered {
 
 class StoredPrefixes : public Ground {
  public:
+  // Shortcuts are made with the first prefixes, not only once there are many.
+  explicit StoredPrefixes(bool shortcuts = false) : shortcuts_(shortcuts) {}
+
   uint32_t insert(uint32_t addr, uint8_t length, uint32_t value) {
     begin(LongestPrefixIndex::kMaxWriteBytes);
-    return index_.insert(addr, length, value);
+    const uint32_t before = index_.insert(addr, length, value);
+    if (shortcuts_ && root_.shortcuts[addr >> 28] == kNoRef) index_.makeShortcuts(addr, 0);
+    return before;
+  }
+  uint32_t insertNew(uint32_t addr, uint8_t length, uint32_t value) {
+    begin(LongestPrefixIndex::kMaxWriteBytes);
+    return index_.insertNew(addr, length, value);
   }
   uint32_t erase(uint32_t addr, uint8_t length) {
     begin(LongestPrefixIndex::kMaxWriteBytes);
     return index_.erase(addr, length);
   }
+  bool shortcutsLeadRight() const { return index_.shortcutsLeadRight(); }
   // The trie as a reader holds it that has followed the root and no further.
   LongestPrefixState held() const { return root_; }
   uint32_t find(uint32_t addr, uint8_t length) const { return index_.find(addr, length); }
@@ -144,8 +154,14 @@ class StoredPrefixes : public Ground {
   }
 
  private:
+  bool shortcuts_;
   LongestPrefixState root_{};
   LongestPrefixIndex index_{heap, root_};
+};
+
+class ShortenedPrefixes : public StoredPrefixes {
+ public:
+  ShortenedPrefixes() : StoredPrefixes(/*shortcuts=*/true) {}
 };
 
 class LinearPrefixes {
@@ -154,6 +170,10 @@ class LinearPrefixes {
     const uint32_t before = erase(addr, length);
     prefixes_.push_back({addr, length, value});
     return before;
+  }
+  uint32_t insertNew(uint32_t addr, uint8_t length, uint32_t value) {
+    const uint32_t known = find(addr, length);
+    return known != 0 ? known : insert(addr, length, value);
   }
   uint32_t erase(uint32_t addr, uint8_t length) {
     const uint32_t before = find(addr, length);

@@ -178,6 +178,7 @@ void Accounting::checkPrefixes(Heap& heap, size_t number) {
   const auto eachTrie = [&](Ref trie, bool inPlace) {
     under[trie] = 0;
     if (!inPlace) find(name(index + ": a trie under another key:", trie));
+    if (!prefixes.shortcutsLeadRight(trie)) find(name(index + ": a shortcut leads astray:", trie));
   };
   const auto eachRecord = [&](Ref trie, const Prefix& prefix, Ref record) {
     ++entered[record];

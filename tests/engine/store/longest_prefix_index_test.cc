@@ -41,7 +41,7 @@ class PrefixContract : public testing::Test {
   }
   Index index;
 };
-using Implementations = testing::Types<StoredPrefixes, LinearPrefixes>;
+using Implementations = testing::Types<StoredPrefixes, ShortenedPrefixes, LinearPrefixes>;
 TYPED_TEST_SUITE(PrefixContract, Implementations);
 
 TYPED_TEST(PrefixContract, an_empty_index_matches_nothing) {
@@ -134,7 +134,7 @@ void expectSameAnswers(const StoredPrefixes& index, const LinearPrefixes& twin, 
 // Sets are grown and shrunk by one prefix, so erasing is exhausted with inserting.
 class Exhaustive {
  public:
-  explicit Exhaustive(uint32_t shift) : shift_(shift) {}
+  Exhaustive(uint32_t shift, bool shortcuts) : shift_(shift), index_(shortcuts) {}
 
   void everySetUpTo(uint32_t size) {
     grow(0, size);
@@ -173,6 +173,7 @@ class Exhaustive {
         if (testing::Test::HasFatalFailure()) return;
       }
     }
+    ASSERT_TRUE(index_.shortcutsLeadRight());
   }
 
   const uint32_t shift_;
@@ -183,14 +184,22 @@ class Exhaustive {
 TEST(LongestPrefixIndex, every_set_of_two_prefixes_at_every_depth_answers_like_the_scan) {
   for (uint32_t shift = 0; shift <= 28; ++shift) {
     SCOPED_TRACE(shift);
-    Exhaustive(shift).everySetUpTo(2);
+    Exhaustive(shift, false).everySetUpTo(2);
   }
 }
 
 TEST(LongestPrefixIndex, every_set_of_three_prefixes_across_node_boundaries_answers_like_the_scan) {
   for (const uint32_t shift : {0u, 5u, 22u, 28u}) {
     SCOPED_TRACE(shift);
-    Exhaustive(shift).everySetUpTo(3);
+    Exhaustive(shift, false).everySetUpTo(3);
+  }
+}
+
+// Shortcuts lead to the nodes of /13.
+TEST(LongestPrefixIndex, every_set_of_two_prefixes_around_shortcuts_answers_like_the_scan) {
+  for (const uint32_t shift : {0u, 9u, 11u, 13u, 16u}) {
+    SCOPED_TRACE(shift);
+    Exhaustive(shift, true).everySetUpTo(2);
   }
 }
 
@@ -206,15 +215,20 @@ struct RandomPrefix {
   }
 };
 
-TEST(LongestPrefixIndex, random_inserts_and_erases_answer_like_the_scan) {
+class PrefixesAtRandom : public testing::TestWithParam<bool> {};
+INSTANTIATE_TEST_SUITE_P(Shortcuts, PrefixesAtRandom, testing::Bool());
+
+TEST_P(PrefixesAtRandom, inserts_and_erases_answer_like_the_scan) {
   Random random;
-  StoredPrefixes index;
+  StoredPrefixes index(GetParam());
   LinearPrefixes twin;
   for (uint32_t step = 1; step <= 12000; ++step) {
+    ASSERT_TRUE(step % 1000 != 0 || index.shortcutsLeadRight());
     const RandomPrefix prefix(random);
     const bool growing = step / 3000 % 2 == 0;
     if (random() % 3 < (growing ? 2u : 1u)) {
       ASSERT_EQ(index.insert(prefix.addr, prefix.length, step), twin.insert(prefix.addr, prefix.length, step));
+      ASSERT_EQ(index.insertNew(prefix.addr, 24, step), twin.insertNew(prefix.addr, 24, step));
     } else {
       ASSERT_EQ(index.erase(prefix.addr, prefix.length), twin.erase(prefix.addr, prefix.length));
     }
@@ -273,7 +287,7 @@ TEST(LongestPrefixIndex, reading_a_node_that_is_its_own_child_ends_within_bounds
   auto* words = ground.heap.at<uint32_t>(node);
   for (uint32_t i = 0; i < 4; ++i) words[i] = ~0u;
   for (uint32_t i = 4; i < kMaxBlockBytes / 4; ++i) words[i] = node;
-  LongestPrefixState root{node};
+  LongestPrefixState root{node, 1, {}};
   const LongestPrefixIndex index(ground.heap, root);
   PrefixMatches matches;
   index.match(ip(192, 0, 2, 1), 32, matches);
@@ -301,7 +315,8 @@ TEST(LongestPrefixIndex, reading_garbage_ends_within_bounds) {
   }
   uint64_t answers = 0;
   for (int read = 0; read < 50000; ++read) {
-    LongestPrefixState root{random() % kStrayRefs};
+    LongestPrefixState root{random() % kStrayRefs, 0, {}};
+    for (Ref& shortcuts : root.shortcuts) shortcuts = random() % 2 == 0 ? kNoRef : random() % kStrayRefs;
     const LongestPrefixIndex index(ground.heap, root);
     PrefixMatches matches;
     index.match(random(), static_cast<uint8_t>(random() % 33), matches);
