@@ -30,22 +30,12 @@ consteval size_t longestRow() {
   return longest;
 }
 
-consteval size_t longestKey() {
-  size_t longest = 0;
-  for (const TableId table : kBatchTables) {
-    for (const schema::Index& index : schema::kTables[static_cast<size_t>(table)].indexes) {
-      longest = std::max<size_t>(longest, index.keyLength);
-    }
-  }
-  return longest;
-}
-
 // One entry of a batch.
 struct Operation {
-  const schema::Index* index;  // updates and removals: what key belongs to
+  const schema::Index* index;  // what key belongs to: the primary index, or that of a removal
   store::FieldSet staged;      // updates
   uint8_t kind;
-  uint8_t key[longestKey()];
+  store::Key key;
   uint8_t row[longestRow()];  // writes and updates
 };
 
@@ -138,7 +128,7 @@ void putSpare(Connection& connection, Batch* batch) {
 
 uint32_t applyWrite(store::Table& table, const Operation& operation, FibDbBatchResult& result) {
   store::Change change{};
-  if (const uint32_t code = table.write(operation.row, change)) return code;
+  if (const uint32_t code = table.write(operation.key, operation.row, change)) return code;
   ++(change == store::Change::kInserted ? result.inserted : result.replaced);
   return 0;
 }
@@ -167,11 +157,28 @@ uint32_t applyOne(store::Table& table, const Operation& operation, FibDbBatchRes
   }
 }
 
+// So many operations ahead memory is asked for what they will look at: enough for it to come, few enough to stay.
+constexpr uint32_t kFetchFirst = 12;
+constexpr uint32_t kFetchThen = 6;
+
+bool isByPrimaryKey(const Operation& operation) { return operation.index->kind == schema::IndexKind::kPrimary; }
+
+void fetchAhead(Batch& batch, uint32_t at) {
+  const Operation* const operations = batch.operations();
+  if (at + kFetchFirst < batch.count && isByPrimaryKey(operations[at + kFetchFirst])) {
+    batch.table->fetchFirst(operations[at + kFetchFirst].key);
+  }
+  if (at + kFetchThen < batch.count && isByPrimaryKey(operations[at + kFetchThen])) {
+    batch.table->fetchThen(operations[at + kFetchThen].key);
+  }
+}
+
 FibDbBatchResult applyAll(Batch& batch) {
   FibDbBatchResult result{};
   result.operations = batch.count;
-  for (const Operation& operation : std::span(batch.operations(), batch.count)) {
-    const uint32_t code = applyOne(*batch.table, operation, result);
+  for (uint32_t i = 0; i < batch.count; ++i) {
+    fetchAhead(batch, i);
+    const uint32_t code = applyOne(*batch.table, batch.operations()[i], result);
     if (code == 0) continue;
     ++result.failed;
     if (result.code == 0) result.code = code;
@@ -311,10 +318,15 @@ uint32_t findOperationIndex(const Object& object, const FibDbKeyDesc* desc, cons
 }
 
 void fill(Operation& operation, Object& object, const schema::Index* index, const void* key) {
-  operation.index = index;
+  operation.index = index != nullptr ? index : &object.table->layout().primary();
   operation.staged = object.staged;
   operation.kind = static_cast<uint8_t>(object.building.operation);
-  if (index != nullptr) std::memcpy(operation.key, key, index->keyLength);
+  // The key is worked out here, not by the one thread that applies all batches.
+  if (index != nullptr) {
+    object.table->keyOf(*index, static_cast<const uint8_t*>(key), operation.key);
+  } else {
+    object.table->keyOf(stagedRowOf(object), operation.key);
+  }
   if (object.building.operation == FIB_DB_OBJ_OP_REMOVE) return;
   std::memcpy(operation.row, stagedRowOf(object), object.table->layout().rowLength);
 }

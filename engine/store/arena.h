@@ -24,6 +24,9 @@ inline constexpr Ref kNoRef = 0;
 inline constexpr uint64_t kRefUnit = 16;
 inline constexpr uint64_t kMaxArenaBytes = kRefUnit << 32;
 
+// What memory brings at a time.
+inline constexpr uint64_t kCacheLine = 64;
+
 // Extents are aligned to their size, so the start of one follows from any place inside it.
 inline constexpr uint64_t kExtentBytes = 256 * 1024;
 

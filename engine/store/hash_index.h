@@ -61,6 +61,10 @@ class HashIndex {
   template <class IsIt>
   Ref find(uint64_t hash, IsIt&& isIt) const;
 
+  // Asks memory for the first bucket of a hash; once that is there, for what it may lead to.
+  void fetchBucket(uint64_t hash) const;
+  void fetchEntries(uint64_t hash) const;
+
   // Makes the first buckets: 0, or the heap's code. A write calls it before it changes anything.
   uint32_t prepare();
   // REQUIRES: prepared.
@@ -160,6 +164,27 @@ Ref HashIndex<HashOf>::find(uint64_t hash, IsIt&& isIt) const {
     buckets = now;
   }
   return kNoRef;
+}
+
+template <class HashOf>
+void HashIndex<HashOf>::fetchBucket(uint64_t hash) const {
+  const uint32_t buckets = follow(state_->buckets);
+  if (buckets != 0) __builtin_prefetch(bucketAt(bucketOf(hash, buckets)));
+}
+
+template <class HashOf>
+void HashIndex<HashOf>::fetchEntries(uint64_t hash) const {
+  const uint32_t buckets = follow(state_->buckets);
+  if (buckets == 0) return;
+  const HashBucket* const bucket = bucketAt(bucketOf(hash, buckets));
+  for (uint32_t word = 0; word < HashBucket::kTagWords; ++word) {
+    for (uint32_t hits = equalBytes(load(bucket->tags[word]), tagPattern(hash)); hits != 0; hits &= hits - 1) {
+      const uint32_t byte = static_cast<uint32_t>(std::countr_zero(hits)) / 8;
+      const auto* const entry = heap_->at<uint8_t>(load(bucket->refs[word * sizeof(uint32_t) + byte]));
+      __builtin_prefetch(entry);
+      __builtin_prefetch(entry + kCacheLine);
+    }
+  }
 }
 
 template <class HashOf>

@@ -93,16 +93,21 @@ bool KeyShape::isIn(const uint8_t* row, const uint8_t* packed) const {
 }
 
 bool KeyShape::isInStored(const uint8_t* row, const uint8_t* packed) const {
-  uint8_t part[schema::kMaxKeyLength];
-  for (uint8_t i = 0; i < runCount_; packed += runs_[i++].size) {
+  for (uint8_t i = 0; i < runCount_; ++i) {
     const uint8_t* from = row + runs_[i].offset;
-    const uint16_t size = runs_[i].size;
+    uint16_t left = runs_[i].size;
     if (runs_[i].offset % sizeof(uint32_t) == 0) {
-      copyOut(part, from, size);
-    } else {
-      for (uint16_t at = 0; at < size; ++at) part[at] = load(from[at]);
+      for (; left >= sizeof(uint32_t); left = static_cast<uint16_t>(left - sizeof(uint32_t))) {
+        uint32_t word;
+        std::memcpy(&word, packed, sizeof word);
+        if (load(*reinterpret_cast<const uint32_t*>(from)) != word) return false;
+        from += sizeof word;
+        packed += sizeof word;
+      }
     }
-    if (std::memcmp(part, packed, size) != 0) return false;
+    for (; left > 0; --left) {
+      if (load(*from++) != *packed++) return false;
+    }
   }
   return true;
 }

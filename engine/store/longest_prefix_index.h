@@ -83,6 +83,9 @@ class LongestPrefixIndex {
   PrefixMatch longest(uint32_t addr, uint8_t maxLength) const;
   // All prefixes that cover addr and are no longer than maxLength, longest first.
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const;
+  // Asks memory for the node that a shortcut leads to; once that is there, for the one below.
+  void fetchFirst(uint32_t addr) const;
+  void fetchThen(uint32_t addr) const;
   // Copies up to `most` prefixes, in order, from {addr, length} on; fewer only at the end. REQUIRES: most > 0.
   uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const;
 

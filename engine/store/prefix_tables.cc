@@ -10,11 +10,24 @@
 #include "engine/store/word.h"
 
 namespace fibdb::store {
+namespace {
+
+constexpr uint32_t kRefsPerBlock = kMaxBlockBytes / sizeof(Ref);
+constexpr uint32_t kPlaces = kPlaceBlocks * kRefsPerBlock;
+
+// VRFs of one virtual router stand side by side, those of different ones anywhere.
+uint32_t placeOf(const uint32_t* words, uint32_t count) {
+  uint32_t place = 0;
+  for (uint32_t i = 0; i < count; ++i) place = place * 0x9E3779B1U + words[i];
+  return place % kPlaces;
+}
+
+}  // namespace
 
 Ref PrefixTables::makeTrie(const uint8_t* leading) {
   OrderedEntry entry = leading_->ordered(leading, kNoRef);
   Trie empty{};
-  std::memcpy(empty.leading, entry.words, sizeof empty.leading);
+  std::memcpy(empty.leading, leading, leading_->length());
   entry.record = heap_->allocate(sizeof(Trie));
   copyIn(heap_->at<void>(entry.record), &empty, sizeof empty);
   tries_.insert(entry);
@@ -28,13 +41,74 @@ Ref PrefixTables::makeSharers() {
   return block;
 }
 
+bool PrefixTables::isOfLeading(const Trie& trie, const uint32_t* words) const {
+  for (uint32_t i = 0; i * sizeof(uint32_t) < leading_->length(); ++i) {
+    if (load(trie.leading[i]) != words[i]) return false;
+  }
+  return true;
+}
+
+// nullptr when its block does not exist.
+Ref* PrefixTables::placeFor(const uint32_t* words) const {
+  const uint32_t place = placeOf(words, leading_->length() / uint32_t{sizeof(uint32_t)});
+  const Ref block = follow(state_->places[place / kRefsPerBlock]);
+  return block == kNoRef ? nullptr : &heap_->at<Ref>(block)[place % kRefsPerBlock];
+}
+
 Ref PrefixTables::find(const uint8_t* leading) const {
+  uint32_t words[4] = {};
+  std::memcpy(words, leading, leading_->length());
+  if (const Ref* const place = placeFor(words)) {
+    const Ref block = follow(*place);
+    if (block != kNoRef && isOfLeading(at(block), words)) return block;
+  }
+  return findInOrder(leading);
+}
+
+Ref PrefixTables::findInOrder(const uint8_t* leading) const {
   const OrderedEntry wanted = leading_->ordered(leading, kNoRef);
   OrderedEntry found;
   if (tries_.above(wanted, /*inclusive=*/true, &found, 1) == 0) return kNoRef;
   const bool isIt = std::memcmp(found.words, wanted.words, sizeof wanted.words) == 0;
   // Overtaken, we may hold any word; the arena must be readable there all the same.
   return isIt && heap_->arena().readable(found.record) ? found.record : kNoRef;
+}
+
+void PrefixTables::fetchFirst(const uint8_t* key) const {
+  uint32_t addr;
+  std::memcpy(&addr, key + leading_->length(), sizeof addr);
+  if (const Ref block = find(key)) prefixes(block).fetchFirst(addr);
+}
+
+void PrefixTables::fetchThen(const uint8_t* key) const {
+  uint32_t addr;
+  std::memcpy(&addr, key + leading_->length(), sizeof addr);
+  if (const Ref block = find(key)) prefixes(block).fetchThen(addr);
+}
+
+// Blocks of places are never given back, so who looks for one finds a block, and in it tries.
+void PrefixTables::findPlace(Ref block, uint32_t keep) {
+  const uint32_t place = placeOf(at(block).leading, leading_->length() / uint32_t{sizeof(uint32_t)});
+  Ref& neighbours = state_->places[place / kRefsPerBlock];
+  if (neighbours == kNoRef) {
+    if (heap_->ensure(kMaxBlockBytes + keep) != 0) return;
+    const Ref fresh = heap_->allocate(kMaxBlockBytes);
+    for (uint32_t i = 0; i < kRefsPerBlock; ++i) store(heap_->at<Ref>(fresh)[i], kNoRef);
+    publish(neighbours, fresh);
+  }
+  Ref& own = heap_->at<Ref>(neighbours)[place % kRefsPerBlock];
+  if (own == kNoRef) publish(own, block);
+  store(at(block).placed, 1U);
+}
+
+bool PrefixTables::placesLeadRight() const {
+  for (const Ref neighbours : state_->places) {
+    if (neighbours == kNoRef) continue;
+    for (const Ref trie : std::span(heap_->at<Ref>(neighbours), kRefsPerBlock)) {
+      if (trie != kNoRef && findInOrder(reinterpret_cast<const uint8_t*>(at(trie).leading)) != trie) return false;
+    }
+  }
+  return true;
 }
 
 void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref record) {
@@ -54,6 +128,8 @@ void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref recor
   if (at(block).prefixes.root != kNoRef) return;
   // Who still looks into this trie must not take it for one that stands still.
   settle(block);
+  Ref* const place = placeFor(at(block).leading);
+  if (place != nullptr && *place == block) publish(*place, kNoRef);
   tries_.erase(leading_->ordered(leading, block));
   heap_->retire(block, sizeof(Trie));
 }
@@ -87,14 +163,18 @@ uint32_t PrefixTables::from(const OrderedEntry& first, OrderedEntry* out, uint32
 }
 
 bool PrefixTables::isOf(Ref block, const uint8_t* row) const {
-  return std::memcmp(at(block).leading, leading_->orderedInRow(row, block).words, sizeof Trie::leading) == 0;
+  return leading_->isIn(row, reinterpret_cast<const uint8_t*>(at(block).leading));
 }
 
 void PrefixTables::survey(VisitBlock block, Visit<Ref, bool> eachTrie, Visit<Ref, const Prefix&, Ref> record) const {
+  for (const Ref neighbours : state_->places) {
+    if (neighbours != kNoRef) block(neighbours, kMaxBlockBytes);
+  }
   tries_.survey(block, [&](const OrderedEntry& entry) {
     const Ref table = entry.record;
     block(table, sizeof(Trie));
-    eachTrie(table, std::memcmp(at(table).leading, entry.words, sizeof entry.words) == 0);
+    const auto* const leading = reinterpret_cast<const uint8_t*>(at(table).leading);
+    eachTrie(table, leading_->ordered(leading, table) == entry);
     prefixes(table).survey(block, [&](uint32_t addr, uint8_t length, uint32_t word) {
       const PrefixValue value(word);
       if (!value.isSeveral()) return record(table, Prefix{addr, length}, value.ref());

@@ -9,11 +9,14 @@
 // that looks into it never finds it taken apart. A record is entered before it is live and taken out after it is dead,
 // so what a trie leads to is a hint (records.h).
 //
+// Numbers of virtual routers and VRFs are small and dense, so most tries are found at once, in a table of places that
+// the leading columns say; where two have the same place, the second is found in the order.
+//
 // Beside each trie stands when a record last became live in it. A lookup that finds the record of the longest
 // prefix live, and this unchanged since it began, has an answer that was right when the record was looked at:
 // meanwhile prefixes can only have gone.
 //
-// COST     enter, leave, longest: that of the trie, and finding it among the tries.
+// COST     enter, leave, longest: that of the trie. find: O(1), or O(log n) in the number of tries.
 // THREADS  One writer (REQUIRES the table's lock); the const functions from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_PREFIX_TABLES_H
 #define FIBDB_ENGINE_STORE_PREFIX_TABLES_H
@@ -54,15 +57,23 @@ class PrefixValue {
   uint32_t word_;
 };
 
+// The stored part; lives in the arena, zero is empty.
+inline constexpr uint32_t kPlaceBlocks = 8;
+struct PrefixTablesState {
+  OrderedIndexState order;
+  Ref places[kPlaceBlocks];  // blocks of Refs of tries; kNoRef: not made
+};
+
 class PrefixTables {
-  // Leading columns as numbers that sort, and the trie of those records.
+  // The packed leading columns, and the trie of those records.
   struct Trie {
     uint32_t leading[4];
     uint64_t arrivedAt;  // the heap's clock
     LongestPrefixState prefixes;
+    uint32_t placed;  // 1: has a place, or has found it taken
     uint32_t unused;
   };
-  static_assert(sizeof Trie::leading == sizeof OrderedEntry::words);
+  static_assert(sizeof Trie::leading == KeyShape::kMaxOrderedKey);
   using Tries = OrderedIndex<OrderedEntry>;
   using Sharers = OrderedIndex<PostingEntry>;
 
@@ -79,8 +90,8 @@ class PrefixTables {
   static constexpr uint32_t kMaxLeavePieces =
       LongestPrefixIndex::kMaxErasePieces + Sharers::kMaxEraseBytes / kPieceBytes + Tries::kMaxEraseBytes / kPieceBytes;
 
-  PrefixTables(Heap& heap, OrderedIndexState& tries, const KeyShape& leading)
-      : heap_(&heap), tries_(heap, tries), leading_(&leading) {}
+  PrefixTables(Heap& heap, PrefixTablesState& state, const KeyShape& leading)
+      : heap_(&heap), state_(&state), tries_(heap, state.order), leading_(&leading) {}
 
   // A record that becomes live: entered before, settled after. The block of its trie.
   // leading: the packed leading columns. addrOf: callable as uint32_t(Ref), the address of a record entered earlier.
@@ -90,7 +101,10 @@ class PrefixTables {
   // A record that is dead.
   void leave(const uint8_t* leading, const Prefix& prefix, Ref record);
   // keep: bytes that others must still be able to allocate.
-  void grow(Ref block, uint32_t addr, uint32_t keep) { prefixes(block).grow(addr, keep); }
+  void grow(Ref block, uint32_t addr, uint32_t keep) {
+    if (at(block).placed == 0) findPlace(block, keep);
+    prefixes(block).grow(addr, keep);
+  }
 
   // The block of the trie of these leading columns, or kNoRef.
   Ref find(const uint8_t* leading) const;
@@ -105,6 +119,10 @@ class PrefixTables {
   }
   // Of the records that share a prefix, up to `most` that come after `after`, in order; 0: no more.
   uint32_t sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out, uint32_t most) const;
+
+  // Asks memory for what a write with this key will look at: {leading columns, address, mask}, packed.
+  void fetchFirst(const uint8_t* key) const;
+  void fetchThen(const uint8_t* key) const;
 
   // Copies up to `most` prefixes of all tries, in order, from this key on; fewer only at the end. An entry's words are
   // its key, the address without bits below the mask, and in the place of a record stands the prefix's value.
@@ -122,6 +140,8 @@ class PrefixTables {
   void survey(VisitBlock block, Visit<Ref, bool> trie, Visit<Ref, const Prefix&, Ref> record) const;
   // Whether the trie is that of the row's leading columns.
   bool isOf(Ref block, const uint8_t* row) const;
+  // Whether no place leads to a trie that is not there, or is another's.
+  bool placesLeadRight() const;
   bool shortcutsLeadRight(Ref block) const { return prefixes(block).shortcutsLeadRight(); }
 
  private:
@@ -134,8 +154,13 @@ class PrefixTables {
   uint32_t addrWord() const { return leading_->length() / uint32_t{sizeof(uint32_t)}; }
   Ref makeTrie(const uint8_t* leading);
   Ref makeSharers();
+  bool isOfLeading(const Trie& trie, const uint32_t* words) const;
+  Ref* placeFor(const uint32_t* words) const;
+  void findPlace(Ref block, uint32_t keep);
+  Ref findInOrder(const uint8_t* leading) const;
 
   Heap* heap_;
+  PrefixTablesState* state_;
   Tries tries_;
   const KeyShape* leading_;
 };

@@ -25,14 +25,14 @@ constexpr uint32_t kChanging = 1;
 constexpr uint32_t kLive = 2;
 constexpr uint32_t kOneChange = 4;
 
-// A slot is words: the version, then the row.
-constexpr size_t kVersion = 0;
-constexpr size_t kRow = 1;
+// Rows are copied in eights.
+static_assert(kRefUnit % sizeof(uint64_t) == 0);
 
 }  // namespace
 
-RecordLayout::RecordLayout(uint16_t length) : rowLength(length) {
-  slotUnits = static_cast<uint32_t>((sizeof(uint32_t) + length + kRefUnit - 1) / kRefUnit);
+RecordLayout::RecordLayout(uint16_t length)
+    : rowLength(length), versionWord(static_cast<uint16_t>((length + sizeof(uint32_t) - 1) / sizeof(uint32_t))) {
+  slotUnits = static_cast<uint32_t>(((versionWord + 1) * sizeof(uint32_t) + kRefUnit - 1) / kRefUnit);
   slotsPerExtent =
       static_cast<uint32_t>((kExtentBytes - sizeof(ExtentHead)) / (slotUnits * kRefUnit + sizeof(uint64_t)));
 }
@@ -68,29 +68,30 @@ Ref Records::take(const uint8_t* row) {
     if (record == kNoRef) return kNoRef;
   }
   store(*stamp(record), heap_->clock());
-  copyIn(heap_->at<uint32_t>(record) + kRow, row, layout_->rowLength);
+  copyInWide(heap_->at<void>(record), row, layout_->rowLength);
   return record;
 }
 
 void Records::enliven(Ref record) {
-  uint32_t* slot = heap_->at<uint32_t>(record);
-  publish(slot[kVersion], (slot[kVersion] + kOneChange) | kLive);
+  uint32_t& version = versionOf(record);
+  publish(version, (version + kOneChange) | kLive);
 }
 
 void Records::change(Ref record, const uint8_t* row) {
-  uint32_t* slot = heap_->at<uint32_t>(record);
+  uint32_t& version = versionOf(record);
+  auto* const slot = heap_->at<void>(record);
   // Fences keep each step behind the version that announces it, for readers, who look at the version last.
   releaseFence();
-  for (uint32_t i = 0; i * sizeof(uint32_t) < layout_->rowLength; ++i) store(state_->shadow[i], slot[kRow + i]);
-  publish(slot[kVersion], slot[kVersion] | kChanging);
+  copyInWide(state_->shadow, slot, layout_->rowLength);
+  publish(version, version | kChanging);
   releaseFence();
-  copyIn(slot + kRow, row, layout_->rowLength);
-  publish(slot[kVersion], (slot[kVersion] + kOneChange) & ~kChanging);
+  copyInWide(slot, row, layout_->rowLength);
+  publish(version, (version + kOneChange) & ~kChanging);
 }
 
 void Records::bury(Ref record) {
-  uint32_t* slot = heap_->at<uint32_t>(record);
-  publish(slot[kVersion], (slot[kVersion] + kOneChange) & ~kLive);
+  uint32_t& version = versionOf(record);
+  publish(version, (version + kOneChange) & ~kLive);
   // Whatever is stored over the row is seen after the version.
   releaseFence();
 }
@@ -100,28 +101,26 @@ void Records::giveBack(Ref record) {
   store(state_->free, record);
 }
 
-const uint8_t* Records::row(Ref record) const {
-  return reinterpret_cast<const uint8_t*>(heap_->at<uint32_t>(record) + kRow);
-}
-
 bool Records::canBe(Ref record) const {
   const uint32_t unit = record & (kExtentUnits - 1);
   return heap_->arena().readable(record) && unit >= kHeadUnits &&
          unit - kHeadUnits < layout_->slotsPerExtent * layout_->slotUnits;
 }
 
-bool Records::isLive(Ref record) const { return (follow(heap_->at<uint32_t>(record)[kVersion]) & kLive) != 0; }
+bool Records::isLive(Ref record) const { return (follow(versionOf(record)) & kLive) != 0; }
 
 bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
-  const uint32_t* slot = heap_->at<uint32_t>(record);
+  const auto* const slot = heap_->at<uint8_t>(record);
+  __builtin_prefetch(slot);
+  const uint32_t& current = versionOf(record);
   for (;;) {
-    const uint32_t version = follow(slot[kVersion]);
+    const uint32_t version = follow(current);
     if ((version & kLive) == 0) return false;
     // While no write has begun since, nothing can be younger, and the stamp need not be fetched.
     const bool inTime = heap_->clock() <= latest || load(*stamp(record)) <= latest;
-    if (inTime) copyOut(row, (version & kChanging) != 0 ? state_->shadow : slot + kRow, layout_->rowLength);
+    if (inTime) copyOutWide(row, (version & kChanging) != 0 ? state_->shadow : slot, layout_->rowLength);
     acquireFence();
-    if (load(slot[kVersion]) == version) return inTime;
+    if (load(current) == version) return inTime;
   }
 }
 

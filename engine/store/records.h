@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // engine/store/records.h: the records of one table: slots, their versions and births.
 //
-// DESCRIPTION  A record is a slot: a 32-bit version, then the row. Slots are cut from extents that hold
+// DESCRIPTION  A record is a slot: the row, then a 32-bit version. Slots are cut from extents that hold
 // nothing else, so a slot is a slot for ever: what once was a reference to a record can always be looked at.
 // The version says whether the slot is live and whether its row is being changed; while it is, the row's
 // previous content stands in the table's shadow row. A dead slot may be taken again by the very next write:
@@ -31,13 +31,14 @@ namespace fibdb::store {
 struct RecordsState {
   Ref firstExtent, lastExtent;
   Ref free;  // slots that were given back
-  uint32_t shadow[schema::kMaxRowLength / sizeof(uint32_t)];
+  alignas(uint64_t) uint8_t shadow[schema::kMaxRowLength];
 };
-static_assert(schema::kMaxRowLength % sizeof(uint32_t) == 0);
+static_assert(schema::kMaxRowLength % sizeof(uint64_t) == 0);
 
 // How the slots of a table lie in an extent; follows from the length of its rows.
 struct RecordLayout {
   uint16_t rowLength = 0;
+  uint16_t versionWord = 0;  // of a slot
   uint32_t slotUnits = 0;
   uint32_t slotsPerExtent = 0;
 
@@ -73,7 +74,7 @@ class Records {
   // Whether there can be a slot: a reader that may have been overtaken asks before it takes a word for a reference.
   bool canBe(Ref record) const;
   // The row, which may be changing or dead: for looking at keys before read() decides.
-  const uint8_t* row(Ref record) const;
+  const uint8_t* row(Ref record) const { return heap_->at<uint8_t>(record); }
   bool isLive(Ref record) const;
   // Copies the row of a live record that was born at `latest` or before; false when it is not such a record.
   bool read(Ref record, uint64_t latest, uint8_t* row) const;
@@ -86,6 +87,7 @@ class Records {
   Ref next(RecordPosition& position) const;
 
  private:
+  uint32_t& versionOf(Ref record) const { return heap_->at<uint32_t>(record)[layout_->versionWord]; }
   uint64_t* stamp(Ref record) const;
   Ref cut();
 

@@ -308,6 +308,7 @@ void Table::attach(const schema::Table& layout, Arena& arena, TableState& state)
   planCount_ = layout.indexes.size();
   for (size_t i = 0; i < planCount_; ++i) {
     const auto columns = layout.indexes[i].parts();
+    plans_[i].id = layout.indexes[i].id();
     plans_[i].kind = layout.indexes[i].kind;
     plans_[i].shape = KeyShape(columns);
     if (plans_[i].kind == IndexKind::kOrdered) {
@@ -315,6 +316,7 @@ void Table::attach(const schema::Table& layout, Arena& arena, TableState& state)
       if (tries != nullptr) plans_[i].tries = static_cast<uint8_t>(numberOf(*tries));
     }
     if (plans_[i].kind != IndexKind::kLongest) continue;
+    if (triesOf(layout, layout.primary()) == &layout.indexes[i]) primaryTries_ = i;
     plans_[i].leading = KeyShape(columns.first(columns.size() - 2));
     plans_[i].addrOffset = columns[columns.size() - 2].offset;
     plans_[i].maskOffset = columns[columns.size() - 1].offset;
@@ -322,8 +324,8 @@ void Table::attach(const schema::Table& layout, Arena& arena, TableState& state)
 }
 
 const schema::Index* Table::findIndex(uint32_t indexId) const {
-  for (const schema::Index& index : layout_->indexes) {
-    if (index.id() == indexId) return &index;
+  for (size_t i = 0; i < planCount_; ++i) {
+    if (plans_[i].id == indexId) return &layout_->indexes[i];
   }
   return nullptr;
 }
@@ -359,7 +361,7 @@ OrderedIndex<OrderedEntry> Table::ordered(Heap& heap, size_t index) const {
 }
 
 PrefixTables Table::prefixes(Heap& heap, size_t index) const {
-  return PrefixTables(heap, state_->indexes[index].order, plans_[index].leading);
+  return PrefixTables(heap, state_->indexes[index].prefixes, plans_[index].leading);
 }
 
 bool Table::isOrderedApart(size_t index, const uint8_t* row) const {
@@ -388,9 +390,13 @@ bool Table::readOne(Heap& heap, const Key& key, uint64_t latest, uint8_t* row) c
 }
 
 uint32_t Table::write(const uint8_t* row, Change& change) {
-  if (!masksAreValid(row)) return DB_ERR_BAD_KEY;
   Key key;
-  plans_[0].shape.fromRow(row, key);
+  keyOf(row, key);
+  return write(key, row, change);
+}
+
+uint32_t Table::write(const Key& key, const uint8_t* row, Change& change) {
+  if (!masksAreValid(row)) return DB_ERR_BAD_KEY;
   Writer writer(*this);
   const Ref record = writer.find(key);
   change = record == kNoRef ? Change::kInserted : Change::kReplaced;
@@ -410,9 +416,7 @@ uint32_t Table::insert(const uint8_t* row) {
   return code;
 }
 
-uint32_t Table::update(const uint8_t* primaryKey, const uint8_t* row, FieldSet staged) {
-  Key key;
-  plans_[0].shape.fromPacked(primaryKey, key);
+uint32_t Table::update(const Key& key, const uint8_t* row, FieldSet staged) {
   Writer writer(*this);
   const Ref record = writer.find(key);
   if (record == kNoRef) return DB_ERR_NO_DATA;
@@ -427,18 +431,38 @@ uint32_t Table::update(const uint8_t* primaryKey, const uint8_t* row, FieldSet s
       std::memcpy(changed + field.offset, row + field.offset, field.size());
     }
   }
-  if (!plans_[0].shape.isIn(changed, primaryKey)) return DB_ERR_KEY_MISMATCH;
+  if (!plans_[0].shape.isIn(changed, key.bytes)) return DB_ERR_KEY_MISMATCH;
   const uint32_t code = writer.change(record, changed);
   if (code == 0) addOne(state_->updated);
   return code;
 }
 
-uint32_t Table::remove(const schema::Index& index, const uint8_t* key, uint64_t& removed) {
+uint32_t Table::update(const uint8_t* primaryKey, const uint8_t* row, FieldSet staged) {
+  Key key;
+  keyOf(layout_->primary(), primaryKey, key);
+  return update(key, row, staged);
+}
+
+uint32_t Table::remove(const schema::Index& index, const uint8_t* packed, uint64_t& removed) {
+  Key key;
+  keyOf(index, packed, key);
+  return remove(index, key, removed);
+}
+
+uint32_t Table::remove(const schema::Index& index, const Key& key, uint64_t& removed) {
   removed = 0;
-  if (index.kind != IndexKind::kPrimary && index.kind != IndexKind::kSecondary) return DB_ERR_BAD_INDEX;
+  if (index.kind == IndexKind::kPrimary) {
+    Writer writer(*this);
+    const Ref record = writer.find(key);
+    if (record == kNoRef) return DB_ERR_NO_DATA;
+    const uint32_t code = writer.remove(key, record);
+    if (code == 0) removed = 1;
+    return code;
+  }
+  if (index.kind != IndexKind::kSecondary) return DB_ERR_BAD_INDEX;
   const KeyShape& shape = plans_[numberOf(index)].shape;
   Cursor cursor;
-  if (const uint32_t code = cursor.openKey(*this, index, key)) return code;
+  if (const uint32_t code = cursor.openKey(*this, index, key.bytes)) return code;
   uint8_t row[schema::kMaxRowLength];
   while (cursor.next(row) == 0) {
     Key primaryKey;
@@ -446,7 +470,7 @@ uint32_t Table::remove(const schema::Index& index, const uint8_t* key, uint64_t&
     Writer writer(*this);
     const Ref record = writer.find(primaryKey);
     // It may have gone, or gone elsewhere, since the cursor saw it.
-    if (record == kNoRef || !shape.isIn(writer.row(record), key)) continue;
+    if (record == kNoRef || !shape.isIn(writer.row(record), key.bytes)) continue;
     if (const uint32_t code = writer.remove(primaryKey, record)) return code;
     ++removed;
   }
@@ -461,6 +485,18 @@ uint32_t Table::read(const schema::Index& index, const uint8_t* key, uint8_t* ro
   if (index.kind == IndexKind::kSecondary) return readFirst(number, wanted, row);
   Heap memory = heap();
   return readOne(memory, wanted, Records::kAnyTime, row) ? 0 : uint32_t{DB_ERR_NO_DATA};
+}
+
+void Table::fetchFirst(const Key& key) const {
+  Heap memory = heap();
+  primary(memory).fetchBucket(key.hash);
+  if (primaryTries_ != 0) prefixes(memory, primaryTries_).fetchFirst(key.bytes);
+}
+
+void Table::fetchThen(const Key& key) const {
+  Heap memory = heap();
+  primary(memory).fetchEntries(key.hash);
+  if (primaryTries_ != 0) prefixes(memory, primaryTries_).fetchThen(key.bytes);
 }
 
 bool Table::readUnder(const Records& rows, size_t index, const Key& key, Ref record, uint8_t* row) const {

@@ -72,6 +72,7 @@ inline constexpr size_t kMaxIndexes = 8;
 struct IndexState {
   HashIndexState hash;
   OrderedIndexState order;
+  PrefixTablesState prefixes;
 };
 
 // The stored part of a table; lives in the arena, zero but for the lock is empty.
@@ -93,18 +94,32 @@ class Table {
   // The index with this id, or nullptr.
   const schema::Index* findIndex(uint32_t indexId) const;
 
+  // The primary key of a row; the key of an index as it was handed in, packed.
+  void keyOf(const uint8_t* row, Key& key) const { plans_[0].shape.fromRow(row, key); }
+  void keyOf(const schema::Index& index, const uint8_t* packed, Key& key) const {
+    plans_[numberOf(index)].shape.fromPacked(packed, key);
+  }
+
   // Inserts the row or replaces the record with its primary key. DB_ERR_BAD_KEY for a mask above 32 in a
   // longest-prefix key; DB_ERR_RECORD_LIMIT, DB_ERR_MEMORY_LIMIT, DB_ERR_NO_MEMORY: nothing changed.
   uint32_t write(const uint8_t* row, Change& change);
+  uint32_t write(const Key& key, const uint8_t* row, Change& change);  // key: the row's
   // Inserts the row; DB_ERR_EXISTS when there is a record with its primary key. Else as write.
   uint32_t insert(const uint8_t* row);
   // Changes the fields in `staged` of the record with this primary key to row's; child nodes that row marks as written
   // are added to those that are. DB_ERR_NO_DATA when there is none, DB_ERR_KEY_MISMATCH when a staged field of the
   // primary key differs from the key.
+  uint32_t update(const Key& primaryKey, const uint8_t* row, FieldSet staged);
   uint32_t update(const uint8_t* primaryKey, const uint8_t* row, FieldSet staged);
   // Removes the record, or all records, with this key (primary or secondary); each removal is a write of its
   // own. DB_ERR_NO_DATA when there is none.
+  uint32_t remove(const schema::Index& index, const Key& key, uint64_t& removed);
   uint32_t remove(const schema::Index& index, const uint8_t* key, uint64_t& removed);
+
+  // Asks memory for what a write with this primary key will look at, without waiting for it: fetchFirst a dozen writes
+  // before, and fetchThen, which looks at what that brought, half as many before.
+  void fetchFirst(const Key& primaryKey) const;
+  void fetchThen(const Key& primaryKey) const;
 
   // Copies the record with this key; of several under a secondary key the first in primary-key order, which
   // takes a look at each of them. DB_ERR_NO_DATA when there is none. The row is overwritten in any case.
@@ -124,6 +139,7 @@ class Table {
 
   // What the schema says about an index, worked out.
   struct Plan {
+    uint32_t id = 0;
     schema::IndexKind kind = schema::IndexKind::kPrimary;
     KeyShape shape;
     // Longest prefix only: the columns before address and mask, and where those two stand in the row.
@@ -168,6 +184,7 @@ class Table {
   RecordLayout recordLayout_;
   Plan plans_[kMaxIndexes];
   size_t planCount_ = 0;
+  size_t primaryTries_ = 0;  // the longest-prefix index with the columns of the primary key; 0: there is none
   uint32_t insertBytes_ = 0, removeBytes_ = 0;  // what such a write hands to Heap::ensure
   uint32_t keptBytes_ = 0;                      // what an insert leaves to removals
 };

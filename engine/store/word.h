@@ -67,6 +67,23 @@ inline void copyOut(void* to, const void* shared, size_t bytes) {
   }
 }
 
+// The same where the shared side is 8-byte aligned, in half as many steps.
+inline void copyOutWide(void* to, const void* shared, size_t bytes) {
+  const auto* from = static_cast<const uint64_t*>(shared);
+  auto* out = static_cast<unsigned char*>(to);
+  for (; bytes >= 2 * sizeof(uint64_t); bytes -= 2 * sizeof(uint64_t), from += 2, out += 2 * sizeof(uint64_t)) {
+    const uint64_t words[] = {load(from[0]), load(from[1])};
+    std::memcpy(out, words, sizeof words);
+  }
+  if (bytes >= sizeof(uint64_t)) {
+    const uint64_t word = load(*from++);
+    std::memcpy(out, &word, sizeof word);
+    bytes -= sizeof word;
+    out += sizeof word;
+  }
+  copyOut(out, from, bytes);
+}
+
 inline void copyIn(void* shared, const void* from, size_t bytes) {
   auto* to = static_cast<uint32_t*>(shared);
   const auto* in = static_cast<const unsigned char*>(from);
@@ -80,6 +97,17 @@ inline void copyIn(void* shared, const void* from, size_t bytes) {
     std::memcpy(&word, in, bytes);
     store(*to, word);
   }
+}
+
+inline void copyInWide(void* shared, const void* from, size_t bytes) {
+  auto* to = static_cast<uint64_t*>(shared);
+  const auto* in = static_cast<const unsigned char*>(from);
+  for (; bytes >= sizeof(uint64_t); bytes -= sizeof(uint64_t), ++to, in += sizeof(uint64_t)) {
+    uint64_t word;
+    std::memcpy(&word, in, sizeof word);
+    store(*to, word);
+  }
+  copyIn(to, in, bytes);
 }
 
 }  // namespace fibdb::store

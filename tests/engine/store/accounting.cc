@@ -189,6 +189,7 @@ void Accounting::checkPrefixes(Heap& heap, size_t number) {
     if (!prefixes.isOf(trie, row)) find(name(index + ": in another trie:", record));
     if (own.length != prefix.length || !own.covers(prefix.addr)) find(name(index + ": at another prefix:", record));
   };
+  if (!prefixes.placesLeadRight()) find(index + ": a place leads astray");
   prefixes.survey([&](Ref block, uint32_t bytes) { this->own(block, bytes, index); }, eachTrie, eachRecord);
   checkEntered(index, entered);
   for (const auto& [trie, records] : under) {
