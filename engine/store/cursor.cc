@@ -228,7 +228,7 @@ bool Cursor::stepPrefixes(uint8_t* row) {
       return true;
     }
     const uint64_t began = tables.arrivedAt(trie);
-    found = findPrefix(heap, trie, row);
+    found = findPrefix(heap, tables, trie, row);
     acquireFence();
     return tables.arrivedAt(trie) == began;
   };
@@ -244,8 +244,7 @@ PostingEntry Cursor::entryOf(const uint8_t* row, Ref record) const {
 }
 
 // The first record of the trie that is still to come.
-Ref Cursor::findPrefix(Heap& heap, Ref trie, uint8_t* row) const {
-  const PrefixTables tables = table_->prefixes(heap, index_);
+Ref Cursor::findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const {
   const Records records = table_->records(heap);
   const PrefixMatch longest = tables.longest(trie, addr_, position_.length);
   if (longest.value == 0) return kNoRef;

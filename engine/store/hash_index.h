@@ -327,19 +327,30 @@ void HashIndex<HashOf>::split(uint32_t from) {
   makeBucket(to);
   HashBucket* const chain = bucketAt(from);
   HashBucket* const fresh = bucketAt(to);
-  const auto eachMoving = [&](auto&& visit) {
+  // Hashes are asked for once: which references move is remembered for as many as a chain mostly has.
+  constexpr uint32_t kRemembered = 64;
+  uint64_t moving = 0;
+  const auto eachRef = [&](auto&& visit) {
+    uint32_t place = 0;
     for (HashBucket* bucket = chain;; bucket = heap_->at<HashBucket>(bucket->next)) {
       for (Ref& ref : bucket->refs) {
-        if (ref == kNoRef) continue;
-        const uint64_t hash = hashOf_(ref);
-        if (bucketOf(hash, to + 1) == to) visit(hash, ref);
+        if (ref != kNoRef) visit(place, ref);
+        ++place;
       }
       if (bucket->next == kNoRef) return;
     }
   };
-  eachMoving([&](uint64_t hash, Ref& ref) { place(fresh, hash, ref); });
+  eachRef([&](uint32_t place, Ref& ref) {
+    const uint64_t hash = hashOf_(ref);
+    if (bucketOf(hash, to + 1) != to) return;
+    if (place < kRemembered) moving |= uint64_t{1} << place;
+    this->place(fresh, hash, ref);
+  });
   publish(state_->buckets, to + 1);
-  eachMoving([&](uint64_t, Ref& ref) { publish(ref, kNoRef); });
+  eachRef([&](uint32_t place, Ref& ref) {
+    const bool moved = place < kRemembered ? (moving >> place & 1) != 0 : bucketOf(hashOf_(ref), to + 1) == to;
+    if (moved) publish(ref, kNoRef);
+  });
   trim(chain);
 }
 

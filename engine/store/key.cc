@@ -18,6 +18,30 @@ uint64_t mix(uint64_t word) {
   return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 
+// A run of bytes, most of them a few words: what overlaps is copied twice.
+inline void copyRun(uint8_t* to, const uint8_t* from, size_t size) {
+  uint64_t head, tail;
+  if (size < sizeof head || size > 2 * sizeof head) {
+    if (size != sizeof(uint32_t)) return static_cast<void>(std::memcpy(to, from, size));
+    std::memcpy(to, from, sizeof(uint32_t));
+    return;
+  }
+  std::memcpy(&head, from, sizeof head);
+  std::memcpy(&tail, from + size - sizeof tail, sizeof tail);
+  std::memcpy(to, &head, sizeof head);
+  std::memcpy(to + size - sizeof tail, &tail, sizeof tail);
+}
+
+inline bool sameRun(const uint8_t* a, const uint8_t* b, size_t size) {
+  uint64_t heads[2], tails[2];
+  if (size < sizeof heads[0] || size > 2 * sizeof heads[0]) return std::memcmp(a, b, size) == 0;
+  std::memcpy(&heads[0], a, sizeof heads[0]);
+  std::memcpy(&heads[1], b, sizeof heads[1]);
+  std::memcpy(&tails[0], a + size - sizeof tails[0], sizeof tails[0]);
+  std::memcpy(&tails[1], b + size - sizeof tails[1], sizeof tails[1]);
+  return heads[0] == heads[1] && tails[0] == tails[1];
+}
+
 // Pads what a key of this length leaves of its last word; before the key is filled in, that is one store.
 void pad(Key& key, uint16_t length) {
   constexpr size_t kWord = sizeof(uint64_t);
@@ -69,13 +93,13 @@ KeyShape::KeyShape(std::span<const schema::Column> columns) : columns_(columns) 
 
 void KeyShape::fromPacked(const uint8_t* packed, Key& key) const {
   pad(key, length_);
-  std::memcpy(key.bytes, packed, length_);
+  copyRun(key.bytes, packed, length_);
   seal(key, length_);
 }
 
 void KeyShape::pack(const uint8_t* row, uint8_t* packed) const {
   for (uint8_t i = 0; i < runCount_; packed += runs_[i++].size) {
-    std::memcpy(packed, row + runs_[i].offset, runs_[i].size);
+    copyRun(packed, row + runs_[i].offset, runs_[i].size);
   }
 }
 
@@ -87,7 +111,7 @@ void KeyShape::fromRow(const uint8_t* row, Key& key) const {
 
 bool KeyShape::isIn(const uint8_t* row, const uint8_t* packed) const {
   for (uint8_t i = 0; i < runCount_; packed += runs_[i++].size) {
-    if (std::memcmp(row + runs_[i].offset, packed, runs_[i].size) != 0) return false;
+    if (!sameRun(row + runs_[i].offset, packed, runs_[i].size)) return false;
   }
   return true;
 }
@@ -114,7 +138,7 @@ bool KeyShape::isInStored(const uint8_t* row, const uint8_t* packed) const {
 
 bool KeyShape::same(const uint8_t* a, const uint8_t* b) const {
   for (uint8_t i = 0; i < runCount_; ++i) {
-    if (std::memcmp(a + runs_[i].offset, b + runs_[i].offset, runs_[i].size) != 0) return false;
+    if (!sameRun(a + runs_[i].offset, b + runs_[i].offset, runs_[i].size)) return false;
   }
   return true;
 }

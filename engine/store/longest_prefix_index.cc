@@ -387,29 +387,33 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
   const Depth depth(length);
   Ref* link = &state_->root;
   uint32_t level = 0;
-  for (; *link != kNoRef; ++level) {
-    Node& node = *heap_->at<Node>(*link);
-    if (level == depth.level) {
-      const uint32_t place = depth.placeOf(addr);
-      if ((node.prefixes & bitOf(place)) != 0) {
-        uint32_t& known = valueOf(node, place);
-        return replaces ? exchange(known, value) : known;
+  const uint32_t known = counting([&]() __attribute__((always_inline)) {
+    for (; *link != kNoRef; ++level) {
+      Node& node = *heap_->at<Node>(*link);
+      const uint32_t chunk = chunkOf(addr, level);
+      if (level == depth.level) {
+        const uint32_t place = depth.placeOf(addr);
+        if ((node.prefixes & bitOf(place)) == 0) return 0U;
+        uint32_t& own = valueOf(node, place);
+        return replaces ? exchange(own, value) : own;
       }
-      Draft draft(node);
-      draft.addPrefix(place, value);
-      replace(*heap_, *link, draft);
-      break;
+      if ((node.children & bitOf(chunk)) == 0) return 0U;
+      link = &childOf(node, chunk);
     }
-    const uint32_t chunk = chunkOf(addr, level);
-    if ((node.children & bitOf(chunk)) == 0) {
-      Draft draft(node);
-      draft.addChild(chunk, branch(*heap_, level + 1, addr, depth, value));
-      replace(*heap_, *link, draft);
-      break;
+    return 0U;
+  });
+  if (known != 0) return known;
+  if (*link == kNoRef) {
+    publish(*link, branch(*heap_, 0, addr, depth, value));
+  } else {
+    Draft draft(*heap_->at<Node>(*link));
+    if (level == depth.level) {
+      draft.addPrefix(depth.placeOf(addr), value);
+    } else {
+      draft.addChild(chunkOf(addr, level), branch(*heap_, level + 1, addr, depth, value));
     }
-    link = &childOf(node, chunk);
+    replace(*heap_, *link, draft);
   }
-  if (*link == kNoRef) publish(*link, branch(*heap_, 0, addr, depth, value));
   store(state_->count, state_->count + 1);
   if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
   return 0;

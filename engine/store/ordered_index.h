@@ -67,7 +67,14 @@ struct PostingEntry {
   uint32_t key;
   uint32_t record;
 
-  friend auto operator<=>(const PostingEntry&, const PostingEntry&) = default;
+  // Both words as one number: one comparison.
+  constexpr uint64_t asNumber() const { return uint64_t{key} << 32 | record; }
+  friend constexpr bool operator==(const PostingEntry& a, const PostingEntry& b) {
+    return a.asNumber() == b.asNumber();
+  }
+  friend constexpr auto operator<=>(const PostingEntry& a, const PostingEntry& b) {
+    return a.asNumber() <=> b.asNumber();
+  }
 };
 
 // A record under an ordered key of up to 16 bytes, normalised so that comparing numbers compares keys.

@@ -57,7 +57,11 @@ Ref* PrefixTables::placeFor(const uint32_t* words) const {
 
 Ref PrefixTables::find(const uint8_t* leading) const {
   uint32_t words[4] = {};
-  std::memcpy(words, leading, leading_->length());
+  if (leading_->length() == 2 * sizeof(uint32_t)) {
+    std::memcpy(words, leading, 2 * sizeof(uint32_t));  // as nearly always, without a call
+  } else {
+    std::memcpy(words, leading, leading_->length());
+  }
   if (const Ref* const place = placeFor(words)) {
     const Ref block = follow(*place);
     if (block != kNoRef && isOfLeading(at(block), words)) return block;

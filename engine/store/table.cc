@@ -61,9 +61,9 @@ class Table::Writer {
     return code;
   }
   uint32_t prepare();
-  uint32_t admit(uint32_t bytes, uint32_t pieces, uint32_t left);
-  uint32_t admitGrowth(uint32_t bytes, uint32_t pieces);
-  uint32_t admitReturn(uint32_t bytes, uint32_t pieces);
+  bool hasRoom(uint32_t pieces, uint32_t left);
+  uint32_t admitGrowth();
+  uint32_t admitReturn();
   uint32_t admitRemoval();
   uint32_t piecesToEnter();
   uint32_t piecesToLeave();
@@ -124,24 +124,27 @@ bool Table::Writer::canHave(uint32_t pieces) {
   return heap_.pieces() >= pieces;
 }
 
-// Memory for a write that may add to what is stored: at most so many bytes, as the trees stand so many pieces.
-// Without a new extent it leaves what removals need, and `left` beside.
-uint32_t Table::Writer::admit(uint32_t bytes, uint32_t pieces, uint32_t left) {
-  const uint32_t code = heap_.ensure(bytes + table_.keptBytes_);
-  if (code == 0) return 0;
+// Whether a write that no extent was to be had for may take so many pieces all the same: it leaves what removals need,
+// and `left` beside.
+bool Table::Writer::hasRoom(uint32_t pieces, uint32_t left) {
   short_ = canHave(pieces + piecesToLeave() + kSlackPieces + left);
-  return short_ ? 0 : code;
+  return short_;
 }
 
 // The table was never larger. What returns have taken beyond the limit is not for growth.
-uint32_t Table::Writer::admitGrowth(uint32_t bytes, uint32_t pieces) {
-  return heap_.isBeyondLimit() ? uint32_t{DB_ERR_MEMORY_LIMIT} : admit(bytes, pieces, pieces + kReturnPieces);
+uint32_t Table::Writer::admitGrowth() {
+  if (heap_.isBeyondLimit()) return DB_ERR_MEMORY_LIMIT;
+  const uint32_t code = heap_.ensure(table_.insertBytes_ + table_.keptBytes_);
+  if (code == 0) return 0;
+  const uint32_t pieces = piecesToEnter();
+  return hasRoom(pieces, pieces + kReturnPieces) ? 0 : code;
 }
 
 // The table had more records before: what was removed may come back, beyond the limit if need be.
-uint32_t Table::Writer::admitReturn(uint32_t bytes, uint32_t pieces) {
-  const uint32_t code = admit(bytes, pieces, 0);
-  return code == 0 ? 0 : heap_.ensureBeyondLimit(bytes + table_.keptBytes_);
+uint32_t Table::Writer::admitReturn() {
+  const uint32_t bytes = table_.insertBytes_ + table_.keptBytes_;
+  if (heap_.ensure(bytes) == 0 || hasRoom(piecesToEnter(), 0)) return 0;
+  return heap_.ensureBeyondLimit(bytes);
 }
 
 uint32_t Table::Writer::admitRemoval() {
@@ -223,8 +226,7 @@ uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
   const uint64_t count = state_.count.settled();
   if (state_.recordLimit != 0 && count >= state_.recordLimit) return refuse(DB_ERR_RECORD_LIMIT);
   if (const uint32_t code = prepare()) return refuse(code);
-  const uint32_t bytes = table_.insertBytes_, pieces = piecesToEnter();
-  const uint32_t code = count < state_.peak ? admitReturn(bytes, pieces) : admitGrowth(bytes, pieces);
+  const uint32_t code = count < state_.peak ? admitReturn() : admitGrowth();
   if (code != 0) return refuse(code);
   const Ref record = records_.take(row);
   if (record == kNoRef) return refuse(extentRefusal(state_.heap));
@@ -253,12 +255,14 @@ uint32_t Table::Writer::change(Ref record, const uint8_t* row) {
     records_.change(record, row);
     return 0;
   }
-  uint32_t pieces = 0;
-  for (const size_t i : std::span(moved, moves)) {
-    const SecondaryIndex index = table_.secondary(heap_, i);
-    pieces += index.piecesToEnter() + index.piecesToLeave() + 2;
+  if (const uint32_t code = heap_.ensure(moveBytes(moves) + table_.keptBytes_)) {
+    uint32_t pieces = 0;
+    for (const size_t i : std::span(moved, moves)) {
+      const SecondaryIndex index = table_.secondary(heap_, i);
+      pieces += index.piecesToEnter() + index.piecesToLeave() + 2;
+    }
+    if (!hasRoom(withQueue(pieces), 0)) return refuse(code);
   }
-  if (const uint32_t code = admit(moveBytes(moves), withQueue(pieces), 0)) return refuse(code);
 
   uint8_t before[schema::kMaxRowLength];
   std::memcpy(before, records_.row(record), table_.layout_->rowLength);
@@ -332,13 +336,6 @@ const schema::Index* Table::findIndex(uint32_t indexId) const {
 
 size_t Table::numberOf(const schema::Index& index) const {
   return static_cast<size_t>(&index - layout_->indexes.data());
-}
-
-Prefix Table::Plan::prefixIn(const uint8_t* row) const {
-  Prefix prefix;
-  std::memcpy(&prefix.addr, row + addrOffset, sizeof prefix.addr);
-  prefix.length = row[maskOffset];
-  return prefix;
 }
 
 bool Table::masksAreValid(const uint8_t* row) const {

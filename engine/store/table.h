@@ -35,6 +35,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 #include "engine/store/hash_index.h"
@@ -149,7 +150,12 @@ class Table {
     // The index itself then has only what a trie cannot order: records with address bits below the mask.
     uint8_t tries = 0;
 
-    Prefix prefixIn(const uint8_t* row) const;
+    Prefix prefixIn(const uint8_t* row) const {
+      Prefix prefix;
+      std::memcpy(&prefix.addr, row + addrOffset, sizeof prefix.addr);
+      prefix.length = row[maskOffset];
+      return prefix;
+    }
   };
   struct HashOfRecord {
     const Table* table;
@@ -227,7 +233,7 @@ class Cursor {
   bool stepOne(uint8_t* row);
   bool stepRun(uint8_t* row);
   bool stepPrefixes(uint8_t* row);
-  Ref findPrefix(Heap& heap, Ref trie, uint8_t* row) const;
+  Ref findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const;
   bool readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const;
   PostingEntry entryOf(const uint8_t* row, Ref record) const;
   uint32_t refillUnderKey();

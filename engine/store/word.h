@@ -67,20 +67,17 @@ inline void copyOut(void* to, const void* shared, size_t bytes) {
   }
 }
 
-// The same where the shared side is 8-byte aligned, in half as many steps.
+// The same where the shared side is 8-byte aligned, in half as many steps, four at a time.
 inline void copyOutWide(void* to, const void* shared, size_t bytes) {
+  constexpr size_t kWide = sizeof(uint64_t);
   const auto* from = static_cast<const uint64_t*>(shared);
   auto* out = static_cast<unsigned char*>(to);
-  for (; bytes >= 2 * sizeof(uint64_t); bytes -= 2 * sizeof(uint64_t), from += 2, out += 2 * sizeof(uint64_t)) {
-    const uint64_t words[] = {load(from[0]), load(from[1])};
-    std::memcpy(out, words, sizeof words);
-  }
-  if (bytes >= sizeof(uint64_t)) {
-    const uint64_t word = load(*from++);
-    std::memcpy(out, &word, sizeof word);
-    bytes -= sizeof word;
-    out += sizeof word;
-  }
+  const auto copy = [&](size_t at) {
+    const uint64_t word = load(from[at]);
+    std::memcpy(out + at * kWide, &word, kWide);
+  };
+  for (; bytes >= 4 * kWide; bytes -= 4 * kWide, from += 4, out += 4 * kWide) copy(0), copy(1), copy(2), copy(3);
+  for (; bytes >= kWide; bytes -= kWide, ++from, out += kWide) copy(0);
   copyOut(out, from, bytes);
 }
 
