@@ -14,6 +14,10 @@
 #include "tests/support/tables_fixture.h"
 
 namespace fibdb::test::fault {
+
+uint64_t connectionOfRows() { return 77; }
+void giveBackBatchObject(uint64_t object) { PlatformDouble::instance().releaseObject(object); }
+
 namespace {
 
 constexpr uint32_t kCodes[] = {7, 10740, 13044, 15005, 60003, 60023, 110012};

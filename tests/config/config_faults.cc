@@ -50,8 +50,11 @@ std::vector<Exported> rowsOf(const Record& record) {
   };
   const Rules filling{{getters(record), ignored}, {"db_create_child_node", ignored}};
   return {
-      {named("FIB_DB_InitEcmpCfg", "FIB_DB_InitCfgValue"), [=] { return r->init(1); }, {{setters(record), raw}}},
-      {named("FIB_DB_GetEcmpCfgItem", "FIB_DB_GetGlbCfgItem"), [=] { return r->fill(1, item), 0u; }, filling},
+      {named("FIB_DB_InitEcmpCfg", "FIB_DB_InitCfgValue"),
+       [=] { return r->init(callersObject); },
+       {{setters(record), raw}}},
+      {named("FIB_DB_GetEcmpCfgItem", "FIB_DB_GetGlbCfgItem"), [=] { return r->fill(callersObject, item), 0u; },
+       filling},
       {named("FIB_DB_ReadEcmpCfgCommon", "FIB_DB_ReadCfgCommon"),
        [=] {
          uint64_t obj = 0;
@@ -85,14 +88,14 @@ std::vector<Exported> rowsOf(const Setting& setting) {
   const Rules gets{{"db_get_" + record.name + "_" + setting.field, one}};
   const Rules sets{{"db_set_" + record.name + "_" + setting.field, one}};
   std::vector<Exported> rows{
-      {"FIB_DB_Set" + setting.accessors, [=] { return setting.set(1, 5); }, sets},
+      {"FIB_DB_Set" + setting.accessors, [=] { return setting.set(callersObject, 5); }, sets},
       {"FIB_DB_Write" + setting.records, [=] { return setting.write(&vr, 5); }, writing(record, {})},
       {"FIB_DB_Update" + setting.records, [=] { return setting.update(&vr, 5); }, updating(record, sets)}};
   if (setting.get) {
     rows.push_back({"FIB_DB_Get" + setting.accessors,
                     [=] {
                       uint64_t value = 0;
-                      return setting.get(1, &value);
+                      return setting.get(callersObject, &value);
                     },
                     gets});
     rows.push_back({"FIB_DB_Read" + setting.records,
@@ -113,10 +116,10 @@ std::vector<Exported> rowsOf(const Node& node) {
   return {{"FIB_DB_Get" + node.getter,
            [=] {
              Bytes out = node.full();
-             return node.get(1, out);
+             return node.get(callersObject, out);
            },
            gets},
-          {"FIB_DB_Set" + node.setter, [=] { return node.set(1, node.full()); }, sets},
+          {"FIB_DB_Set" + node.setter, [=] { return node.set(callersObject, node.full()); }, sets},
           {"FIB_DB_Read" + node.records,
            [=] {
              Bytes out = node.full();
@@ -143,7 +146,7 @@ std::vector<Exported> rows() {
        {}},
       {"FIB_DB_HandleEcmpCfgDefaultValue", [] { return FIB_DB_HandleEcmpCfgDefaultValue(&ecmpItem), 0u; }, {}},
       {"FIB_DB_GetGlbCfgLoadBalance",
-       [] { return FIB_DB_GetGlbCfgLoadBalance(1, &globalItem.loadBalance); },
+       [] { return FIB_DB_GetGlbCfgLoadBalance(callersObject, &globalItem.loadBalance); },
        {{"db_create_child_node", raw}, {"db_get_global_cfg_load_balance_*", raw}}},
   };
   const auto add = [&](const std::vector<Exported>& more) { rows.insert(rows.end(), more.begin(), more.end()); };

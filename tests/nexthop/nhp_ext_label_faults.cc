@@ -27,7 +27,7 @@ const FaultRows kRows{
     {"FIB_DB_CreateNhpExtLabel", [] { return FIB_DB_CreateNhpExtLabel(&label); }, {{"UFIB_DB_Create", raw}}},
     {"FIB_DB_ReadNhpExtLabel", [] { return FIB_DB_ReadNhpExtLabel(&label); }, {{"UFIB_DB_Read", raw}}},
     {"FIB_DB_SetNhpExtLabelSmoothID",
-     [] { return FIB_DB_SetNhpExtLabelSmoothID(&context, 1); },
+     [] { return FIB_DB_SetNhpExtLabelSmoothID(&context, callersObject); },
      {{"db_set_nhp_ext_label_table_smooth_id", raw}}},
     {"FIB_DB_UpdateNhpExtLabelSmoothId",
      [] { return FIB_DB_UpdateNhpExtLabelSmoothId(&label); },

@@ -20,8 +20,8 @@ const FaultRows kRows{
        return FIB_DB_SetNhpVpnKeyField(&out, bytes, &item), 0u;
      },
      {}},
-    {"FIB_DB_SetNhpVpnItem", [] { return FIB_DB_SetNhpVpnItem(1, &item); }, {{"db_set_nhp_vpn_*", one}}},
-    {"FIB_DB_GetNhpVpnItem", [] { return FIB_DB_GetNhpVpnItem(1, &item), 0u; }, kUnpacking},
+    {"FIB_DB_SetNhpVpnItem", [] { return FIB_DB_SetNhpVpnItem(callersObject, &item); }, {{"db_set_nhp_vpn_*", one}}},
+    {"FIB_DB_GetNhpVpnItem", [] { return FIB_DB_GetNhpVpnItem(callersObject, &item), 0u; }, kUnpacking},
     {"FIB_DB_WriteNhpVpn", [] { return FIB_DB_WriteNhpVpn(&item); },
      onObjectOf("nhp_vpn", {{"db_set_nhp_vpn_*", one}, {"db_write_obj", written}})},
     {"FIB_DB_ReadNhpVpn", [] { return FIB_DB_ReadNhpVpn(&item); },

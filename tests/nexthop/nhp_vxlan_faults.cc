@@ -41,8 +41,10 @@ const FaultRows kRows{
        return FIB_DB_SetNhpVxlanKeyField(&out, bytes, &item);
      },
      {{"memcpy_s", refused}}},
-    {"FIB_DB_SetNhpVxlanItem", [] { return FIB_DB_SetNhpVxlanItem(1, &item); }, {{"db_set_nhp_vxlan_*", one}}},
-    {"FIB_DB_GetNhpVxlanItem", [] { return FIB_DB_GetNhpVxlanItem(1, &item), 0u; }, kUnpacking},
+    {"FIB_DB_SetNhpVxlanItem",
+     [] { return FIB_DB_SetNhpVxlanItem(callersObject, &item); },
+     {{"db_set_nhp_vxlan_*", one}}},
+    {"FIB_DB_GetNhpVxlanItem", [] { return FIB_DB_GetNhpVxlanItem(callersObject, &item), 0u; }, kUnpacking},
     {"FIB_DB_GetNhpVxlanItemLite",
      [] {
        const FibDbNhpVxlanRow row{};

@@ -65,7 +65,7 @@ const FaultRows kRows{
     {"FIB_DB_UpdateNhp4ExtSrv6TeFields",
      [] { return FIB_DB_UpdateNhp4ExtSrv6TeFields(&item, [](uint64_t, const void*) { return 5u; }); }, kUpdating},
     {"FIB_DB_SetNhp4ExtSrv6TeContext",
-     [] { return FIB_DB_SetNhp4ExtSrv6TeContext(1, &item); },
+     [] { return FIB_DB_SetNhp4ExtSrv6TeContext(callersObject, &item); },
      {{"db_set_pp4ext_srv6_te_*", one}}},
     {"FIB_DB_UpdateNhp4ExtSrv6TeContext", [] { return FIB_DB_UpdateNhp4ExtSrv6TeContext(&item); },
      kStaging + kUpdating},

@@ -38,7 +38,7 @@ const FaultRows kRows{
      },
      {}},
     {"FIB_DB_SetArGroupAttrSmoothID",
-     [] { return FIB_DB_SetArGroupAttrSmoothID(&groupContext, 1); },
+     [] { return FIB_DB_SetArGroupAttrSmoothID(&groupContext, callersObject); },
      {{"db_set_ar_group_attr_*", raw}}},
     {"FIB_DB_CreateArGroupAttr", [] { return FIB_DB_CreateArGroupAttr(&group); }, {{"UFIB_DB_Create", raw}}},
     {"FIB_DB_ReadArGroupAttr", [] { return FIB_DB_ReadArGroupAttr(&group); }, {{"UFIB_DB_Read", raw}}},

@@ -16,7 +16,7 @@ const FaultRows kRows{
     {"FIB_DB_GetDodRuleFields", [] { return unpacked<FibDbDodRuleItem>(FIB_DB_GetDodRuleFields, &item); }, {}},
     {"FIB_DB_SetDodRulePriKey", [] { return keyBuilt(FIB_DB_SetDodRulePriKey, &item); }, {}},
     {"FIB_DB_SetDodRuleSmoothID",
-     [] { return FIB_DB_SetDodRuleSmoothID(&context, 1); },
+     [] { return FIB_DB_SetDodRuleSmoothID(&context, callersObject); },
      {{"db_set_fib_dod_rule_table_smooth_id", raw}}},
     {"FIB_DB_CreatDodRule", [] { return FIB_DB_CreatDodRule(&item); }, {{"UFIB_DB_Create", raw}}},
     {"FIB_DB_ReadDodRule", [] { return FIB_DB_ReadDodRule(&item); }, {{"UFIB_DB_Read", raw}}},

@@ -10,7 +10,9 @@ namespace {
 FibDbRe4DefaultItem item{.fvrfIndex = 1};
 
 const FaultRows kRows{
-    {"FIB_DB_SetRe4DefaultItem", [] { return FIB_DB_SetRe4DefaultItem(1, &item); }, {{"db_set_re4_default_*", one}}},
+    {"FIB_DB_SetRe4DefaultItem",
+     [] { return FIB_DB_SetRe4DefaultItem(callersObject, &item); },
+     {{"db_set_re4_default_*", one}}},
     {"FIB_DB_WriteRe4Default", [] { return FIB_DB_WriteRe4Default(&item); },
      onObjectOf("re4_default", {{"db_set_re4_default_*", one}, {"db_write_obj", written}})},
     {"FIB_DB_RemoveRe4Default", [] { return FIB_DB_RemoveRe4Default(&item.fvrfIndex); },

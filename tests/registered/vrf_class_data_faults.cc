@@ -22,7 +22,7 @@ const FaultRows kRows{
      [] { return keyBuilt(FIB_DB_SetVrfClassDataSmoothEndHashKey, &item); },
      {}},
     {"FIB_DB_GetVrfClassDataItem",
-     [] { return FIB_DB_GetVrfClassDataItem(1, &item); },
+     [] { return FIB_DB_GetVrfClassDataItem(callersObject, &item); },
      {{"db_get_vrf_class_data_*", raw}}},
     {"FIB_DB_ReadVrfClassData", [] { return FIB_DB_ReadVrfClassData(&item); },
      onObjectOf("vrf_class_data", {{"db_read_obj", readOrRaw}, {"db_get_vrf_class_data_*", ignored}})},

@@ -3,7 +3,6 @@
 // tests/route/ip4forward_batch_faults.cc: the rows of the routes' batch path for the fault loop.
 #include "fibdb/route.h"
 #include "tests/support/fault_rows.h"
-#include "tests/support/platform_double.h"
 
 namespace fibdb::test::fault {
 namespace {
@@ -13,11 +12,11 @@ FibDbIp4forwardItem route{.vr_id = 1, .dest_ip_addr = 0x0A000000, .mask_len = 8}
 // A batch object is the platform's to give back: the library never does.
 template <class Use>
 uint32_t withBatchObject(Use use) {
-  g_fibDbAsyncConn = 77;
+  g_fibDbAsyncConn = connectionOfRows();
   uint64_t object = 0;
   uint32_t status = FIB_DB_GetIp4forwardBatchAsyncObject(&object);
   if (status == 0) status = use(&object);
-  if (g_fibAsyncBatchObject != 0) PlatformDouble::instance().releaseObject(g_fibAsyncBatchObject);
+  if (g_fibAsyncBatchObject != 0) giveBackBatchObject(g_fibAsyncBatchObject);
   return status;
 }
 
@@ -29,11 +28,11 @@ const FaultRows kRows{
     {"FIB_DB_CreateAsyncConnect", [] { return FIB_DB_CreateAsyncConnect(1, 2); }, {{"db_connect", raw}}},
     {"FIB_DB_DestroyAsyncConnect",
      [] {
-       g_fibDbAsyncConn = 77;
+       g_fibDbAsyncConn = connectionOfRows();
        return FIB_DB_DestroyAsyncConnect(), 0u;
      },
      {{"db_disconnect", ignored}}},
-    {"FIB_DB_GetAsyncConn", [] { return static_cast<uint32_t>(FIB_DB_GetAsyncConn()); }, {}},
+    {"FIB_DB_GetAsyncConn", [] { return FIB_DB_GetAsyncConn() == g_fibDbAsyncConn ? 0u : kNull; }, {}},
     {"FIB_DB_GetIp4forwardBatchAsyncObject",
      [] { return withBatchObject([](uint64_t* object) { return FIB_DB_GetIp4forwardBatchAsyncObject(object); }); },
      onBatchObject({{"db_reset_ip4forward_object", raw}})},

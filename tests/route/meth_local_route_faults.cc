@@ -20,8 +20,8 @@ const FaultRows kRows{
        return FIB_DB_SetMeLocalRouteKeyField(&desc, key, &route), 0u;
      },
      {}},
-    {"FIB_DB_SetMeLocalRouteItem", [] { return FIB_DB_SetMeLocalRouteItem(1, &route); }, kStaging},
-    {"FIB_DB_GetMeLocalRouteItem", [] { return FIB_DB_GetMeLocalRouteItem(1, &route), 0u; }, kUnpacking},
+    {"FIB_DB_SetMeLocalRouteItem", [] { return FIB_DB_SetMeLocalRouteItem(callersObject, &route); }, kStaging},
+    {"FIB_DB_GetMeLocalRouteItem", [] { return FIB_DB_GetMeLocalRouteItem(callersObject, &route), 0u; }, kUnpacking},
     {"FIB_DB_WriteMeLocalRoute", [] { return FIB_DB_WriteMeLocalRoute(&route); },
      onObjectOf("meth_local_route", kStaging + Rules{{"db_write_obj", written}})},
     {"FIB_DB_RemoveMeLocalRoute", [] { return FIB_DB_RemoveMeLocalRoute(&route); },

@@ -3,7 +3,9 @@
 // tests/support/fault_rows.h: what the fault loop runs: a row per exported function, and what its failures give.
 //
 // The rows stand beside the tests of their table and announce themselves: a file of rows holds one FaultRows, and
-// belongs to the same program as the loop. An exported function that no file has a row for fails the loop.
+// belongs to the same program as the loop. An exported function that no file has a row for fails the loop. There are
+// two loops: over the double every call of the platform fails in turn (fault_loop_test.cc), over the engine every
+// request for memory (end_to_end/memory_test.cc).
 #ifndef FIBDB_TESTS_SUPPORT_FAULT_ROWS_H
 #define FIBDB_TESTS_SUPPORT_FAULT_ROWS_H
 
@@ -56,6 +58,14 @@ struct Exported {
 
   friend void PrintTo(const Exported& row, std::ostream* out) { *out << row.name; }
 };
+
+// The object that rows hand to the functions that take one of their caller's; the double takes any word for one.
+inline uint64_t callersObject = 1;
+
+// What the rows of the batch path need beside it, each loop in its own way: a connection, and a way to give back the
+// batch object that the library keeps.
+uint64_t connectionOfRows();
+void giveBackBatchObject(uint64_t object);
 
 // Every row of the program, in no particular order.
 inline std::vector<Exported>& allRows() {
