@@ -80,12 +80,19 @@ TEST(ParsePrefix, each_text_gets_its_verdict) {
       {"2001:db8::/32", kNoPrefix},
       {"", kNoPrefix},
       {"/8", kNoPrefix},
-      {"default", kNoPrefix},
+      {"default", kNone},
+      {"default/0", kNoPrefix},
   };
   for (const PrefixCase& c : kCases) {
     Prefix prefix;
     EXPECT_EQ(parsePrefix(c.text, prefix), c.fault) << c.text;
   }
+}
+
+TEST(ParsePrefix, default_is_the_prefix_of_all_addresses) {
+  Prefix prefix{7, 7};
+  EXPECT_EQ(parsePrefix("default", prefix), PrefixFault::kNone);
+  EXPECT_EQ(prefix, (Prefix{0, 0}));
 }
 
 TEST(ParsePrefix, without_a_length_it_is_a_host) {

@@ -75,6 +75,22 @@ TEST(LoadRoutes, bad_lines_are_named_good_ones_loaded_and_the_status_says_so) {
   EXPECT_THAT(outcome.out, HasSubstr("2 new, 0 replaced, 4 bad lines\n"));
 }
 
+TEST(LoadRoutes, bad_lines_are_no_failure_where_they_are_to_be_skipped) {
+  const Args load = {"-c", "load routes - skip-bad"};
+  const Outcome outcome = runProgram(load, "10.0.0.0/8\nbogus\n");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "-:2: \"bogus\": not an IPv4 prefix\n");
+  EXPECT_EQ(runProgram(load, "bogus\n").status, 1) << "there was not a single route";
+}
+
+TEST(LoadRoutes, a_file_without_a_single_route_is_a_failure) {
+  for (const char* text : {"", "# a comment\n\n"}) {
+    const Outcome outcome = runProgram(commands({"load routes -"}), text);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "-: not a single route\n");
+  }
+}
+
 TEST(LoadRoutes, bad_lines_are_objects_in_json) {
   const Outcome outcome = runProgram({"--json", "-c", "load routes -"}, "10.0.0.0/8\nbogus\n");
   EXPECT_EQ(outcome.status, 1);
@@ -160,7 +176,7 @@ TEST(SaveRoutes, what_is_saved_loads_again_as_the_same_table_in_key_order) {
   EXPECT_EQ(save.status, 0) << save.err;
   EXPECT_THAT(save.out, HasSubstr("4 routes saved to " + first));
   EXPECT_EQ(ScratchFolder::read(first),
-            "0.0.0.0/0 group 1\n10.0.0.0/8 group 2\n10.1.0.0/16 group 3\n10.1.2.3/32 group 0\n");
+            "0.0.0.0/0 group 1\n10.0.0.0/8 group 2\n10.1.0.0/16 origin-as 259\n10.1.2.3/32 group 0\n");
   EXPECT_EQ(runProgram(commands({"load routes " + first, "save routes " + second})).status, 0);
   EXPECT_EQ(ScratchFolder::read(first), ScratchFolder::read(second));
 }
@@ -171,6 +187,18 @@ TEST(SaveRoutes, to_standard_output_writes_routes_and_nothing_else) {
   EXPECT_EQ(outcome.out, "");
   const Outcome one = runProgram(commands({"add route 10.0.0.0/8 group 7", "save routes -"}));
   EXPECT_EQ(one.out, "added 10.0.0.0/8 group 7\n10.0.0.0/8 group 7\n");
+}
+
+TEST(SaveRoutes, without_routes_a_full_file_stays_unless_force_is_given) {
+  const ScratchFolder folder;
+  const std::string file = folder.write("f", kRoutes);
+  const Outcome kept = runProgram(commands({"save routes " + file}));
+  EXPECT_EQ(kept.status, 1);
+  EXPECT_EQ(kept.err, "fibdb: " + file + ": kept, for it holds something and there is nothing to save\n" +
+                          "to replace it all the same: save routes " + file + " force\n");
+  EXPECT_EQ(ScratchFolder::read(file), kRoutes);
+  EXPECT_EQ(runProgram(commands({"save routes " + file + " force"})).status, 0);
+  EXPECT_EQ(ScratchFolder::read(file), "");
 }
 
 TEST(SaveRoutes, into_a_folder_that_is_missing_fails_by_name) {

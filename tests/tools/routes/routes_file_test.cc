@@ -29,7 +29,15 @@ TEST(ParseRouteLine, all_forms_of_a_route_are_understood) {
   EXPECT_EQ(goodLine("10.0.0.1"), (Route{{0x0a000001, 32}, 0, 0}));
   EXPECT_EQ(goodLine("  10.0.0.0/8\tgroup  7 \r"), (Route{{0x0a000000, 8}, 7, 0}));
   EXPECT_EQ(goodLine("10.0.0.0/8 group 4294967295 # the last"), (Route{{0x0a000000, 8}, UINT32_MAX, 0}));
-  EXPECT_EQ(goodLine("8.8.8.0/24 origin-as 15169"), (Route{{0x08080800, 24}, 15169 % 256, 0}));
+  EXPECT_EQ(goodLine("default group 3"), (Route{{0, 0}, 3, 0}));
+}
+
+TEST(ParseRouteLine, an_origin_is_kept_and_says_the_group_unless_one_is_given) {
+  const Route expected{{0x08080800, 24}, 15169 % 256, 0, 15169};
+  for (const char* origin : {"origin-as 15169", "origin-as AS15169", "AS15169", "as15169"}) {
+    EXPECT_EQ(goodLine("8.8.8.0/24 " + std::string(origin)), expected) << origin;
+    EXPECT_EQ(goodLine("8.8.8.0/24 group 7 " + std::string(origin)), (Route{{0x08080800, 24}, 7, 0, 15169})) << origin;
+  }
 }
 
 TEST(ParseRouteLine, blank_lines_and_comments_are_nothing) {
@@ -51,6 +59,11 @@ TEST(ParseRouteLine, each_bad_line_names_the_offending_part_and_the_reason) {
       {"10.0.0.0/8 group -1", "-1", "not a number below 2^32"},
       {"10.0.0.0/8 origin-as 4294967296", "4294967296", "not a number below 2^32"},
       {"10.0.0.0/8 group 1 group 2", "group", "words after the route"},
+      {"10.0.0.0/8 AS1 AS1", "AS1", "words after the route"},
+      {"10.0.0.0/8 origin-as 1 group 2", "group", "words after the route"},
+      {"10.0.0.0/8 asx", "asx", "neither group nor origin-as"},
+      {"10.0.0.0/8 AS4294967296", "4294967296", "not a number below 2^32"},
+      {"10.0.0.0/8 origin-as", "origin-as", "a number is missing"},
       {{"10.0.0.0/8\0", 11}, {"10.0.0.0/8\0", 11}, "binary content"},
   };
   for (const Case& c : kCases) {
@@ -63,7 +76,8 @@ TEST(ParseRouteLine, each_bad_line_names_the_offending_part_and_the_reason) {
 }
 
 TEST(FormatRouteLine, is_read_back_as_the_same_route) {
-  for (const Route& route : {Route{{0, 0}, 0, 0}, Route{{0x0a000000, 8}, UINT32_MAX, 0}, Route{{7, 32}, 1, 0}}) {
+  for (const Route& route : {Route{{0, 0}, 0, 0}, Route{{0x0a000000, 8}, UINT32_MAX, 0}, Route{{7, 32}, 1, 0},
+                             Route{{7, 32}, 65, 0, 15169}, Route{{7, 32}, 66, 0, 15169}, Route{{7, 32}, 0, 0, 256}}) {
     const std::string line = formatRouteLine(route);
     EXPECT_EQ(line.back(), '\n');
     EXPECT_EQ(goodLine(std::string_view(line).substr(0, line.size() - 1)), route);
@@ -126,6 +140,20 @@ TEST_F(RoutesFile, lines_end_with_or_without_carriage_returns_and_last_newline) 
   EXPECT_EQ(read(folder_.write("g", "10.0.0.0/8\n\n\n")).routes, 1u);
 }
 
+TEST_F(RoutesFile, a_byte_order_mark_is_no_part_of_the_first_line) {
+  EXPECT_EQ(read(folder_.write("f",
+                               "\xef\xbb\xbf"
+                               "10.0.0.0/8\n11.0.0.0/8\n"))
+                .routes,
+            2u);
+  EXPECT_EQ(read(folder_.write("g",
+                               "10.0.0.0/8\n\xef\xbb\xbf"
+                               "11.0.0.0/8\n"))
+                .badLines,
+            1u)
+      << "later it is one";
+}
+
 TEST_F(RoutesFile, an_empty_file_is_an_empty_table) {
   const auto report = read(folder_.write("f", ""));
   EXPECT_EQ(report.routes + report.badLines, 0u);
@@ -186,6 +214,24 @@ TEST_F(RoutesFile, a_cut_compressed_file_gives_what_it_holds_and_says_where_it_b
   EXPECT_GT(report.routes, 0u);
   EXPECT_LT(report.routes, 50000u);
   EXPECT_EQ(errors_.str().find(file + ":"), 0u);
+}
+
+TEST_F(RoutesFile, garbage_behind_a_compressed_file_is_said) {
+  const std::string text = manyRoutes(50000);
+  struct Case {
+    const char* name;
+    int (*filter)(archive*);
+  };
+  for (const Case& c : {Case{"gz", archive_write_add_filter_gzip}, Case{"xz", archive_write_add_filter_xz},
+                        Case{"bz2", archive_write_add_filter_bzip2}, Case{"zst", archive_write_add_filter_zstd}}) {
+    const std::string whole = ScratchFolder::read(compress(c.name, text, c.filter));
+    // As much as is read at once with the end of what is compressed, and more than that.
+    for (const size_t garbage : {1, 200000}) {
+      SCOPED_TRACE(c.name + std::to_string(garbage));
+      EXPECT_TRUE(read(folder_.write("f", whole + std::string(garbage, 'x'))).broken);
+    }
+    EXPECT_FALSE(read(folder_.write("f", whole + whole)).broken) << "several compressed files in a row are one";
+  }
 }
 
 TEST_F(RoutesFile, a_file_that_is_not_there_or_is_a_folder_is_a_failure_with_its_name) {

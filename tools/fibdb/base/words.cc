@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 
 #include "tools/fibdb/base/failure.h"
 
@@ -69,6 +70,11 @@ size_t editDistance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
+std::string_view withoutByteOrderMark(std::string_view firstLine) {
+  constexpr std::string_view kMark = "\xef\xbb\xbf";
+  return firstLine.substr(firstLine.starts_with(kMark) ? kMark.size() : 0);
+}
+
 Words splitWords(std::string_view line) {
   Words words;
   for (size_t i = 0; i < line.size();) {
@@ -81,6 +87,13 @@ Words splitWords(std::string_view line) {
     }
   }
   return words;
+}
+
+std::string expandHome(std::string_view path) {
+  const char* home = std::getenv("HOME");
+  const bool inHome = path == "~" || path.starts_with("~/");
+  if (!inHome || home == nullptr) return std::string(path);
+  return home + std::string(path.substr(1));
 }
 
 std::string quoted(std::string_view word) {
@@ -129,6 +142,10 @@ std::optional<uint32_t> parseAddress(std::string_view text) {
 }
 
 PrefixFault parsePrefix(std::string_view text, Prefix& prefix) {
+  if (text == "default") {
+    prefix = {0, 0};
+    return PrefixFault::kNone;
+  }
   const size_t slash = text.find('/');
   const auto address = parseAddress(text.substr(0, slash));
   if (!address) return PrefixFault::kNoPrefix;

@@ -21,9 +21,15 @@ namespace fibdb::program {
 
 using Words = std::vector<std::string>;
 
+// Editors of some systems begin a file with one.
+std::string_view withoutByteOrderMark(std::string_view firstLine);
+
 // Splits a command line. 'single' and "double" quotes keep blanks, \ keeps the next character, # at the start
 // of a word begins a comment. Throws Failure (usage) for a quote that is not closed.
 Words splitWords(std::string_view line);
+
+// A path that begins with ~/ is one in the home, as in other shells.
+std::string expandHome(std::string_view path);
 
 // The word as splitWords takes it for one.
 std::string quoted(std::string_view word);
@@ -50,7 +56,7 @@ const char* faultText(PrefixFault fault);
 
 // Four decimal numbers without leading zeros, which some readers take for octal.
 std::optional<uint32_t> parseAddress(std::string_view text);
-// address[/length]; without a length: /32. With kBitsBeyondMask the prefix is filled, bits and all.
+// address[/length], without a length: /32; or `default`. With kBitsBeyondMask the prefix is filled, bits and all.
 PrefixFault parsePrefix(std::string_view text, Prefix& prefix);
 
 std::string formatAddress(uint32_t address);

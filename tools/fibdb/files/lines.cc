@@ -15,6 +15,7 @@
 
 #include "tools/fibdb/base/failure.h"
 #include "tools/fibdb/base/interrupt.h"
+#include "tools/fibdb/base/words.h"
 
 namespace fibdb::program {
 namespace {
@@ -24,6 +25,7 @@ constexpr const char* kOverlongReason = "a line of more than 4096 bytes";
 static_assert(kMaxLineLength == 4096, "the text above says so");
 
 constexpr size_t kShownText = 200;  // of an offending text
+constexpr const char* kGarbage = "garbage behind the compressed content";
 
 }  // namespace
 
@@ -60,7 +62,7 @@ class LineSource::Archive {
     la_int64_t offset = 0;
     while (!ended_) {
       const int code = archive_read_data_block(reader_, &data, &size, &offset);
-      if (code == ARCHIVE_EOF) ended_ = true;
+      if (code == ARCHIVE_EOF) end();
       if (code < ARCHIVE_WARN) fail();
       if (!ended_ && size > 0) return {static_cast<const char*>(data), size};
     }
@@ -86,8 +88,16 @@ class LineSource::Archive {
     if (descriptor_ > STDIN_FILENO) ::close(descriptor_);
   }
 
-  [[noreturn]] void fail() const {
-    const char* text = archive_error_string(reader_);
+  // Some of the filters leave what stands behind the compressed content unread, and say nothing.
+  void end() {
+    ended_ = true;
+    const bool consumed = archive_filter_bytes(reader_, -1) == static_cast<la_int64_t>(read_);
+    const void* more = nullptr;
+    if (!consumed || readSome(reader_, this, &more) != 0) fail(error_ == 0 ? kGarbage : nullptr);
+  }
+
+  [[noreturn]] void fail(const char* why = nullptr) const {
+    const char* text = why != nullptr ? why : archive_error_string(reader_);
     const std::string reason = error_ != 0 ? std::strerror(error_) : text != nullptr ? text : "cannot be read";
     throw Failure(error_ == EINTR ? Status::kInterrupted : Status::kFailed, reason);
   }
@@ -229,6 +239,7 @@ FileReport readLines(const std::string& file, Output& output, Progress& progress
   for (Next next = nextLine(source, line, bad, report); next != Next::kEnd;
        next = nextLine(source, line, bad, report)) {
     const uint64_t number = source.lineNumber();
+    if (number == 1) line = withoutByteOrderMark(line);
     const auto wrong = next == Next::kOverlong ? fault(line, kOverlongReason) : take(line, number);
     if (wrong) bad.add(number, *wrong);
     if (number % kLinesPerProgress == 0) progress.update(source.share(), number);

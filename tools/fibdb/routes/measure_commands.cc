@@ -180,7 +180,7 @@ CheckCounts compareAnswers(Session& session, const ReferenceTable& reference, ui
 }
 
 Status checkLookup(Session& session, Arguments& arguments) {
-  const std::string& file = arguments.word("a file");
+  const std::string file = arguments.file();
   const uint64_t count = takeCount(arguments, kDefaultChecks);
   const uint64_t seed = chooseSeed();
   if (file == "-" && session.commandsOnInput) arguments.fail("standard input holds the commands");
@@ -278,9 +278,11 @@ std::vector<uint32_t> showLookups(Session& session) {
 }
 
 Status tour(Session& session, Arguments& arguments) {
-  const std::string& file = arguments.word("a file");
+  const std::string file = arguments.file();
   arguments.end();
+  const bool clean = !session.unsaved.holds(Part::kRecords);
   writeGroups(session);
+  if (clean) session.unsaved.settle(Part::kRecords);
   const LoadSummary summary = loadRoutesFile(session, file);
   showLoadSummary(session, file, summary);
   if (summary.report.interrupted) return summary.status();

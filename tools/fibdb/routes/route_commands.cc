@@ -41,7 +41,6 @@ constexpr Attribute kAttributes[] = {
     {"attr_byte_c", [](Item i) -> uint64_t { return i.attr_byte_c; }},
     {"attr_half_c", [](Item i) -> uint64_t { return i.attr_half_c; }},
     {"attr_word_d", [](Item i) -> uint64_t { return i.attr_word_d; }},
-    {"attr_word_e", [](Item i) -> uint64_t { return i.attr_word_e; }},
     {"high_status", [](Item i) -> uint64_t { return i.high_status; }},
     {"attr_byte_e", [](Item i) -> uint64_t { return i.attr_byte_e; }},
     {"attr_byte_f", [](Item i) -> uint64_t { return i.attr_byte_f; }},
@@ -55,6 +54,7 @@ constexpr Attribute kAttributes[] = {
 
 std::vector<Fact> routeFacts(const FibDbIp4forwardItem& item) {
   std::vector<Fact> facts{{"prefix", formatPrefix(prefixOf(item))}, {"group", uint64_t{item.attr_word_a}}};
+  if (originOf(item) != 0) facts.push_back({"origin_as", uint64_t{originOf(item)}});
   facts.push_back({"generation", uint64_t{item.table_smooth_id}});
   facts.push_back({"source_pid", uint64_t{item.source_pid}});
   facts.push_back({"written", timeText(item.time_stamp_svc)});
@@ -62,6 +62,10 @@ std::vector<Fact> routeFacts(const FibDbIp4forwardItem& item) {
     if (attribute.get(item) != 0) facts.push_back({attribute.name, attribute.get(item)});
   }
   return facts;
+}
+
+Route routeOf(const FibDbIp4forwardItem& item) {
+  return {.prefix = prefixOf(item), .group = item.attr_word_a, .origin = originOf(item)};
 }
 
 // The route's facts, and below its prefix the group that it names.
@@ -179,16 +183,17 @@ Status deleteRoute(Session& session, Arguments& arguments) {
 }
 
 Status loadRoutes(Session& session, Arguments& arguments) {
-  const std::string& file = arguments.word("a file");
-  arguments.end();
-  const LoadSummary summary = loadRoutesFile(session, file);
+  const std::string file = arguments.file();
+  const bool skipBad = arguments.lastKeyword("skip-bad");
+  LoadSummary summary = loadRoutesFile(session, file);
+  summary.skipsBad = skipBad;
   showLoadSummary(session, file, summary);
   return summary.status();
 }
 
 Status saveRoutes(Session& session, Arguments& arguments) {
-  const std::string& file = arguments.word("a file");
-  arguments.end();
+  const std::string file = arguments.file();
+  const bool force = arguments.lastKeyword("force");
   session.output.flush();
   FileWriter writer(file);
   RouteIterator routes(RouteIterator::Order::kKey);
@@ -196,10 +201,12 @@ Status saveRoutes(Session& session, Arguments& arguments) {
     if (item->vr_id != 0 || item->vrf_index != 0) {
       throw Failure(Status::kFailed, formatPrefix(prefixOf(*item)) + " belongs to another VRF: not saved");
     }
-    writer.write(formatRouteLine({prefixOf(*item), item->attr_word_a, 0}));
+    writer.write(formatRouteLine(routeOf(*item)));
   }
+  if (!force) writer.requireRecords(writer.count(), "save routes " + quoted(file) + " force");
   writer.commit();
   if (file == "-") return Status::kOk;
+  session.unsaved.settle(Part::kRoutes);
   session.output.result(formatCount(writer.count()) + " routes saved to " + file,
                         {{"file", file}, {"saved", writer.count()}});
   return Status::kOk;
@@ -212,15 +219,18 @@ Status showSummary(Session& session, Arguments& arguments) {
 }
 
 constexpr Command kCommands[] = {
-    {"load routes", "FILE", "load a routing table; - reads standard input",
-     "One route a line: PREFIX[/LENGTH] [group N | origin-as N]. Without a length: /32. Without a group: 0;\n"
-     "origin-as N takes group N mod 256. Blank lines and # comments are skipped. Plain text, gzip, xz, bzip2 "
-     "or zstd.\n"
-     "A bad line is reported with its number and its reason; the good lines are loaded, the status is 1.\n"
+    {"load routes", "FILE [skip-bad]", "load a routing table; - reads standard input",
+     "One route a line: PREFIX[/LENGTH] [group N] [origin-as N]. Without a length: /32. Without a group: N mod 256\n"
+     "of the origin, or 0. `default` is 0.0.0.0/0, AS15169 the same as origin-as 15169. Blank lines and # comments\n"
+     "are skipped. Plain text, gzip, xz, bzip2 or zstd.\n"
+     "A bad line is reported with its number and its reason; the good lines are loaded. The status is 1 then, unless\n"
+     "skip-bad is given; it is 1, too, for a file without a single route.\n"
      "Ctrl-C ends the load; what was read until then stays.",
      loadRoutes},
-    {"save routes", "FILE", "write all routes in key order; - writes standard output",
-     "The format is that of load routes. The file appears, or is replaced, when it is complete.", saveRoutes},
+    {"save routes", "FILE [force]", "write all routes in key order; - writes standard output",
+     "The format is that of load routes. The file appears, or is replaced, when it is complete. Without any route a\n"
+     "file that holds something is kept, unless force is given.",
+     saveRoutes},
     {"show route", "ADDRESS | PREFIX [longer]", "the route that covers an address, or the route of a prefix",
      "ADDRESS: the longest prefix that covers it. PREFIX/LENGTH: exactly this route. Both with the route's group,\n"
      "the group's members, and what is known of their next hops. With longer: all routes inside the prefix,\n"
@@ -237,7 +247,8 @@ std::span<const Command> routeCommands() { return kCommands; }
 
 Status LoadSummary::status() const {
   if (report.interrupted) return Status::kInterrupted;
-  return report.badLines > 0 || report.broken || counts.refused > 0 ? Status::kFailed : Status::kOk;
+  const bool bad = (report.badLines > 0 && !skipsBad) || report.broken || report.routes == 0;
+  return bad || counts.refused > 0 ? Status::kFailed : Status::kOk;
 }
 
 LoadSummary loadRoutesFile(Session& session, const std::string& file) {
@@ -246,6 +257,7 @@ LoadSummary loadRoutesFile(Session& session, const std::string& file) {
   }
   LoadSummary summary;
   const Stopwatch watch;
+  const bool clean = !session.unsaved.holds(Part::kRoutes);
   RouteLoader loader(++session.generation);
   {
     Progress progress(session.progress, "loading");
@@ -253,6 +265,11 @@ LoadSummary loadRoutesFile(Session& session, const std::string& file) {
   }
   summary.counts = loader.finish();
   summary.seconds = watch.seconds();
+  // What was read from a file need not be saved for that.
+  if (clean) session.unsaved.settle(Part::kRoutes);
+  if (summary.report.routes == 0 && !summary.report.broken && !summary.report.interrupted) {
+    session.output.complain({"not a single route", {file, 0}});
+  }
   for (const RefusedRoute& refused : summary.counts.firstRefused) {
     session.output.complain(
         {"refused: " + codeText(refused.code), {file, refused.route.line}, formatPrefix(refused.route.prefix), {}});

@@ -16,6 +16,7 @@ struct LoadSummary {
   RoutesFileReport report;
   LoadCounts counts;
   double seconds = 0;
+  bool skipsBad = false;  // lines that were bad are no failure
 
   uint64_t loaded() const { return counts.inserted + counts.replaced; }
   Status status() const;

@@ -35,6 +35,8 @@ FibDbIp4forwardItem keyItem(const Prefix& prefix) {
 
 Prefix prefixOf(const FibDbIp4forwardItem& item) { return {item.dest_ip_addr, item.mask_len}; }
 
+uint32_t originOf(const FibDbIp4forwardItem& item) { return item.attr_word_e; }
+
 std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix) {
   FibDbIp4forwardItem item = keyItem(prefix);
   const uint32_t status = FIB_DB_ReadIp4forward(&item);
@@ -121,6 +123,7 @@ void RouteLoader::write(const Route& route) {
   add(route, [&] {
     FibDbIp4forwardItem item = keyItem(route.prefix);
     item.attr_word_a = route.group;
+    item.attr_word_e = route.origin;
     item.source_pid = writer_;
     item.table_smooth_id = generation_;
     item.time_stamp_svc = microsecondsNow();

@@ -28,6 +28,8 @@ inline constexpr uint64_t kBatchesWaiting = 16;
 inline constexpr size_t kShownRefusals = 10;
 
 Prefix prefixOf(const FibDbIp4forwardItem& item);
+// The autonomous system that the route was loaded with, which the program keeps in an attribute; 0: none.
+uint32_t originOf(const FibDbIp4forwardItem& item);
 std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix);
 std::optional<FibDbIp4forwardItem> lookUpRoute(uint32_t address);
 uint32_t countRoutes();

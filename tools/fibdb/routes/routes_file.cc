@@ -19,15 +19,46 @@ std::string_view takeWord(std::string_view& rest) {
   return word;
 }
 
-// `group N` or `origin-as N`.
-std::optional<LineFault> parseGroup(std::string_view keyword, std::string_view number, uint32_t& group) {
-  const bool origin = keyword == "origin-as";
-  if (!origin && keyword != "group") return fault(keyword, "neither group nor origin-as");
+std::optional<LineFault> parseWord(std::string_view keyword, std::string_view number, uint32_t& word) {
   if (number.empty()) return fault(keyword, "a number is missing");
   const auto value = parseNumber(number, UINT32_MAX);
   if (!value) return fault(number, "not a number below 2^32");
-  group = static_cast<uint32_t>(origin ? *value % kOriginGroups : *value);
+  word = static_cast<uint32_t>(*value);
   return std::nullopt;
+}
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// AS15169 without its letters; any other word as it is.
+std::string_view numberOf(std::string_view system) {
+  const bool letters = system.size() > 2 && (system[0] | 0x20) == 'a' && (system[1] | 0x20) == 's';
+  return system.substr(letters && isDigit(system[2]) ? 2 : 0);
+}
+
+// `origin-as N`, `origin-as ASN` or `ASN`, if that is what stands at word, which then moves behind it.
+std::optional<LineFault> parseOrigin(std::string_view& word, std::string_view& rest, Route& route) {
+  const bool named = word == "origin-as";
+  if (!named && numberOf(word) == word) return std::nullopt;
+  const std::string_view number = named ? takeWord(rest) : word;
+  if (auto bad = parseWord(word, numberOf(number), route.origin)) return bad;
+  word = takeWord(rest);
+  return std::nullopt;
+}
+
+// What stands behind the prefix.
+std::optional<LineFault> parseRest(std::string_view rest, Route& route) {
+  std::string_view word = takeWord(rest);
+  const bool grouped = word == "group";
+  if (grouped) {
+    if (auto bad = parseWord(word, takeWord(rest), route.group)) return bad;
+    word = takeWord(rest);
+  }
+  const std::string_view origin = word;
+  if (auto bad = parseOrigin(word, rest, route)) return bad;
+  if (!grouped) route.group = route.origin % kOriginGroups;
+  if (word.empty()) return std::nullopt;
+  const bool nothingRead = !grouped && word.data() == origin.data();
+  return fault(word, nothingRead ? "neither group nor origin-as" : "words after the route");
 }
 
 }  // namespace
@@ -40,17 +71,16 @@ ParsedLine parseRouteLine(std::string_view line) {
   Route route;
   const PrefixFault wrong = parsePrefix(prefix, route.prefix);
   if (wrong != PrefixFault::kNone) return fault(prefix, faultText(wrong));
-  const std::string_view keyword = takeWord(rest);
-  if (keyword.empty()) return route;
-  const std::string_view number = takeWord(rest);
-  if (auto bad = parseGroup(keyword, number, route.group)) return *bad;
-  const std::string_view trailing = takeWord(rest);
-  if (!trailing.empty()) return fault(trailing, "words after the route");
+  if (auto bad = parseRest(rest, route)) return *bad;
   return route;
 }
 
 std::string formatRouteLine(const Route& route) {
-  return formatPrefix(route.prefix) + " group " + std::to_string(route.group) + '\n';
+  std::string line = formatPrefix(route.prefix);
+  const bool said = route.origin != 0 && route.origin % kOriginGroups == route.group;
+  if (!said) line += " group " + std::to_string(route.group);
+  if (route.origin != 0) line += " origin-as " + std::to_string(route.origin);
+  return line + '\n';
 }
 
 RoutesFileReport readRoutes(const std::string& file, Output& output, Progress& progress,

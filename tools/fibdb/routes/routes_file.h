@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/routes_file.h: the text form of a routing table.
 //
-// DESCRIPTION: one route a line, `prefix[/length] [group N | origin-as N]`; blank lines and # comments are skipped.
+// DESCRIPTION: one route a line, `prefix[/length] [group N] [origin-as N]`; blank lines and # comments are skipped.
+// An origin without a group stands for group N mod 256. `default` is 0.0.0.0/0, and AS15169 the same as
+// `origin-as 15169`.
 #ifndef FIBDB_TOOLS_ROUTES_FILE_H
 #define FIBDB_TOOLS_ROUTES_FILE_H
 
@@ -19,12 +21,13 @@
 
 namespace fibdb::program {
 
-inline constexpr uint32_t kOriginGroups = 256;  // origin-as N stands for group N mod 256
+inline constexpr uint32_t kOriginGroups = 256;
 
 struct Route {
   Prefix prefix;
   uint32_t group = 0;
-  uint64_t line = 0;  // 0: no file
+  uint64_t line = 0;    // 0: no file
+  uint32_t origin = 0;  // an autonomous system; 0: not said
 
   bool operator==(const Route&) const = default;
 };
@@ -33,7 +36,7 @@ struct Route {
 using ParsedLine = std::variant<std::monostate, Route, LineFault>;
 ParsedLine parseRouteLine(std::string_view line);
 
-// What `save routes` writes and parseRouteLine reads.
+// What `save routes` writes and parseRouteLine reads. The group is left out where the origin says it.
 std::string formatRouteLine(const Route& route);
 
 struct RoutesFileReport : FileReport {

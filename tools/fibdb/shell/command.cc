@@ -205,6 +205,15 @@ size_t Arguments::keyword(std::span<const std::string_view> keywords) {
   return static_cast<size_t>(std::find(keywords.begin(), keywords.end(), *match.keyword) - keywords.begin());
 }
 
+std::string Arguments::file() { return expandHome(word("a file")); }
+
+bool Arguments::lastKeyword(std::string_view word) {
+  if (empty()) return false;
+  keyword(std::span(&word, 1));
+  end();
+  return true;
+}
+
 uint32_t Arguments::table() {
   const std::string& name = word("a table");
   const auto names = tableNames();

@@ -19,6 +19,7 @@
 #include "tools/fibdb/base/words.h"
 #include "tools/fibdb/output/output.h"
 #include "tools/fibdb/output/progress.h"
+#include "tools/fibdb/shell/unsaved.h"
 
 namespace fibdb::program {
 
@@ -41,7 +42,8 @@ struct Session {
   ProgressStyle progress;
   bool commandsOnInput = false;  // standard input is the script, and cannot be a routes file too
   uint32_t generation = 0;       // of the last load
-  bool ended = false;            // quit was given
+  Unsaved unsaved = {};
+  bool ended = false;  // quit was given
 };
 
 std::string usageOf(const Command& command);
@@ -77,6 +79,10 @@ class Arguments {
   const std::string& word(std::string_view what);
   uint64_t number(std::string_view what, uint64_t most = UINT64_MAX);
   Prefix prefix();
+  // The name of a file: ~/ at its beginning is the home.
+  std::string file();
+  // Whether the keyword, which may be left out, stands here; nothing may stand behind it.
+  bool lastKeyword(std::string_view keyword);
   // The place of the keyword that the word abbreviates.
   size_t keyword(std::span<const std::string_view> keywords);
   // The number of a table of the database.

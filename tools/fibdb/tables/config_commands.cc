@@ -19,40 +19,35 @@ bool isSaved(const RecordTable& table) {
   return table.walk.create != nullptr && (table.write != nullptr || table.create != nullptr);
 }
 
-void saveTable(const RecordTable& table, FileWriter& writer) {
-  bool first = true;
+// Answers how many records there were.
+uint64_t saveTable(const RecordTable& table, FileWriter& writer) {
+  uint64_t records = 0;
   for (const Record& record : recordsOf(table, table.walk, Record(table))) {
     const std::string words = wordsOf(table, record);
     if (words.find_first_of("\r\n") != std::string::npos) {
       throw Failure(Status::kFailed, titleOf(table, record.data()) + " has a name with a line break: not saved");
     }
-    if (first) writer.write("\n# " + std::string(table.many) + "\n");
-    first = false;
+    if (records == 0) writer.write("\n# " + std::string(table.many) + "\n");
+    ++records;
     writer.write(std::string(kAdd) + words + '\n');
-  }
-}
-
-uint64_t countSaved() {
-  uint64_t records = 0;
-  for (const RecordTable* table : recordTables()) {
-    if (!isSaved(*table)) continue;
-    walkRecords(*table, table->walk, Record(*table), [&](const Record&) { ++records; });
   }
   return records;
 }
 
 Status saveConfig(Session& session, Arguments& arguments) {
-  const std::string& file = arguments.word("a file");
-  arguments.end();
+  const std::string file = arguments.file();
+  const bool force = arguments.lastKeyword("force");
   session.output.flush();
   FileWriter writer(file);
   writer.write("# fibdb configuration: load it with `load config`.\n");
+  uint64_t records = 0;
   for (const RecordTable* table : recordTables()) {
-    if (isSaved(*table)) saveTable(*table, writer);
+    if (isSaved(*table)) records += saveTable(*table, writer);
   }
+  if (!force) writer.requireRecords(records, "save config " + quoted(file) + " force");
   writer.commit();
   if (file == "-") return Status::kOk;
-  const uint64_t records = countSaved();
+  session.unsaved.settle(Part::kRecords);
   session.output.result(formatCount(records) + " records saved to " + file, {{"file", file}, {"saved", records}});
   return Status::kOk;
 }
@@ -96,18 +91,20 @@ std::optional<LineFault> takeLine(std::string_view line, LoadCounts& counts) {
 }
 
 Status loadConfig(Session& session, Arguments& arguments) {
-  const std::string& file = arguments.word("a file");
-  arguments.end();
+  const std::string file = arguments.file();
+  const bool skipBad = arguments.lastKeyword("skip-bad");
   if (file == "-" && session.commandsOnInput) {
     throw Failure(Status::kFailed, "standard input holds the commands: it cannot be a configuration too");
   }
   LoadCounts counts;
   FileReport report;
+  const bool clean = !session.unsaved.holds(Part::kRecords);
   {
     Progress progress(session.progress, "loading");
     report = readLines(file, session.output, progress,
                        [&](std::string_view line, uint64_t) { return takeLine(line, counts); });
   }
+  if (clean) session.unsaved.settle(Part::kRecords);
   const uint64_t loaded = counts.added + counts.replaced;
   std::string sentence = report.interrupted ? "interrupted: " : "";
   sentence += formatCount(loaded) + " records loaded: " + formatCount(counts.added) + " new, " +
@@ -120,17 +117,18 @@ Status loadConfig(Session& session, Arguments& arguments) {
                                    {"bad_lines", report.badLines},
                                    {"interrupted", report.interrupted}});
   if (report.interrupted) return Status::kInterrupted;
-  return report.badLines > 0 || report.broken ? Status::kFailed : Status::kOk;
+  return (report.badLines > 0 && !skipBad) || report.broken ? Status::kFailed : Status::kOk;
 }
 
 constexpr Command kCommands[] = {
-    {"save config", "FILE", "write every record but the routes; - writes standard output",
+    {"save config", "FILE [force]", "write every record but the routes; - writes standard output",
      "A line for each record: the command that adds it. What the service of a device keeps of a record (status,\n"
-     "contexts, times) is not saved. The file appears, or is replaced, when it is complete.",
+     "contexts, times) is not saved. The file appears, or is replaced, when it is complete. Without any record a\n"
+     "file that holds something is kept, unless force is given.",
      saveConfig},
-    {"load config", "FILE", "read what save config wrote; - reads standard input",
+    {"load config", "FILE [skip-bad]", "read what save config wrote; - reads standard input",
      "Records that are there are replaced, others stay. A bad line is reported with its number and its reason;\n"
-     "the good lines are loaded, the status is 1.",
+     "the good lines are loaded. The status is 1 then, unless skip-bad is given.",
      loadConfig},
 };
 
