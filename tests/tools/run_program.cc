@@ -46,6 +46,7 @@ struct Pipe {
   setenv("XDG_STATE_HOME", home.c_str(), 1);
   setenv("TERM", "xterm", 1);
   setenv("NO_COLOR", "1", 1);
+  setenv("PAGER", "", 1);
   std::signal(SIGPIPE, SIG_DFL);
   execv(FIBDB_PROGRAM_FILE, words.data());
   _exit(127);
@@ -159,6 +160,13 @@ void RunningProgram::closeInput() {
   close(input_);
   input_ = -1;
 }
+
+bool RunningProgram::waitUntilStopped() {
+  int status = 0;
+  return waitpid(process_, &status, WUNTRACED) == process_ && WIFSTOPPED(status);
+}
+
+void RunningProgram::goOn() { kill(process_, SIGCONT); }
 
 void RunningProgram::interrupt() { kill(process_, SIGINT); }
 

@@ -53,6 +53,8 @@ class RunningProgram {
   void type(const std::string& text);
   void closeInput();
   void interrupt();
+  bool waitUntilStopped();
+  void goOn();
   // Reads until the output that was not yet consumed holds text, and consumes it. False at the end.
   bool waitFor(const std::string& text);
   // Whether text has been written by now, or within a moment.

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <csignal>
@@ -15,6 +16,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <span>
 
 #include "fibdb/fibdb.h"
 #include "tools/fibdb/routes/routes.h"
@@ -29,7 +31,8 @@ struct Options {
   std::string script;
   bool interactive = false;
   bool keepGoing = false;
-  bool json = false;
+  bool quiet = false;
+  Form form = Form::kTable;
 };
 
 // The library's hooks take no context.
@@ -92,20 +95,28 @@ bool endsAtPrompt(const Options& options) {
   return (nothingElse || options.interactive) && options.script != "-" && isatty(STDIN_FILENO) == 1;
 }
 
+bool isUnicode() { return std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0; }
+
+TextStyle textStyle() {
+  return {isColorTerminal(), isUnicode() && isatty(STDOUT_FILENO) == 1, answerWidth, errorWidth};
+}
+
 Status runProgram(const Options& options) {
-  const bool unicode = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
-  const auto output =
-      options.json ? makeJsonOutput(std::cout, std::cerr)
-                   : makeTextOutput(std::cout, std::cerr, {isColorTerminal(), unicode && isatty(STDOUT_FILENO) == 1});
-  startLibrary(*output);
-  Session session{*output, {isatty(STDERR_FILENO) == 1 && !options.json, unicode}};
+  Pager pager;
+  std::ostream answers(&pager);
+  Output output(answers, std::cerr, textStyle(), options.form);
+  output.setQuiet(options.quiet);
+  startLibrary(output);
+  Session session{output, {isatty(STDERR_FILENO) == 1 && !output.isJson(), isUnicode()}};
+  session.pager = &pager;
   Shell shell(session, options.keepGoing);
   Status status = runCommands(shell, options);
   if (endsAtPrompt(options) && !session.ended) {
-    if (options.commands.empty() && options.script.empty()) {
-      std::cout << "fibdb " FIBDB_VERSION ": help shows the commands, quit leaves" << std::endl;
-    }
-    status = runPrompt(shell);
+    const bool greets = options.commands.empty() && options.script.empty() && !output.isJson() && !options.quiet;
+    if (greets) output.result("fibdb " FIBDB_VERSION ": help shows the commands, quit leaves", {});
+    output.flush();
+    const Status last = runPrompt(shell);
+    if (status == Status::kOk) status = last;
   }
   closeConnection();
   return status;
@@ -119,10 +130,26 @@ void describe(CLI::App& app, Options& options) {
   script->type_name("FILE")->excludes(commands);
   app.add_flag("-i,--interactive", options.interactive, "go on to the prompt afterwards, on a terminal");
   app.add_flag("-k,--keep-going", options.keepGoing, "run the other commands after a failure, too");
-  app.add_flag("--json", options.json, "answer in JSON, one object a line");
+  app.add_flag("-q,--quiet", options.quiet, "say nothing of what was done: answers and errors alone");
+  const auto setForm = [&options](const std::string& name) { options.form = parseForm(name); };
+  app.add_option_function<std::string>("--format", setForm, "how answers look: " + join(kFormNames, ", "))
+      ->type_name("FORMAT");
+  app.add_flag_callback(
+      "--json", [&options] { options.form = Form::kJsonLines; }, "answer in JSON, one object a line");
   app.footer(
       "Without -c or -f: a prompt on a terminal, else commands from standard input.\n"
       "`fibdb -c help` lists the commands. Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
+}
+
+// Options that do not fit are answered in the form that the others ask for.
+Status refuse(std::span<char* const> words, const std::string& message, const std::string& advice) {
+  const bool json = std::ranges::any_of(words, [](const char* text) {
+    const std::string_view word(text);
+    return word.starts_with("--json") || word == "json" || word == "jsonl" || word.starts_with("--format=json");
+  });
+  Output output(std::cout, std::cerr, textStyle(), json ? Form::kJsonLines : Form::kTable);
+  output.complain({.message = message, .advice = advice});
+  return Status::kUsage;
 }
 
 int start(int argc, char** argv) {
@@ -137,8 +164,10 @@ int start(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    const bool asked = app.exit(error) == 0;
-    return static_cast<int>(asked ? Status::kOk : Status::kUsage);
+    if (error.get_exit_code() == 0) return app.exit(error);
+    return static_cast<int>(refuse(std::span(argv, static_cast<size_t>(argc)), error.what(), "try fibdb --help"));
+  } catch (const Failure& failure) {
+    return static_cast<int>(refuse(std::span(argv, static_cast<size_t>(argc)), failure.what(), failure.advice()));
   }
   return static_cast<int>(runProgram(options));
 }

@@ -12,22 +12,17 @@ namespace fibdb::program {
 namespace {
 
 struct Rendered {
+  explicit Rendered(Form form, const TextStyle& style = {})
+      : output(std::make_unique<Output>(answers, errors, style, form)) {}
+
   std::ostringstream answers;
   std::ostringstream errors;
   std::unique_ptr<Output> output;
 };
 
-std::unique_ptr<Rendered> asText(TextStyle style = {}) {
-  auto rendered = std::make_unique<Rendered>();
-  rendered->output = makeTextOutput(rendered->answers, rendered->errors, style);
-  return rendered;
-}
-
-std::unique_ptr<Rendered> asJson() {
-  auto rendered = std::make_unique<Rendered>();
-  rendered->output = makeJsonOutput(rendered->answers, rendered->errors);
-  return rendered;
-}
+std::unique_ptr<Rendered> as(Form form, const TextStyle& style = {}) { return std::make_unique<Rendered>(form, style); }
+std::unique_ptr<Rendered> asText(const TextStyle& style = {}) { return as(Form::kTable, style); }
+std::unique_ptr<Rendered> asJson() { return as(Form::kJsonLines); }
 
 void writeList(Output& output, bool titled = false) {
   output.beginList({"some_things", {{"name"}, {"how_many", Format::kCount}, {"bar", Format::kBar}}, titled});
@@ -149,22 +144,13 @@ TEST(JsonOutput, a_tree_is_one_object_and_says_by_empty_lists_that_nothing_is_th
             "{\"leaves\":[{\"flag\":true}]}]}\n");
 }
 
-TEST(JsonOutput, every_row_is_an_object_without_bars) {
+TEST(JsonOutput, every_row_is_an_object_that_names_its_list_and_has_no_bars) {
   auto json = asJson();
   writeList(*json->output);
   EXPECT_EQ(json->answers.str(),
-            "{\"name\":\"a\",\"how_many\":1234567}\n"
-            "{\"name\":\"longer\",\"how_many\":1}\n"
-            "{\"name\":null,\"how_many\":null}\n");
-}
-
-TEST(JsonOutput, rows_of_several_lists_carry_the_name_of_theirs) {
-  auto json = asJson();
-  writeList(*json->output, true);
-  std::istringstream lines(json->answers.str());
-  for (std::string line; std::getline(lines, line);) {
-    EXPECT_EQ(nlohmann::json::parse(line).at("list"), "some_things");
-  }
+            "{\"list\":\"some_things\",\"name\":\"a\",\"how_many\":1234567}\n"
+            "{\"list\":\"some_things\",\"name\":\"longer\",\"how_many\":1}\n"
+            "{\"list\":\"some_things\",\"name\":null,\"how_many\":null}\n");
 }
 
 TEST(JsonOutput, results_are_their_facts_and_not_their_sentence) {

@@ -88,7 +88,7 @@ class RoutesFile : public testing::Test {
  protected:
   RoutesFileReport read(const std::string& file) {
     Progress progress({}, "");
-    return readRoutes(file, *output_, progress, [this](const Route& route) { routes_.push_back(route); });
+    return readRoutes(file, output_, progress, [this](const Route& route) { routes_.push_back(route); });
   }
 
   // The content as one compressed stream, as gzip, xz, bzip2 or zstd would write it.
@@ -124,7 +124,7 @@ class RoutesFile : public testing::Test {
 
   ScratchFolder folder_;
   std::ostringstream answers_, errors_;
-  std::unique_ptr<Output> output_ = makeTextOutput(answers_, errors_, {});
+  Output output_{answers_, errors_, {}};
   std::vector<Route> routes_;
 };
 

@@ -87,6 +87,12 @@ TEST(Arguments, missing_wrong_and_extra_words_are_usage_failures) {
   EXPECT_EQ(usageFailure({"nosuch"}, [](Arguments& a) { a.table(); }), "unknown table \"nosuch\"");
 }
 
+std::vector<std::string> completions(const Words& words) {
+  std::vector<std::string> found;
+  for (const Choice& choice : choices(words)) found.push_back(choice.word);
+  return found;
+}
+
 TEST(Completions, begin_with_the_commands_themselves) {
   EXPECT_THAT(completions(Words{"sh"}), ElementsAre("show"));
   EXPECT_THAT(completions(Words{""}), Contains("load"));
@@ -106,10 +112,11 @@ TEST(Completions, behind_a_tables_command_offer_the_properties_it_takes) {
   EXPECT_THAT(completions(Words{"set", "nexthop", "7", "vr"}), ElementsAre("vr", "vrf"));
   EXPECT_THAT(completions(Words{"add", "ar-group", "1", "2", "3", "attr"}), ElementsAre("attr1", "attr2"));
   EXPECT_THAT(completions(Words{"set", "ar-group", "1", "2", "3", ""}), ElementsAre("smooth"));
-  EXPECT_THAT(completions(Words{"show", "ar-group", ""}), ElementsAre("asn", "originator"));
+  EXPECT_THAT(completions(Words{"show", "ar-group", ""}), ElementsAre("all", "asn", "columns", "originator"));
   EXPECT_THAT(completions(Words{"count", "n"}), IsSupersetOf({"nexthop", "nhp"}));
-  EXPECT_THAT(completions(Words{"show", "group", ""}), ElementsAre("member", "source", "vr", "vrf"));
-  EXPECT_THAT(completions(Words{"show", "group", "member", ""}), ElementsAre("backup", "group", "primary", "vr"));
+  EXPECT_THAT(completions(Words{"show", "group", ""}), ElementsAre("all", "columns", "member", "source", "vr", "vrf"));
+  EXPECT_THAT(completions(Words{"show", "group", "member", ""}),
+              ElementsAre("all", "backup", "columns", "group", "primary", "vr"));
 }
 
 TEST(Completions, offer_files_where_a_file_is_meant) {

@@ -15,9 +15,19 @@ namespace fibdb::program {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using On = RunningProgram::On;
 
 constexpr const char* kPrompt = "fibdb> ";
+
+// What was changed is not to be kept.
+void leave(RunningProgram& program, int status = 0) {
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("quit\n");
+  ASSERT_TRUE(program.waitFor("leave all the same? [y/N] "));
+  program.type("y\n");
+  EXPECT_EQ(program.finish().status, status);
+}
 
 TEST(Prompt, answers_commands_until_quit_and_keeps_going_after_failures) {
   RunningProgram program(On::kTerminal, {});
@@ -27,8 +37,8 @@ TEST(Prompt, answers_commands_until_quit_and_keeps_going_after_failures) {
   ASSERT_TRUE(program.waitFor(kPrompt));
   program.type("add nexthop 5\n");
   ASSERT_TRUE(program.waitFor("added next hop 5\r\n"));
-  program.type("quit\n");
-  EXPECT_EQ(program.finish().status, 0);
+  program.type("delete nexthop 5\n");
+  leave(program);
 }
 
 TEST(Prompt, end_of_input_leaves) {
@@ -59,12 +69,116 @@ TEST(Prompt, tab_completes_commands_and_tables) {
   EXPECT_TRUE(program.waitFor("\n0\r\n"));
   ASSERT_TRUE(program.waitFor(kPrompt));
   program.type("show e\t");
-  EXPECT_TRUE(program.waitFor("engine  errors"));
+  EXPECT_TRUE(
+      program.waitFor("engine  memory, limits and counters of the database\r\n"
+                      "errors  failures that the library counted, by table and operation\r\n"));
   program.type("\x03");
   ASSERT_TRUE(program.waitFor("^C"));  // the terminal drops what is typed before
   ASSERT_TRUE(program.waitFor(kPrompt));
   program.type("quit\n");
   EXPECT_EQ(program.finish().status, 0);
+}
+
+TEST(Prompt, a_question_mark_explains_what_may_stand_there_and_keeps_the_line) {
+  RunningProgram program(On::kTerminal, {});
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("count vpn-n?");
+  EXPECT_TRUE(program.waitFor("vpn-nexthop  how many VPN next hops there are\r\n"));
+  ASSERT_TRUE(program.waitFor("count vpn-n"));
+  program.type("\n");
+  EXPECT_TRUE(program.waitFor("0\r\n"));
+  program.type("quit\n");
+  EXPECT_EQ(program.finish().status, 0);
+}
+
+TEST(Prompt, tab_quotes_blanks_and_knows_the_home) {
+  const ScratchFolder home;
+  home.write("two words", "10.0.0.0/8 group 1\n");
+  RunningProgram program(On::kTerminal, {}, home.path("."));
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("load routes ~/tw\t\n");
+  EXPECT_TRUE(program.waitFor("1 routes loaded"));
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("load routes '~/tw\t\n");
+  EXPECT_TRUE(program.waitFor("1 routes loaded"));
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("quit\n");
+  EXPECT_EQ(program.finish().status, 0);
+}
+
+TEST(Prompt, who_leaves_with_changes_is_asked_once_and_may_stay_to_save_them) {
+  const ScratchFolder folder;
+  RunningProgram program(On::kTerminal, {});
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("add route 10.0.0.0/8\n");
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("\x04");
+  ASSERT_TRUE(program.waitFor("routes were changed and not saved (save routes FILE)\r\n"));
+  ASSERT_TRUE(program.waitFor("leave all the same? [y/N] "));
+  program.type("\n");
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("save routes " + folder.path("f") + "\n");
+  ASSERT_TRUE(program.waitFor("1 routes saved"));
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("quit\n");
+  EXPECT_EQ(program.finish().status, 0) << "what is saved is no question";
+}
+
+TEST(Prompt, what_was_loaded_from_a_file_need_not_be_saved) {
+  const ScratchFolder folder;
+  const std::string file = folder.write("f", "10.0.0.0/8\n");
+  RunningProgram program(On::kTerminal, {"-i", "-c", "tour " + file});
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("quit\n");
+  EXPECT_EQ(program.finish().status, 0);
+}
+
+TEST(Prompt, after_a_failed_command_the_status_stays) {
+  RunningProgram program(On::kTerminal, {"-i", "-c", "bogus"});
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("count nhp\n");
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("quit\n");
+  EXPECT_EQ(program.finish().status, 2);
+}
+
+TEST(Prompt, a_stopped_line_is_whole_again_when_the_program_goes_on) {
+  RunningProgram program(On::kTerminal, {});
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("count n");
+  ASSERT_TRUE(program.waitFor("count n"));
+  program.type("\x1a");
+  ASSERT_TRUE(program.waitUntilStopped());
+  program.goOn();
+  ASSERT_TRUE(program.waitFor("fibdb> count n")) << "the line is drawn again";
+  program.type("hp\n");
+  EXPECT_TRUE(program.waitFor("\n0\r\n"));
+  program.type("quit\n");
+  EXPECT_EQ(program.finish().status, 0);
+}
+
+TEST(Prompt, two_sessions_at_once_both_keep_their_history) {
+  const ScratchFolder home;
+  RunningProgram first(On::kTerminal, {}, home.path(""));
+  RunningProgram second(On::kTerminal, {}, home.path(""));
+  for (RunningProgram* program : {&first, &second}) ASSERT_TRUE(program->waitFor(kPrompt));
+  first.type("count nhp\n");
+  ASSERT_TRUE(first.waitFor(kPrompt));
+  second.type("count nhp_std\n");
+  ASSERT_TRUE(second.waitFor(kPrompt));
+  first.type("quit\n");
+  EXPECT_EQ(first.finish().status, 0);
+  second.type("\x04");
+  EXPECT_EQ(second.finish().status, 0);
+  const std::string kept = ScratchFolder::read(home.path("fibdb_history"));
+  for (const char* line : {"count\\040nhp\\012", "count\\040nhp_std\\012", "quit\\012"}) EXPECT_THAT(kept, HasSubstr(line));
+}
+
+TEST(Prompt, in_json_there_is_no_banner) {
+  RunningProgram program(On::kTerminal, {"--json"});
+  ASSERT_TRUE(program.waitFor(kPrompt));
+  program.type("quit\n");
+  EXPECT_THAT(program.finish().out, Not(HasSubstr("help shows")));
 }
 
 TEST(Prompt, history_is_kept_from_one_run_to_the_next) {
@@ -94,9 +208,7 @@ TEST(Prompt, without_a_home_answers_all_the_same_and_leaves_nothing_behind) {
 TEST(Prompt, interactive_goes_on_to_the_prompt_after_the_commands) {
   RunningProgram program(On::kTerminal, {"-i", "-c", "add nexthop 5"});
   ASSERT_TRUE(program.waitFor("added next hop 5"));
-  ASSERT_TRUE(program.waitFor(kPrompt));
-  program.type("quit\n");
-  EXPECT_EQ(program.finish().status, 0);
+  leave(program);
   EXPECT_EQ(runProgram({"-i", "-c", "count nhp"}).out, "0\n") << "no prompt without a terminal";
 }
 

@@ -70,7 +70,8 @@ TEST(Script, errors_carry_file_and_line) {
   const Outcome outcome = runProgram({"-f", file});
   EXPECT_EQ(outcome.status, 2);
   EXPECT_EQ(outcome.out, "0\n");
-  EXPECT_EQ(outcome.err, file + ":4: unknown command \"bogus\"\ntry help\n");
+  EXPECT_EQ(outcome.err, file + ":4: unknown command \"bogus\"\ntry help\n" + file +
+                             ": 1 command was not run\n-k goes on after a failure\n");
 }
 
 TEST(Script, from_standard_input_with_or_without_the_option) {
@@ -124,7 +125,8 @@ TEST(Help, lists_every_command_on_a_line_and_explains_one) {
   for (const char* line : {"load routes FILE", "show route ADDRESS", "show errors", "quit"}) {
     EXPECT_THAT(list.out, HasSubstr(std::string("\n") + line));
   }
-  EXPECT_THAT(runProgram(commands({"help load routes"})).out, StartsWith("load routes FILE [skip-bad]\n  load a routing table"));
+  EXPECT_THAT(runProgram(commands({"help load routes"})).out,
+              StartsWith("load routes FILE [skip-bad]\n  load a routing table"));
   EXPECT_THAT(runProgram(commands({"help sh ro"})).out, HasSubstr("show route summary"));
   const std::string named = runProgram(commands({"help add group"})).out;
   EXPECT_THAT(named, StartsWith("add group ID [VR] [vrf N]"));

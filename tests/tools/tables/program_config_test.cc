@@ -197,7 +197,8 @@ TEST(Config, bad_lines_are_named_by_number_and_reason_and_the_others_are_loaded)
                              ":5: \"delete vrf 7\": a configuration has nothing but lines that add records\n" + file +
                              ":6: \"add ecmp 0 dlb 300\": dlb: \"300\" is not a number up to 255\n" + file +
                              ":7: \"add vrf \\\"x\": a quote is not closed\n" + file +
-                             ":8: \"foo\": unknown command \"foo\"\n");
+                             ":8: \"foo\": unknown command \"foo\"\n" +
+                             "fibdb: 1 command was not run\n-k goes on after a failure\n");
 }
 
 TEST(Config, a_record_that_is_refused_is_a_bad_line) {

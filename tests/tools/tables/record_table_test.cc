@@ -194,8 +194,8 @@ class RecordTableTest : public testing::Test {
         std::find_if(commands.begin(), commands.end(), [&](const Command& c) { return c.words == name; });
     if (command == commands.end()) return "no such command";
     std::ostringstream answers;
-    const auto output = json ? makeJsonOutput(answers, answers) : makeTextOutput(answers, answers, {});
-    Session session{*output, {}};
+    Output output(answers, answers, {}, json ? Form::kJsonLines : Form::kTable);
+    Session session{output, {}};
     Arguments arguments(*command, std::span(words).subspan(2));
     try {
       command->run(session, arguments);

@@ -33,10 +33,8 @@ void emptyWakePipe() {
 }
 
 void remember(int) {
-  const int error = errno;
   pending = 1;
-  (void)!write(wakePipe[1], "", 1);
-  errno = error;
+  wakeWaiting();
 }
 
 }  // namespace
@@ -54,16 +52,36 @@ InterruptScope::InterruptScope() {
 
 InterruptScope::~InterruptScope() { sigaction(SIGINT, &before_, nullptr); }
 
+void requestInterrupt() { remember(0); }
+
 bool interrupted() { return pending != 0; }
 
-bool waitForInput(int descriptor) {
+void wakeWaiting() {
+  const int error = errno;
+  (void)!write(wakePipe[1], "", 1);
+  errno = error;
+}
+
+Woken waitForAny(int descriptor) {
   std::array<pollfd, 2> waited{pollfd{descriptor, POLLIN, 0}, pollfd{wakePipe[0], POLLIN, 0}};
   while (!interrupted()) {
     const int ready = poll(waited.data(), waited.size(), -1);
-    if (ready > 0 && waited[0].revents != 0) return true;
-    if (ready < 0 && errno != EINTR) return true;  // the read will say what is wrong
+    if (interrupted()) break;
+    if (ready < 0 && errno != EINTR) return Woken::kByInput;  // the read will say what is wrong
+    if (ready <= 0) continue;
+    if (waited[1].revents != 0) {
+      emptyWakePipe();
+      return Woken::kBySignal;
+    }
+    return Woken::kByInput;
   }
-  return false;
+  return Woken::kByInterrupt;
+}
+
+bool waitForInput(int descriptor) {
+  Woken woken = Woken::kBySignal;
+  while (woken == Woken::kBySignal) woken = waitForAny(descriptor);
+  return woken == Woken::kByInput;
 }
 
 void checkInterrupt() {

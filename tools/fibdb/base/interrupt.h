@@ -21,7 +21,14 @@ class InterruptScope {
 };
 
 bool interrupted();
-// Waits until the descriptor can be read. False when SIGINT came instead, however early.
+// Has the same effect as SIGINT: whoever runs is to stop.
+void requestInterrupt();
+// Waits until the descriptor can be read, SIGINT has come, however early, or somebody wakes who waits.
+enum class Woken { kByInput, kByInterrupt, kBySignal };
+Woken waitForAny(int descriptor);
+// For the handlers of other signals.
+void wakeWaiting();
+// False when SIGINT came instead.
 bool waitForInput(int descriptor);
 // For loops that take long: throws Failure (kInterrupted) once the flag is set.
 void checkInterrupt();

@@ -7,13 +7,14 @@
 #include <cstdio>
 #include <utility>
 
-#include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/terminal.h"
+#include "tools/fibdb/output/text.h"
 
 namespace fibdb::program {
 namespace {
 
 constexpr auto kPause = std::chrono::milliseconds(100);
-constexpr size_t kBarWidth = 30;
+constexpr size_t kProgressWidth = 30;
 constexpr const char* kClearLine = "\r\033[K";
 
 }  // namespace
@@ -37,15 +38,18 @@ void Progress::update(double share, uint64_t steps) {
   shown_ = true;
   const double seconds = std::chrono::duration<double>(now - start_).count();
   const auto rate = static_cast<uint64_t>(static_cast<double>(steps) / seconds);
-  std::string line = kClearLine + work_;
+  std::string line = work_;
   if (share >= 0) {
     const double known = std::min(share, 1.0);
     char percent[16];
     std::snprintf(percent, sizeof percent, " %3.0f %% ", known * 100);
-    line += percent + drawBar(known, kBarWidth, style_.unicode);
+    line += percent + drawBar(known, kProgressWidth, style_.unicode);
   }
   line += "  " + formatCount(steps) + "  " + formatCount(rate) + "/s";
-  std::fputs(line.c_str(), stderr);
+  // Cut to one line that leaves the last column free: some terminals wrap as soon as it is written.
+  const size_t width = errorWidth();
+  if (width > 0) line = firstColumns(line, width - 1);
+  std::fputs((kClearLine + line).c_str(), stderr);
   std::fflush(stderr);
 }
 

@@ -246,10 +246,10 @@ void writeGroups(Session& session) {
     writeMember(number, number, other, 1);
     writeMember(number, other, number, 2);
   }
-  session.output.result(formatCount(kGroupCount) + " groups of 2 members written, and their next hops",
-                        {{"groups", uint64_t{kGroupCount}},
-                         {"members", uint64_t{kMembers * kGroupCount}},
-                         {"nexthops", uint64_t{kGroupCount}}});
+  session.output.done(formatCount(kGroupCount) + " groups of 2 members written, and their next hops",
+                      {{"groups", uint64_t{kGroupCount}},
+                       {"members", uint64_t{kMembers * kGroupCount}},
+                       {"nexthops", uint64_t{kGroupCount}}});
 }
 
 void showMemory(Session& session) {

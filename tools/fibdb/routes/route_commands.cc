@@ -165,8 +165,8 @@ Status addRoute(Session& session, Arguments& arguments) {
   const std::string prefix = formatPrefix(route.prefix);
   if (counts.refused > 0) throw Failure(Status::kFailed, prefix + " refused: " + codeText(counts.code));
   const bool replaced = counts.replaced > 0;
-  session.output.result((replaced ? "replaced " : "added ") + prefix + " group " + std::to_string(route.group),
-                        {{"prefix", prefix}, {"group", uint64_t{route.group}}, {"replaced", replaced}});
+  session.output.done((replaced ? "replaced " : "added ") + prefix + " group " + std::to_string(route.group),
+                      {{"prefix", prefix}, {"group", uint64_t{route.group}}, {"replaced", replaced}});
   return Status::kOk;
 }
 
@@ -178,7 +178,7 @@ Status deleteRoute(Session& session, Arguments& arguments) {
   const LoadCounts& counts = loader.finish();
   if (counts.code == DB_ERR_NO_DATA) throw Failure(Status::kFailed, "no route " + formatPrefix(prefix));
   if (counts.refused > 0) throw Failure(Status::kFailed, formatPrefix(prefix) + ": " + codeText(counts.code));
-  session.output.result("deleted " + formatPrefix(prefix), {{"deleted", formatPrefix(prefix)}});
+  session.output.done("deleted " + formatPrefix(prefix), {{"deleted", formatPrefix(prefix)}});
   return Status::kOk;
 }
 
@@ -207,8 +207,8 @@ Status saveRoutes(Session& session, Arguments& arguments) {
   writer.commit();
   if (file == "-") return Status::kOk;
   session.unsaved.settle(Part::kRoutes);
-  session.output.result(formatCount(writer.count()) + " routes saved to " + file,
-                        {{"file", file}, {"saved", writer.count()}});
+  session.output.done(formatCount(writer.count()) + " routes saved to " + file,
+                      {{"file", file}, {"saved", writer.count()}});
   return Status::kOk;
 }
 
@@ -289,15 +289,15 @@ void showLoadSummary(Session& session, const std::string& file, const LoadSummar
               "/s): " + formatCount(counts.inserted) + " new, " + formatCount(counts.replaced) + " replaced";
   if (counts.refused > 0) sentence += ", " + formatCount(counts.refused) + " refused";
   if (summary.report.badLines > 0) sentence += ", " + formatCount(summary.report.badLines) + " bad lines";
-  session.output.result(sentence, {{"file", file},
-                                   {"loaded", summary.loaded()},
-                                   {"new", counts.inserted},
-                                   {"replaced", counts.replaced},
-                                   {"refused", counts.refused},
-                                   {"bad_lines", summary.report.badLines},
-                                   {"interrupted", summary.report.interrupted},
-                                   {"seconds", summary.seconds},
-                                   {"routes_per_second", rate}});
+  session.output.done(sentence, {{"file", file},
+                                 {"loaded", summary.loaded()},
+                                 {"new", counts.inserted},
+                                 {"replaced", counts.replaced},
+                                 {"refused", counts.refused},
+                                 {"bad_lines", summary.report.badLines},
+                                 {"interrupted", summary.report.interrupted},
+                                 {"seconds", summary.seconds},
+                                 {"routes_per_second", rate}});
 }
 
 void showCoveringRoute(Session& session, uint32_t address) {

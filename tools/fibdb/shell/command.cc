@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <map>
 
 #include "fibdb/engine.h"
 
@@ -38,6 +39,21 @@ class Candidates {
     return keywords;
   }
 
+  // The same, each once, with the help of its command, or the words that go on from it.
+  std::vector<Choice> choicesAt(size_t place) const {
+    std::map<std::string_view, std::vector<const Row*>> rows;
+    for (const Row& row : rows_) {
+      if (row.words.size() > place) rows[row.words[place]].push_back(&row);
+    }
+    std::vector<Choice> choices;
+    for (const auto& [word, behind] : rows) {
+      const auto ending = std::ranges::find_if(behind, [&](const Row* row) { return row->words.size() == place + 1; });
+      choices.push_back({std::string(word), ending != behind.end() ? std::string((*ending)->command->help)
+                                                                   : nextWords(behind, place + 1)});
+    }
+    return choices;
+  }
+
   void keep(size_t place, std::string_view keyword) {
     std::erase_if(rows_, [&](const Row& r) { return r.words.size() <= place || r.words[place] != keyword; });
   }
@@ -53,6 +69,15 @@ class Candidates {
     const Command* command;
     std::vector<std::string_view> words;
   };
+
+  static std::string nextWords(const std::vector<const Row*>& rows, size_t place) {
+    std::vector<std::string_view> next;
+    for (const Row* row : rows) next.push_back(row->words[place]);
+    std::ranges::sort(next);
+    next.erase(std::unique(next.begin(), next.end()), next.end());
+    return join(next, ", ");
+  }
+
   std::vector<Row> rows_;
 };
 
@@ -87,35 +112,73 @@ std::vector<std::string_view> usageParts(std::string_view usage) {
   return parts;
 }
 
-std::vector<std::string> filesNamed(const std::string& beginning) {
+std::string sizeText(const std::filesystem::directory_entry& file) {
+  std::error_code error;
+  if (file.is_directory(error)) return "folder";
+  const auto size = file.is_regular_file(error) ? file.file_size(error) : 0;
+  return error || size == 0 ? "" : formatBytes(size);
+}
+
+// The files that a word begins, in the word's own manner: what stands for the home stays so.
+std::vector<Choice> filesNamed(const std::string& word) {
   namespace fs = std::filesystem;
-  std::vector<std::string> names;
+  std::vector<Choice> files;
+  const std::string beginning = expandHome(word);
   const size_t slash = beginning.rfind('/');
   const std::string folder = slash == std::string::npos ? "" : beginning.substr(0, slash + 1);
+  const std::string shown = word == "~" ? "~/" : word.substr(0, word.rfind('/') + 1);
+  const std::string name = beginning.substr(folder.size());
   std::error_code error;
+  if (word == "~") return {{"~/", "folder"}};
   for (fs::directory_iterator file(folder.empty() ? "." : folder, error), end; !error && file != end;
        file.increment(error)) {
-    std::string name = folder + file->path().filename().string();
-    if (file->is_directory(error)) name += '/';
-    if (name.starts_with(beginning)) names.push_back(std::move(name));
+    const std::string found = file->path().filename().string();
+    if (!found.starts_with(name) || (name.empty() && found.starts_with('.'))) continue;
+    std::error_code none;
+    files.push_back({shown + found + (file->is_directory(none) ? "/" : ""), sizeText(*file)});
   }
-  return names;
+  return files;
 }
 
-template <class Texts>
-void append(std::vector<std::string>& found, const Texts& more) {
-  found.insert(found.end(), more.begin(), more.end());
+std::vector<Choice> tablesNamed() {
+  std::vector<Choice> tables;
+  FibDbEngineTableStats stats{};
+  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {
+    if (fibdb_engine_table_stats(table, &stats) != FIB_DB_OK) continue;
+    tables.push_back({stats.name, formatCount(stats.records) + (stats.records == 1 ? " record" : " records")});
+  }
+  return tables;
 }
 
-std::vector<std::string> argumentCompletions(const Command& command, const std::string& word) {
-  std::vector<std::string> found;
-  for (const std::string_view part : usageParts(command.arguments)) {
-    if (isKeyword(part)) found.emplace_back(part);
-    if (part == "FILE") append(found, filesNamed(word));
-    if (part == "TABLE") append(found, tableNames());
-    if (part == "COMMAND") append(found, Candidates().keywordsAt(0));
+// The words that a usage has behind this one, as far as they are no keywords: "group N" says what a group is.
+std::string valueBehind(const std::vector<std::string_view>& parts, size_t place) {
+  std::string value;
+  for (size_t i = place + 1; i < parts.size() && !isKeyword(parts[i]); ++i) {
+    value += (value.empty() ? "" : " ") + std::string(parts[i]);
+  }
+  return value;
+}
+
+void append(std::vector<Choice>& choices, const std::vector<Choice>& more) {
+  choices.insert(choices.end(), more.begin(), more.end());
+}
+
+std::vector<Choice> argumentChoices(const Command& command, const std::string& word) {
+  std::vector<Choice> found;
+  const auto parts = usageParts(command.arguments);
+  for (size_t i = 0; i < parts.size(); ++i) {
+    if (isKeyword(parts[i])) found.push_back({std::string(parts[i]), valueBehind(parts, i)});
+    if (parts[i] == "FILE") append(found, filesNamed(word));
+    if (parts[i] == "TABLE") append(found, tablesNamed());
+    if (parts[i] == "COMMAND") append(found, Candidates().choicesAt(0));
   }
   return found;
+}
+
+// How an answer is to be seen, behind any command that shows one.
+std::vector<Choice> viewChoices(const Command& command) {
+  if (!command.words.starts_with("show ")) return {};
+  return {{"all", "zeros, too"}, {"columns", "A,B,..."}};
 }
 
 }  // namespace
@@ -148,10 +211,10 @@ CommandMatch findCommand(std::span<const std::string> words) {
   }
 }
 
-std::vector<std::string> completions(std::span<const std::string> words) {
+std::vector<Choice> choices(std::span<const std::string> words) {
   const std::string& last = words.back();
   Candidates candidates;
-  std::vector<std::string> found;
+  std::vector<Choice> found;
   size_t place = 0;
   for (; place + 1 < words.size(); ++place) {
     const KeywordMatch match = matchKeyword(words[place], candidates.keywordsAt(place));
@@ -160,12 +223,23 @@ std::vector<std::string> completions(std::span<const std::string> words) {
   }
   const Command* ending = candidates.endingAt(place);
   const bool keywordPlace = place + 1 == words.size();
-  if (keywordPlace) append(found, candidates.keywordsAt(place));
-  if (ending != nullptr) append(found, argumentCompletions(*ending, last));
-  std::erase_if(found, [&](const std::string& text) { return !text.starts_with(last); });
-  std::sort(found.begin(), found.end());
-  found.erase(std::unique(found.begin(), found.end()), found.end());
+  if (keywordPlace) append(found, candidates.choicesAt(place));
+  if (ending != nullptr) append(found, argumentChoices(*ending, last));
+  if (ending != nullptr) append(found, viewChoices(*ending));
+  std::erase_if(found, [&](const Choice& choice) { return !choice.word.starts_with(last); });
+  std::ranges::stable_sort(found, {}, &Choice::word);
+  const auto twice = std::ranges::unique(found, {}, &Choice::word);
+  found.erase(twice.begin(), twice.end());
   return found;
+}
+
+Status showChoices(Session& session, std::span<const std::string> words) {
+  Words typed(words.begin(), words.end());
+  typed.emplace_back();
+  session.output.beginList({"words", {{"word"}, {"help"}}});
+  for (const Choice& choice : choices(typed)) session.output.row({choice.word, choice.help});
+  session.output.endList();
+  return Status::kOk;
 }
 
 void Arguments::fail(const std::string& message, const std::string& advice) const {

@@ -18,6 +18,7 @@
 #include "tools/fibdb/base/failure.h"
 #include "tools/fibdb/base/words.h"
 #include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/pager.h"
 #include "tools/fibdb/output/progress.h"
 #include "tools/fibdb/shell/unsaved.h"
 
@@ -43,7 +44,9 @@ struct Session {
   bool commandsOnInput = false;  // standard input is the script, and cannot be a routes file too
   uint32_t generation = 0;       // of the last load
   Unsaved unsaved = {};
-  bool ended = false;  // quit was given
+  bool ended = false;      // quit was given
+  bool timing = false;     // how long a command took is said
+  Pager* pager = nullptr;  // behind the answers, on a terminal
 };
 
 std::string usageOf(const Command& command);
@@ -65,8 +68,14 @@ struct CommandMatch {
 };
 CommandMatch findCommand(std::span<const std::string> words);
 
-// What may stand at the place of the last word, which may be empty or half typed.
-std::vector<std::string> completions(std::span<const std::string> words);
+// What may stand at the place of the last word, which may be empty or half typed, and what it is.
+struct Choice {
+  std::string word;
+  std::string help = {};
+};
+std::vector<Choice> choices(std::span<const std::string> words);
+// Shows what may follow these words.
+Status showChoices(Session& session, std::span<const std::string> words);
 
 // The words behind a command, taken one after the other. Every call throws Failure (usage) with the command's
 // usage as advice when the word is missing or does not fit.

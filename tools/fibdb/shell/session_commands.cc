@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/shell/session_commands.cc: help, and the way out.
 #include <algorithm>
+#include <array>
 
 #include "tools/fibdb/shell/command.h"
 
@@ -65,6 +66,21 @@ Status help(Session& session, Arguments& arguments) {
   return showList(session, found);
 }
 
+Status format(Session& session, Arguments& arguments) {
+  if (!arguments.empty()) session.output.setForm(parseForm(arguments.word("a format")));
+  arguments.end();
+  const std::string name(kFormNames[static_cast<size_t>(session.output.form())]);
+  session.output.done("format " + name, {{"format", name}});
+  return Status::kOk;
+}
+
+Status timing(Session& session, Arguments& arguments) {
+  constexpr std::array<std::string_view, 2> kWords{"on", "off"};
+  session.timing = arguments.keyword(kWords) == 0;
+  arguments.end();
+  return Status::kOk;
+}
+
 Status quit(Session& session, Arguments& arguments) {
   arguments.end();
   session.ended = true;
@@ -73,7 +89,15 @@ Status quit(Session& session, Arguments& arguments) {
 
 constexpr Command kCommands[] = {
     {"help", "[COMMAND]", "all commands, or one of them in detail",
-     "Keywords may be abbreviated as long as one command fits: sh ro 8.8.8.8.", help},
+     "Keywords may be abbreviated as long as one command fits: sh ro 8.8.8.8. A ? instead of a word lists the words\n"
+     "that may stand there. Behind a command that shows something, `columns A,B` picks columns, and `all` keeps those\n"
+     "that are 0 everywhere, which a terminal is spared.",
+     help},
+    {"format", "[table | vertical | csv | json | jsonl]", "how answers look from now on",
+     "table: rows below headings, or vertical where they do not fit the terminal. vertical: a line for each value.\n"
+     "csv: comma-separated values. json: one document for each list or record. jsonl: one object a line.",
+     format},
+    {"timing", "on | off", "whether to say how long each command took", "", timing},
     {"quit", "", "leave", "", quit},
     {"exit", "", "leave", "", quit},
 };

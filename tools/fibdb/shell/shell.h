@@ -3,7 +3,8 @@
 // tools/fibdb/shell/shell.h: runs command lines from the command line, a script or the prompt.
 //
 // DESCRIPTION: a line is one command. Its failure is reported with its place and becomes its status; nothing
-// is thrown out of here. Ctrl-C ends the command that runs.
+// is thrown out of here. Ctrl-C ends the command that runs. Behind a command that shows something may stand how it is
+// to be seen: `all`, `columns A,B,...`. Where a run stops it is said how many commands were not run.
 #ifndef FIBDB_TOOLS_SHELL_H
 #define FIBDB_TOOLS_SHELL_H
 
@@ -32,6 +33,7 @@ class Shell {
   Status runCommand(const std::string& line);
   // Whether the run goes on after this status, which is noted when it is the first failure.
   bool goesOn(Status status, Status& first) const;
+  void reportSkipped(uint64_t commands, Status status, const Place& place);
 
   Session& session_;
   const bool keepGoing_;

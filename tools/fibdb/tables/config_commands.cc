@@ -48,7 +48,7 @@ Status saveConfig(Session& session, Arguments& arguments) {
   writer.commit();
   if (file == "-") return Status::kOk;
   session.unsaved.settle(Part::kRecords);
-  session.output.result(formatCount(records) + " records saved to " + file, {{"file", file}, {"saved", records}});
+  session.output.done(formatCount(records) + " records saved to " + file, {{"file", file}, {"saved", records}});
   return Status::kOk;
 }
 
@@ -110,12 +110,12 @@ Status loadConfig(Session& session, Arguments& arguments) {
   sentence += formatCount(loaded) + " records loaded: " + formatCount(counts.added) + " new, " +
               formatCount(counts.replaced) + " replaced";
   if (report.badLines > 0) sentence += ", " + formatCount(report.badLines) + " bad lines";
-  session.output.result(sentence, {{"file", file},
-                                   {"loaded", loaded},
-                                   {"new", counts.added},
-                                   {"replaced", counts.replaced},
-                                   {"bad_lines", report.badLines},
-                                   {"interrupted", report.interrupted}});
+  session.output.done(sentence, {{"file", file},
+                                 {"loaded", loaded},
+                                 {"new", counts.added},
+                                 {"replaced", counts.replaced},
+                                 {"bad_lines", report.badLines},
+                                 {"interrupted", report.interrupted}});
   if (report.interrupted) return Status::kInterrupted;
   return (report.badLines > 0 && !skipBad) || report.broken ? Status::kFailed : Status::kOk;
 }

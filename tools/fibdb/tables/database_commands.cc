@@ -110,11 +110,11 @@ Status setLimit(Session& session, Arguments& arguments) {
   const uint32_t code = fibdb_engine_set_limits(table, stats.recordLimit, stats.memoryLimit);
   if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
   const auto shown = [](uint64_t value) { return value == 0 ? "any" : formatCount(value); };
-  session.output.result(std::string(stats.name) + " may hold " + shown(stats.recordLimit) + " records, " +
-                            shown(stats.memoryLimit) + " bytes",
-                        {{"table", std::string(stats.name)},
-                         {"record_limit", limitValue(stats.recordLimit)},
-                         {"memory_limit", limitValue(stats.memoryLimit)}});
+  session.output.done(std::string(stats.name) + " may hold " + shown(stats.recordLimit) + " records, " +
+                          shown(stats.memoryLimit) + " bytes",
+                      {{"table", std::string(stats.name)},
+                       {"record_limit", limitValue(stats.recordLimit)},
+                       {"memory_limit", limitValue(stats.memoryLimit)}});
   return Status::kOk;
 }
 

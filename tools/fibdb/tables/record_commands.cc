@@ -60,7 +60,8 @@ Status showList(Session& session, const RecordTable& table, const Walk& walk, co
   const std::vector<Record> records = recordsOf(table, walk, query);
   ListHead head{std::string(table.many), {}};
   for (const Field& field : table.fields) {
-    if (field.listed) head.columns.push_back({std::string(field.name)});
+    const bool keep = field.role == Role::kKey && !field.optional;
+    if (field.listed) head.columns.push_back({.name = std::string(field.name), .keep = keep});
   }
   session.output.beginList(std::move(head));
   for (const Record& item : records) {
@@ -79,7 +80,7 @@ void report(Session& session, const RecordTable& table, const Record& item, cons
             const std::vector<Fact>& more) {
   std::vector<Fact> facts = factsOf(fieldsOf(table, Role::kKey), item.data());
   facts.insert(facts.end(), more.begin(), more.end());
-  session.output.result(done + ' ' + titleOf(table, item.data()), facts);
+  session.output.done(done + ' ' + titleOf(table, item.data()), facts);
 }
 
 Status showRecords(Session& session, Arguments& arguments) {
