@@ -76,6 +76,13 @@ const schema::Field* findColumn(const schema::Table& layout, uint32_t column) {
   return nullptr;
 }
 
+uint32_t visitAll(store::Cursor& cursor, uint32_t rowLength, FibDbEngineVisit visit, void* context) {
+  alignas(8) uint8_t row[schema::kMaxRowLength];
+  while (cursor.next(row) == 0 && visit(row, rowLength, context) == 0) {
+  }
+  return 0;
+}
+
 // Around fork(): whatever the other threads are doing comes to a point where no lock is held, so that the child finds
 // nothing half done. No call holds two of these locks; the order is for threads that fork at the same time. The store
 // is made if it was not: it could come to be, and be written, between the two halves.
@@ -179,10 +186,20 @@ uint32_t fibdb_engine_walk(uint32_t table, FibDbEngineVisit visit, void* context
   if (const uint32_t code = findTable(table, found)) return code;
   store::Cursor cursor;
   cursor.openAll(*found);
-  alignas(8) uint8_t row[schema::kMaxRowLength];
-  while (cursor.next(row) == 0 && visit(row, found->layout().rowLength, context) == 0) {
-  }
-  return 0;
+  return visitAll(cursor, found->layout().rowLength, visit, context);
+}
+
+uint32_t fibdb_engine_walk_range(uint32_t table, uint32_t index, const void* low, const void* high,
+                                 FibDbEngineVisit visit, void* context) {
+  store::Table* found = nullptr;
+  if (low == nullptr || high == nullptr || visit == nullptr) return DB_ERR_NULL_ARGUMENT;
+  if (const uint32_t code = findTable(table, found)) return code;
+  const schema::Index* order = found->findIndex(index);
+  if (order == nullptr) return DB_ERR_BAD_INDEX;
+  store::Cursor cursor;
+  const auto* from = static_cast<const uint8_t*>(low);
+  if (const uint32_t code = cursor.openRange(*found, *order, from, static_cast<const uint8_t*>(high))) return code;
+  return visitAll(cursor, found->layout().rowLength, visit, context);
 }
 
 uint32_t fibdb_engine_arena_stats(FibDbEngineArenaStats* out) {

@@ -109,6 +109,11 @@ FIBDB_API uint32_t fibdb_engine_column(uint32_t table, uint32_t column, FibDbEng
  * until visit returns; visit may write to the table. Same promises as a root iterator. */
 typedef int (*FibDbEngineVisit)(const void* row, uint32_t length, void* context);
 FIBDB_API uint32_t fibdb_engine_walk(uint32_t table, FibDbEngineVisit visit, void* context);
+/* The same of the rows whose keys lie from low to high, both included, in the order of the keys; what lies before low
+ * costs nothing. index: the id of an index that keeps an order (FIB_DB_IP4FORWARD_DICTIONARY), of any other
+ * DB_ERR_BAD_INDEX; low, high: packed keys of that index. */
+FIBDB_API uint32_t fibdb_engine_walk_range(uint32_t table, uint32_t index, const void* low, const void* high,
+                                           FibDbEngineVisit visit, void* context);
 
 typedef struct FibDbEngineArenaStats {
   uint64_t reserved; /* bytes of address space */

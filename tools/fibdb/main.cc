@@ -28,6 +28,7 @@ namespace {
 
 struct Options {
   std::vector<std::string> commands;
+  std::vector<std::string> words;  // of a command given as plain arguments
   std::string script;
   bool interactive = false;
   bool keepGoing = false;
@@ -128,6 +129,7 @@ void describe(CLI::App& app, Options& options) {
   commands->type_name("COMMAND")->allow_extra_args(false);
   auto* script = app.add_option("-f,--file", options.script, "run the commands of a script; - reads standard input");
   script->type_name("FILE")->excludes(commands);
+  app.add_option("words", options.words, "a command as plain arguments, run behind those of -c")->excludes(script);
   app.add_flag("-i,--interactive", options.interactive, "go on to the prompt afterwards, on a terminal");
   app.add_flag("-k,--keep-going", options.keepGoing, "run the other commands after a failure, too");
   app.add_flag("-q,--quiet", options.quiet, "say nothing of what was done: answers and errors alone");
@@ -152,6 +154,13 @@ Status refuse(std::span<char* const> words, const std::string& message, const st
   return Status::kUsage;
 }
 
+// A shell has split the words already: what they hold is kept.
+std::string lineOf(const std::vector<std::string>& words) {
+  std::string line;
+  for (const std::string& word : words) line += (line.empty() ? "" : " ") + program::quoted(word);
+  return line;
+}
+
 int start(int argc, char** argv) {
   holdStandardStreams();
   // Whoever closes our output wants no more of it: the usual quiet end, even under a parent that ignores SIGPIPE.
@@ -169,6 +178,7 @@ int start(int argc, char** argv) {
   } catch (const Failure& failure) {
     return static_cast<int>(refuse(std::span(argv, static_cast<size_t>(argc)), failure.what(), failure.advice()));
   }
+  if (!options.words.empty()) options.commands.push_back(lineOf(options.words));
   return static_cast<int>(runProgram(options));
 }
 

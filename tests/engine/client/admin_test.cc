@@ -170,6 +170,37 @@ TEST_F(Admin, a_walk_visits_every_row_until_told_to_stop_and_may_write) {
   EXPECT_EQ(visits, 7);
 }
 
+TEST_F(Admin, a_walk_over_a_range_visits_its_rows_in_key_order_both_ends_included) {
+  for (uint32_t i = 100; i > 0; --i) ASSERT_EQ(writeRoute(route(i << 8, 24)), 0u);
+  const uint32_t table = numberOf(TableId::ip4forward);
+  const FibDbEngineVisit visit = [](const void* row, uint32_t, void* context) {
+    uint32_t address = 0;
+    std::memcpy(&address, static_cast<const char*>(row) + 8, sizeof address);
+    auto& seen = *static_cast<std::vector<uint32_t>*>(context);
+    seen.push_back(address >> 8);
+    return seen.size() == 5 ? 1 : 0;
+  };
+  const auto walk = [&](const Key& low, const Key& high) {
+    std::vector<uint32_t> seen;
+    EXPECT_EQ(fibdb_engine_walk_range(table, kRouteOrdered, low.data(), high.data(), visit, &seen), 0u);
+    return seen;
+  };
+  EXPECT_EQ(walk(routeKey(7 << 8, 24), routeKey(9 << 8, 24)), (std::vector<uint32_t>{7, 8, 9}));
+  EXPECT_EQ(walk(routeKey(7 << 8, 25), routeKey(9 << 8, 23)), (std::vector<uint32_t>{8}));
+  EXPECT_EQ(walk(routeKey(0, 0), routeKey(UINT32_MAX, 32)), (std::vector<uint32_t>{1, 2, 3, 4, 5})) << "told to stop";
+  EXPECT_EQ(walk(routeKey(9 << 8, 24), routeKey(7 << 8, 24)), std::vector<uint32_t>());
+
+  const Key key = routeKey(0, 0);
+  const auto refused = [&](uint32_t number, uint32_t index, const void* low, FibDbEngineVisit visitor) {
+    return fibdb_engine_walk_range(number, index, low, key.data(), visitor, nullptr);
+  };
+  EXPECT_EQ(refused(table, kRouteKey, key.data(), visit), DB_ERR_BAD_INDEX);
+  EXPECT_EQ(refused(table, 1, key.data(), visit), DB_ERR_BAD_INDEX);
+  EXPECT_EQ(refused(table, kRouteOrdered, nullptr, visit), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(refused(table, kRouteOrdered, key.data(), nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(refused(UINT32_MAX, kRouteOrdered, key.data(), visit), DB_ERR_WRONG_TABLE);
+}
+
 TEST_F(Admin, objects_and_memory_are_counted) {
   FibDbEngineArenaStats before{};
   ASSERT_EQ(fibdb_engine_arena_stats(&before), 0u);

@@ -122,7 +122,7 @@ TEST(Output, on_a_pipe_there_are_no_escapes_and_no_progress) {
 TEST(Help, lists_every_command_on_a_line_and_explains_one) {
   const Outcome list = runProgram(commands({"help"}));
   EXPECT_EQ(list.status, 0);
-  for (const char* line : {"load routes FILE", "show route ADDRESS", "show errors", "quit"}) {
+  for (const char* line : {"load routes FILE", "show route where", "show errors", "quit"}) {
     EXPECT_THAT(list.out, HasSubstr(std::string("\n") + line));
   }
   EXPECT_THAT(runProgram(commands({"help load routes"})).out,

@@ -9,6 +9,7 @@
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/routes/reference.h"
 #include "tools/fibdb/routes/route_commands.h"
+#include "tools/fibdb/routes/route_questions.h"
 #include "tools/fibdb/routes/routes.h"
 #include "tools/fibdb/shell/command.h"
 #include "tools/fibdb/tables/record_tables.h"

@@ -26,12 +26,6 @@ struct LoadSummary {
 LoadSummary loadRoutesFile(Session& session, const std::string& file);
 void showLoadSummary(Session& session, const std::string& file, const LoadSummary& summary);
 
-// The route that covers an address, and where it leads. Throws Failure when there is none.
-void showCoveringRoute(Session& session, uint32_t address);
-
-// How many routes there are, by mask length and by group.
-void showRouteSummary(Session& session);
-
 }  // namespace fibdb::program
 
 #endif

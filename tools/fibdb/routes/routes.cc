@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 
 #include "tools/fibdb/base/failure.h"
 #include "tools/fibdb/base/interrupt.h"
@@ -20,8 +21,10 @@ uint64_t microsecondsNow() {
   return static_cast<uint64_t>(std::chrono::duration_cast<microseconds>(now).count());
 }
 
-FibDbIp4forwardItem keyItem(const Prefix& prefix) {
+FibDbIp4forwardItem keyItem(const Prefix& prefix, const Vrf& vrf) {
   FibDbIp4forwardItem item{};
+  item.vr_id = vrf.vr;
+  item.vrf_index = vrf.index;
   item.dest_ip_addr = prefix.address;
   item.mask_len = prefix.length;
   return item;
@@ -34,23 +37,33 @@ FibDbIp4forwardItem keyItem(const Prefix& prefix) {
 }  // namespace
 
 Prefix prefixOf(const FibDbIp4forwardItem& item) { return {item.dest_ip_addr, item.mask_len}; }
+Vrf vrfOf(const FibDbIp4forwardItem& item) { return {item.vr_id, item.vrf_index}; }
 
 uint32_t originOf(const FibDbIp4forwardItem& item) { return item.attr_word_e; }
 
-std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix) {
-  FibDbIp4forwardItem item = keyItem(prefix);
+std::string inVrf(const Vrf& vrf) {
+  if (vrf == Vrf()) return "";
+  return ", vr " + std::to_string(vrf.vr) + " vrf " + std::to_string(vrf.index);
+}
+
+std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix, const Vrf& vrf) {
+  FibDbIp4forwardItem item = keyItem(prefix, vrf);
   const uint32_t status = FIB_DB_ReadIp4forward(&item);
   if (status == FIB_DB_NOT_FOUND) return std::nullopt;
   if (status != FIB_DB_OK) fail("reading " + formatPrefix(prefix), status);
   return item;
 }
 
-std::optional<FibDbIp4forwardItem> lookUpRoute(uint32_t address) {
-  FibDbIp4forwardItem item = keyItem({address, 32});
+std::optional<FibDbIp4forwardItem> lookUpCovering(const Prefix& prefix, const Vrf& vrf) {
+  FibDbIp4forwardItem item = keyItem(prefix, vrf);
   const uint32_t status = FIB_DB_ReadIp4forwardByLpm(&item);
   if (status == FIB_DB_NO_ROUTE) return std::nullopt;
-  if (status != FIB_DB_OK) fail("looking up " + formatAddress(address), status);
+  if (status != FIB_DB_OK) fail("looking up " + formatPrefix(prefix), status);
   return item;
+}
+
+std::optional<FibDbIp4forwardItem> lookUpRoute(uint32_t address, const Vrf& vrf) {
+  return lookUpCovering({address, 32}, vrf);
 }
 
 uint32_t countRoutes() {
@@ -61,8 +74,10 @@ uint32_t countRoutes() {
 }
 
 RouteIterator::RouteIterator(Order order)
-    : handle_(order == Order::kKey ? FIB_DB_CreateDictionaryIterator(FIB_DB_NO_PROPERTY)
-                                   : FIB_DB_CreateIp4forwardIterator(FIB_DB_NO_PROPERTY)) {
+    : RouteIterator(order == Order::kKey ? FIB_DB_CreateDictionaryIterator(FIB_DB_NO_PROPERTY)
+                                         : FIB_DB_CreateIp4forwardIterator(FIB_DB_NO_PROPERTY)) {}
+
+RouteIterator::RouteIterator(FibDbIterator* handle) : handle_(handle) {
   if (handle_ == nullptr) throw Failure(Status::kFailed, "the routes cannot be iterated");
 }
 
@@ -74,6 +89,52 @@ const FibDbIp4forwardItem* RouteIterator::next() {
   if (status == FIB_DB_NOT_FOUND) return nullptr;
   if (status != FIB_DB_OK) fail("iterating the routes", status);
   return &item_;
+}
+
+RouteRange::RouteRange(const FibDbIp4forwardKey& first, const FibDbIp4forwardKey& last, size_t atOnce)
+    : from_(first), last_(last), atOnce_(atOnce) {}
+
+const FibDbIp4forwardItem* RouteRange::next() {
+  if (next_ == items_.size() && (ended_ || !refill())) return nullptr;
+  return &items_[next_++];
+}
+
+// The route that the last read ended with may be gone by now, or be there again: it is passed over by its key.
+bool RouteRange::refill() {
+  struct Reading {
+    std::vector<FibDbIp4forwardItem>& items;
+    const FibDbIp4forwardItem* passed;
+    uint64_t left;
+  };
+  checkInterrupt();
+  const std::optional<FibDbIp4forwardItem> passed = begun_ ? std::optional(items_.back()) : std::nullopt;
+  items_.clear();
+  items_.reserve(atOnce_);
+  Reading reading{items_, passed ? &*passed : nullptr, atOnce_};
+  // Called by a library that knows no exceptions: there is room for what it adds.
+  const auto visit = [](const void* row, uint32_t, void* context) {
+    auto& into = *static_cast<Reading*>(context);
+    FibDbIp4forwardRecord record{};
+    std::memcpy(&record, row, sizeof record);
+    FibDbIp4forwardItem item{};
+    FIB_DB_GetIp4forwardItem(&record, &item);
+    const FibDbIp4forwardItem* passed = into.passed;
+    if (passed != nullptr && vrfOf(*passed) == vrfOf(item) && prefixOf(*passed) == prefixOf(item)) return 0;
+    into.items.push_back(item);
+    return --into.left == 0 ? 1 : 0;
+  };
+  const uint32_t code = fibdb_engine_walk_range(fibdb_engine_find_table("ip4forward"), FIB_DB_IP4FORWARD_DICTIONARY,
+                                                &from_, &last_, visit, &reading);
+  if (code != FIB_DB_OK) fail("walking the routes in key order", code);
+  begun_ = true;
+  ended_ = reading.left > 0;
+  next_ = 0;
+  read_ += items_.size();
+  atOnce_ = std::max(atOnce_, std::min(atOnce_ * 8, kManyAtOnce));
+  if (items_.empty()) return false;
+  const FibDbIp4forwardItem& reached = items_.back();
+  FIB_DB_SetIp4forwardKey(&from_, reached.vr_id, reached.vrf_index, reached.dest_ip_addr, reached.mask_len);
+  return true;
 }
 
 void openConnection() {
@@ -109,7 +170,8 @@ class RouteLoader::Batch {
   FibDbBatchCompletion completion_{&Batch::applied, this};
 };
 
-RouteLoader::RouteLoader(uint32_t generation) : generation_(generation), writer_(static_cast<uint32_t>(getpid())) {
+RouteLoader::RouteLoader(uint32_t generation, const Vrf& vrf)
+    : vrf_(vrf), generation_(generation), writer_(static_cast<uint32_t>(getpid())) {
   openConnection();
   begin();
 }
@@ -121,7 +183,7 @@ RouteLoader::~RouteLoader() {
 
 void RouteLoader::write(const Route& route) {
   add(route, [&] {
-    FibDbIp4forwardItem item = keyItem(route.prefix);
+    FibDbIp4forwardItem item = keyItem(route.prefix, vrf_);
     item.attr_word_a = route.group;
     item.attr_word_e = route.origin;
     item.source_pid = writer_;
@@ -133,7 +195,7 @@ void RouteLoader::write(const Route& route) {
 
 void RouteLoader::remove(const Prefix& prefix) {
   add({prefix, 0, 0}, [&] {
-    const FibDbIp4forwardItem item = keyItem(prefix);
+    const FibDbIp4forwardItem item = keyItem(prefix, vrf_);
     return FIB_DB_BatchAddOperRemoveIp4forward(&object_, &item);
   });
 }
@@ -219,7 +281,7 @@ void RouteLoader::findRefused(const Batch& batch, uint32_t failed) {
 
 // A route that is not there, or carries another generation's stamp, was refused.
 bool RouteLoader::wasApplied(const Route& route) const {
-  const auto stored = readRoute(route.prefix);
+  const auto stored = readRoute(route.prefix, vrf_);
   return stored && stored->table_smooth_id == generation_;
 }
 

@@ -53,6 +53,7 @@ std::string usageOf(const Command& command);
 
 // The rows of each unit, and all of them in the order of help.
 std::span<const Command> routeCommands();
+std::span<const Command> routeQuestionCommands();
 std::span<const Command> recordCommands();
 std::span<const Command> configCommands();
 std::span<const Command> databaseCommands();
