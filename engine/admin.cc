@@ -202,6 +202,28 @@ uint32_t fibdb_engine_walk_range(uint32_t table, uint32_t index, const void* low
   return visitAll(cursor, found->layout().rowLength, visit, context);
 }
 
+uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  const schema::Index& primary = found->layout().indexes.front();
+  const store::KeyShape shape(primary.parts());
+  uint64_t gone = 0;
+  store::Cursor cursor;
+  cursor.openAll(*found);
+  alignas(8) uint8_t row[schema::kMaxRowLength];
+  uint8_t key[schema::kMaxKeyLength];
+  uint32_t code = 0;
+  while (code == 0 && cursor.next(row) == 0) {
+    uint64_t one = 0;
+    shape.pack(row, key);
+    code = found->remove(primary, key, one);
+    gone += one;
+    if (code == DB_ERR_NO_DATA) code = 0;  // another was faster
+  }
+  if (removed != nullptr) *removed = gone;
+  return code;
+}
+
 uint32_t fibdb_engine_arena_stats(FibDbEngineArenaStats* out) {
   if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
   const store::Arena& arena = store::Store::instance().arena();

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "engine/client/mutex.h"
+#include "engine/store/probes.h"
 #include "platform/objdb.h"
 
 namespace fibdb::client {
@@ -80,6 +81,14 @@ namespace {
 
 Mutex slotsMutex;
 Connection connections[kMaxConnections];
+
+// Of all connections since the start: these survive the connection that they were counted on.
+struct Totals {
+  std::atomic<uint64_t> taken, batches, operations, failed, refusedBatches;
+};
+Totals totals;
+
+void count(std::atomic<uint64_t>& total, uint64_t more) { total.fetch_add(more, std::memory_order_relaxed); }
 
 // The slot that a handle names, to be locked and then checked.
 Connection* slotFor(uint64_t handle) {
@@ -206,6 +215,9 @@ void finish(Connection& connection, Batch* batch, const FibDbBatchResult& result
   ++connection.stats.batches;
   connection.stats.operations += result.operations;
   connection.stats.failed += result.failed;
+  count(totals.operations, result.operations);
+  count(totals.failed, result.failed);
+  count(totals.batches, 1);
   putSpare(connection, batch);
   connection.applied.wakeAll();
 }
@@ -215,6 +227,7 @@ void* work(void* argument) {
   const uint64_t generation = connection.generation;
   while (Batch* batch = nextBatch(connection)) {
     const FibDbBatchResult result = applyAll(*batch);
+    FIBDB_PROBE(batch_applied, result.operations, result.failed);
     complete(*batch, result);
     if (connection.generation != generation) {  // the completion forked: in the child the slot is another's
       std::free(batch);
@@ -413,6 +426,18 @@ uint64_t countConnections() {
                                              [](const Connection& slot) { return slot.slotTaken; }));
 }
 
+FibDbEngineConnectionStats batchTotals() {
+  const auto read = [](const std::atomic<uint64_t>& total) { return total.load(std::memory_order_relaxed); };
+  FibDbEngineConnectionStats stats{};
+  stats.batches = totals.batches.load(std::memory_order_acquire);
+  // Read later, it is never less.
+  stats.waiting = read(totals.taken) - stats.batches;
+  stats.operations = read(totals.operations);
+  stats.failed = read(totals.failed);
+  stats.refusedBatches = read(totals.refusedBatches);
+  return stats;
+}
+
 // Slots that nobody has taken change under slotsMutex only.
 void holdConnections() {
   slotsMutex.hold();
@@ -430,6 +455,8 @@ void letConnectionsGo() {
 
 void forgetConnections() {
   for (Connection& connection : connections) forget(connection);
+  // What waits is the parent's to apply.
+  totals.taken.store(totals.batches.load(std::memory_order_relaxed), std::memory_order_relaxed);
   slotsMutex.letGo();
   slotsMutex.makeAnew();
 }
@@ -495,11 +522,15 @@ uint32_t db_batch_exec_async(uint64_t obj, uint64_t argument) {
   if (const uint32_t code = checkConnection(*object)) return code;
   if (connection.batchesTaken - connection.batchesDone >= connection.stats.queueLimit) {
     ++connection.stats.refusedBatches;
+    count(totals.refusedBatches, 1);
+    FIBDB_PROBE(batch_refused, building.batch->count, connection.stats.queueLimit);
     return DB_ERR_BATCH_QUEUE_FULL;
   }
   (connection.first == nullptr ? connection.first : connection.last->next) = building.batch;
   connection.last = building.batch;
   ++connection.batchesTaken;
+  count(totals.taken, 1);
+  FIBDB_PROBE(batch_handed_over, connection.last->count, connection.batchesTaken - connection.batchesDone);
   building.batch = takeSpare(connection);
   connection.work.wakeOne();
   return 0;

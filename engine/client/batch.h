@@ -45,6 +45,8 @@ uint32_t connectionStats(uint64_t connection, FibDbEngineConnectionStats& out);
 // from such a completion, which would wait for itself.
 uint32_t drain(uint64_t connection);
 uint64_t countConnections();
+// What all connections did, closed ones included; limits are a connection's own, and 0 here.
+FibDbEngineConnectionStats batchTotals();
 
 // Around fork(), of all connections: held before, let go in the parent, gone in the child.
 void holdConnections();

@@ -25,6 +25,7 @@
 #include <cstdint>
 
 #include "engine/store/heap.h"
+#include "engine/store/probes.h"
 #include "engine/store/word.h"
 
 namespace fibdb::store {
@@ -295,7 +296,9 @@ void HashIndex<HashOf>::grow(uint32_t keep) {
     for (const Ref ref : bucket->refs) __builtin_prefetch(heap_->at<void>(ref));
     if (bucket->next == kNoRef) break;
   }
-  if (heap_->ensure(bytes + keep) == 0) split(from);
+  if (heap_->ensure(bytes + keep) != 0) return;
+  FIBDB_PROBE(index_grown, buckets + 1, state_->count);
+  split(from);
 }
 
 template <class HashOf>

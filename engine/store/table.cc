@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "engine/store/probes.h"
 #include "engine/store/servable.h"
 #include "engine/store/word.h"
 #include "fibdb/engine.h"
@@ -58,6 +59,7 @@ class Table::Writer {
  private:
   uint32_t refuse(uint32_t code) {
     addOne(state_.refused);
+    FIBDB_PROBE(write_refused, table_.layout().name.data(), code);
     return code;
   }
   uint32_t prepare();

@@ -157,6 +157,15 @@ FIBDB_API uint32_t fibdb_engine_connection_stats(uint64_t connection, FibDbEngin
  * cancelled here ends its wait and nothing else. No other call of the engine is one. */
 FIBDB_API uint32_t fibdb_engine_drain(uint64_t connection);
 
+/* Removes every record of a table, one after the other, as any removal does; records that come meanwhile may stay. Its
+ * limits and statistics stay. removed: how many these were; may be NULL. */
+FIBDB_API uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed);
+
+/* The statistics of all tables, of the arena and of all connections, closed ones included, as OpenMetrics text, its
+ * closing line and a zero included. size: bytes of the buffer. *length: what the text needs without the zero.
+ * DB_ERR_BAD_LENGTH when there is no room for all of it: call again with more. NULL and 0 bytes ask how much. */
+FIBDB_API uint32_t fibdb_engine_metrics(char* buffer, size_t size, size_t* length);
+
 /* For tests: the next `count` calls that commit a write, update or removal of the table apply it and then
  * return code instead of 0 (13044, say). count 0 ends it. Operations of a batch are not such calls. */
 FIBDB_API uint32_t fibdb_engine_fault(uint32_t table, uint32_t code, uint32_t count);

@@ -8,6 +8,11 @@
 namespace fibdb::testing {
 namespace {
 
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
 class Admin : public EngineTest {};
 
 TEST_F(Admin, every_code_has_a_text_of_its_own) {
@@ -199,6 +204,77 @@ TEST_F(Admin, a_walk_over_a_range_visits_its_rows_in_key_order_both_ends_include
   EXPECT_EQ(refused(table, kRouteOrdered, nullptr, visit), DB_ERR_NULL_ARGUMENT);
   EXPECT_EQ(refused(table, kRouteOrdered, key.data(), nullptr), DB_ERR_NULL_ARGUMENT);
   EXPECT_EQ(refused(UINT32_MAX, kRouteOrdered, key.data(), visit), DB_ERR_WRONG_TABLE);
+}
+
+TEST_F(Admin, to_clear_a_table_removes_its_records_and_leaves_its_limits) {
+  const uint32_t table = numberOf(TableId::ip4forward);
+  ASSERT_EQ(fibdb_engine_set_limits(table, 1000, 0), 0u);
+  for (uint32_t i = 0; i < 1000; ++i) ASSERT_EQ(writeRoute(route(i << 8, 24)), 0u);
+  uint64_t removed = 7;
+  EXPECT_EQ(fibdb_engine_clear(table, &removed), 0u);
+  EXPECT_EQ(removed, 1000u);
+  EXPECT_EQ(countRoutes(), 0u);
+  EXPECT_EQ(statsOf(TableId::ip4forward).removed, 1000u);
+  EXPECT_EQ(statsOf(TableId::ip4forward).recordLimit, 1000u);
+  EXPECT_EQ(fibdb_engine_clear(table, &removed), 0u);
+  EXPECT_EQ(removed, 0u);
+  EXPECT_EQ(fibdb_engine_clear(table, nullptr), 0u);
+  EXPECT_EQ(fibdb_engine_clear(fibdb_engine_table_count(), &removed), DB_ERR_WRONG_TABLE);
+}
+
+std::string metrics() {
+  size_t length = 0;
+  EXPECT_EQ(fibdb_engine_metrics(nullptr, 0, &length), DB_ERR_BAD_LENGTH);
+  std::string text(length + 1, 'x');
+  EXPECT_EQ(fibdb_engine_metrics(text.data(), text.size(), &length), 0u);
+  EXPECT_EQ(text.back(), '\0');
+  text.pop_back();
+  EXPECT_EQ(text.size(), length);
+  return text;
+}
+
+TEST_F(Admin, metrics_are_the_statistics_as_text) {
+  ASSERT_EQ(writeRoute(route(0x01000000, 8)), 0u);
+  ASSERT_EQ(writeRoute(route(0x01000000, 8)), 0u);
+  const std::string text = metrics();
+  EXPECT_THAT(text, StartsWith("# TYPE fibdb_table_records gauge\n"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_table_records{table=\"ip4forward\"} 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_table_writes_total{table=\"ip4forward\",outcome=\"replaced\"} 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_arena_reserved_bytes "));
+  EXPECT_THAT(text, Not(HasSubstr("fibdb_table_record_limit{")));
+  EXPECT_THAT(text, EndsWith("\n# EOF\n"));
+  ASSERT_EQ(fibdb_engine_set_limits(numberOf(TableId::nhp), 5, 0), 0u);
+  EXPECT_THAT(metrics(), HasSubstr("\nfibdb_table_record_limit{table=\"nhp\"} 5\n"));
+}
+
+TEST_F(Admin, metrics_that_find_no_room_say_how_much_they_need) {
+  size_t needed = 0, length = 0;
+  EXPECT_EQ(fibdb_engine_metrics(nullptr, 0, &needed), DB_ERR_BAD_LENGTH);
+  std::string buffer(needed + 10, 'x');
+  EXPECT_EQ(fibdb_engine_metrics(buffer.data(), needed, &length), DB_ERR_BAD_LENGTH) << "the zero has no room";
+  EXPECT_EQ(length, needed);
+  EXPECT_EQ(buffer.substr(needed), "xxxxxxxxxx") << "nothing is written behind the buffer";
+  EXPECT_EQ(fibdb_engine_metrics(buffer.data(), needed + 1, &length), 0u);
+  EXPECT_EQ(fibdb_engine_metrics(nullptr, 1, &length), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(fibdb_engine_metrics(buffer.data(), 1, nullptr), DB_ERR_NULL_ARGUMENT);
+}
+
+TEST_F(Admin, metrics_of_batches_go_on_when_their_connection_is_closed) {
+  const auto batches = [] {
+    const std::string text = metrics();
+    const std::string name = "\nfibdb_batches_total ";
+    return std::stoull(text.substr(text.find(name) + name.size()));
+  };
+  const uint64_t before = batches();
+  uint64_t connection = 0, object = 0;
+  ASSERT_EQ(db_connect(0, 0, &connection), 0u);
+  ASSERT_EQ(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, connection, &object), 0u);
+  ASSERT_EQ(db_batch_exec_async(object, 0), 0u);
+  ASSERT_EQ(fibdb_engine_drain(connection), 0u);
+  EXPECT_EQ(batches(), before + 1);
+  ASSERT_EQ(db_release_ip4forward_object(object), 0u);
+  ASSERT_EQ(db_disconnect(connection), 0u);
+  EXPECT_EQ(batches(), before + 1);
 }
 
 TEST_F(Admin, objects_and_memory_are_counted) {

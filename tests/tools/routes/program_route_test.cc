@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/run_program.h"
+#include "tests/tools/scratch_folder.h"
 
 namespace fibdb::program {
 namespace {
@@ -12,6 +13,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 const Args kRoutes = {"add route 0.0.0.0/0 group 9",    "add route 10.0.0.0/8 group 1",
                       "add route 10.1.0.0/16 group 2",  "add route 10.1.2.0/24 group 1",
@@ -144,6 +146,20 @@ TEST(ShowRouteWhere, refuses_words_that_name_no_column_or_one_twice) {
   EXPECT_EQ(refusalOf("show route where group x"), "fibdb: group: \"x\" is not a number");
   EXPECT_EQ(refusalOf("show route where count limit 3"), "fibdb: a count has no limit");
   EXPECT_EQ(refusalOf("show route 10.0.0.0/8 longer covering"), "fibdb: longer or covering, once");
+}
+
+TEST(ShowRouteMap, writes_a_drawing_of_one_vrf) {
+  const ScratchFolder folder;
+  const std::string file = folder.path("map.svg");
+  EXPECT_EQ(answersTo("show route map " + file + " by group vr 1 vrf 7").at(0),
+            (nlohmann::json{{"file", file}, {"routes", 2}}));
+  EXPECT_THAT(ScratchFolder::read(file), StartsWith("<svg xmlns='http://www.w3.org/2000/svg' "));
+  EXPECT_THAT(ScratchFolder::read(file), HasSubstr(">2 IPv4 routes by group<"));
+  const Outcome outcome = runProgram({"show", "route", "map", "-"});
+  EXPECT_THAT(outcome.out, StartsWith("<svg "));
+  EXPECT_THAT(outcome.out, testing::EndsWith("</svg>\n"));
+  EXPECT_EQ(runProgram({"show", "route", "map"}).status, 2);
+  EXPECT_EQ(runProgram({"show", "route", "map", "-", "by", "colour"}).status, 2);
 }
 
 TEST(ShowRouteSummary, of_a_vrf_counts_its_routes_alone) {

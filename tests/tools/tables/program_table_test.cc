@@ -4,6 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+#include <set>
+#include <sstream>
+
 #include "tests/tools/run_program.h"
 
 namespace fibdb::program {
@@ -443,16 +447,40 @@ TEST(ShowEngine, counts_what_was_done) {
   EXPECT_EQ(answers.back().at("waiting"), 0);
 }
 
+TEST(ShowEngine, is_lists_that_name_themselves) {
+  std::vector<std::string> lists;
+  for (const auto& row : jsonAnswers({"add route 1.0.0.0/8", "show engine"})) {
+    const std::string list = row.value("list", "");
+    if (lists.empty() || lists.back() != list) lists.push_back(list);
+  }
+  EXPECT_THAT(lists, testing::ElementsAre("", "tables", "arena", "connection"));
+}
+
 TEST(ShowErrors, is_a_matrix_of_19_tables_and_7_operations) {
   const auto answers = jsonAnswers({"show errors"});
-  ASSERT_EQ(answers.size(), 20u);
+  ASSERT_EQ(answers.size(), 24u);
   for (size_t i = 0; i < 19; ++i) {
     EXPECT_EQ(answers[i].size(), 2u + 7u);
     EXPECT_EQ(answers[i].at("ITERATOR"), 0);
   }
   EXPECT_EQ(answers[0].at("table"), "ip4forward");
   EXPECT_EQ(answers[18].at("table"), "nhp_group_ftn");
-  EXPECT_EQ(answers[19].at("route_write_retries"), 0);
+}
+
+TEST(ShowErrors, says_what_is_counted_elsewhere_and_where) {
+  const Outcome outcome =
+      runProgram({"--json", "-k", "-c", "set limit ip4forward records 1", "-c", "add route 1.0.0.0/8", "-c",
+                  "add route 2.0.0.0/8", "-c", "delete route 3.0.0.0/8", "-c", "show errors"});
+  std::map<std::string, nlohmann::json> elsewhere;
+  for (const auto& row : jsonLines(outcome.out)) {
+    if (row.value("list", "") == "elsewhere") elsewhere[row.at("failures")] = row;
+  }
+  ASSERT_EQ(elsewhere.size(), 5u);
+  EXPECT_EQ(elsewhere["operations refused inside batches"].at("count"), 2);
+  EXPECT_EQ(elsewhere["operations refused inside batches"].at("counted_in"), "show engine: failed, of the connection");
+  EXPECT_EQ(elsewhere["writes refused at a limit"].at("count"), 1);
+  EXPECT_EQ(elsewhere["batches that found the queue full"].at("count"), 0);
+  EXPECT_EQ(elsewhere["route writes asked to try again"].at("counted_in"), "g_ip4WriteDbSetDataRetry");
 }
 
 TEST(ShowErrors, a_refused_next_hop_is_counted_and_logged) {
@@ -461,6 +489,63 @@ TEST(ShowErrors, a_refused_next_hop_is_counted_and_logged) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr("fibdb: next hop 2 refused: "));
   EXPECT_THAT(outcome.out, HasSubstr("nhp                  0    0      1"));
+}
+
+TEST(ShowMetrics, is_one_text_of_the_engine_and_the_library) {
+  const Args lines = {"set limit nhp records 1", "add nexthop 1", "add nexthop 2", "add route 1.0.0.0/8"};
+  Args args = {"-k"};
+  for (const std::string& line : lines) args.insert(args.end(), {"-c", line});
+  args.insert(args.end(), {"-c", "show metrics"});
+  const std::string out = runProgram(args).out;
+  const std::string text = out.substr(out.find("# TYPE"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_table_records{table=\"nhp\"} 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_table_record_limit{table=\"nhp\"} 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_table_writes_total{table=\"nhp\",outcome=\"refused\"} 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_batch_operations_total 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_errors_total{table=\"nhp\",operation=\"WRITE\"} 1\n"));
+  EXPECT_THAT(text, HasSubstr("\nfibdb_route_retries_total{operation=\"remove\"} 0\n"));
+  EXPECT_EQ(text.find("# EOF"), text.size() - 6) << "once, at the end";
+}
+
+// What a collector asks of the text: every sample belongs to the family whose type was said last.
+TEST(ShowMetrics, names_every_family_before_its_samples_and_once) {
+  std::istringstream text(runProgram({"show", "metrics"}).out);
+  std::set<std::string> families;
+  std::string line, family, type;
+  size_t samples = 0;
+  while (std::getline(text, line) && line != "# EOF") {
+    std::istringstream words(line);
+    std::string first, keyword;
+    words >> first;
+    if (first == "#") {
+      std::string name;
+      words >> keyword >> name;
+      if (keyword == "TYPE") {
+        family = name;
+        words >> type;
+        EXPECT_TRUE(families.insert(family).second) << family;
+      }
+      EXPECT_EQ(name, family) << line;
+      continue;
+    }
+    ++samples;
+    const std::string name = first.substr(0, first.find('{'));
+    EXPECT_EQ(name, type == "counter" ? family + "_total" : family) << line;
+    std::string number;
+    words >> number;
+    EXPECT_THAT(number, testing::MatchesRegex("[0-9]+")) << line;
+  }
+  EXPECT_EQ(line, "# EOF");
+  EXPECT_GT(samples, 300u);
+}
+
+TEST(Clear, removes_every_record_of_one_table) {
+  const Outcome outcome = answer(afterNested(
+      {"add nexthop 7", "clear ip4forward", "count ip4forward", "count nhp", "clear ip4forward", "show route"}));
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("4 records removed from ip4forward\n0\n1\n0 records removed from ip4forward\n"));
+  EXPECT_EQ(answer({"clear"}).status, 2);
+  EXPECT_EQ(answer({"clear routes"}).status, 2);
 }
 
 }  // namespace

@@ -54,9 +54,11 @@ std::string usageOf(const Command& command);
 // The rows of each unit, and all of them in the order of help.
 std::span<const Command> routeCommands();
 std::span<const Command> routeQuestionCommands();
+std::span<const Command> mapCommands();
 std::span<const Command> recordCommands();
 std::span<const Command> configCommands();
 std::span<const Command> databaseCommands();
+std::span<const Command> statisticsCommands();
 std::span<const Command> measureCommands();
 std::span<const Command> sessionCommands();
 const std::vector<const Command*>& allCommands();

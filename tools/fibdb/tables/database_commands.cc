@@ -1,23 +1,16 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
-// tools/fibdb/tables/database_commands.cc: any table of the database, its limits, and what was counted.
-#include <algorithm>
+// tools/fibdb/tables/database_commands.cc: any table of the database, its limits, and its end.
 #include <array>
 
 #include "fibdb/fibdb.h"
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/shell/command.h"
 #include "tools/fibdb/tables/field.h"
+#include "tools/fibdb/tables/table_stats.h"
 
 namespace fibdb::program {
 namespace {
-
-FibDbEngineTableStats statsOf(uint32_t table) {
-  FibDbEngineTableStats stats{};
-  const uint32_t code = fibdb_engine_table_stats(table, &stats);
-  if (code != FIB_DB_OK) throw Failure(Status::kFailed, "table " + std::to_string(table) + ": " + codeText(code));
-  return stats;
-}
 
 std::vector<FibDbEngineColumn> columnsOf(uint32_t table) {
   std::vector<FibDbEngineColumn> columns(fibdb_engine_column_count(table));
@@ -98,8 +91,6 @@ Status countTable(Session& session, Arguments& arguments) {
   return Status::kOk;
 }
 
-Value limitValue(uint64_t limit) { return limit == 0 ? Value() : Value(limit); }
-
 Status setLimit(Session& session, Arguments& arguments) {
   constexpr std::array<std::string_view, 2> kWords{"records", "bytes"};
   const uint32_t table = arguments.table();
@@ -118,88 +109,17 @@ Status setLimit(Session& session, Arguments& arguments) {
   return Status::kOk;
 }
 
-Value bytesPerRecord(const FibDbEngineTableStats& stats) {
-  if (stats.records == 0) return {};
-  return static_cast<double>(stats.bytes) / static_cast<double>(stats.records);
-}
-
-void showTableStats(Session& session) {
-  session.output.beginList({"tables",
-                            {{"table"},
-                             {"records", Format::kCount},
-                             {"record_limit", Format::kCount},
-                             {"bytes", Format::kBytes},
-                             {"memory_limit", Format::kBytes},
-                             {"bytes_per_record", Format::kCount},
-                             {"inserted", Format::kCount},
-                             {"replaced", Format::kCount},
-                             {"updated", Format::kCount},
-                             {"removed", Format::kCount},
-                             {"refused", Format::kAlarm}},
-                            true});
-  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {
-    const FibDbEngineTableStats stats = statsOf(table);
-    std::vector<Value> row{std::string(stats.name)};
-    row.insert(row.end(), {stats.records, limitValue(stats.recordLimit), stats.bytes});
-    row.insert(row.end(), {limitValue(stats.memoryLimit), bytesPerRecord(stats), stats.inserted});
-    row.insert(row.end(), {stats.replaced, stats.updated, stats.removed, stats.refused});
-    session.output.row(std::move(row));
-  }
-  session.output.endList();
-}
-
-// The connection exists from the first write of a route on.
-void showConnection(Session& session) {
-  FibDbEngineConnectionStats stats{};
-  const uint64_t connection = FIB_DB_GetAsyncConn();
-  if (connection == 0 || fibdb_engine_connection_stats(connection, &stats) != FIB_DB_OK) return;
-  session.output.record("connection", {{"batch_limit", stats.batchLimit, Format::kCount},
-                                       {"queue_limit", stats.queueLimit, Format::kCount},
-                                       {"waiting", stats.waiting, Format::kCount},
-                                       {"batches", stats.batches, Format::kCount},
-                                       {"operations", stats.operations, Format::kCount},
-                                       {"failed", stats.failed, Format::kAlarm},
-                                       {"refused_batches", stats.refusedBatches, Format::kCount}});
-}
-
-Status showEngine(Session& session, Arguments& arguments) {
+Status clearTable(Session& session, Arguments& arguments) {
+  const uint32_t table = arguments.table();
   arguments.end();
-  showTableStats(session);
-  FibDbEngineArenaStats arena{};
-  const uint32_t code = fibdb_engine_arena_stats(&arena);
-  if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
-  session.output.record("arena", {{"reserved", arena.reserved, Format::kBytes},
-                                  {"used", arena.used, Format::kBytes},
-                                  {"objects", arena.objects, Format::kCount},
-                                  {"connections", arena.connections, Format::kCount}});
-  showConnection(session);
-  return Status::kOk;
-}
-
-// In the order of FibDbTableId.
-constexpr std::array kErrorRows{"ip4forward", "nhp_group",      "nhp_group_node", "nhp",
-                                "nhp_std",    "nhp_vpn",        "nhp_vxlan",      "nhp_ext",
-                                "reserved",   "nhp_lla",        "re4_default",    "meth_local_route",
-                                "vrf",        "global_cfg",     "ecmp_cfg",       "vrf_class_data",
-                                "nhp_vpnsid", "pp4ext_srv6_te", "nhp_group_ftn"};
-static_assert(kErrorRows.size() == FIB_DB_TABLE_COUNT);
-
-Status showErrors(Session& session, Arguments& arguments) {
-  arguments.end();
-  ListHead head{"failures", {{"table"}}, true};
-  for (uint32_t oper = 0; oper < FIB_DB_OPER_COUNT; ++oper) {
-    head.columns.push_back({FIB_DB_GetDbErrOprStr(oper), Format::kAlarm});
+  uint64_t removed = 0;
+  const uint32_t code = fibdb_engine_clear(table, &removed);
+  const std::string name = statsOf(table).name;
+  if (code != FIB_DB_OK) {
+    throw Failure(Status::kFailed, name + " after " + formatCount(removed) + " records: " + codeText(code));
   }
-  session.output.beginList(std::move(head));
-  for (size_t table = 0; table < kErrorRows.size(); ++table) {
-    std::vector<Value> row{std::string(kErrorRows[table])};
-    for (const uint32_t failures : g_fibDbErrStat[table]) row.push_back(uint64_t{failures});
-    session.output.row(std::move(row));
-  }
-  session.output.endList();
-  session.output.record("asked to try again",
-                        {{"route_write_retries", uint64_t{g_ip4WriteDbSetDataRetry}, Format::kAlarm},
-                         {"route_remove_retries", uint64_t{g_ip4RemoveDbAddOperRetry}, Format::kAlarm}});
+  session.output.result(formatCount(removed) + " records removed from " + name,
+                        {{"table", name}, {"removed", removed}});
   return Status::kOk;
 }
 
@@ -210,8 +130,8 @@ constexpr Command kCommands[] = {
     {"count", "TABLE", "how many records a table holds", "", countTable},
     {"set limit", "TABLE records N | bytes N", "limit a table; 0 lifts the limit",
      "At the limit a new record is refused; everything stored stays.", setLimit},
-    {"show engine", "", "memory, limits and counters of the database", "", showEngine},
-    {"show errors", "", "failures that the library counted, by table and operation", "", showErrors},
+    {"clear", "TABLE", "remove every record of a table",
+     "Its limits and counters stay. What refers to the records, and is in other tables, stays, too.", clearTable},
 };
 
 }  // namespace

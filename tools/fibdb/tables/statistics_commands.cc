@@ -1,0 +1,182 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tools/fibdb/tables/statistics_commands.cc: what the engine and the library counted, for people and for collectors.
+#include <array>
+#include <optional>
+
+#include "fibdb/fibdb.h"
+#include "tools/fibdb/shell/command.h"
+#include "tools/fibdb/tables/table_stats.h"
+
+namespace fibdb::program {
+namespace {
+
+Value bytesPerRecord(const FibDbEngineTableStats& stats) {
+  if (stats.records == 0) return {};
+  return static_cast<double>(stats.bytes) / static_cast<double>(stats.records);
+}
+
+void showTableStats(Session& session) {
+  session.output.beginList({"tables",
+                            {{"table"},
+                             {"records", Format::kCount},
+                             {"record_limit", Format::kCount},
+                             {"bytes", Format::kBytes},
+                             {"memory_limit", Format::kBytes},
+                             {"bytes_per_record", Format::kCount},
+                             {"inserted", Format::kCount},
+                             {"replaced", Format::kCount},
+                             {"updated", Format::kCount},
+                             {"removed", Format::kCount},
+                             {"refused", Format::kAlarm}},
+                            true});
+  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {
+    const FibDbEngineTableStats stats = statsOf(table);
+    std::vector<Value> row{std::string(stats.name)};
+    row.insert(row.end(), {stats.records, limitValue(stats.recordLimit), stats.bytes});
+    row.insert(row.end(), {limitValue(stats.memoryLimit), bytesPerRecord(stats), stats.inserted});
+    row.insert(row.end(), {stats.replaced, stats.updated, stats.removed, stats.refused});
+    session.output.row(std::move(row));
+  }
+  session.output.endList();
+}
+
+// A list of one row: one thing with its properties, beside other lists.
+void showOne(Session& session, const std::string& name, const std::vector<Fact>& facts) {
+  ListHead head{name, {}, true};
+  std::vector<Value> row;
+  for (const Fact& fact : facts) {
+    head.columns.push_back({fact.name, fact.format});
+    row.push_back(fact.value);
+  }
+  session.output.beginList(std::move(head));
+  session.output.row(std::move(row));
+  session.output.endList();
+}
+
+// The library's connection exists from the first write of a route on.
+std::optional<FibDbEngineConnectionStats> connectionStats() {
+  FibDbEngineConnectionStats stats{};
+  const uint64_t connection = FIB_DB_GetAsyncConn();
+  if (connection == 0 || fibdb_engine_connection_stats(connection, &stats) != FIB_DB_OK) return std::nullopt;
+  return stats;
+}
+
+Status showEngine(Session& session, Arguments& arguments) {
+  arguments.end();
+  showTableStats(session);
+  FibDbEngineArenaStats arena{};
+  const uint32_t code = fibdb_engine_arena_stats(&arena);
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
+  showOne(session, "arena",
+          {{"reserved", arena.reserved, Format::kBytes},
+           {"used", arena.used, Format::kBytes},
+           {"objects", arena.objects, Format::kCount},
+           {"connections", arena.connections, Format::kCount}});
+  if (const auto connection = connectionStats()) {
+    showOne(session, "connection",
+            {{"batch_limit", connection->batchLimit, Format::kCount},
+             {"queue_limit", connection->queueLimit, Format::kCount},
+             {"waiting", connection->waiting, Format::kCount},
+             {"batches", connection->batches, Format::kCount},
+             {"operations", connection->operations, Format::kCount},
+             {"failed", connection->failed, Format::kAlarm},
+             {"refused_batches", connection->refusedBatches, Format::kCount}});
+  }
+  return Status::kOk;
+}
+
+// In the order of FibDbTableId.
+constexpr std::array kErrorRows{"ip4forward", "nhp_group",      "nhp_group_node", "nhp",
+                                "nhp_std",    "nhp_vpn",        "nhp_vxlan",      "nhp_ext",
+                                "reserved",   "nhp_lla",        "re4_default",    "meth_local_route",
+                                "vrf",        "global_cfg",     "ecmp_cfg",       "vrf_class_data",
+                                "nhp_vpnsid", "pp4ext_srv6_te", "nhp_group_ftn"};
+static_assert(kErrorRows.size() == FIB_DB_TABLE_COUNT);
+
+uint64_t refusedWrites() {
+  uint64_t refused = 0;
+  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) refused += statsOf(table).refused;
+  return refused;
+}
+
+Status showErrors(Session& session, Arguments& arguments) {
+  arguments.end();
+  ListHead head{"failures", {{"table"}}, true};
+  for (uint32_t oper = 0; oper < FIB_DB_OPER_COUNT; ++oper) {
+    head.columns.push_back({FIB_DB_GetDbErrOprStr(oper), Format::kAlarm});
+  }
+  session.output.beginList(std::move(head));
+  for (size_t table = 0; table < kErrorRows.size(); ++table) {
+    std::vector<Value> row{std::string(kErrorRows[table])};
+    for (const uint32_t failures : g_fibDbErrStat[table]) row.push_back(uint64_t{failures});
+    session.output.row(std::move(row));
+  }
+  session.output.endList();
+  // What the matrix cannot know: nobody in the library learns of it.
+  const FibDbEngineConnectionStats connection = connectionStats().value_or(FibDbEngineConnectionStats{});
+  session.output.beginList({"elsewhere", {{"failures"}, {"count", Format::kAlarm}, {"counted_in"}}, true});
+  const auto add = [&](const char* what, uint64_t count, const char* where) {
+    session.output.row({std::string(what), count, std::string(where)});
+  };
+  add("operations refused inside batches", connection.failed, "show engine: failed, of the connection");
+  add("batches that found the queue full", connection.refusedBatches, "show engine: refused batches");
+  add("writes refused at a limit", refusedWrites(), "show engine: refused, of each table");
+  add("route writes asked to try again", g_ip4WriteDbSetDataRetry, "g_ip4WriteDbSetDataRetry");
+  add("route removals asked to try again", g_ip4RemoveDbAddOperRetry, "g_ip4RemoveDbAddOperRetry");
+  session.output.endList();
+  return Status::kOk;
+}
+
+std::string engineMetrics() {
+  std::string text;
+  size_t length = 0;
+  uint32_t code = fibdb_engine_metrics(nullptr, 0, &length);
+  // Numbers may have grown by a digit until the next look.
+  while (code == DB_ERR_BAD_LENGTH) {
+    text.resize(length + 1);
+    code = fibdb_engine_metrics(text.data(), text.size(), &length);
+  }
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
+  text.resize(length);
+  return text;
+}
+
+std::string errorMetrics() {
+  std::string text = "# TYPE fibdb_errors counter\n# HELP fibdb_errors Failures that the library counted.\n";
+  for (size_t table = 0; table < kErrorRows.size(); ++table) {
+    for (uint32_t oper = 0; oper < FIB_DB_OPER_COUNT; ++oper) {
+      text += std::string("fibdb_errors_total{table=\"") + kErrorRows[table] + "\",operation=\"" +
+              FIB_DB_GetDbErrOprStr(oper) + "\"} " + std::to_string(g_fibDbErrStat[table][oper]) + '\n';
+    }
+  }
+  return text + "# TYPE fibdb_route_retries counter\n# HELP fibdb_route_retries Adds that found the batch full.\n" +
+         "fibdb_route_retries_total{operation=\"write\"} " + std::to_string(g_ip4WriteDbSetDataRetry) + '\n' +
+         "fibdb_route_retries_total{operation=\"remove\"} " + std::to_string(g_ip4RemoveDbAddOperRetry) + '\n';
+}
+
+// The engine's text, the library's counters before its closing line.
+Status showMetrics(Session& session, Arguments& arguments) {
+  constexpr std::string_view kEnd = "# EOF";
+  arguments.end();
+  std::string text = engineMetrics();
+  text.insert(text.rfind(kEnd), errorMetrics());
+  text.pop_back();  // a result ends its last line itself
+  session.output.result(text, {{"metrics", text}});
+  return Status::kOk;
+}
+
+constexpr Command kCommands[] = {
+    {"show engine", "", "memory, limits and counters of the database", "", showEngine},
+    {"show errors", "", "failures that the library counted, and where others are counted",
+     "The library counts by table and operation. It does not learn of what the engine refuses inside a batch;\n"
+     "the second list says how much that was, and where it is counted.",
+     showErrors},
+    {"show metrics", "", "the counters of the engine and the library as OpenMetrics text", "", showMetrics},
+};
+
+}  // namespace
+
+std::span<const Command> statisticsCommands() { return kCommands; }
+
+}  // namespace fibdb::program
