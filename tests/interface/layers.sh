@@ -49,6 +49,14 @@ never "$library" '\bnew\b [A-Za-z]|\bdelete\b [a-z]' 'library code that allocate
 never "$library" '\bstd::(vector|map|string|unordered_map|function|shared_ptr)\b' 'standard containers in library code'
 never 'engine/store' '\bvirtual\b' 'stored state has no virtual tables'
 
+plain='FIB_DB_(GetDbErrOprStr|SetIp4forwardKey|GetIp4forwardItem|LogFuncInit|GetAsyncConn|SetNhp4ExtSrv6TeKeyField'
+plain="$plain|TableRegisterInit)|fibdb_engine_error_text"
+past=$(grep -rnE --include='*.h' --include='*.cc' '\b(FIB6?_DB_[A-Z][a-z]|VRF_(DB|INTF)_|fibdb_engine_)\w*\(' tools |
+  grep -vE '^[^:]+:[0-9]+: *//' | grep -vE "\b($plain)\(" || true)
+[ -z "$past" ] || {
+  echo "calls past tools/fibdb/base/call.h, which trace would not show:" && echo "$past" && failed=1
+}
+
 long=$(git ls-files '*.h' '*.cc' '*.c' '*.def' '*.txt' '*.cmake' '*.sh' dev |
   xargs awk 'length > 120 { print FILENAME ":" FNR }')
 [ -z "$long" ] || { echo "lines of more than 120 characters:" && echo "$long" && failed=1; }

@@ -71,4 +71,7 @@ ran "$work/cxx/build/consumer"
 "$prefix/bin/fibdb" -c 'show tables' >/dev/null
 man=$(find "$prefix" -name fibdb.1)
 [ -s "$man" ] || { echo "no manual page"; exit 1; }
+for file in bash-completion/completions/fibdb zsh/site-functions/_fibdb; do
+  [ -s "$prefix/share/$file" ] || { echo "no $file"; exit 1; }
+done
 echo "installed, linked and run"

@@ -33,6 +33,7 @@ struct Options {
   bool interactive = false;
   bool keepGoing = false;
   bool quiet = false;
+  bool complete = false;
   Form form = Form::kTable;
 };
 
@@ -138,6 +139,7 @@ void describe(CLI::App& app, Options& options) {
       ->type_name("FORMAT");
   app.add_flag_callback(
       "--json", [&options] { options.form = Form::kJsonLines; }, "answer in JSON, one object a line");
+  app.add_flag("--complete", options.complete, "print what may stand in the place of the last word, for a shell");
   app.footer(
       "Without -c or -f: a prompt on a terminal, else commands from standard input.\n"
       "`fibdb -c help` lists the commands. Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
@@ -177,6 +179,11 @@ int start(int argc, char** argv) {
     return static_cast<int>(refuse(std::span(argv, static_cast<size_t>(argc)), error.what(), "try fibdb --help"));
   } catch (const Failure& failure) {
     return static_cast<int>(refuse(std::span(argv, static_cast<size_t>(argc)), failure.what(), failure.advice()));
+  }
+  if (options.complete) {
+    if (options.words.empty()) options.words.emplace_back();
+    for (const std::string& text : completions(options.words)) std::cout << text << '\n';
+    return static_cast<int>(Status::kOk);
   }
   if (!options.words.empty()) options.commands.push_back(lineOf(options.words));
   return static_cast<int>(runProgram(options));

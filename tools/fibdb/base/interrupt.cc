@@ -84,6 +84,11 @@ bool waitForInput(int descriptor) {
   return woken == Woken::kByInput;
 }
 
+void pauseFor(int seconds) {
+  pollfd woken{wakePipe[0], POLLIN, 0};
+  if (!interrupted()) poll(&woken, 1, seconds * 1000);
+}
+
 void checkInterrupt() {
   if (interrupted()) throw Failure(Status::kInterrupted, "interrupted");
 }

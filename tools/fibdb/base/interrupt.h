@@ -30,6 +30,8 @@ Woken waitForAny(int descriptor);
 void wakeWaiting();
 // False when SIGINT came instead.
 bool waitForInput(int descriptor);
+// Waits so many seconds, or until SIGINT comes.
+void pauseFor(int seconds);
 // For loops that take long: throws Failure (kInterrupted) once the flag is set.
 void checkInterrupt();
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <random>
 
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/routes/reference.h"
 #include "tools/fibdb/routes/route_commands.h"
@@ -255,8 +256,8 @@ void writeGroups(Session& session) {
 
 void showMemory(Session& session) {
   FibDbEngineTableStats stats{};
-  const uint32_t table = fibdb_engine_find_table("ip4forward");
-  if (fibdb_engine_table_stats(table, &stats) != FIB_DB_OK || stats.records == 0) return;
+  const uint32_t table = call<fibdb_engine_find_table>("ip4forward");
+  if (call<fibdb_engine_table_stats>(table, &stats) != FIB_DB_OK || stats.records == 0) return;
   const uint64_t each = stats.bytes / stats.records;
   session.output.result(formatBytes(stats.bytes) + " of memory for " + formatCount(stats.records) + " routes, " +
                             std::to_string(each) + " bytes a route with all its indexes",

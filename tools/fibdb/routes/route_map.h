@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/routes/route_map.h: the address space as a picture: neighbours in it are neighbours on the map.
 //
-// DESCRIPTION: addresses lie along a Hilbert curve that begins in the upper left corner and ends in the upper right one,
+// DESCRIPTION: addresses lie along a Hilbert curve that begins in the upper left corner and ends in the upper right,
 // so every prefix is a square or half of one. A cell takes the colour that most of its routed addresses have by their
 // longest match. COST: one pass over the routes; a drawing of some hundred KiB, whatever the table's size.
 #ifndef FIBDB_TOOLS_ROUTE_MAP_H

@@ -3,6 +3,8 @@
 // tools/fibdb/routes/route_search.cc: see route_search.h.
 #include "tools/fibdb/routes/route_search.h"
 
+#include "tools/fibdb/base/call.h"
+
 #include <algorithm>
 #include <tuple>
 
@@ -150,7 +152,7 @@ bool RouteSearch::insideOf(const Vrf& vrf, const Take& take) {
 bool RouteSearch::ofGroup(const Take& take) {
   for (uint32_t vr = query_.vr.value_or(0); vr <= query_.vr.value_or(FIB_DB_MAX_VR_ID); ++vr) {
     ++seeks_;
-    RouteIterator routes(FIB_DB_CreateIp4forwardIteratorByNhpGrpId(*query_.group, vr, -1));
+    RouteIterator routes(call<FIB_DB_CreateIp4forwardIteratorByNhpGrpId>(*query_.group, vr, -1));
     while (const FibDbIp4forwardItem* route = routes.next()) {
       ++routesRead_;
       if (query_.fits(*route) && !take(*route)) return false;

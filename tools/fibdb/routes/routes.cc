@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstring>
 
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/base/failure.h"
 #include "tools/fibdb/base/interrupt.h"
 
@@ -48,7 +49,7 @@ std::string inVrf(const Vrf& vrf) {
 
 std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix, const Vrf& vrf) {
   FibDbIp4forwardItem item = keyItem(prefix, vrf);
-  const uint32_t status = FIB_DB_ReadIp4forward(&item);
+  const uint32_t status = call<FIB_DB_ReadIp4forward>(&item);
   if (status == FIB_DB_NOT_FOUND) return std::nullopt;
   if (status != FIB_DB_OK) fail("reading " + formatPrefix(prefix), status);
   return item;
@@ -56,7 +57,7 @@ std::optional<FibDbIp4forwardItem> readRoute(const Prefix& prefix, const Vrf& vr
 
 std::optional<FibDbIp4forwardItem> lookUpCovering(const Prefix& prefix, const Vrf& vrf) {
   FibDbIp4forwardItem item = keyItem(prefix, vrf);
-  const uint32_t status = FIB_DB_ReadIp4forwardByLpm(&item);
+  const uint32_t status = call<FIB_DB_ReadIp4forwardByLpm>(&item);
   if (status == FIB_DB_NO_ROUTE) return std::nullopt;
   if (status != FIB_DB_OK) fail("looking up " + formatPrefix(prefix), status);
   return item;
@@ -68,24 +69,24 @@ std::optional<FibDbIp4forwardItem> lookUpRoute(uint32_t address, const Vrf& vrf)
 
 uint32_t countRoutes() {
   uint32_t count = 0;
-  const uint32_t status = FIB_DB_CountIp4forward(&count);
+  const uint32_t status = call<FIB_DB_CountIp4forward>(&count);
   if (status != FIB_DB_OK) fail("counting routes", status);
   return count;
 }
 
 RouteIterator::RouteIterator(Order order)
-    : RouteIterator(order == Order::kKey ? FIB_DB_CreateDictionaryIterator(FIB_DB_NO_PROPERTY)
-                                         : FIB_DB_CreateIp4forwardIterator(FIB_DB_NO_PROPERTY)) {}
+    : RouteIterator(order == Order::kKey ? call<FIB_DB_CreateDictionaryIterator>(FIB_DB_NO_PROPERTY)
+                                         : call<FIB_DB_CreateIp4forwardIterator>(FIB_DB_NO_PROPERTY)) {}
 
 RouteIterator::RouteIterator(FibDbIterator* handle) : handle_(handle) {
   if (handle_ == nullptr) throw Failure(Status::kFailed, "the routes cannot be iterated");
 }
 
-RouteIterator::~RouteIterator() { FIB_DB_ReleaseIp4forwardIterator(handle_); }
+RouteIterator::~RouteIterator() { call<FIB_DB_ReleaseIp4forwardIterator>(handle_); }
 
 const FibDbIp4forwardItem* RouteIterator::next() {
   checkInterrupt();
-  const uint32_t status = FIB_DB_GetNextIp4forward(handle_, &item_);
+  const uint32_t status = call<FIB_DB_GetNextIp4forward>(handle_, &item_);
   if (status == FIB_DB_NOT_FOUND) return nullptr;
   if (status != FIB_DB_OK) fail("iterating the routes", status);
   return &item_;
@@ -123,8 +124,8 @@ bool RouteRange::refill() {
     into.items.push_back(item);
     return --into.left == 0 ? 1 : 0;
   };
-  const uint32_t code = fibdb_engine_walk_range(fibdb_engine_find_table("ip4forward"), FIB_DB_IP4FORWARD_DICTIONARY,
-                                                &from_, &last_, visit, &reading);
+  const uint32_t code = call<fibdb_engine_walk_range>(call<fibdb_engine_find_table>("ip4forward"),
+                                                      FIB_DB_IP4FORWARD_DICTIONARY, &from_, &last_, visit, &reading);
   if (code != FIB_DB_OK) fail("walking the routes in key order", code);
   begun_ = true;
   ended_ = reading.left > 0;
@@ -139,12 +140,12 @@ bool RouteRange::refill() {
 
 void openConnection() {
   if (FIB_DB_GetAsyncConn() != 0) return;
-  const uint32_t status = FIB_DB_CreateAsyncConnect(kBatchesWaiting, kBatchOperations);
+  const uint32_t status = call<FIB_DB_CreateAsyncConnect>(kBatchesWaiting, kBatchOperations);
   if (status != FIB_DB_OK) fail("connecting for batch writes", status);
 }
 
 void closeConnection() {
-  if (FIB_DB_GetAsyncConn() != 0) FIB_DB_DestroyAsyncConnect();
+  if (FIB_DB_GetAsyncConn() != 0) call<FIB_DB_DestroyAsyncConnect>();
 }
 
 // The routes of one batch, and its result once the engine has called back.
@@ -189,14 +190,14 @@ void RouteLoader::write(const Route& route) {
     item.source_pid = writer_;
     item.table_smooth_id = generation_;
     item.time_stamp_svc = microsecondsNow();
-    return FIB_DB_BatchAddOperWriteIp4forward(&object_, &item, 0);
+    return call<FIB_DB_BatchAddOperWriteIp4forward>(&object_, &item, 0);
   });
 }
 
 void RouteLoader::remove(const Prefix& prefix) {
   add({prefix, 0, 0}, [&] {
     const FibDbIp4forwardItem item = keyItem(prefix, vrf_);
-    return FIB_DB_BatchAddOperRemoveIp4forward(&object_, &item);
+    return call<FIB_DB_BatchAddOperRemoveIp4forward>(&object_, &item);
   });
 }
 
@@ -204,7 +205,7 @@ const LoadCounts& RouteLoader::finish() {
   if (!current_->routes.empty()) handOver();
   collect(true);
   // The connection counts a batch when its completion has returned: who asks for its counters next finds them settled.
-  fibdb_engine_drain(FIB_DB_GetAsyncConn());
+  call<fibdb_engine_drain>(FIB_DB_GetAsyncConn());
   return counts_;
 }
 
@@ -223,18 +224,18 @@ void RouteLoader::add(const Route& route, Add addOperation) {
 }
 
 void RouteLoader::begin() {
-  const uint32_t status = FIB_DB_GetIp4forwardBatchAsyncObject(&object_);
+  const uint32_t status = call<FIB_DB_GetIp4forwardBatchAsyncObject>(&object_);
   if (status != FIB_DB_OK) fail("preparing a batch", status);
   current_ = std::make_unique<Batch>(*this);
 }
 
 void RouteLoader::handOver() {
   uint64_t argument = current_->argument();
-  uint32_t status = FIB_DB_BatchExecuteAsync(&object_, &argument);
+  uint32_t status = call<FIB_DB_BatchExecuteAsync>(&object_, &argument);
   while (status == FIB_DB_BATCH_NOT_EXECUTED) {
     collect(true);
-    fibdb_engine_drain(FIB_DB_GetAsyncConn());
-    status = FIB_DB_BatchExecuteAsync(&object_, &argument);
+    call<fibdb_engine_drain>(FIB_DB_GetAsyncConn());
+    status = call<FIB_DB_BatchExecuteAsync>(&object_, &argument);
   }
   if (status != FIB_DB_OK) fail("handing over a batch", status);
   {

@@ -3,6 +3,8 @@
 // tools/fibdb/shell/command.cc: see command.h.
 #include "tools/fibdb/shell/command.h"
 
+#include "tools/fibdb/base/call.h"
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -292,7 +294,7 @@ uint32_t Arguments::table() {
   const std::string& name = word("a table");
   const auto names = tableNames();
   const KeywordMatch match = matchKeyword(name, names);
-  if (match.keyword) return fibdb_engine_find_table(std::string(*match.keyword).c_str());
+  if (match.keyword) return call<fibdb_engine_find_table>(std::string(*match.keyword).c_str());
   if (match.matches.size() > 1) failAmbiguous(name, match);
   const std::string near = suggestion(name, names);
   fail("unknown table " + inQuotes(name), near.empty() ? "try show tables" : near);
@@ -305,8 +307,8 @@ void Arguments::end() const {
 std::vector<std::string_view> tableNames() {
   std::vector<std::string_view> names;
   FibDbEngineTableStats stats{};
-  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {
-    if (fibdb_engine_table_stats(table, &stats) == FIB_DB_OK) names.emplace_back(stats.name);
+  for (uint32_t table = 0; table < call<fibdb_engine_table_count>(); ++table) {
+    if (call<fibdb_engine_table_stats>(table, &stats) == FIB_DB_OK) names.emplace_back(stats.name);
   }
   return names;
 }

@@ -61,6 +61,7 @@ std::span<const Command> databaseCommands();
 std::span<const Command> statisticsCommands();
 std::span<const Command> measureCommands();
 std::span<const Command> sessionCommands();
+std::span<const Command> watchCommands();
 const std::vector<const Command*>& allCommands();
 
 // The command that the first words name, and how many they are. Throws Failure (usage) when there is none,

@@ -17,9 +17,9 @@ constexpr uint32_t changeSetting(void* record) {
   auto& item = *static_cast<typename MemberClass<decltype(kMember)>::type*>(record);
   auto& value = item.*kMember;
   if constexpr (std::is_class_v<std::remove_reference_t<decltype(value)>>) {
-    return kUpdate(&(item.*kRouter), &value);
+    return call<kUpdate>(&(item.*kRouter), &value);
   } else {
-    return kUpdate(&(item.*kRouter), value);
+    return call<kUpdate>(&(item.*kRouter), value);
   }
 }
 

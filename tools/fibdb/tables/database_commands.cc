@@ -4,6 +4,7 @@
 #include <array>
 
 #include "fibdb/fibdb.h"
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/shell/command.h"
 #include "tools/fibdb/tables/field.h"
@@ -13,9 +14,9 @@ namespace fibdb::program {
 namespace {
 
 std::vector<FibDbEngineColumn> columnsOf(uint32_t table) {
-  std::vector<FibDbEngineColumn> columns(fibdb_engine_column_count(table));
+  std::vector<FibDbEngineColumn> columns(call<fibdb_engine_column_count>(table));
   for (uint32_t i = 0; i < columns.size(); ++i) {
-    const uint32_t code = fibdb_engine_column(table, i, &columns[i]);
+    const uint32_t code = call<fibdb_engine_column>(table, i, &columns[i]);
     if (code != FIB_DB_OK) throw Failure(Status::kFailed, "column " + std::to_string(i) + ": " + codeText(code));
   }
   return columns;
@@ -60,7 +61,7 @@ Status showTable(Session& session, Arguments& arguments) {
   ListHead head{std::string("records in ") + statsOf(table).name, {}};
   for (const auto& column : walk.columns) head.columns.push_back({column.name});
   session.output.beginList(std::move(head));
-  const uint32_t code = fibdb_engine_walk(table, &TableWalk::visit, &walk);
+  const uint32_t code = call<fibdb_engine_walk>(table, &TableWalk::visit, &walk);
   session.output.endList();
   checkInterrupt();
   if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
@@ -75,9 +76,9 @@ Status showTables(Session& session, Arguments& arguments) {
                              {"columns", Format::kCount},
                              {"indexes", Format::kCount},
                              {"row_bytes", Format::kCount}}});
-  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {
+  for (uint32_t table = 0; table < call<fibdb_engine_table_count>(); ++table) {
     const FibDbEngineTableStats stats = statsOf(table);
-    session.output.row({std::string(stats.name), stats.records, uint64_t{fibdb_engine_column_count(table)},
+    session.output.row({std::string(stats.name), stats.records, uint64_t{call<fibdb_engine_column_count>(table)},
                         uint64_t{stats.indexCount}, uint64_t{stats.rowLength}});
   }
   session.output.endList();
@@ -98,7 +99,7 @@ Status setLimit(Session& session, Arguments& arguments) {
   uint64_t& limit = arguments.keyword(kWords) == 0 ? stats.recordLimit : stats.memoryLimit;
   limit = arguments.number("a limit");
   arguments.end();
-  const uint32_t code = fibdb_engine_set_limits(table, stats.recordLimit, stats.memoryLimit);
+  const uint32_t code = call<fibdb_engine_set_limits>(table, stats.recordLimit, stats.memoryLimit);
   if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
   const auto shown = [](uint64_t value) { return value == 0 ? "any" : formatCount(value); };
   session.output.done(std::string(stats.name) + " may hold " + shown(stats.recordLimit) + " records, " +
@@ -113,7 +114,7 @@ Status clearTable(Session& session, Arguments& arguments) {
   const uint32_t table = arguments.table();
   arguments.end();
   uint64_t removed = 0;
-  const uint32_t code = fibdb_engine_clear(table, &removed);
+  const uint32_t code = call<fibdb_engine_clear>(table, &removed);
   const std::string name = statsOf(table).name;
   if (code != FIB_DB_OK) {
     throw Failure(Status::kFailed, name + " after " + formatCount(removed) + " records: " + codeText(code));

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/default_route.cc: IPv4 default routes, keyed by forwarding VRF. The library writes and removes
 // them, and leaves reading to others: they are listed from rows of the database.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/rows.h"
 
@@ -26,7 +27,7 @@ constexpr Field kColumns[] = {
 
 std::optional<std::vector<Item>> findAll(const Item*) { return itemsOfRows<Item>("re4_default", kColumns); }
 
-uint32_t removeOf(const Item* item) { return FIB_DB_RemoveRe4Default(&item->fvrfIndex); }
+uint32_t removeOf(const Item* item) { return call<FIB_DB_RemoveRe4Default>(&item->fvrfIndex); }
 
 }  // namespace
 

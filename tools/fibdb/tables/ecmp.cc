@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/ecmp.cc: ECMP configuration, a record per virtual router.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/configuration.h"
 #include "tools/fibdb/tables/record_tables.h"
 
@@ -12,43 +13,44 @@ using Item = FibDbEcmpCfgItem;
 // The whole record. Child nodes that nothing was given of stay absent.
 uint32_t stage(uint64_t object, const void* data) {
   const Item& item = *static_cast<const Item*>(data);
-  uint32_t code = FIB_DB_SetEcmpGtpTeid(object, &item.gtpTeid);
-  code |= FIB_DB_SetEcmpHashBala(object, &item.hashBala);
-  code |= FIB_DB_SetStatefulEnhanced(object, &item.statefulEnhanced);
-  code |= FIB_DB_SetEcmpStatefulNum(object, &item.statefulNum);
-  code |= FIB_DB_SetVxlanHashStateful(object, &item.vxlanOverlayHashStateful);
-  code |= FIB_DB_SetVxlanOverlayMode(object, &item.vxlanOverlayMode);
-  code |= FIB_DB_SetRailGroupEnable(object, &item.railGroupEnable);
-  code |= FIB_DB_SetHasRailGroupMem(object, &item.hasRailGroupMember);
-  code |= FIB_DB_SetEcmpDlb(object, &item.dlbEnable);
-  code |= FIB_DB_SetEcmpDlbGapTime(object, &item.dlbGapTime);
-  code |= FIB_DB_SetEcmpLocalEnhanced(object, &item.localEnhanced);
-  code |= FIB_DB_SetEcmpLocalChassis(object, &item.localChassis);
-  code |= FIB_DB_SetEcmpDpfrStatus(object, &item.dpfrEnable);
-  code |= FIB_DB_SetRocev2PerPacket(object, &item.rocev2PerPacket);
-  code |= FIB_DB_SetPerPacket(object, &item.perPacket);
-  code |= FIB_DB_SetPerPacketMode(object, &item.perPacketMode);
-  if (isValid<Item, FIB_DB_ECMP_HASH_MODE_VALID>(data)) code |= FIB_DB_SetEcmpHashMode(object, &item.hashMode);
-  if (isValid<Item, FIB_DB_ECMP_SEED_VALID>(data)) code |= FIB_DB_SetEcmpSeed(object, &item.seed);
-  if (isValid<Item, FIB_DB_ECMP_UNIVERSAL_ID_VALID>(data)) code |= FIB_DB_SetEcmpUniversal(object, &item.universalId);
-  if (isValid<Item, FIB_DB_ECMP_PROC_VALID>(data)) code |= FIB_DB_SetEcmpProc(object, &item.proc);
+  uint32_t code = call<FIB_DB_SetEcmpGtpTeid>(object, &item.gtpTeid);
+  code |= call<FIB_DB_SetEcmpHashBala>(object, &item.hashBala);
+  code |= call<FIB_DB_SetStatefulEnhanced>(object, &item.statefulEnhanced);
+  code |= call<FIB_DB_SetEcmpStatefulNum>(object, &item.statefulNum);
+  code |= call<FIB_DB_SetVxlanHashStateful>(object, &item.vxlanOverlayHashStateful);
+  code |= call<FIB_DB_SetVxlanOverlayMode>(object, &item.vxlanOverlayMode);
+  code |= call<FIB_DB_SetRailGroupEnable>(object, &item.railGroupEnable);
+  code |= call<FIB_DB_SetHasRailGroupMem>(object, &item.hasRailGroupMember);
+  code |= call<FIB_DB_SetEcmpDlb>(object, &item.dlbEnable);
+  code |= call<FIB_DB_SetEcmpDlbGapTime>(object, &item.dlbGapTime);
+  code |= call<FIB_DB_SetEcmpLocalEnhanced>(object, &item.localEnhanced);
+  code |= call<FIB_DB_SetEcmpLocalChassis>(object, &item.localChassis);
+  code |= call<FIB_DB_SetEcmpDpfrStatus>(object, &item.dpfrEnable);
+  code |= call<FIB_DB_SetRocev2PerPacket>(object, &item.rocev2PerPacket);
+  code |= call<FIB_DB_SetPerPacket>(object, &item.perPacket);
+  code |= call<FIB_DB_SetPerPacketMode>(object, &item.perPacketMode);
+  if (isValid<Item, FIB_DB_ECMP_HASH_MODE_VALID>(data)) code |= call<FIB_DB_SetEcmpHashMode>(object, &item.hashMode);
+  if (isValid<Item, FIB_DB_ECMP_SEED_VALID>(data)) code |= call<FIB_DB_SetEcmpSeed>(object, &item.seed);
+  if (isValid<Item, FIB_DB_ECMP_UNIVERSAL_ID_VALID>(data))
+    code |= call<FIB_DB_SetEcmpUniversal>(object, &item.universalId);
+  if (isValid<Item, FIB_DB_ECMP_PROC_VALID>(data)) code |= call<FIB_DB_SetEcmpProc>(object, &item.proc);
   if (isValid<Item, FIB_DB_ECMP_NVO3_VXLAN_HASH_VALID>(data))
-    code |= FIB_DB_SetNvo3VxlanHash(object, &item.nvo3VxlanHash);
-  if (isValid<Item, FIB_DB_ECMP_TUNNEL_VALID>(data)) code |= FIB_DB_SetFeiEcmpTunnel(object, &item.tunnel);
+    code |= call<FIB_DB_SetNvo3VxlanHash>(object, &item.nvo3VxlanHash);
+  if (isValid<Item, FIB_DB_ECMP_TUNNEL_VALID>(data)) code |= call<FIB_DB_SetFeiEcmpTunnel>(object, &item.tunnel);
   return code;
 }
 
-uint32_t write(Item* item) { return FIB_DB_WriteEcmpCfg(&item->vrId, item, stage); }
-uint32_t remove(Item* item) { return FIB_DB_RemoveEcmpCfg(&item->vrId); }
+uint32_t write(Item* item) { return call<FIB_DB_WriteEcmpCfg>(&item->vrId, item, stage); }
+uint32_t remove(Item* item) { return call<FIB_DB_RemoveEcmpCfg>(&item->vrId); }
 
 uint32_t read(Item* item) {
   const WithoutInformation quiet;
-  return FIB_DB_IsEcmpCfgExist(&item->vrId) != 0 ? FIB_DB_ReadEcmpCfg(item) : uint32_t{FIB_DB_NOT_FOUND};
+  return call<FIB_DB_IsEcmpCfgExist>(&item->vrId) != 0 ? call<FIB_DB_ReadEcmpCfg>(item) : uint32_t{FIB_DB_NOT_FOUND};
 }
 uint32_t next(FibDbIterator* iterator, Item* item) {
   const WithoutInformation quiet;
   *item = {};
-  return FIB_DB_GetNextEcmpCfg(iterator, item);
+  return call<FIB_DB_GetNextEcmpCfg>(iterator, item);
 }
 
 template <auto kMember, auto kUpdate>

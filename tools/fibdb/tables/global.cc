@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/global.cc: global forwarding configuration, a record per virtual router.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/configuration.h"
 #include "tools/fibdb/tables/record_tables.h"
 
@@ -12,26 +13,27 @@ using Item = FibDbGlbCfgItem;
 // The whole record. A load balance that nothing was given of stays absent.
 uint32_t stage(uint64_t object, const void* data) {
   const Item& item = *static_cast<const Item*>(data);
-  uint32_t code = FIB_DB_SetMethIsolate(object, &item.methIsolate);
-  code |= FIB_DB_SetIcmpFast(object, &item.icmpFast);
-  code |= FIB_DB_SetInNextEn(object, &item.inNextEn);
-  code |= FIB_DB_SetIpv4IgnrMac(object, &item.ipv4IgnrMac);
-  code |= FIB_DB_SetIpv4GlbTtl(object, &item.ipv4GlbTtl);
-  code |= FIB_DB_SetMlagRouteEnhance(object, &item.mlagRouteEnhance);
-  code |= FIB_DB_SetDodEnable(object, &item.dodEnable);
-  code |= FIB_DB_SetBalanceReverse(object, &item.balanceReverse);
-  if (isValid<Item, FIB_DB_GLB_LOAD_BALANCE_VALID>(data)) code |= FIB_DB_SetBalanceMode(object, &item.loadBalance);
+  uint32_t code = call<FIB_DB_SetMethIsolate>(object, &item.methIsolate);
+  code |= call<FIB_DB_SetIcmpFast>(object, &item.icmpFast);
+  code |= call<FIB_DB_SetInNextEn>(object, &item.inNextEn);
+  code |= call<FIB_DB_SetIpv4IgnrMac>(object, &item.ipv4IgnrMac);
+  code |= call<FIB_DB_SetIpv4GlbTtl>(object, &item.ipv4GlbTtl);
+  code |= call<FIB_DB_SetMlagRouteEnhance>(object, &item.mlagRouteEnhance);
+  code |= call<FIB_DB_SetDodEnable>(object, &item.dodEnable);
+  code |= call<FIB_DB_SetBalanceReverse>(object, &item.balanceReverse);
+  if (isValid<Item, FIB_DB_GLB_LOAD_BALANCE_VALID>(data))
+    code |= call<FIB_DB_SetBalanceMode>(object, &item.loadBalance);
   return code;
 }
 
-uint32_t write(Item* item) { return FIB_DB_WriteGlbCfgFunc(&item->vrId, item, stage); }
-uint32_t remove(Item* item) { return FIB_DB_RemoveGlbCfg(&item->vrId); }
+uint32_t write(Item* item) { return call<FIB_DB_WriteGlbCfgFunc>(&item->vrId, item, stage); }
+uint32_t remove(Item* item) { return call<FIB_DB_RemoveGlbCfg>(&item->vrId); }
 uint32_t read(Item* item) {
-  return FIB_DB_GlbCfgExist(&item->vrId) != 0 ? FIB_DB_ReadGlbCfg(item) : uint32_t{FIB_DB_NOT_FOUND};
+  return call<FIB_DB_GlbCfgExist>(&item->vrId) != 0 ? call<FIB_DB_ReadGlbCfg>(item) : uint32_t{FIB_DB_NOT_FOUND};
 }
 uint32_t next(FibDbIterator* iterator, Item* item) {
   *item = {};
-  return FIB_DB_GetNextGlbCfg(iterator, item);
+  return call<FIB_DB_GetNextGlbCfg>(iterator, item);
 }
 
 template <auto kMember, auto kUpdate>

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/group.cc: next-hop groups, keyed by their id and router.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/resolve.h"
 
@@ -12,7 +13,7 @@ using Item = FibDbNhpGroupItem;
 // The whole record is staged with the service state of a new group; a second step gives this group its own back.
 uint32_t rewrite(Item* item) {
   const uint32_t code = updateWith<FIB_DB_UpdateNhpGroupFields, FIB_DB_SetNhpGroupItem>(item);
-  return code == FIB_DB_OK ? FIB_DB_UpdateNhpGroupContext(item) : code;
+  return code == FIB_DB_OK ? call<FIB_DB_UpdateNhpGroupContext>(item) : code;
 }
 
 constexpr auto changeContext = onItem<FIB_DB_UpdateNhpGroupContext>;
@@ -47,7 +48,7 @@ constexpr Walk walkFrom() {
 }
 
 FibDbIterator* iterateVrf(const Item* query, uint32_t property) {
-  return FIB_DB_CreateNhpGroupIteratorByVrf(query->vr_id, query->vrf_index, query->app_source_id, property);
+  return call<FIB_DB_CreateNhpGroupIteratorByVrf>(query->vr_id, query->vrf_index, query->app_source_id, property);
 }
 
 constexpr Selection kSelections[] = {{"vr vrf source", walkFrom<iterateVrf>()}};

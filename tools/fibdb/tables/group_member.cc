@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/group_member.cc: members of next-hop groups, keyed by everything that tells them apart; what is
 // mostly 0 comes last in their key.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
@@ -32,16 +33,16 @@ constexpr Walk walkFrom() {
 }
 
 FibDbIterator* iterateAll(const Item*, uint32_t property) {
-  return FIB_DB_CreateNhpGrpNodeIteratorByKey(nullptr, nullptr, property);
+  return call<FIB_DB_CreateNhpGrpNodeIteratorByKey>(nullptr, nullptr, property);
 }
 FibDbIterator* iterateGroup(const Item* query, uint32_t property) {
-  return FIB_DB_CreateNhpGrpNodeIteratorByNhpGrpId(query->nhp_group_id, query->vr_id, property);
+  return call<FIB_DB_CreateNhpGrpNodeIteratorByNhpGrpId>(query->nhp_group_id, query->vr_id, property);
 }
 FibDbIterator* iteratePrimary(const Item* query, uint32_t property) {
-  return FIB_DB_CreateNhpGrpNodeIteratorByPrimaryNhpId(query->primary_nhp_id, property);
+  return call<FIB_DB_CreateNhpGrpNodeIteratorByPrimaryNhpId>(query->primary_nhp_id, property);
 }
 FibDbIterator* iterateBackup(const Item* query, uint32_t property) {
-  return FIB_DB_CreateNhpGrpNodeIteratorByBackupNhpId(query->backup_nhp_id, property);
+  return call<FIB_DB_CreateNhpGrpNodeIteratorByBackupNhpId>(query->backup_nhp_id, property);
 }
 
 constexpr Selection kSelections[] = {

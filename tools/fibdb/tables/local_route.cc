@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
@@ -26,11 +27,11 @@ constexpr size_t kSlack = 64;
 
 std::optional<std::vector<Item>> scan(const Item*) {
   uint32_t count = 0;
-  if (FIB_DB_CountMeLocalRoute(&count) != FIB_DB_OK) return std::nullopt;
+  if (call<FIB_DB_CountMeLocalRoute>(&count) != FIB_DB_OK) return std::nullopt;
   for (size_t room = count + kSlack;; room *= 2) {
     std::vector<Item> items(room,
                             Item{.vr_id = 0, .vrf_index = 0, .dest_ip_addr = 0, .mask_len = kUnfilled, .rsv = {}});
-    if (FIB_DB_ScanMeLocalRoute(static_cast<uint32_t>(room * sizeof(Item)), items.data()) != FIB_DB_OK) {
+    if (call<FIB_DB_ScanMeLocalRoute>(static_cast<uint32_t>(room * sizeof(Item)), items.data()) != FIB_DB_OK) {
       return std::nullopt;
     }
     if (items.back().mask_len != kUnfilled) continue;

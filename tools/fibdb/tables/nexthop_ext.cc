@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/nexthop_ext.cc: next-hop extensions, keyed by four words and a byte.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/rows.h"
 
@@ -52,22 +53,22 @@ std::optional<std::vector<Item>> findAll(const Item*) {
 std::optional<std::vector<Item>> findByIid(const Item* query) {
   const uint32_t iid = query->keyWords[0];
   uint32_t records = 0;
-  if (FIB_DB_CountNhpExtByIidIndex(iid, &records) != FIB_DB_OK) return std::nullopt;
+  if (call<FIB_DB_CountNhpExtByIidIndex>(iid, &records) != FIB_DB_OK) return std::nullopt;
   // Room for one more: none at all would be refused.
   std::vector<Item> items(size_t{records} + 1);
   const auto size = static_cast<uint32_t>(items.size() * sizeof(Item));
-  if (FIB_DB_ReadNhpExtByIidIndex(iid, size, items.data(), &records) != FIB_DB_OK) return std::nullopt;
+  if (call<FIB_DB_ReadNhpExtByIidIndex>(iid, size, items.data(), &records) != FIB_DB_OK) return std::nullopt;
   items.resize(records);
   return items;
 }
 
 void* iterateBySdwanKey(const Item* query, uint32_t property) {
-  return FIB_DB_CreateNhpExtIterByTnlIdAndType(query->keyWords[3], query->keyByte, property);
+  return call<FIB_DB_CreateNhpExtIterByTnlIdAndType>(query->keyWords[3], query->keyByte, property);
 }
 
 void* iterateByTunnel(const Item* query, uint32_t property) {
-  return FIB_DB_CreateNhpExtIteratorByTunnelId(query->keyWords[1], query->keyWords[2], query->keyWords[3],
-                                               query->keyByte, property);
+  return call<FIB_DB_CreateNhpExtIteratorByTunnelId>(query->keyWords[1], query->keyWords[2], query->keyWords[3],
+                                                     query->keyByte, property);
 }
 
 constexpr Selection kSelections[] = {

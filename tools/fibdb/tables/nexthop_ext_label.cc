@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/nexthop_ext_label.cc: labels of next-hop extensions, keyed by seven words, through the table
 // service.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
@@ -30,7 +31,7 @@ constexpr Field kFields[] = {
 };
 
 void* iterateByVrf(const Item* query, uint32_t property) {
-  return FIB_DB_CreateNhpExtLabelIteratorByVrf(query->keyWords[1], query->keyWords[2], property);
+  return call<FIB_DB_CreateNhpExtLabelIteratorByVrf>(query->keyWords[1], query->keyWords[2], property);
 }
 
 template <auto kCreate>

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "fibdb/fibdb.h"
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/shell/command.h"
 #include "tools/fibdb/tables/field.h"
 
@@ -87,14 +88,15 @@ struct ItemOf<Result (*)(Item*, More...)> {
 // A function that takes an item alone.
 template <auto kFunction>
 constexpr auto onItem =
-    [](void* item) { return kFunction(static_cast<typename ItemOf<decltype(kFunction)>::type*>(item)); };
+    [](void* item) { return call<kFunction>(static_cast<typename ItemOf<decltype(kFunction)>::type*>(item)); };
 
 // A partial update that stages what kSetter stages. A record that vanished meanwhile is not written anew.
 template <auto kUpdate, auto kSetter>
 constexpr auto updateWith = [](void* item) {
   using Item = typename ItemOf<decltype(kUpdate)>::type;
-  return kUpdate(static_cast<Item*>(item),
-                 [](uint64_t object, const void* staged) { return kSetter(object, static_cast<Item*>(staged)); });
+  return call<kUpdate>(static_cast<Item*>(item), [](uint64_t object, const void* staged) {
+    return call<kSetter>(object, static_cast<Item*>(staged));
+  });
 };
 
 template <class Function>
@@ -108,7 +110,7 @@ struct StepOf<uint32_t (*)(Iterator*, Item*)> {
 // A creation by an index whose key are these members of the query.
 template <auto kCreate, auto kFirst, auto... kRest>
 constexpr auto under = [](const typename MemberClass<decltype(kFirst)>::type* query, uint32_t property) {
-  return kCreate(query->*kFirst, query->*kRest..., property);
+  return call<kCreate>(query->*kFirst, query->*kRest..., property);
 };
 
 // kCreate takes a property, a query, or a query and a property.
@@ -119,16 +121,16 @@ constexpr Walk walkOf() {
   return {.create = [](const void* query) -> void* {
             const auto* item = static_cast<const Item*>(query);
             if constexpr (std::invocable<decltype(kCreate), const Item*, uint32_t>) {
-              return kCreate(item, FIB_DB_NO_PROPERTY);
+              return call<kCreate>(item, FIB_DB_NO_PROPERTY);
             } else if constexpr (std::invocable<decltype(kCreate), const Item*>) {
-              return kCreate(item);
+              return call<kCreate>(item);
             } else {
-              return kCreate(FIB_DB_NO_PROPERTY);
+              return call<kCreate>(FIB_DB_NO_PROPERTY);
             }
           },
           .next = [](void* iterator,
-                     void* item) { return kNext(static_cast<Iterator*>(iterator), static_cast<Item*>(item)); },
-          .release = [](void* iterator) { static_cast<void>(kRelease(static_cast<Iterator*>(iterator))); }};
+                     void* item) { return call<kNext>(static_cast<Iterator*>(iterator), static_cast<Item*>(item)); },
+          .release = [](void* iterator) { static_cast<void>(call<kRelease>(static_cast<Iterator*>(iterator))); }};
 }
 
 // Records that are found at once, handed out one by one.
@@ -169,7 +171,7 @@ constexpr Walk walkTo() {
                 auto& query = *static_cast<Query*>(iterator);
                 if (std::exchange(query.asked, true)) return kCodes.end;
                 *static_cast<Item*>(item) = query.item;
-                const uint32_t code = kRead(static_cast<Item*>(item));
+                const uint32_t code = call<kRead>(static_cast<Item*>(item));
                 return code == kCodes.missing ? kCodes.end : code;
               },
           .release = [](void* iterator) { delete static_cast<Query*>(iterator); }};
@@ -179,7 +181,7 @@ constexpr Walk walkTo() {
 template <auto kCount>
 constexpr auto countUnder = [](const void* query, uint64_t* records) {
   uint32_t count = 0;
-  const uint32_t code = kCount(static_cast<typename ItemOf<decltype(kCount)>::type*>(query), &count);
+  const uint32_t code = call<kCount>(static_cast<typename ItemOf<decltype(kCount)>::type*>(query), &count);
   *records = count;
   return code;
 };
@@ -188,7 +190,7 @@ constexpr auto countUnder = [](const void* query, uint64_t* records) {
 template <auto kCount>
 constexpr auto countOf = [](uint64_t* records) {
   typename ItemOf<decltype(kCount)>::type count = 0;
-  const uint32_t code = kCount(&count);
+  const uint32_t code = call<kCount>(&count);
   *records = count;
   return code;
 };

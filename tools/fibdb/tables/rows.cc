@@ -3,6 +3,8 @@
 // tools/fibdb/tables/rows.cc: see rows.h.
 #include "tools/fibdb/tables/rows.h"
 
+#include "tools/fibdb/base/call.h"
+
 namespace fibdb::program {
 
 std::optional<std::vector<FibDbEngineColumn>> columnsNamed(uint32_t table, std::span<const Field> fields) {
@@ -10,11 +12,11 @@ std::optional<std::vector<FibDbEngineColumn>> columnsNamed(uint32_t table, std::
   for (const Field& field : fields) {
     FibDbEngineColumn column{};
     const auto isIt = [&](uint32_t i) {
-      return fibdb_engine_column(table, i, &column) == FIB_DB_OK && field.name == column.name;
+      return call<fibdb_engine_column>(table, i, &column) == FIB_DB_OK && field.name == column.name;
     };
     uint32_t i = 0;
-    while (i < fibdb_engine_column_count(table) && !isIt(i)) ++i;
-    if (i == fibdb_engine_column_count(table)) return std::nullopt;
+    while (i < call<fibdb_engine_column_count>(table) && !isIt(i)) ++i;
+    if (i == call<fibdb_engine_column_count>(table)) return std::nullopt;
     if (column.width * column.count != sizeOf(field.layout)) return std::nullopt;
     columns.push_back(column);
   }

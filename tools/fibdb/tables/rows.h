@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "fibdb/engine.h"
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_table.h"
 
 namespace fibdb::program {
@@ -27,7 +28,7 @@ std::optional<std::vector<Item>> itemsOfRows(const char* name, std::span<const F
     std::vector<FibDbEngineColumn> columns;
     std::vector<Item> items = {};
   };
-  const uint32_t table = fibdb_engine_find_table(name);
+  const uint32_t table = call<fibdb_engine_find_table>(name);
   auto columns = columnsNamed(table, fields);
   if (!columns) return std::nullopt;
   Reading reading{fields, std::move(*columns)};
@@ -40,7 +41,7 @@ std::optional<std::vector<Item>> itemsOfRows(const char* name, std::span<const F
     }
     return 0;
   };
-  if (fibdb_engine_walk(table, visit, &reading) != FIB_DB_OK) return std::nullopt;
+  if (call<fibdb_engine_walk>(table, visit, &reading) != FIB_DB_OK) return std::nullopt;
   return std::move(reading.items);
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/srv6_te_nexthop.cc: what SRv6 traffic engineering adds to next hops, keyed by their index,
 // three words, an address and a type.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
@@ -44,7 +45,7 @@ uint32_t readOne(Item* item) {
   uint8_t key[FIB_DB_PP4EXT_SRV6_TE_PRIMARY & 0xFFFF];
   FIB_DB_SetNhp4ExtSrv6TeKeyField(&desc, key, item);
   uint32_t found = 0;
-  const uint32_t code = FIB_DB_ReadNhp4ExtSrv6TeByKey(&desc, key, sizeof *item, item, &found);
+  const uint32_t code = call<FIB_DB_ReadNhp4ExtSrv6TeByKey>(&desc, key, sizeof *item, item, &found);
   const bool none = code == DB_ERR_NO_DATA || (code == FIB_DB_OK && found == 0);
   return none ? uint32_t{FIB_DB_NOT_FOUND} : code;
 }

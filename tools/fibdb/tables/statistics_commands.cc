@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "fibdb/fibdb.h"
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/shell/command.h"
 #include "tools/fibdb/tables/table_stats.h"
 
@@ -30,7 +31,7 @@ void showTableStats(Session& session) {
                              {"removed", Format::kCount},
                              {"refused", Format::kAlarm}},
                             true});
-  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {
+  for (uint32_t table = 0; table < call<fibdb_engine_table_count>(); ++table) {
     const FibDbEngineTableStats stats = statsOf(table);
     std::vector<Value> row{std::string(stats.name)};
     row.insert(row.end(), {stats.records, limitValue(stats.recordLimit), stats.bytes});
@@ -58,7 +59,7 @@ void showOne(Session& session, const std::string& name, const std::vector<Fact>&
 std::optional<FibDbEngineConnectionStats> connectionStats() {
   FibDbEngineConnectionStats stats{};
   const uint64_t connection = FIB_DB_GetAsyncConn();
-  if (connection == 0 || fibdb_engine_connection_stats(connection, &stats) != FIB_DB_OK) return std::nullopt;
+  if (connection == 0 || call<fibdb_engine_connection_stats>(connection, &stats) != FIB_DB_OK) return std::nullopt;
   return stats;
 }
 
@@ -66,7 +67,7 @@ Status showEngine(Session& session, Arguments& arguments) {
   arguments.end();
   showTableStats(session);
   FibDbEngineArenaStats arena{};
-  const uint32_t code = fibdb_engine_arena_stats(&arena);
+  const uint32_t code = call<fibdb_engine_arena_stats>(&arena);
   if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
   showOne(session, "arena",
           {{"reserved", arena.reserved, Format::kBytes},
@@ -96,7 +97,7 @@ static_assert(kErrorRows.size() == FIB_DB_TABLE_COUNT);
 
 uint64_t refusedWrites() {
   uint64_t refused = 0;
-  for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) refused += statsOf(table).refused;
+  for (uint32_t table = 0; table < call<fibdb_engine_table_count>(); ++table) refused += statsOf(table).refused;
   return refused;
 }
 
@@ -131,11 +132,11 @@ Status showErrors(Session& session, Arguments& arguments) {
 std::string engineMetrics() {
   std::string text;
   size_t length = 0;
-  uint32_t code = fibdb_engine_metrics(nullptr, 0, &length);
+  uint32_t code = call<fibdb_engine_metrics>(nullptr, 0, &length);
   // Numbers may have grown by a digit until the next look.
   while (code == DB_ERR_BAD_LENGTH) {
     text.resize(length + 1);
-    code = fibdb_engine_metrics(text.data(), text.size(), &length);
+    code = call<fibdb_engine_metrics>(text.data(), text.size(), &length);
   }
   if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
   text.resize(length);

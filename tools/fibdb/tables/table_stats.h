@@ -5,13 +5,14 @@
 #define FIBDB_TOOLS_TABLE_STATS_H
 
 #include "fibdb/engine.h"
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/shell/command.h"
 
 namespace fibdb::program {
 
 inline FibDbEngineTableStats statsOf(uint32_t table) {
   FibDbEngineTableStats stats{};
-  const uint32_t code = fibdb_engine_table_stats(table, &stats);
+  const uint32_t code = call<fibdb_engine_table_stats>(table, &stats);
   if (code != FIB_DB_OK) throw Failure(Status::kFailed, "table " + std::to_string(table) + ": " + codeText(code));
   return stats;
 }

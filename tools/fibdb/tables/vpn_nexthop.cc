@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/vpn_nexthop.cc: next hops into a VPN, keyed by their index, VR, VRF and destination VPN. The
 // library has no iterator over them.
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/rows.h"
 
@@ -37,7 +38,7 @@ std::optional<std::vector<Item>> findAll(const Item*) {
 // Of an index the library reads one record, whichever; the others are searched for only where there is one.
 std::optional<std::vector<Item>> findByIndex(const Item* query) {
   Item any{};
-  const uint32_t code = FIB_DB_ReadNhpVpnByNhpIndex(query->nhp_index, &any);
+  const uint32_t code = call<FIB_DB_ReadNhpVpnByNhpIndex>(query->nhp_index, &any);
   if (code == DB_ERR_ITER_END) return std::vector<Item>();
   auto items = code == FIB_DB_OK ? findAll(query) : std::nullopt;
   if (items) std::erase_if(*items, [&](const Item& item) { return item.nhp_index != query->nhp_index; });

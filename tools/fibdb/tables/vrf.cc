@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/tables/record_tables.h"
 
 namespace fibdb::program {
@@ -23,11 +24,11 @@ constexpr Field kFields[] = {
 
 // An iteration gives a VRF's ids and its name; what else there is of it is read.
 uint32_t next(FibDbIterator* iterator, Item* item) {
-  const uint32_t code = FIB_DB_GetNextVrf(iterator, item);
-  return code == FIB_DB_OK ? VRF_DB_Read(item) : code;
+  const uint32_t code = call<FIB_DB_GetNextVrf>(iterator, item);
+  return code == FIB_DB_OK ? call<VRF_DB_Read>(item) : code;
 }
 
-FibDbIterator* iterateRouter(const Item* query, uint32_t) { return FIB_DB_CreateVrfIterator(query->vr_id); }
+FibDbIterator* iterateRouter(const Item* query, uint32_t) { return call<FIB_DB_CreateVrfIterator>(query->vr_id); }
 
 // The library tells an unknown name from a known one by leaving the id as it was.
 std::optional<std::vector<Item>> findNamed(const Item* query) {
@@ -35,9 +36,9 @@ std::optional<std::vector<Item>> findNamed(const Item* query) {
   Item item{};
   item.vr_id = query->vr_id;
   item.vrf_id = kUnknown;
-  if (VRF_INTF_GetIdByName(query->vr_id, query->vrf_name, &item.vrf_id) != FIB_DB_OK) return std::nullopt;
+  if (call<VRF_INTF_GetIdByName>(query->vr_id, query->vrf_name, &item.vrf_id) != FIB_DB_OK) return std::nullopt;
   if (item.vrf_id == kUnknown) return std::vector<Item>();
-  const uint32_t code = VRF_DB_Read(&item);
+  const uint32_t code = call<VRF_DB_Read>(&item);
   if (code == FIB_DB_NOT_FOUND) return std::vector<Item>();
   return code == FIB_DB_OK ? std::optional(std::vector{item}) : std::nullopt;
 }
