@@ -63,7 +63,8 @@ while read -r first rest; do
   before=$first
   for word in $rest; do
     # shellcheck disable=SC2086
-    fibdb --complete -- $before "" | grep -qx -- "$word" || { echo "\"$word\" is not offered after \"$before\""; failed=1; }
+    fibdb --complete -- $before "" | grep -qx -- "$word" ||
+      { echo "\"$word\" is not offered after \"$before\""; failed=1; }
     before="$before $word"
   done
 done <commands

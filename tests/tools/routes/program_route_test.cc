@@ -162,6 +162,34 @@ TEST(ShowRouteMap, writes_a_drawing_of_one_vrf) {
   EXPECT_EQ(runProgram({"show", "route", "map", "-", "by", "colour"}).status, 2);
 }
 
+TEST(RoutesOfAVrf, are_loaded_saved_checked_and_measured) {
+  const ScratchFolder folder;
+  const std::string file = folder.write("in", "10.0.0.0/8 group 2\n10.1.0.0/16 group 3\n");
+  const std::string saved = folder.path("out");
+  const auto answers = jsonAnswers({"add route 10.0.0.0/8 group 9", "load routes " + file + " vr 2 vrf 5",
+                                    "show route where vr 2 vrf 5 count", "check lookup " + file + " 100 vr 2 vrf 5",
+                                    "save routes " + saved + " vr 2 vrf 5", "bench lookup 10 vr 2 vrf 5"});
+  EXPECT_EQ(answers.at(1).at("loaded"), 2);
+  EXPECT_EQ(answers.at(2).at("routes"), 2);
+  EXPECT_EQ(answers.at(3).at("mismatches"), 0);
+  EXPECT_EQ(ScratchFolder::read(saved), "10.0.0.0/8 group 2\n10.1.0.0/16 group 3\n");
+  EXPECT_EQ(answers.at(7).at("hits"), 100.0) << "addresses inside a route";
+  const Outcome outcome =
+      runProgram(commands({"add route 10.0.0.0/8 vr 1", "check lookup " + file + " 100", "save routes " + saved}));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("the database says no route"));
+}
+
+TEST(RoutesOfAVrf, are_not_saved_with_those_of_another_unless_they_are_named) {
+  const ScratchFolder folder;
+  const std::string saved = folder.path("out");
+  const Outcome outcome = runProgram(commands(afterRoutes("save routes " + saved)));
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, StartsWith("fibdb: 10.1.0.0/16 belongs to another VRF: not saved\nsay which VRF"));
+  EXPECT_EQ(runProgram(commands(afterRoutes("save routes " + saved + " vr 0"))).status, 0);
+  EXPECT_THAT(ScratchFolder::read(saved), StartsWith("0.0.0.0/0 group 9\n10.0.0.0/8 group 1\n"));
+}
+
 TEST(ShowRouteSummary, of_a_vrf_counts_its_routes_alone) {
   EXPECT_EQ(answersTo("show route summary vr 1 vrf 7").at(0), (nlohmann::json{{"routes", 2}, {"groups", 2}}));
 }

@@ -6,7 +6,6 @@
 #include "tools/fibdb/files/file_writer.h"
 #include "tools/fibdb/routes/route_map.h"
 #include "tools/fibdb/routes/route_questions.h"
-#include "tools/fibdb/routes/route_search.h"
 
 namespace fibdb::program {
 namespace {
@@ -20,6 +19,7 @@ Status showMap(Session& session, Arguments& arguments) {
     if (arguments.keyword(kWords) == 1) by = RouteMap::By::kGroup;
   }
   const Vrf vrf = takeVrf(arguments);
+  arguments.end();
   RouteMap map(by);
   RouteSearch({.vr = vrf.vr, .vrf = vrf.index}).forEach(UINT64_MAX, [&](const FibDbIp4forwardItem& route) {
     map.add(prefixOf(route), route.attr_word_a);

@@ -42,8 +42,8 @@ uint32_t addressInside(const Prefix& prefix, Random& random) {
 }
 
 uint64_t takeCount(Arguments& arguments, uint64_t otherwise) {
-  const uint64_t count = arguments.empty() ? otherwise : arguments.number("a number", kMostSteps);
-  arguments.end();
+  const bool given = !arguments.empty() && !namesVrf(arguments);
+  const uint64_t count = given ? arguments.number("a number", kMostSteps) : otherwise;
   if (count == 0) arguments.fail("the number must be above 0");
   return count;
 }
@@ -66,13 +66,13 @@ Measure measure(uint64_t steps, Step step) {
   return measure;
 }
 
-Measure measureWalk(RouteIterator::Order order, std::vector<Prefix>* prefixes) {
+Measure measureWalk(RouteIterator::Order order, const Vrf& vrf, std::vector<Prefix>* prefixes) {
   Measure measure;
   const Stopwatch watch;
   RouteIterator routes(order);
   while (const FibDbIp4forwardItem* item = routes.next()) {
     ++measure.steps;
-    if (prefixes != nullptr) prefixes->push_back(prefixOf(*item));
+    if (prefixes != nullptr && vrfOf(*item) == vrf) prefixes->push_back(prefixOf(*item));
   }
   measure.seconds = watch.seconds();
   measure.hits = measure.steps;
@@ -88,9 +88,11 @@ void showMeasure(Session& session, const char* work, const Measure& measure) {
 // Addresses and keys are drawn before the clock starts; every figure includes one call of the library a step.
 Status benchLookup(Session& session, Arguments& arguments) {
   const uint64_t count = takeCount(arguments, kDefaultLookups);
+  const Vrf vrf = takeVrf(arguments);
+  arguments.end();
   std::vector<Prefix> prefixes;
   prefixes.reserve(countRoutes());
-  const Measure ordered = measureWalk(RouteIterator::Order::kKey, &prefixes);
+  const Measure ordered = measureWalk(RouteIterator::Order::kKey, vrf, &prefixes);
   if (prefixes.empty()) throw Failure(Status::kFailed, "there are no routes: load some first");
   const uint64_t seed = chooseSeed();
   Random random(seed);
@@ -111,13 +113,13 @@ Status benchLookup(Session& session, Arguments& arguments) {
                              {"hits", Format::kPercent}},
                             true});
   showMeasure(session, "longest match, random address",
-              measure(count, [&](uint64_t i) { return lookUpRoute(anywhere[i % kDrawn]).has_value(); }));
+              measure(count, [&](uint64_t i) { return lookUpRoute(anywhere[i % kDrawn], vrf).has_value(); }));
   showMeasure(session, "longest match, address inside a route",
-              measure(count, [&](uint64_t i) { return lookUpRoute(inside[i % kDrawn]).has_value(); }));
+              measure(count, [&](uint64_t i) { return lookUpRoute(inside[i % kDrawn], vrf).has_value(); }));
   showMeasure(session, "keyed read",
-              measure(count, [&](uint64_t i) { return readRoute(keys[i % kDrawn]).has_value(); }));
+              measure(count, [&](uint64_t i) { return readRoute(keys[i % kDrawn], vrf).has_value(); }));
   showMeasure(session, "walk in key order", ordered);
-  showMeasure(session, "walk in any order", measureWalk(RouteIterator::Order::kAny, nullptr));
+  showMeasure(session, "walk in any order", measureWalk(RouteIterator::Order::kAny, vrf, nullptr));
   session.output.endList();
   return Status::kOk;
 }
@@ -143,8 +145,8 @@ std::string answerText(const std::optional<Route>& route) {
   return route ? formatPrefix(route->prefix) + " group " + std::to_string(route->group) : "no route";
 }
 
-std::optional<Route> databaseAnswer(uint32_t address) {
-  const auto item = lookUpRoute(address);
+std::optional<Route> databaseAnswer(uint32_t address, const Vrf& vrf) {
+  const auto item = lookUpRoute(address, vrf);
   if (!item) return std::nullopt;
   return Route{prefixOf(*item), item->attr_word_a, 0};
 }
@@ -160,7 +162,8 @@ struct CheckCounts {
   uint64_t matched = 0;  // addresses that a route covers
 };
 
-CheckCounts compareAnswers(Session& session, const ReferenceTable& reference, uint64_t count, Random& random) {
+CheckCounts compareAnswers(Session& session, const ReferenceTable& reference, const Vrf& vrf, uint64_t count,
+                           Random& random) {
   CheckCounts counts;
   Progress progress(session.progress, "checking");
   for (uint64_t i = 0; i < count; ++i) {
@@ -170,7 +173,7 @@ CheckCounts compareAnswers(Session& session, const ReferenceTable& reference, ui
     }
     const uint32_t address = checkedAddress(reference, random);
     const auto expected = referenceAnswer(reference, address);
-    const auto answer = databaseAnswer(address);
+    const auto answer = databaseAnswer(address, vrf);
     if (expected) ++counts.matched;
     if (answer == expected) continue;
     if (++counts.mismatches > kShownMismatches) continue;
@@ -184,6 +187,8 @@ CheckCounts compareAnswers(Session& session, const ReferenceTable& reference, ui
 Status checkLookup(Session& session, Arguments& arguments) {
   const std::string file = arguments.file();
   const uint64_t count = takeCount(arguments, kDefaultChecks);
+  const Vrf vrf = takeVrf(arguments);
+  arguments.end();
   const uint64_t seed = chooseSeed();
   if (file == "-" && session.commandsOnInput) arguments.fail("standard input holds the commands");
   ReferenceTable reference;
@@ -195,7 +200,7 @@ Status checkLookup(Session& session, Arguments& arguments) {
   checkInterrupt();
   reference.sort();
   Random random(seed);
-  const CheckCounts counts = compareAnswers(session, reference, count, random);
+  const CheckCounts counts = compareAnswers(session, reference, vrf, count, random);
   session.output.result(formatCount(count) + " addresses checked against " + file + ", " + formatCount(counts.matched) +
                             " of them covered: " + formatCount(counts.mismatches) + " mismatches (seed " +
                             std::to_string(seed) + ")",
@@ -297,9 +302,9 @@ Status tour(Session& session, Arguments& arguments) {
 }
 
 constexpr Command kCommands[] = {
-    {"bench lookup", "[N]", "measure lookups, keyed reads and walks on the loaded routes",
+    {"bench lookup", "[N] [vr N] [vrf N]", "measure lookups, keyed reads and walks on the loaded routes",
      "N operations each, a million unless given, on one thread. FIBDB_SEED repeats a run.", benchLookup},
-    {"check lookup", "FILE [N]", "compare longest matches with a plain search in a routes file",
+    {"check lookup", "FILE [N] [vr N] [vrf N]", "compare longest matches with a plain search in a routes file",
      "N addresses, 100,000 unless given: half anywhere, half in and beside routes. The table should hold "
      "the\n"
      "routes of FILE and no others. FIBDB_SEED repeats a run.",

@@ -47,6 +47,7 @@ Status addRoute(Session& session, Arguments& arguments) {
 Status deleteRoute(Session& session, Arguments& arguments) {
   const Prefix prefix = arguments.prefix();
   const Vrf vrf = takeVrf(arguments);
+  arguments.end();
   RouteLoader loader(session.generation, vrf);
   loader.remove(prefix);
   const LoadCounts& counts = loader.finish();
@@ -59,25 +60,29 @@ Status deleteRoute(Session& session, Arguments& arguments) {
 
 Status loadRoutes(Session& session, Arguments& arguments) {
   const std::string file = arguments.file();
+  const Vrf vrf = takeVrf(arguments);
   const bool skipBad = arguments.lastKeyword("skip-bad");
-  LoadSummary summary = loadRoutesFile(session, file);
+  LoadSummary summary = loadRoutesFile(session, file, vrf);
   summary.skipsBad = skipBad;
   showLoadSummary(session, file, summary);
   return summary.status();
 }
 
+// A file of routes does not name their VRF: it holds those of one.
 Status saveRoutes(Session& session, Arguments& arguments) {
   const std::string file = arguments.file();
+  const bool chosen = namesVrf(arguments);
+  const RouteQuery which = takeVrfOrAll(arguments);
   const bool force = arguments.lastKeyword("force");
   session.output.flush();
   FileWriter writer(file);
-  RouteIterator routes(RouteIterator::Order::kKey);
-  while (const FibDbIp4forwardItem* item = routes.next()) {
-    if (item->vr_id != 0 || item->vrf_index != 0) {
-      throw Failure(Status::kFailed, formatPrefix(prefixOf(*item)) + " belongs to another VRF: not saved");
+  RouteSearch(which).forEach(UINT64_MAX, [&](const FibDbIp4forwardItem& route) {
+    if (!chosen && vrfOf(route) != Vrf()) {
+      throw Failure(Status::kFailed, formatPrefix(prefixOf(route)) + " belongs to another VRF: not saved",
+                    "say which VRF is to be saved, by vr and vrf");
     }
-    writer.write(formatRouteLine(routeOf(*item)));
-  }
+    writer.write(formatRouteLine(routeOf(route)));
+  });
   if (!force) writer.requireRecords(writer.count(), "save routes " + quoted(file) + " force");
   writer.commit();
   if (file == "-") return Status::kOk;
@@ -88,7 +93,7 @@ Status saveRoutes(Session& session, Arguments& arguments) {
 }
 
 constexpr Command kCommands[] = {
-    {"load routes", "FILE [skip-bad]", "load a routing table; - reads standard input",
+    {"load routes", "FILE [vr N] [vrf N] [skip-bad]", "load a routing table; - reads standard input",
      "One route a line: PREFIX[/LENGTH] [group N] [origin-as N]. Without a length: /32. Without a group: N mod 256\n"
      "of the origin, or 0. `default` is 0.0.0.0/0, AS15169 the same as origin-as 15169. Blank lines and # comments\n"
      "are skipped. Plain text, gzip, xz, bzip2 or zstd.\n"
@@ -96,9 +101,9 @@ constexpr Command kCommands[] = {
      "skip-bad is given; it is 1, too, for a file without a single route.\n"
      "Ctrl-C ends the load; what was read until then stays.",
      loadRoutes},
-    {"save routes", "FILE [force]", "write all routes in key order; - writes standard output",
-     "The format is that of load routes. The file appears, or is replaced, when it is complete. Without any route a\n"
-     "file that holds something is kept, unless force is given.",
+    {"save routes", "FILE [vr N] [vrf N] [force]", "write all routes in key order; - writes standard output",
+     "The format is that of load routes. The file appears, or is replaced, when it is complete. It holds the routes\n"
+     "of one VRF. Without any route a file that holds something is kept, unless force is given.",
      saveRoutes},
     {"add route", "PREFIX [group N] [vr N] [vrf N]", "add a route, or replace it", "", addRoute},
     {"delete route", "PREFIX [vr N] [vrf N]", "delete a route", "", deleteRoute},
@@ -114,14 +119,14 @@ Status LoadSummary::status() const {
   return bad || counts.refused > 0 ? Status::kFailed : Status::kOk;
 }
 
-LoadSummary loadRoutesFile(Session& session, const std::string& file) {
+LoadSummary loadRoutesFile(Session& session, const std::string& file, const Vrf& vrf) {
   if (file == "-" && session.commandsOnInput) {
     throw Failure(Status::kFailed, "standard input holds the commands: it cannot be a routes file too");
   }
   LoadSummary summary;
   const Stopwatch watch;
   const bool clean = !session.unsaved.holds(Part::kRoutes);
-  RouteLoader loader(++session.generation);
+  RouteLoader loader(++session.generation, vrf);
   {
     Progress progress(session.progress, "loading");
     summary.report = readRoutes(file, session.output, progress, [&](const Route& r) { loader.write(r); });

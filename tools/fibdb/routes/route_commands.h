@@ -23,7 +23,7 @@ struct LoadSummary {
 };
 
 // Loads a routes file through the batch path and reports every refusal; the summary is the caller's to show.
-LoadSummary loadRoutesFile(Session& session, const std::string& file);
+LoadSummary loadRoutesFile(Session& session, const std::string& file, const Vrf& vrf = {});
 void showLoadSummary(Session& session, const std::string& file, const LoadSummary& summary);
 
 }  // namespace fibdb::program

@@ -211,11 +211,10 @@ void takeHow(Arguments& arguments, Question& question) {
 // Nothing, or the VRF: every route of it.
 Question takeQuestion(Arguments& arguments) {
   if (arguments.empty()) return {};
-  Arguments peek = arguments;
-  const std::string& first = peek.word("an address or a prefix");
-  if (first == "vr" || first == "vrf") return takeFilters(arguments);
+  if (namesVrf(arguments)) return takeFilters(arguments);
   Question question;
-  question.of = parseAddress(first) ? Question::Of::kAddress : Question::Of::kPrefix;
+  Arguments peek = arguments;
+  question.of = parseAddress(peek.word("an address or a prefix")) ? Question::Of::kAddress : Question::Of::kPrefix;
   question.prefix = arguments.prefix();
   takeHow(arguments, question);
   return question;
@@ -371,12 +370,8 @@ Status explainRoute(Session& session, Arguments& arguments) { return explain(ses
 Status explainRoutes(Session& session, Arguments& arguments) { return explain(session, takeFilters(arguments)); }
 
 Status showSummary(Session& session, Arguments& arguments) {
-  RouteQuery which;
-  if (!arguments.empty()) {
-    const Vrf vrf = takeVrf(arguments);
-    which.vr = vrf.vr;
-    which.vrf = vrf.index;
-  }
+  const RouteQuery which = takeVrfOrAll(arguments);
+  arguments.end();
   showSummaryOf(session, which);
   return Status::kOk;
 }
@@ -409,17 +404,25 @@ std::span<const Command> routeQuestionCommands() { return kCommands; }
 uint32_t takeVr(Arguments& arguments) { return takeNumber(arguments, "vr", FIB_DB_MAX_VR_ID); }
 uint32_t takeVrfIndex(Arguments& arguments) { return takeNumber(arguments, "vrf", FIB_DB_MAX_VRF_INDEX); }
 
+bool namesVrf(Arguments arguments) {
+  if (arguments.empty()) return false;
+  const std::string& word = arguments.word("vr or vrf");
+  return word == "vr" || word == "vrf";
+}
+
 Vrf takeVrf(Arguments& arguments) {
-  constexpr std::array<std::string_view, 2> kWords{"vr", "vrf"};
   Vrf vrf;
-  while (!arguments.empty()) {
-    if (arguments.keyword(kWords) == 0) {
-      vrf.vr = takeVr(arguments);
-    } else {
-      vrf.index = takeVrfIndex(arguments);
-    }
+  while (namesVrf(arguments)) {
+    const bool ofRouter = arguments.word("vr or vrf") == "vr";
+    (ofRouter ? vrf.vr : vrf.index) = ofRouter ? takeVr(arguments) : takeVrfIndex(arguments);
   }
   return vrf;
+}
+
+RouteQuery takeVrfOrAll(Arguments& arguments) {
+  if (!namesVrf(arguments)) return {};
+  const Vrf vrf = takeVrf(arguments);
+  return {.vr = vrf.vr, .vrf = vrf.index};
 }
 
 void showCoveringRoute(Session& session, uint32_t address, const Vrf& vrf) {

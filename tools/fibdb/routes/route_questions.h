@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "tools/fibdb/routes/route_search.h"
 #include "tools/fibdb/routes/routes.h"
 #include "tools/fibdb/shell/command.h"
 
@@ -14,8 +15,12 @@ namespace fibdb::program {
 // Numbers of a virtual router and of a VRF, as far as routes reach.
 uint32_t takeVr(Arguments& arguments);
 uint32_t takeVrfIndex(Arguments& arguments);
-// The words `vr N` and `vrf N`, which end a command over routes; the first VRF of the first router without them.
+// Whether the words `vr N` or `vrf N` come next.
+bool namesVrf(Arguments arguments);
+// These words; the first VRF of the first router without them.
 Vrf takeVrf(Arguments& arguments);
+// The same; the routes of all VRFs without them.
+RouteQuery takeVrfOrAll(Arguments& arguments);
 
 // The route that covers an address, and where it leads. Throws Failure when there is none.
 void showCoveringRoute(Session& session, uint32_t address, const Vrf& vrf = {});

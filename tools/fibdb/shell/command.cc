@@ -3,14 +3,13 @@
 // tools/fibdb/shell/command.cc: see command.h.
 #include "tools/fibdb/shell/command.h"
 
-#include "tools/fibdb/base/call.h"
-
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <map>
 
 #include "fibdb/engine.h"
+#include "tools/fibdb/base/call.h"
 
 namespace fibdb::program {
 namespace {
