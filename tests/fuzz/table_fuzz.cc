@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <span>
 
 #include "engine/store/table.h"
+#include "tests/support/input.h"
 #include "tests/support/table_twin.h"
 #include "tests/support/toy_tables.h"
 
@@ -18,26 +18,7 @@ namespace {
 using namespace fibdb;
 using test::Bytes;
 
-class Input {
- public:
-  Input(const uint8_t* data, size_t size) : rest_(data, size) {}
-
-  bool empty() const { return rest_.empty(); }
-  uint8_t byte() {
-    if (rest_.empty()) return 0;
-    const uint8_t value = rest_.front();
-    rest_ = rest_.subspan(1);
-    return value;
-  }
-  Bytes bytes(size_t count) {
-    Bytes taken(count);
-    for (uint8_t& value : taken) value = byte();
-    return taken;
-  }
-
- private:
-  std::span<const uint8_t> rest_;
-};
+using test::Input;
 
 void same(uint64_t table, uint64_t twin, const char* what) {
   if (table == twin) return;

@@ -1,11 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
-// tools/fibdb/main.cc: the fibdb program: options, start-up of the library, where the commands come from.
+// tools/fibdb/main.cc: the fibdb program: start-up of the library, where the commands come from.
 #include <fcntl.h>
 #include <langinfo.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
@@ -19,23 +18,13 @@
 #include <span>
 
 #include "fibdb/fibdb.h"
+#include "tools/fibdb/options.h"
 #include "tools/fibdb/routes/routes.h"
 #include "tools/fibdb/shell/prompt.h"
 #include "tools/fibdb/shell/shell.h"
 
 namespace fibdb::program {
 namespace {
-
-struct Options {
-  std::vector<std::string> commands;
-  std::vector<std::string> words;  // of a command given as plain arguments
-  std::string script;
-  bool interactive = false;
-  bool keepGoing = false;
-  bool quiet = false;
-  bool complete = false;
-  Form form = Form::kTable;
-};
 
 // The library's hooks take no context.
 Output* logOutput = nullptr;
@@ -124,44 +113,22 @@ Status runProgram(const Options& options) {
   return status;
 }
 
-void describe(CLI::App& app, Options& options) {
-  app.set_version_flag("--version", "fibdb " FIBDB_VERSION);
-  auto* commands = app.add_option("-c,--command", options.commands, "run a command; may be given several times");
-  commands->type_name("COMMAND")->allow_extra_args(false);
-  auto* script = app.add_option("-f,--file", options.script, "run the commands of a script; - reads standard input");
-  script->type_name("FILE")->excludes(commands);
-  app.add_option("words", options.words, "a command as plain arguments, run behind those of -c")->excludes(script);
-  app.add_flag("-i,--interactive", options.interactive, "go on to the prompt afterwards, on a terminal");
-  app.add_flag("-k,--keep-going", options.keepGoing, "run the other commands after a failure, too");
-  app.add_flag("-q,--quiet", options.quiet, "say nothing of what was done: answers and errors alone");
-  const auto setForm = [&options](const std::string& name) { options.form = parseForm(name); };
-  app.add_option_function<std::string>("--format", setForm, "how answers look: " + join(kFormNames, ", "))
-      ->type_name("FORMAT");
-  app.add_flag_callback(
-      "--json", [&options] { options.form = Form::kJsonLines; }, "answer in JSON, one object a line");
-  app.add_flag("--complete", options.complete, "print what may stand in the place of the last word, for a shell");
-  app.footer(
-      "Without -c or -f: a prompt on a terminal, else commands from standard input.\n"
-      "`fibdb -c help` lists the commands. Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
+// What may stand in the place of the last word, a line each.
+Status complete(std::vector<std::string> words) {
+  if (words.empty()) words.emplace_back();
+  for (const std::string& text : completions(words)) std::cout << text << '\n';
+  return Status::kOk;
 }
 
-// Options that do not fit are answered in the form that the others ask for.
-Status refuse(std::span<char* const> words, const std::string& message, const std::string& advice) {
-  const bool json = std::ranges::any_of(words, [](const char* text) {
-    const std::string_view word(text);
-    return word.starts_with("--json") || word == "json" || word == "jsonl" || word.starts_with("--format=json");
-  });
-  Output output(std::cout, std::cerr, textStyle(), json ? Form::kJsonLines : Form::kTable);
-  output.complain({.message = message, .advice = advice});
+Status refuse(const Refusal& refusal) {
+  Output output(std::cout, std::cerr, textStyle(), refusal.form);
+  output.complain({.message = refusal.message, .advice = refusal.advice});
   return Status::kUsage;
 }
 
-// A shell has split the words already: what they hold is kept.
-std::string lineOf(const std::vector<std::string>& words) {
-  std::string line;
-  for (const std::string& word : words) line += (line.empty() ? "" : " ") + program::quoted(word);
-  return line;
-}
+Status run(const Options& options) { return options.complete ? complete(options.words) : runProgram(options); }
+Status run(const Refusal& refusal) { return refuse(refusal); }
+Status run(Status status) { return status; }
 
 int start(int argc, char** argv) {
   holdStandardStreams();
@@ -169,24 +136,8 @@ int start(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_DFL);
   std::setlocale(LC_CTYPE, "");
   std::ios::sync_with_stdio(false);
-  CLI::App app("Forwarding tables at hand: load, look up, show and measure.", "fibdb");
-  Options options;
-  describe(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
-    return static_cast<int>(refuse(std::span(argv, static_cast<size_t>(argc)), error.what(), "try fibdb --help"));
-  } catch (const Failure& failure) {
-    return static_cast<int>(refuse(std::span(argv, static_cast<size_t>(argc)), failure.what(), failure.advice()));
-  }
-  if (options.complete) {
-    if (options.words.empty()) options.words.emplace_back();
-    for (const std::string& text : completions(options.words)) std::cout << text << '\n';
-    return static_cast<int>(Status::kOk);
-  }
-  if (!options.words.empty()) options.commands.push_back(lineOf(options.words));
-  return static_cast<int>(runProgram(options));
+  const auto parsed = parseOptions(argc, argv);
+  return static_cast<int>(std::visit([](const auto& what) { return run(what); }, parsed));
 }
 
 }  // namespace

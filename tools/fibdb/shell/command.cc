@@ -28,14 +28,20 @@ std::vector<std::string_view> wordsOf(std::string_view text) {
 class Candidates {
  public:
   Candidates() {
-    for (const Command* command : allCommands()) rows_.push_back({command, wordsOf(command->words)});
+    // A configuration file has a command on each of its lines.
+    static const std::vector<Row> all = [] {
+      std::vector<Row> rows;
+      for (const Command* command : allCommands()) rows.push_back({command, wordsOf(command->words)});
+      return rows;
+    }();
+    for (const Row& row : all) rows_.push_back(&row);
   }
 
   // Keywords that may stand at place.
   std::vector<std::string_view> keywordsAt(size_t place) const {
     std::vector<std::string_view> keywords;
-    for (const Row& row : rows_) {
-      if (row.words.size() > place) keywords.push_back(row.words[place]);
+    for (const Row* row : rows_) {
+      if (row->words.size() > place) keywords.push_back(row->words[place]);
     }
     return keywords;
   }
@@ -43,8 +49,8 @@ class Candidates {
   // The same, each once, with the help of its command, or the words that go on from it.
   std::vector<Choice> choicesAt(size_t place) const {
     std::map<std::string_view, std::vector<const Row*>> rows;
-    for (const Row& row : rows_) {
-      if (row.words.size() > place) rows[row.words[place]].push_back(&row);
+    for (const Row* row : rows_) {
+      if (row->words.size() > place) rows[row->words[place]].push_back(row);
     }
     std::vector<Choice> choices;
     for (const auto& [word, behind] : rows) {
@@ -56,13 +62,13 @@ class Candidates {
   }
 
   void keep(size_t place, std::string_view keyword) {
-    std::erase_if(rows_, [&](const Row& r) { return r.words.size() <= place || r.words[place] != keyword; });
+    std::erase_if(rows_, [&](const Row* r) { return r->words.size() <= place || r->words[place] != keyword; });
   }
 
   // The command that has no further keyword at place.
   const Command* endingAt(size_t place) const {
-    const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row& r) { return r.words.size() == place; });
-    return row == rows_.end() ? nullptr : row->command;
+    const auto row = std::find_if(rows_.begin(), rows_.end(), [&](const Row* r) { return r->words.size() == place; });
+    return row == rows_.end() ? nullptr : (*row)->command;
   }
 
  private:
@@ -79,7 +85,7 @@ class Candidates {
     return join(next, ", ");
   }
 
-  std::vector<Row> rows_;
+  std::vector<const Row*> rows_;
 };
 
 [[noreturn]] void failUnknown(std::string_view word, std::string_view what,

@@ -30,14 +30,15 @@ uint32_t next(FibDbIterator* iterator, Item* item) {
 
 FibDbIterator* iterateRouter(const Item* query, uint32_t) { return call<FIB_DB_CreateVrfIterator>(query->vr_id); }
 
-// The library tells an unknown name from a known one by leaving the id as it was.
+// The library tells an unknown name from a known one by leaving the id as it was: asked with two ids, it gives the same
+// one twice only for a known name.
 std::optional<std::vector<Item>> findNamed(const Item* query) {
-  constexpr uint32_t kUnknown = UINT32_MAX;
   Item item{};
   item.vr_id = query->vr_id;
-  item.vrf_id = kUnknown;
+  uint32_t again = ~item.vrf_id;
   if (call<VRF_INTF_GetIdByName>(query->vr_id, query->vrf_name, &item.vrf_id) != FIB_DB_OK) return std::nullopt;
-  if (item.vrf_id == kUnknown) return std::vector<Item>();
+  if (call<VRF_INTF_GetIdByName>(query->vr_id, query->vrf_name, &again) != FIB_DB_OK) return std::nullopt;
+  if (item.vrf_id != again) return std::vector<Item>();
   const uint32_t code = call<VRF_DB_Read>(&item);
   if (code == FIB_DB_NOT_FOUND) return std::vector<Item>();
   return code == FIB_DB_OK ? std::optional(std::vector{item}) : std::nullopt;
