@@ -37,7 +37,7 @@ struct Pipe {
   int write;
 };
 
-[[noreturn]] void execute(const Args& args, const std::string& home) {
+[[noreturn]] void execute(const Args& args, const std::string& home, const std::string& pager = {}) {
   std::vector<char*> words{const_cast<char*>(FIBDB_PROGRAM_FILE)};
   for (const std::string& arg : args) words.push_back(const_cast<char*>(arg.c_str()));
   words.push_back(nullptr);
@@ -46,7 +46,7 @@ struct Pipe {
   setenv("XDG_STATE_HOME", home.c_str(), 1);
   setenv("TERM", "xterm", 1);
   setenv("NO_COLOR", "1", 1);
-  setenv("PAGER", "", 1);
+  setenv("PAGER", pager.c_str(), 1);
   std::signal(SIGPIPE, SIG_DFL);
   execv(FIBDB_PROGRAM_FILE, words.data());
   _exit(127);
@@ -95,12 +95,12 @@ Args commands(const Args& lines) {
   return args;
 }
 
-RunningProgram::RunningProgram(On on, const Args& args, const std::string& home) {
+RunningProgram::RunningProgram(On on, const Args& args, const std::string& home, const Terminal& terminal) {
   std::signal(SIGPIPE, SIG_IGN);
   if (on == On::kTerminal) {
-    const winsize size{50, 200, 0, 0};
+    const winsize size{50, terminal.columns, 0, 0};
     process_ = started(forkpty(&input_, nullptr, nullptr, &size), "no terminal for the program");
-    if (process_ == 0) execute(args, home);
+    if (process_ == 0) execute(args, home, terminal.pager);
     output_ = fcntl(input_, F_DUPFD_CLOEXEC, 0);
     return;
   }

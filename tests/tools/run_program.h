@@ -45,7 +45,14 @@ class RunningProgram {
  public:
   enum class On { kPipes, kTerminal };
 
-  RunningProgram(On on, const Args& args, const std::string& home = kNoHome);
+  // What the terminal is like, and what reads long answers there.
+  struct Terminal {
+    unsigned short columns = 200;
+    std::string pager = {};
+  };
+
+  RunningProgram(On on, const Args& args, const std::string& home = kNoHome) : RunningProgram(on, args, home, {}) {}
+  RunningProgram(On on, const Args& args, const std::string& home, const Terminal& terminal);
   ~RunningProgram();
   RunningProgram(const RunningProgram&) = delete;
   RunningProgram& operator=(const RunningProgram&) = delete;

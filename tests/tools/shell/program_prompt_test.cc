@@ -171,7 +171,8 @@ TEST(Prompt, two_sessions_at_once_both_keep_their_history) {
   second.type("\x04");
   EXPECT_EQ(second.finish().status, 0);
   const std::string kept = ScratchFolder::read(home.path("fibdb_history"));
-  for (const char* line : {"count\\040nhp\\012", "count\\040nhp_std\\012", "quit\\012"}) EXPECT_THAT(kept, HasSubstr(line));
+  for (const char* line : {"count\\040nhp\\012", "count\\040nhp_std\\012", "quit\\012"})
+    EXPECT_THAT(kept, HasSubstr(line));
 }
 
 TEST(Prompt, in_json_there_is_no_banner) {

@@ -56,7 +56,8 @@ class TableRenderer final : public Renderer {
     screen_ = style().width();
     leavesOut_ = screen_ != 0 && !all;
     vertical_ = form_ == Form::kVertical;
-    widths_.clear();
+    values_.clear();
+    stacked_ = false;
     shown_.clear();
     block_.clear();
     rows_ = 0;
@@ -76,7 +77,8 @@ class TableRenderer final : public Renderer {
   void endList() override {
     if (!block_.empty()) writeBlock();
     if (rows_ == 0) {
-      answers_ << (dropped_ == 0 ? "no " + spaced(head_.name) : spaced(head_.name) + ": nothing but zeros") << '\n';
+      const std::string zeros = (head_.titled ? "" : spaced(head_.name) + ": ") + "nothing but zeros";
+      answers_ << (dropped_ == 0 ? "no " + spaced(head_.name) : zeros) << '\n';
     }
     if (head_.titled) answers_ << '\n';
   }
@@ -176,23 +178,41 @@ class TableRenderer final : public Renderer {
   }
 
   void measure() {
-    if (widths_.empty()) measureHeadings();
+    if (values_.empty()) measureHeadings();
     for (const Row& values : block_) {
       for (size_t i = 0; i < values.size(); ++i) {
         if (head_.columns[i].format == Format::kBar) continue;
-        widths_[i] = std::max(widths_[i], displayWidth(textOf(values[i], head_.columns[i].format, style().unicode)));
+        values_[i] = std::max(values_[i], displayWidth(textOf(values[i], head_.columns[i].format, style().unicode)));
       }
     }
+    stackHeadings(stacked_);
+  }
+
+  // The words of a heading below one another need less room.
+  void stackHeadings(bool stacked) {
+    stacked_ = stacked;
+    widths_ = values_;
+    for (size_t i = 0; i < widths_.size(); ++i) {
+      const Column& column = head_.columns[i];
+      if (column.format == Format::kBar) continue;
+      for (const std::string& line : headingOf(column)) widths_[i] = std::max(widths_[i], line.size());
+    }
+  }
+
+  Words headingOf(const Column& column) const {
+    if (column.format == Format::kBar) return {""};
+    const std::string heading = spaced(column.name);
+    return stacked_ ? splitWords(heading) : Words{heading};
   }
 
   // A column of numbers stands to the right: by its format, or by its first value that is there.
   void measureHeadings() {
-    widths_.resize(head_.columns.size());
+    values_.resize(head_.columns.size());
     right_.assign(head_.columns.size(), false);
-    for (size_t i = 0; i < widths_.size(); ++i) {
+    for (size_t i = 0; i < values_.size(); ++i) {
       const Column& column = head_.columns[i];
       const bool bar = column.format == Format::kBar;
-      widths_[i] = bar ? kBarWidth : std::max(column.name.size(), column.leastWidth);
+      values_[i] = bar ? kBarWidth : column.leastWidth;
       const auto there = std::find_if(block_.begin(), block_.end(),
                                       [i](const Row& row) { return !std::holds_alternative<std::monostate>(row[i]); });
       const bool number = there == block_.end() ? column.format != Format::kPlain : isNumber((*there)[i]);
@@ -208,11 +228,13 @@ class TableRenderer final : public Renderer {
     return width;
   }
 
-  // What is too wide gives way: bars, then the words of the last column, then the table.
+  // What is too wide gives way: headings, bars, the words of the last column, and then the table.
   void fitColumns() {
     barWidth_ = kBarWidth;
     lastWidth_ = 0;
     if (screen_ == 0 || wholeWidth() <= screen_) return;
+    stackHeadings(true);
+    if (wholeWidth() <= screen_) return;
     const size_t last = head_.columns.size() - 1;
     const size_t others = wholeWidth() - widths_[last];
     const size_t left = others < screen_ ? screen_ - others : 0;
@@ -228,11 +250,20 @@ class TableRenderer final : public Renderer {
   }
 
   void writeHeadings() {
+    size_t lines = 1;
+    for (size_t i = 0; i < widths_.size(); ++i) {
+      if (shown_[i]) lines = std::max(lines, headingOf(head_.columns[i]).size());
+    }
+    for (size_t below = lines; below > 0; --below) writeHeadings(below - 1);
+  }
+
+  // The line of the headings with this many others below it.
+  void writeHeadings(size_t below) {
     std::string line;
     for (size_t i = 0; i < widths_.size(); ++i) {
-      const Column& column = head_.columns[i];
-      const std::string heading = column.format == Format::kBar ? "" : spaced(column.name);
-      appendCell(line, i, painted(kBold, heading), heading.size());
+      const Words heading = headingOf(head_.columns[i]);
+      const std::string word = below < heading.size() ? heading[heading.size() - 1 - below] : "";
+      appendCell(line, i, painted(kBold, word), word.size());
     }
     writeLine(line);
   }
@@ -259,7 +290,7 @@ class TableRenderer final : public Renderer {
   void appendCell(std::string& line, size_t i, const std::string& text, size_t width) const {
     if (!shown_[i]) return;
     const std::string gap(widths_[i] - std::min(width, widths_[i]), ' ');
-    if (!line.empty()) line += std::string(kGap, ' ');
+    if (i > 0) line += std::string(kGap, ' ');
     line += right_[i] ? gap + text : text + gap;
   }
 
@@ -294,7 +325,9 @@ class TableRenderer final : public Renderer {
   size_t barWidth_ = kBarWidth;
   size_t lastWidth_ = 0;  // of the last column, when its text goes on in further lines
   std::vector<Row> block_;
-  std::vector<size_t> widths_;  // empty until the list has shown its headings
+  std::vector<size_t> values_;  // widths of the values; empty until the first block
+  std::vector<size_t> widths_;  // of the columns, headings included
+  bool stacked_ = false;        // headings in several lines
   std::vector<bool> right_;
   std::vector<bool> shown_;
   uint64_t rows_ = 0;     // written

@@ -1,0 +1,178 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tests/tools/shell/program_kept_test.cc: every command in every form, on a pipe and on terminals, as it was before.
+//
+// DESCRIPTION: kept/commands.txt has the commands, each of which is run by a program of its own that has loaded the
+// kept configuration and routes before. What differs from run to run is masked. `./dev kept` writes the answers anew;
+// what they are then goes in with the change that made them so.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <regex>
+#include <sstream>
+
+#include "tests/tools/run_program.h"
+#include "tests/tools/scratch_folder.h"
+
+namespace fibdb::program {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kKept = FIBDB_KEPT_FOLDER;
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+std::vector<std::string> keptCommands() {
+  std::vector<std::string> commands = linesOf(ScratchFolder::read(kKept / "commands.txt"));
+  std::erase_if(commands, [](const std::string& line) { return line.empty() || line.starts_with('#'); });
+  return commands;
+}
+
+std::string replaced(const std::string& text, const char* pattern, const char* by) {
+  return std::regex_replace(text, std::regex(pattern), by);
+}
+
+// Times, rates and the process are other ones each time.
+std::string masked(std::string text) {
+  text = replaced(text, "\\r", "");
+  text = replaced(text, "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]+Z", "TIME");
+  text = replaced(text, "(source.pid\"?[ :,]+)[0-9]+", "$1PID");
+  text = replaced(text, "\\b1[0-9]{15}\\b", "STAMP");
+  text = replaced(text, "[0-9]+\\.[0-9]{3} s \\([0-9,]+/s\\)", "SECONDS (RATE)");
+  text = replaced(text, "([Ss]econds?\": ?)[0-9.e-]+", "$1SECONDS");
+  return text;
+}
+
+// What measures or counts memory: its words and its shape.
+std::string withoutNumbers(std::string text) {
+  text = replaced(text, "[0-9][0-9.,]*( [KMGT]?i?B\\b|/s| s\\b)?", "N");
+  return replaced(text, "  +", " ");
+}
+
+bool isMeasure(const std::string& command) {
+  return command.starts_with("bench") || command.starts_with("show engine") || command.starts_with("show memory") ||
+         command.starts_with("tour") || command.starts_with("explain") || command.starts_with("show metrics");
+}
+
+struct Mode {
+  const char* name;
+  Args options;
+  unsigned short columns;  // 0: on pipes
+
+  friend void PrintTo(const Mode& mode, std::ostream* out) { *out << mode.name; }
+};
+
+// A folder to work in, with the files that are loaded.
+class Kept : public testing::TestWithParam<Mode> {
+ protected:
+  Kept() {
+    for (const char* file : {"setup.conf", "setup.routes"}) fs::copy(kKept / file, folder_.path(file));
+    fs::current_path(folder_.path(""));
+    setenv("FIBDB_SEED", "1", 1);
+  }
+  ~Kept() override {
+    fs::current_path(before_);
+    unsetenv("FIBDB_SEED");
+  }
+
+  std::string answerTo(const std::vector<std::string>& lines) const {
+    Args args = GetParam().options;
+    for (const std::string& arg : commands(lines)) args.push_back(arg);
+    if (GetParam().columns == 0) {
+      const Outcome outcome = runProgram(args);
+      return masked(outcome.out + (outcome.err.empty() ? "" : "--- errors\n" + outcome.err));
+    }
+    RunningProgram program(RunningProgram::On::kTerminal, args, kNoHome, {.columns = GetParam().columns});
+    return masked(program.finish().out);
+  }
+
+  // Of the command alone: what the loads before it say is taken away.
+  std::string answerOf(const std::string& command) {
+    if (loaded_.empty()) loaded_ = answerTo({kLoads[0], kLoads[1]});
+    std::string answer = answerTo({kLoads[0], kLoads[1], command});
+    const size_t at = answer.find(loaded_);
+    if (at != std::string::npos) answer.erase(at, loaded_.size());
+    return isMeasure(command) ? withoutNumbers(answer) : answer;
+  }
+
+ private:
+  static constexpr const char* kLoads[] = {"load config setup.conf", "load routes setup.routes"};
+
+  const fs::path before_ = fs::current_path();
+  const ScratchFolder folder_;
+  std::string loaded_;  // what loading is answered with
+};
+
+size_t columnsOf(const std::string& line) {
+  return static_cast<size_t>(std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xc0) != 0x80; }));
+}
+
+void expectToFit(const std::string& command, const std::string& answer) {
+  for (const std::string& line : linesOf(answer)) EXPECT_LE(columnsOf(line), Kept::GetParam().columns) << command;
+}
+
+TEST_P(Kept, answers_are_as_they_were) {
+  const fs::path file = kKept / (std::string(GetParam().name) + ".out");
+  std::string now;
+  for (const std::string& command : keptCommands()) {
+    const std::string answer = answerOf(command);
+    const bool data = command.starts_with("save");
+    if (GetParam().columns != 0 && !data) expectToFit(command, answer);
+    now += "$ " + command + '\n' + answer + '\n';
+  }
+  if (std::getenv("FIBDB_RENEW_KEPT") != nullptr) {
+    std::ofstream(file, std::ios::binary) << now;
+    return;
+  }
+  const auto kept = linesOf(ScratchFolder::read(file));
+  const auto lines = linesOf(now);
+  const auto [was, is] = std::mismatch(kept.begin(), kept.end(), lines.begin(), lines.end());
+  if (was == kept.end() && is == lines.end()) return;
+  ADD_FAILURE() << file << ':' << was - kept.begin() + 1 << ": was: " << (was == kept.end() ? "(the end)" : *was)
+                << "\nis: " << (is == lines.end() ? "(the end)" : *is) << "\n./dev kept writes the answers anew";
+}
+
+const Mode kModes[] = {
+    {"pipe-table", {}, 0},
+    {"pipe-vertical", {"--format", "vertical"}, 0},
+    {"pipe-csv", {"--format", "csv"}, 0},
+    {"pipe-json", {"--format", "json"}, 0},
+    {"pipe-jsonl", {"--json"}, 0},
+    {"terminal-60", {}, 60},
+    {"terminal-80", {}, 80},
+    {"terminal-200", {}, 200},
+
+};
+INSTANTIATE_TEST_SUITE_P(Program, Kept, testing::ValuesIn(kModes),
+                         [](const auto& info) { return replaced(info.param.name, "-", "_"); });
+
+// The words of a command at the beginning of its usage.
+std::string wordsOf(const std::string& usage) {
+  std::string words;
+  std::istringstream parts(usage);
+  for (std::string part; parts >> part && std::islower(static_cast<unsigned char>(part[0])) != 0;) {
+    words += (words.empty() ? "" : " ") + part;
+  }
+  return words;
+}
+
+TEST(KeptCommands, have_every_command_of_the_program) {
+  const auto kept = keptCommands();
+  for (const auto& row : jsonAnswers({"help"})) {
+    const std::string words = wordsOf(row.at("command").get<std::string>());
+    const bool there = std::any_of(kept.begin(), kept.end(),
+                                   [&](const std::string& line) { return (line + ' ').starts_with(words + ' '); });
+    EXPECT_TRUE(there) << words << ": not in commands.txt";
+  }
+}
+
+}  // namespace
+}  // namespace fibdb::program
