@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "tests/tools/run_program.h"
 #include "tests/tools/scratch_folder.h"
 
@@ -11,6 +13,7 @@ namespace fibdb::program {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 TEST(Options, version_and_help_answer_and_wrong_ones_are_usage) {
@@ -62,6 +65,65 @@ TEST(Commands, unknown_words_are_usage_with_the_nearest_one) {
 TEST(Commands, control_characters_never_reach_the_terminal) {
   const Outcome outcome = runProgram(commands({"\x1b[31mboo"}));
   EXPECT_EQ(outcome.err, "fibdb: unknown command \"\\x1b[31mboo\"\ntry help\n");
+}
+
+TEST(Options, that_do_not_fit_are_answered_in_the_form_of_all_errors) {
+  EXPECT_EQ(runProgram({"--bogus"}).err, "fibdb: The following argument was not expected: --bogus\ntry fibdb --help\n");
+  for (const Args& form : {Args{"--json"}, Args{"--format", "json"}, Args{"--format=jsonl"}}) {
+    Args args = form;
+    args.emplace_back("--bogus");
+    const auto errors = jsonLines(runProgram(args).err);
+    ASSERT_EQ(errors.size(), 1u) << form[0];
+    EXPECT_EQ(errors[0].at("advice"), "try fibdb --help");
+  }
+  const Outcome format = runProgram({"--format", "xml"});
+  EXPECT_EQ(format.status, 2);
+  EXPECT_EQ(format.err, "fibdb: unknown format \"xml\"\nformats: table, vertical, csv, json, jsonl\n");
+}
+
+TEST(Commands, that_were_not_run_are_counted_after_a_stop) {
+  const Outcome two = runProgram(commands({"bogus", "count nhp", "# nothing", "count nhp"}));
+  EXPECT_THAT(two.err, HasSubstr("\nfibdb: 2 commands were not run\n-k goes on after a failure\n"));
+  EXPECT_THAT(runProgram({}, "bogus\ncount nhp\n\ncount nhp\n").err, HasSubstr("stdin: 2 commands were not run"));
+  EXPECT_THAT(runProgram(commands({"count nhp", "bogus"})).err, Not(HasSubstr("not run"))) << "there was none left";
+  EXPECT_THAT(runProgram({"-k", "-c", "bogus", "-c", "count nhp"}).err, Not(HasSubstr("not run")));
+  EXPECT_EQ(runProgram(commands({"quit", "count nhp"})).err, "");
+}
+
+TEST(Commands, are_timed_when_asked) {
+  const Outcome outcome = runProgram(commands({"timing on", "count nhp", "timing off", "count nhp"}));
+  EXPECT_TRUE(std::regex_match(outcome.out, std::regex("0\ntime [0-9.]+ s\ntime [0-9.]+ s\n0\n"))) << outcome.out;
+}
+
+TEST(Pipe, what_one_program_saves_another_one_loads) {
+  const std::string saved =
+      runProgram(commands({"load routes -", "save routes -"}), "default group 1\n10.0.0.0/8 AS64512\n").out;
+  EXPECT_EQ(saved, "0.0.0.0/0 group 1\n10.0.0.0/8 origin-as 64512\n");
+  EXPECT_EQ(runProgram(commands({"load routes -", "save routes -"}), saved).out, saved);
+}
+
+TEST(Pipe, sentences_spare_data_in_scripts_and_csv) {
+  const ScratchFolder folder;
+  const std::string script = folder.write("script", "add vrf 1 name red\nsave config -\n");
+  EXPECT_EQ(runProgram({"-f", script}).out,
+            "# fibdb configuration: load it with `load config`.\n\n# VRFs\nadd vrf 1 name red\n");
+  const Outcome csv = runProgram({"--format", "csv", "-c", "add vrf 1 name red", "-c", "show vrf columns id,name"});
+  EXPECT_EQ(csv.out, "id,name\n1,red\n");
+  EXPECT_EQ(csv.err, "added VRF 1\n");
+}
+
+TEST(Pipe, the_quiet_say_answers_and_errors_alone) {
+  const Outcome outcome = runProgram({"-q", "-k", "-c", "add vrf 1", "-c", "count vrf", "-c", "bogus"});
+  EXPECT_EQ(outcome.out, "1\n");
+  EXPECT_THAT(outcome.err, StartsWith("fibdb: unknown command"));
+}
+
+TEST(Script, a_byte_order_mark_is_no_part_of_its_first_command) {
+  EXPECT_EQ(runProgram({},
+                       "\xef\xbb\xbf"
+                       "count nhp\n")
+                .out,
+            "0\n");
 }
 
 TEST(Script, errors_carry_file_and_line) {
@@ -117,6 +179,30 @@ TEST(Output, on_a_pipe_there_are_no_escapes_and_no_progress) {
   const Outcome outcome = runProgram(commands({"load routes -", "show route summary"}), routes);
   EXPECT_EQ(outcome.err, "");
   EXPECT_EQ(outcome.out.find('\033'), std::string::npos);
+}
+
+TEST(Terminal, a_long_answer_goes_through_the_pager_and_a_short_one_does_not) {
+  using Running = RunningProgram;
+  const auto answer = [](const Args& lines) {
+    Running program(Running::On::kTerminal, commands(lines), kNoHome, {.columns = 80, .pager = "sed s/^/paged:/"});
+    return program.finish().out;
+  };
+  EXPECT_THAT(answer({"help"}), StartsWith("paged:"));
+  EXPECT_THAT(answer({"help quit"}), Not(HasSubstr("paged:")));
+  EXPECT_THAT(runProgram(commands({"help"})).out, Not(HasSubstr("paged:")));
+}
+
+TEST(Terminal, who_leaves_the_pager_early_has_seen_enough) {
+  std::string routes;
+  for (int i = 0; i < 100000; ++i)
+    routes += "10." + std::to_string(i >> 8 & 255) + '.' + std::to_string(i & 255) + ".0/24\n";
+  const ScratchFolder folder;
+  const std::string load = "load routes " + folder.write("f", routes);
+  RunningProgram program(RunningProgram::On::kTerminal, commands({load, "show route 10.0.0.0/8 longer", "count nhp"}),
+                         kNoHome, {.columns = 80, .pager = "head -n 1"});
+  const Outcome outcome = program.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, testing::EndsWith("\nprefix\r\n0\r\n"));
 }
 
 TEST(Help, lists_every_command_on_a_line_and_explains_one) {
