@@ -47,8 +47,8 @@ void runLines(std::string_view text, bool json) {
       test::require(status == Status::kOk || status == Status::kFailed || status == Status::kUsage, "another status");
     }
     if (words.empty()) continue;
-    for (const std::string& completion : program::completions(words)) {
-      test::require(completion.starts_with(words.back()), "a completion of other words");
+    for (const program::Choice& choice : program::choices(words)) {
+      test::require(choice.word.starts_with(words.back()), "a completion of other words");
     }
   }
   program::closeConnection();

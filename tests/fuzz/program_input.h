@@ -9,7 +9,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -43,14 +42,14 @@ class Nowhere : public std::streambuf {
 class QuietOutput {
  public:
   explicit QuietOutput(bool json)
-      : output_(json ? program::makeJsonOutput(stream_, stream_) : program::makeTextOutput(stream_, stream_, {})) {}
+      : output_(stream_, stream_, {}, json ? program::Form::kJsonLines : program::Form::kTable) {}
 
-  program::Output& output() { return *output_; }
+  program::Output& output() { return output_; }
 
  private:
   Nowhere nowhere_;
   std::ostream stream_{&nowhere_};
-  std::unique_ptr<program::Output> output_;
+  program::Output output_;
 };
 
 // A file of these bytes that lies in no folder.

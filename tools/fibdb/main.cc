@@ -116,7 +116,7 @@ Status runProgram(const Options& options) {
 // What may stand in the place of the last word, a line each.
 Status complete(std::vector<std::string> words) {
   if (words.empty()) words.emplace_back();
-  for (const std::string& text : completions(words)) std::cout << text << '\n';
+  for (const Choice& choice : choices(words)) std::cout << choice.word << '\n';
   return Status::kOk;
 }
 

@@ -47,7 +47,7 @@ Form formOf(std::span<const char* const> words) {
 // A shell has split the words already: what they hold is kept.
 std::string lineOf(const std::vector<std::string>& words) {
   std::string line;
-  for (const std::string& word : words) line += (line.empty() ? "" : " ") + quoted(word);
+  for (const std::string& word : words) line += (line.empty() ? "" : " ") + program::quoted(word);
   return line;
 }
 
