@@ -37,16 +37,16 @@ struct Pipe {
   int write;
 };
 
-[[noreturn]] void execute(const Args& args, const std::string& home, const std::string& pager = {}) {
+[[noreturn]] void execute(const Args& args, const std::string& home, const RunningProgram::Terminal& terminal = {}) {
   std::vector<char*> words{const_cast<char*>(FIBDB_PROGRAM_FILE)};
   for (const std::string& arg : args) words.push_back(const_cast<char*>(arg.c_str()));
   words.push_back(nullptr);
-  setenv("LC_ALL", "C", 1);
+  setenv("LC_ALL", terminal.locale.c_str(), 1);
   setenv("HOME", home.c_str(), 1);
   setenv("XDG_STATE_HOME", home.c_str(), 1);
   setenv("TERM", "xterm", 1);
   setenv("NO_COLOR", "1", 1);
-  setenv("PAGER", pager.c_str(), 1);
+  setenv("PAGER", terminal.pager.c_str(), 1);
   std::signal(SIGPIPE, SIG_DFL);
   execv(FIBDB_PROGRAM_FILE, words.data());
   _exit(127);
@@ -100,7 +100,7 @@ RunningProgram::RunningProgram(On on, const Args& args, const std::string& home,
   if (on == On::kTerminal) {
     const winsize size{50, terminal.columns, 0, 0};
     process_ = started(forkpty(&input_, nullptr, nullptr, &size), "no terminal for the program");
-    if (process_ == 0) execute(args, home, terminal.pager);
+    if (process_ == 0) execute(args, home, terminal);
     output_ = fcntl(input_, F_DUPFD_CLOEXEC, 0);
     return;
   }

@@ -49,6 +49,7 @@ class RunningProgram {
   struct Terminal {
     unsigned short columns = 200;
     std::string pager = {};
+    std::string locale = "C";
   };
 
   RunningProgram(On on, const Args& args, const std::string& home = kNoHome) : RunningProgram(on, args, home, {}) {}

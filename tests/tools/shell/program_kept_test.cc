@@ -10,9 +10,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 
+#include "tests/tools/masked.h"
 #include "tests/tools/run_program.h"
 #include "tests/tools/scratch_folder.h"
 
@@ -23,43 +23,10 @@ namespace fs = std::filesystem;
 
 const fs::path kKept = FIBDB_KEPT_FOLDER;
 
-std::vector<std::string> linesOf(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  return lines;
-}
-
 std::vector<std::string> keptCommands() {
   std::vector<std::string> commands = linesOf(ScratchFolder::read(kKept / "commands.txt"));
   std::erase_if(commands, [](const std::string& line) { return line.empty() || line.starts_with('#'); });
   return commands;
-}
-
-std::string replaced(const std::string& text, const char* pattern, const char* by) {
-  return std::regex_replace(text, std::regex(pattern), by);
-}
-
-// Times, rates and the process are other ones each time.
-std::string masked(std::string text) {
-  text = replaced(text, "\\r", "");
-  text = replaced(text, "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9:]+Z", "TIME");
-  text = replaced(text, "(source.pid\"?[ :,]+)[0-9]+", "$1PID");
-  text = replaced(text, "\\b1[0-9]{15}\\b", "STAMP");
-  text = replaced(text, "[0-9]+\\.[0-9]{3} s \\([0-9,]+/s\\)", "SECONDS (RATE)");
-  text = replaced(text, "([Ss]econds?\": ?)[0-9.e-]+", "$1SECONDS");
-  return text;
-}
-
-// What measures or counts memory: its words and its shape.
-std::string withoutNumbers(std::string text) {
-  text = replaced(text, "[0-9][0-9.,]*( [KMGT]?i?B\\b|/s| s\\b)?", "N");
-  return replaced(text, "  +", " ");
-}
-
-bool isMeasure(const std::string& command) {
-  return command.starts_with("bench") || command.starts_with("show engine") || command.starts_with("show memory") ||
-         command.starts_with("tour") || command.starts_with("explain") || command.starts_with("show metrics");
 }
 
 struct Mode {
@@ -100,7 +67,7 @@ class Kept : public testing::TestWithParam<Mode> {
     std::string answer = answerTo({kLoads[0], kLoads[1], command});
     const size_t at = answer.find(loaded_);
     if (at != std::string::npos) answer.erase(at, loaded_.size());
-    return isMeasure(command) ? withoutNumbers(answer) : answer;
+    return maskedFor(command, answer);
   }
 
  private:
@@ -151,8 +118,11 @@ const Mode kModes[] = {
     {"terminal-200", {}, 200},
 
 };
-INSTANTIATE_TEST_SUITE_P(Program, Kept, testing::ValuesIn(kModes),
-                         [](const auto& info) { return replaced(info.param.name, "-", "_"); });
+INSTANTIATE_TEST_SUITE_P(Program, Kept, testing::ValuesIn(kModes), [](const auto& info) {
+  std::string name = info.param.name;
+  std::ranges::replace(name, '-', '_');
+  return name;
+});
 
 // The words of a command at the beginning of its usage.
 std::string wordsOf(const std::string& usage) {
