@@ -31,7 +31,15 @@ class Text {
     add("# HELP %s %s\n", name, help);
   }
 
-  void value(const char* name, uint64_t number) { add("%s %llu\n", name, static_cast<unsigned long long>(number)); }
+  // A family of one sample.
+  void gauge(const char* name, const char* unit, const char* help, uint64_t number) {
+    family(name, "gauge", unit, help);
+    add("%s %llu\n", name, static_cast<unsigned long long>(number));
+  }
+  void counter(const char* name, const char* help, uint64_t number) {
+    family(name, "counter", "", help);
+    add("%s_total %llu\n", name, static_cast<unsigned long long>(number));
+  }
 
   size_t length() const { return length_; }
 
@@ -88,27 +96,18 @@ void addTables(Text& text, const AllTables& tables) {
 }
 
 void addArena(Text& text, const FibDbEngineArenaStats& arena) {
-  text.family("fibdb_arena_reserved_bytes", "gauge", "bytes", "Address space of all tables.");
-  text.value("fibdb_arena_reserved_bytes", arena.reserved);
-  text.family("fibdb_arena_used_bytes", "gauge", "bytes", "Memory handed to tables.");
-  text.value("fibdb_arena_used_bytes", arena.used);
-  text.family("fibdb_objects", "gauge", "", "Table objects alive.");
-  text.value("fibdb_objects", arena.objects);
-  text.family("fibdb_connections", "gauge", "", "Asynchronous connections open.");
-  text.value("fibdb_connections", arena.connections);
+  text.gauge("fibdb_arena_reserved_bytes", "bytes", "Address space of all tables.", arena.reserved);
+  text.gauge("fibdb_arena_used_bytes", "bytes", "Memory handed to tables.", arena.used);
+  text.gauge("fibdb_objects", "", "Table objects alive.", arena.objects);
+  text.gauge("fibdb_connections", "", "Asynchronous connections open.", arena.connections);
 }
 
 void addBatches(Text& text, const FibDbEngineConnectionStats& batches) {
-  text.family("fibdb_batches_waiting", "gauge", "", "Batches handed over and not yet applied.");
-  text.value("fibdb_batches_waiting", batches.waiting);
-  text.family("fibdb_batches", "counter", "", "Batches applied.");
-  text.value("fibdb_batches_total", batches.batches);
-  text.family("fibdb_batches_refused", "counter", "", "Batches that found the queue full.");
-  text.value("fibdb_batches_refused_total", batches.refusedBatches);
-  text.family("fibdb_batch_operations", "counter", "", "Operations of applied batches, failed ones included.");
-  text.value("fibdb_batch_operations_total", batches.operations);
-  text.family("fibdb_batch_operations_failed", "counter", "", "Operations of applied batches that failed.");
-  text.value("fibdb_batch_operations_failed_total", batches.failed);
+  text.gauge("fibdb_batches_waiting", "", "Batches handed over and not yet applied.", batches.waiting);
+  text.counter("fibdb_batches", "Batches applied.", batches.batches);
+  text.counter("fibdb_batches_refused", "Batches that found the queue full.", batches.refusedBatches);
+  text.counter("fibdb_batch_operations", "Operations of applied batches, failed ones included.", batches.operations);
+  text.counter("fibdb_batch_operations_failed", "Operations of applied batches that failed.", batches.failed);
 }
 
 }  // namespace

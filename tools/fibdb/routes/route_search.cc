@@ -4,8 +4,11 @@
 #include "tools/fibdb/routes/route_search.h"
 
 #include "tools/fibdb/base/call.h"
+#include "tools/fibdb/base/failure.h"
+#include "tools/fibdb/base/interrupt.h"
 
 #include <algorithm>
+#include <cstring>
 #include <tuple>
 
 namespace fibdb::program {
@@ -34,11 +37,14 @@ auto orderOf(const FibDbIp4forwardItem& item) { return std::tuple(vrfOf(item), p
 
 }  // namespace
 
-bool RouteQuery::fits(const FibDbIp4forwardItem& route) const {
-  const Prefix prefix = prefixOf(route);
-  return (!vr || *vr == route.vr_id) && (!vrf || *vrf == route.vrf_index) && (!group || *group == route.attr_word_a) &&
+bool RouteQuery::fits(const Vrf& of, const Prefix& prefix, uint32_t ofGroup) const {
+  return (!vr || *vr == of.vr) && (!vrf || *vrf == of.index) && (!group || *group == ofGroup) &&
          prefix.length >= shortest && prefix.length <= longest && (!inside || coversAll(*inside, prefix)) &&
          (!covering || coversAll(prefix, *covering));
+}
+
+bool RouteQuery::fits(const FibDbIp4forwardItem& route) const {
+  return fits(vrfOf(route), prefixOf(route), route.attr_word_a);
 }
 
 const char* nameOf(RouteIndex index) {
@@ -86,9 +92,7 @@ uint64_t RouteSearch::count() {
     if (whole) return found;
   }
   index_ = RouteIndex::kNone;
-  found = 0;
-  everywhere([&](const FibDbIp4forwardItem&) { return ++found, true; });
-  return found;
+  return countEverywhere();
 }
 
 bool RouteSearch::search(const Take& take) {
@@ -100,7 +104,7 @@ bool RouteSearch::search(const Take& take) {
     case RouteIndex::kGroup:
       return ofGroup(take);
     case RouteIndex::kNone:
-      return everywhere(take);
+      break;  // counts alone do without an index
   }
   return true;
 }
@@ -161,13 +165,29 @@ bool RouteSearch::ofGroup(const Take& take) {
   return true;
 }
 
-bool RouteSearch::everywhere(const Take& take) {
-  RouteIterator routes(RouteIterator::Order::kAny);
-  while (const FibDbIp4forwardItem* route = routes.next()) {
-    ++routesRead_;
-    if (query_.fits(*route) && !take(*route)) return false;
-  }
-  return true;
+// Over the rows as they are stored: to make an item of each would take longer than all the rest.
+uint64_t RouteSearch::countEverywhere() {
+  struct Counting {
+    const RouteQuery& query;
+    uint64_t read = 0;
+    uint64_t found = 0;
+  };
+  Counting counting{query_};
+  const auto visit = [](const void* row, uint32_t, void* context) {
+    auto& counting = *static_cast<Counting*>(context);
+    FibDbIp4forwardRecord record{};
+    std::memcpy(&record, row, sizeof record);
+    ++counting.read;
+    const Prefix prefix{record.dest_ip_addr, record.mask_len};
+    if (counting.query.fits(Vrf{record.vr_id, record.vrf_index}, prefix, record.attr_word_a)) ++counting.found;
+    return interrupted() ? 1 : 0;
+  };
+  const uint32_t table = call<fibdb_engine_find_table>("ip4forward");
+  const uint32_t code = call<fibdb_engine_walk>(table, visit, &counting);
+  checkInterrupt();
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, "walking the routes: " + codeText(code));
+  routesRead_ += counting.read;
+  return counting.found;
 }
 
 }  // namespace fibdb::program

@@ -26,6 +26,7 @@ struct RouteQuery {
   std::optional<Prefix> inside = std::nullopt;    // it and all that it covers
   std::optional<Prefix> covering = std::nullopt;  // it and all that cover it
 
+  bool fits(const Vrf& vrf, const Prefix& prefix, uint32_t group) const;
   bool fits(const FibDbIp4forwardItem& route) const;
 };
 
@@ -57,7 +58,7 @@ class RouteSearch {
   bool coveringIn(const Vrf& vrf, const Take& take);
   bool insideOf(const Vrf& vrf, const Take& take);
   bool ofGroup(const Take& take);
-  bool everywhere(const Take& take);
+  uint64_t countEverywhere();
 
   const RouteQuery query_;
   RouteIndex index_;
