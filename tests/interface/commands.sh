@@ -36,7 +36,10 @@ awk '
     place = FILENAME ":" FNR
     refused = 0
     sub(/^\$ /, "", command)
-    if (sub(/^fibdb> /, "", command)) { gsub(/\047/, "\047\\\047\047", command); command = "fibdb -c \047" command "\047" }
+    if (sub(/^fibdb> /, "", command)) {
+      gsub(/\047/, "\047\\\047\047", command)
+      command = "fibdb -c \047" command "\047"
+    }
     next
   }
   /^(usage:|did you mean)/ { refused = 1 }

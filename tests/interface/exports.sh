@@ -23,7 +23,7 @@ refuse() {
   echo "$1:" && cat "$2"
   failed=1
 }
-exported() { nm -D --defined-only "$1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | LC_ALL=C sort -u; }
+exported() { "${NM:-nm}" -D --defined-only "$1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | LC_ALL=C sort -u; }
 
 grep -v '^#' "$here/exports.txt" >"$work/list"
 exported "$library" >"$work/exported"
@@ -37,7 +37,7 @@ cat "$root"/include/fibdb/common.h "$root"/include/fibdb/runtime.h "$root"/inclu
   LC_ALL=C sort -u >"$work/headers"
 same "libfibdb headers, against exports.txt" "$work/list" "$work/headers"
 
-nm -D --undefined-only "$library" | awk '{ print $NF }' | sed 's/@.*//' |
+"${NM:-nm}" -D --undefined-only "$library" | awk '{ print $NF }' | sed 's/@.*//' |
   grep -vE '^(db_|UFIB_DB_|(memcpy|memset|strcpy|strncpy)_s$)' |
   grep -vE '^(malloc|free|gettimeofday|memcpy|memset|__stack_chk_fail)$' |
   grep -vE '^(_ITM_|__cxa_finalize|__gmon_start__)' >"$work/undefined" || true

@@ -2,9 +2,11 @@
 # SPDX-FileCopyrightText: 2026 The fibdb authors
 # SPDX-License-Identifier: Apache-2.0
 # Installs a build into a root of its own, builds a C and a C++ program against what is there, and runs them.
-#   install.sh BUILD ROOT-OF-SOURCES CC CXX
+#   install.sh BUILD ROOT-OF-SOURCES CC CXX [EMULATOR...]
 set -eu
 build=$1 sources=$2 cc=$3 cxx=$4
+shift 4
+emulator=$*
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/usr
@@ -27,7 +29,7 @@ done
 expected="10.1.2.3 goes by 0x0A000000/8 to group 7"
 # ran COMMAND...: runs the example and looks at its answer.
 ran() {
-  answer=$("$@")
+  answer=$($emulator "$@")
   [ "$answer" = "$expected" ] || { echo "$*: \"$answer\", not \"$expected\""; exit 1; }
 }
 
@@ -40,6 +42,13 @@ for packages in "fibdb fibdb-engine" "fibdb-engine fibdb"; do
     ran "$work/example"
   done
 done
+
+# The documents' commands, word for word but for the compiler.
+ln -s "$sources/docs" "$work/docs"
+cat "$sources/README.md" "$sources"/docs/*.md |
+  sed -n "s|^    cc \(.*pkg-config.*\)|$cc \1|p" | sort -u >"$work/commands"
+[ "$(wc -l <"$work/commands")" -ge 2 ] || { echo "the documents do not say how to compile" && exit 1; }
+(cd "$work" && sh -e commands)
 
 mkdir "$work/cxx"
 cat >"$work/cxx/CMakeLists.txt" <<'END'
@@ -68,7 +77,7 @@ END
 cmake -S "$work/cxx" -B "$work/cxx/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" >"$work/log"
 cmake --build "$work/cxx/build" >"$work/log" || { cat "$work/log"; exit 1; }
 ran "$work/cxx/build/consumer"
-"$prefix/bin/fibdb" -c 'show tables' >/dev/null
+$emulator "$prefix/bin/fibdb" -c 'show tables' >/dev/null
 man=$(find "$prefix" -name fibdb.1)
 [ -s "$man" ] || { echo "no manual page"; exit 1; }
 for file in bash-completion/completions/fibdb zsh/site-functions/_fibdb; do
