@@ -1,0 +1,17 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tests/support/emulator.h: what an emulator of another machine cannot do.
+#ifndef FIBDB_TESTS_SUPPORT_EMULATOR_H
+#define FIBDB_TESTS_SUPPORT_EMULATOR_H
+
+#include <cstdlib>
+
+namespace fibdb::testing {
+
+// qemu-user 7.2 takes the threads that a parent had for its child's, and aborts the child when that starts one.
+inline bool childrenMayStartThreads() { return std::getenv("FIBDB_EMULATED") == nullptr; }
+inline constexpr const char* kNoThreadsInChildren = "the emulator ends a child of fork() that starts a thread";
+
+}  // namespace fibdb::testing
+
+#endif
