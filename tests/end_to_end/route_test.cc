@@ -145,7 +145,7 @@ TEST_F(RouteTest, A_process_that_reconnects_with_the_old_batch_object_is_told_so
 
 // A child sets both handles to 0 and connects: the parent's connection goes on beside it.
 TEST_F(RouteTest, A_child_of_fork_connects_anew_and_the_parents_connection_goes_on) {
-  if (!childrenMayStartThreads()) GTEST_SKIP() << kNoThreadsInChildren;
+  if (!emulation::childrenMayStartThreads()) GTEST_SKIP() << emulation::kNoThreadsInChildren;
   {
     Batch batch;
     ASSERT_EQ(batch.write(routeOf(0x0A000000, 8)), 0u);

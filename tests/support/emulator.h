@@ -6,12 +6,12 @@
 
 #include <cstdlib>
 
-namespace fibdb::testing {
+namespace fibdb::emulation {
 
 // qemu-user 7.2 takes the threads that a parent had for its child's, and aborts the child when that starts one.
 inline bool childrenMayStartThreads() { return std::getenv("FIBDB_EMULATED") == nullptr; }
 inline constexpr const char* kNoThreadsInChildren = "the emulator ends a child of fork() that starts a thread";
 
-}  // namespace fibdb::testing
+}  // namespace fibdb::emulation
 
 #endif

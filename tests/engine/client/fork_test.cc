@@ -183,7 +183,7 @@ int writeThroughOwnConnection(uint64_t parents) {
 }
 
 TEST_F(Fork, lets_the_child_open_a_connection_of_its_own_while_the_parents_is_busy) {
-  if (!childrenMayStartThreads()) GTEST_SKIP() << kNoThreadsInChildren;
+  if (!emulation::childrenMayStartThreads()) GTEST_SKIP() << emulation::kNoThreadsInChildren;
   uint64_t connection = 0, batch = 0;
   ASSERT_EQ(db_connect(0, 1000, &connection), 0u);
   ASSERT_EQ(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, connection, &batch), 0u);
@@ -241,7 +241,7 @@ TEST_F(Fork, in_a_completion_gives_a_child_whose_own_connections_work_and_that_l
 
 // Everything that takes a lock, in threads of the parent, while it forks; each child does the same things once.
 TEST_F(Fork, beside_busy_threads_gives_children_that_never_hang) {
-  if (!childrenMayStartThreads()) GTEST_SKIP() << kNoThreadsInChildren;
+  if (!emulation::childrenMayStartThreads()) GTEST_SKIP() << emulation::kNoThreadsInChildren;
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
   GTEST_SKIP() << "the sanitizer's own allocator hangs in a child whose parent was allocating in another thread";
