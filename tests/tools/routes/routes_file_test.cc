@@ -226,7 +226,7 @@ TEST_F(RoutesFile, garbage_behind_a_compressed_file_is_said) {
                         Case{"bz2", archive_write_add_filter_bzip2}, Case{"zst", archive_write_add_filter_zstd}}) {
     const std::string whole = ScratchFolder::read(compress(c.name, text, c.filter));
     // As much as is read at once with the end of what is compressed, and more than that.
-    for (const size_t garbage : {1, 200000}) {
+    for (const size_t garbage : {size_t{1}, size_t{200000}}) {
       SCOPED_TRACE(c.name + std::to_string(garbage));
       EXPECT_TRUE(read(folder_.write("f", whole + std::string(garbage, 'x'))).broken);
     }

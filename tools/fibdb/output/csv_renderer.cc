@@ -14,7 +14,7 @@ std::string cellOf(const Value& value) {
     return text;
   }
   if (std::holds_alternative<std::monostate>(value)) return "";
-  const std::string text = textOf(value, Format::kPlain, false);
+  std::string text = textOf(value, Format::kPlain, false);
   if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
   std::string quoted = "\"";
   for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);

@@ -48,6 +48,7 @@ std::vector<size_t> placesOf(const std::vector<std::string>& wanted, const std::
 template <class Element>
 std::vector<Element> elementsAt(const std::vector<size_t>& places, const std::vector<Element>& all) {
   std::vector<Element> some;
+  some.reserve(places.size());
   for (const size_t place : places) some.push_back(all[place]);
   return some;
 }
@@ -69,7 +70,7 @@ void Output::beginList(ListHead head) {
   listOpen_ = true;
 }
 
-void Output::row(Row values) { renderer_->row(places_.empty() ? values : elementsAt(places_, values)); }
+void Output::row(const Row& values) { renderer_->row(places_.empty() ? values : elementsAt(places_, values)); }
 
 void Output::endList() {
   if (listOpen_) renderer_->endList();

@@ -43,7 +43,7 @@ class Output {
 
   // Throws Failure (usage) when the list lacks a column that was asked for.
   void beginList(ListHead head);
-  void row(Row values);  // REQUIRES: as many as there are columns
+  void row(const Row& values);  // REQUIRES: as many as there are columns
   void endList();
 
   // One thing with its properties.

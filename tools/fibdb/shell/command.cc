@@ -79,6 +79,7 @@ class Candidates {
 
   static std::string nextWords(const std::vector<const Row*>& rows, size_t place) {
     std::vector<std::string_view> next;
+    next.reserve(rows.size());
     for (const Row* row : rows) next.push_back(row->words[place]);
     std::ranges::sort(next);
     next.erase(std::unique(next.begin(), next.end()), next.end());
@@ -236,8 +237,8 @@ std::vector<Choice> choices(std::span<const std::string> words) {
   if (ending != nullptr) append(found, viewChoices(*ending));
   std::erase_if(found, [&](const Choice& choice) { return !choice.word.starts_with(last); });
   std::ranges::stable_sort(found, {}, &Choice::word);
-  const auto twice = std::ranges::unique(found, {}, &Choice::word);
-  found.erase(twice.begin(), twice.end());
+  const auto same = [](const Choice& a, const Choice& b) { return a.word == b.word; };
+  found.erase(std::unique(found.begin(), found.end(), same), found.end());
   return found;
 }
 
