@@ -14,7 +14,8 @@ std::vector<std::string> linesOf(const std::string& text);
 // A terminal ends its lines with two characters. Times, rates and the process are masked.
 std::string masked(std::string text);
 
-// The same for the answer to this command: what is measured, and memory, keeps its words and its shape alone.
+// The same for the answer to this command: what is measured, and memory, keeps its shape without its numbers; where
+// these decide the shape, too, the words are left, each once.
 std::string maskedFor(const std::string& command, const std::string& text);
 
 }  // namespace fibdb::program

@@ -7,12 +7,18 @@
 namespace fibdb::program {
 namespace {
 
+// Six decimals at most, which is beyond what is measured here, and no exponent, which not every reader knows.
+std::string cellOf(double number) {
+  char text[512];
+  std::snprintf(text, sizeof text, "%.6f", number);
+  std::string cell = text;
+  cell.erase(cell.find_last_not_of('0') + 1);
+  if (cell.ends_with('.')) cell.pop_back();
+  return cell;
+}
+
 std::string cellOf(const Value& value) {
-  if (const auto* real = std::get_if<double>(&value)) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%.6g", *real);
-    return text;
-  }
+  if (const auto* real = std::get_if<double>(&value)) return cellOf(*real);
   if (std::holds_alternative<std::monostate>(value)) return "";
   std::string text = textOf(value, Format::kPlain, false);
   if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
