@@ -13,7 +13,7 @@
 namespace fibdb::program {
 namespace {
 
-constexpr std::array kMeasures{"bench", "explain", "show engine", "show metrics", "tour"};
+constexpr std::array kMeasures{"bench", "explain", "show engine", "show metrics", "tour", "trace"};
 // Where figures decide how wide a table is, and where a sentence breaks.
 constexpr std::array kReflowed{"bench", "load routes", "tour"};
 
