@@ -42,7 +42,7 @@ struct TableWalk {
     for (const auto& column : walk.columns) {
       values.push_back(valueAt(static_cast<const unsigned char*>(row) + column.offset, layoutOf(column)));
     }
-    walk.output.row(std::move(values));
+    walk.output.row(values);
     --walk.left;
     return 0;
   }
