@@ -70,7 +70,7 @@ TEST(ShowRoute, without_a_prefix_lists_every_route_of_every_vrf_in_key_order) {
                                                      "11.0.0.0/8", "10.1.0.0/16", "12.0.0.0/8"));
   EXPECT_THAT(prefixesFor("show route vr 1 vrf 7"), ElementsAre("10.1.0.0/16", "12.0.0.0/8"));
   EXPECT_EQ(answersTo("show route vr 1").at(0),
-            (nlohmann::json{{"prefix", "10.1.0.0/16"}, {"group", 5}, {"vr", 1}, {"vrf", 7}}));
+            (nlohmann::json{{"list", "routes"}, {"prefix", "10.1.0.0/16"}, {"group", 5}, {"vr", 1}, {"vrf", 7}}));
   EXPECT_THAT(jsonAnswers({"show route"}), IsEmpty());
 }
 

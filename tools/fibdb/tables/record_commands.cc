@@ -69,7 +69,7 @@ Status showList(Session& session, const RecordTable& table, const Walk& walk, co
     for (const Field& field : table.fields) {
       if (field.listed) row.push_back(shownOf(field, item.data()));
     }
-    session.output.row(std::move(row));
+    session.output.row(row);
   }
   session.output.endList();
   return Status::kOk;

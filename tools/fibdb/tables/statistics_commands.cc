@@ -37,7 +37,7 @@ void showTableStats(Session& session) {
     row.insert(row.end(), {stats.records, limitValue(stats.recordLimit), stats.bytes});
     row.insert(row.end(), {limitValue(stats.memoryLimit), bytesPerRecord(stats), stats.inserted});
     row.insert(row.end(), {stats.replaced, stats.updated, stats.removed, stats.refused});
-    session.output.row(std::move(row));
+    session.output.row(row);
   }
   session.output.endList();
 }
@@ -51,7 +51,7 @@ void showOne(Session& session, const std::string& name, const std::vector<Fact>&
     row.push_back(fact.value);
   }
   session.output.beginList(std::move(head));
-  session.output.row(std::move(row));
+  session.output.row(row);
   session.output.endList();
 }
 
@@ -111,7 +111,7 @@ Status showErrors(Session& session, Arguments& arguments) {
   for (size_t table = 0; table < kErrorRows.size(); ++table) {
     std::vector<Value> row{std::string(kErrorRows[table])};
     for (const uint32_t failures : g_fibDbErrStat[table]) row.push_back(uint64_t{failures});
-    session.output.row(std::move(row));
+    session.output.row(row);
   }
   session.output.endList();
   // What the matrix cannot know: nobody in the library learns of it.
