@@ -71,7 +71,7 @@ TEST(Prompt, tab_completes_commands_and_tables) {
   program.type("show e\t");
   EXPECT_TRUE(
       program.waitFor("engine  memory, limits and counters of the database\r\n"
-                      "errors  failures that the library counted, by table and operation\r\n"));
+                      "errors  failures that the library counted, and where others are counted\r\n"));
   program.type("\x03");
   ASSERT_TRUE(program.waitFor("^C"));  // the terminal drops what is typed before
   ASSERT_TRUE(program.waitFor(kPrompt));
