@@ -205,17 +205,16 @@ uint32_t fibdb_engine_walk_range(uint32_t table, uint32_t index, const void* low
 uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed) {
   store::Table* found = nullptr;
   if (const uint32_t code = findTable(table, found)) return code;
-  const schema::Index& primary = found->layout().indexes.front();
-  const store::KeyShape shape(primary.parts());
+  const schema::Index& primary = found->layout().primary();
   uint64_t gone = 0;
   store::Cursor cursor;
   cursor.openAll(*found);
   alignas(8) uint8_t row[schema::kMaxRowLength];
-  uint8_t key[schema::kMaxKeyLength];
+  store::Key key;
   uint32_t code = 0;
   while (code == 0 && cursor.next(row) == 0) {
     uint64_t one = 0;
-    shape.pack(row, key);
+    found->keyOf(row, key);
     code = found->remove(primary, key, one);
     gone += one;
     if (code == DB_ERR_NO_DATA) code = 0;  // another was faster

@@ -152,13 +152,15 @@ class Draft {
   Ref refs_[kMaxRefs];
 };
 
-// Puts the draft in the place of the node that the link leads to, or nothing if nothing is left in it.
-void replace(Heap& heap, Ref& link, const Draft& draft) {
+// Puts the draft in the place of the node that the link leads to, or nothing if nothing is left in it. The node that
+// stood there is to be retired once shortcuts lead past it, too.
+[[nodiscard]] Ref replace(Heap& heap, Ref& link, const Draft& draft) {
   const Ref replaced = link;
-  const uint32_t bytes = bytesOf(*heap.at<Node>(replaced));
   publish(link, draft.empty() ? kNoRef : draft.commit(heap));
-  heap.retire(replaced, bytes);
+  return replaced;
 }
+
+void retire(Heap& heap, Ref node) { heap.retire(node, bytesOf(*heap.at<Node>(node))); }
 
 // Sets a value that readers may be looking at and returns the one before.
 uint32_t exchange(uint32_t& value, uint32_t to) {
@@ -403,6 +405,7 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
     return 0U;
   });
   if (known != 0) return known;
+  Ref replaced = kNoRef;
   if (*link == kNoRef) {
     publish(*link, branch(*heap_, 0, addr, depth, value));
   } else {
@@ -412,10 +415,11 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
     } else {
       draft.addChild(chunkOf(addr, level), branch(*heap_, level + 1, addr, depth, value));
     }
-    replace(*heap_, *link, draft);
+    replaced = replace(*heap_, *link, draft);
   }
   store(state_->count, state_->count + 1);
   if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
+  if (replaced != kNoRef) retire(*heap_, replaced);
   return 0;
 }
 
@@ -449,12 +453,10 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
     draft = Draft(*heap_->at<Node>(*link));
     draft.removeChild(chunkOf(addr, level - 1));
   }
-  replace(*heap_, *link, draft);
+  const Ref replaced = replace(*heap_, *link, draft);
   if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
-  while (emptiedCount > 0) {
-    const Ref node = emptied[--emptiedCount];
-    heap_->retire(node, bytesOf(*heap_->at<Node>(node)));
-  }
+  retire(*heap_, replaced);
+  while (emptiedCount > 0) retire(*heap_, emptied[--emptiedCount]);
   store(state_->count, state_->count - 1);
   if (state_->root == kNoRef) retireShortcuts();
   return value;

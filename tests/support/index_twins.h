@@ -143,6 +143,10 @@ class StoredPrefixes : public Ground {
     begin(LongestPrefixIndex::kMaxWriteBytes);
     return index_.erase(addr, length);
   }
+  void grow(uint32_t addr) { index_.grow(addr, 0); }
+  uint32_t shortcutBlocks() const {
+    return static_cast<uint32_t>(std::ranges::count_if(root_.shortcuts, [](Ref block) { return block != kNoRef; }));
+  }
   bool shortcutsLeadRight() const { return index_.shortcutsLeadRight(); }
   // The trie as a reader holds it that has followed the root and no further.
   LongestPrefixState held() const { return root_; }

@@ -110,15 +110,6 @@ constexpr Call kCalls[] = {
      }},
 };
 
-constexpr FibDbTableDesc kArGroup{"ar_group_attr",
-                                  db_create_ar_group_attr_obj,
-                                  db_release_ar_group_attr_object,
-                                  db_reset_ar_group_attr_object,
-                                  db_set_ar_group_attr_all_fields,
-                                  0,
-                                  0};
-constexpr uint32_t kArGroupId = 11;
-
 void* pointerOf(uint64_t word) { return reinterpret_cast<void*>(static_cast<uintptr_t>(word)); }
 
 // What is alive: one handle of each sort, of the table with child nodes.

@@ -101,6 +101,16 @@ inline constexpr uint32_t kRouteOrdered = 0x0402000D;
 inline constexpr uint32_t kArGroupKey = 0x00010009;
 inline constexpr uint32_t kArGroupByWords = 0x01090008;
 
+// A table of the service: how it is registered, and the id that tests give it.
+inline constexpr FibDbTableDesc kArGroup{"ar_group_attr",
+                                         db_create_ar_group_attr_obj,
+                                         db_release_ar_group_attr_object,
+                                         db_reset_ar_group_attr_object,
+                                         db_set_ar_group_attr_all_fields,
+                                         0,
+                                         0};
+inline constexpr uint32_t kArGroupId = 11;
+
 inline Key nhpKey(uint32_t index) { return makeKey(TableId::nhp, kNhpKey, {index}); }
 inline Key routeKey(uint32_t addr, uint8_t mask, uint32_t indexId = kRouteKey) {
   return makeKey(TableId::ip4forward, indexId, {0, 0, addr, mask});

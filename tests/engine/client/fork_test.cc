@@ -16,15 +16,6 @@
 namespace fibdb::testing {
 namespace {
 
-constexpr uint32_t kId = 11;
-constexpr FibDbTableDesc kArGroup{"ar_group_attr",
-                                  db_create_ar_group_attr_obj,
-                                  db_release_ar_group_attr_object,
-                                  db_reset_ar_group_attr_object,
-                                  db_set_ar_group_attr_all_fields,
-                                  0,
-                                  0};
-
 // In a child nothing of the test framework may be used; what went wrong first is its exit status, by line.
 #define CHECK_IN_CHILD(condition) \
   if (!(condition)) return __LINE__ % 255 + 1
@@ -54,7 +45,7 @@ uint32_t createGroup(uint32_t word1, uint8_t byte) {
   Row row(TableId::ar_group_attr);
   row.set("keyWord1", word1).set("keyByte", byte);
   const FibDbUfibData entry{row.data(), row.length()};
-  return UFIB_DB_Create(kId, &entry);
+  return UFIB_DB_Create(kArGroupId, &entry);
 }
 
 uint32_t addAndExecute(uint64_t batch, const Row& row) {
@@ -68,7 +59,7 @@ class Fork : public EngineTest {
  protected:
   void SetUp() override {
     EngineTest::SetUp();
-    ASSERT_EQ(UFIB_DB_TableRegister(kId, &kArGroup), 0u);
+    ASSERT_EQ(UFIB_DB_TableRegister(kArGroupId, &kArGroup), 0u);
   }
 };
 
@@ -94,7 +85,7 @@ TEST_F(Fork, makes_the_parents_objects_and_iterators_stale_in_the_child_and_leav
   uint64_t iter = 0;
   ASSERT_EQ(db_create_root_iter(object, nullptr, nullptr, &iter), 0u);
   ASSERT_EQ(db_root_iterator_next(iter), 0u);
-  void* const entries = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
+  void* const entries = UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY);
   EXPECT_EQ(
       inChild([&] {
         FibDbEngineArenaStats stats{};
@@ -105,15 +96,15 @@ TEST_F(Fork, makes_the_parents_objects_and_iterators_stale_in_the_child_and_leav
         CHECK_IN_CHILD(db_release_ip4forward_object(object) == DB_ERR_BAD_HANDLE);
         Row group(TableId::ar_group_attr);
         FibDbUfibData entry{group.data(), group.length()};
-        CHECK_IN_CHILD(UFIB_DB_GetNextEntry(kId, entries, &entry) == DB_ERR_BAD_HANDLE);
-        CHECK_IN_CHILD(UFIB_DB_ReleaseIterator(kId, entries) == DB_ERR_BAD_HANDLE);
+        CHECK_IN_CHILD(UFIB_DB_GetNextEntry(kArGroupId, entries, &entry) == DB_ERR_BAD_HANDLE);
+        CHECK_IN_CHILD(UFIB_DB_ReleaseIterator(kArGroupId, entries) == DB_ERR_BAD_HANDLE);
         return 0;
       }),
       0);
   EXPECT_EQ(db_root_iterator_next(iter), 0u);
   EXPECT_EQ(db_root_iterator_next(iter), 0u);
   EXPECT_EQ(db_root_iterator_next(iter), DB_ERR_ITER_END);
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, entries), 0u);
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, entries), 0u);
 }
 
 // Far more than the parent had, so that every slot of the parent's is taken again.
@@ -121,19 +112,21 @@ TEST_F(Fork, lets_no_new_handle_of_the_child_look_like_one_of_the_parent) {
   std::vector<uint64_t> parents(200);
   for (uint64_t& object : parents) ASSERT_EQ(db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &object), 0u);
   std::vector<void*> iterators(20);
-  for (void*& iterator : iterators) iterator = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
+  for (void*& iterator : iterators) iterator = UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY);
   EXPECT_EQ(inChild([&] {
               std::array<uint64_t, 500> own{};
               for (uint64_t& object : own) CHECK_IN_CHILD(db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &object) == 0);
-              for (int i = 0; i < 20; ++i) CHECK_IN_CHILD(UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY) != nullptr);
+              for (int i = 0; i < 20; ++i)
+                CHECK_IN_CHILD(UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY) != nullptr);
               for (const uint64_t parent : parents) CHECK_IN_CHILD(db_release_nhp_object(parent) == DB_ERR_BAD_HANDLE);
-              for (void* parent : iterators) CHECK_IN_CHILD(UFIB_DB_ReleaseIterator(kId, parent) == DB_ERR_BAD_HANDLE);
+              for (void* parent : iterators)
+                CHECK_IN_CHILD(UFIB_DB_ReleaseIterator(kArGroupId, parent) == DB_ERR_BAD_HANDLE);
               for (const uint64_t object : own) CHECK_IN_CHILD(db_release_nhp_object(object) == 0);
               return 0;
             }),
             0);
   for (const uint64_t object : parents) EXPECT_EQ(db_release_nhp_object(object), 0u);
-  for (void* iterator : iterators) EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iterator), 0u);
+  for (void* iterator : iterators) EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, iterator), 0u);
 }
 
 TEST_F(Fork, leaves_connections_and_their_batches_to_the_parent) {
@@ -280,8 +273,8 @@ TEST_F(Fork, beside_busy_threads_gives_children_that_never_hang) {
     for (uint32_t i = 0; !done; ++i) {
       const uint32_t code = createGroup(i % 5000, 1);
       ASSERT_TRUE(code == 0 || code == DB_ERR_EXISTS) << code;
-      ASSERT_EQ(UFIB_DB_TableRegister(kId, &kArGroup), 0u);
-      ASSERT_EQ(UFIB_DB_ReleaseIterator(kId, UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY)), 0u);
+      ASSERT_EQ(UFIB_DB_TableRegister(kArGroupId, &kArGroup), 0u);
+      ASSERT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY)), 0u);
     }
   });
   int wrong = 0;
@@ -290,9 +283,9 @@ TEST_F(Fork, beside_busy_threads_gives_children_that_never_hang) {
       CHECK_IN_CHILD(writeRoute(route(0xB0000000, 32)) == 0);
       CHECK_IN_CHILD(removeRoutes(routeKey(0xB0000000, 32)) == 0);
       CHECK_IN_CHILD(createGroup(7, 2) == 0);
-      void* const entries = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
-      CHECK_IN_CHILD(UFIB_DB_ReleaseIterator(kId, entries) == 0);
-      CHECK_IN_CHILD(UFIB_DB_TableRegister(kId, &kArGroup) == 0);
+      void* const entries = UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY);
+      CHECK_IN_CHILD(UFIB_DB_ReleaseIterator(kArGroupId, entries) == 0);
+      CHECK_IN_CHILD(UFIB_DB_TableRegister(kArGroupId, &kArGroup) == 0);
       FibDbEngineArenaStats stats{};
       CHECK_IN_CHILD(fibdb_engine_arena_stats(&stats) == 0 && stats.objects == 0 && stats.connections == 0);
       return writeThroughOwnConnection(0);

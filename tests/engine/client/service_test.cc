@@ -11,14 +11,6 @@
 namespace fibdb::testing {
 namespace {
 
-constexpr uint32_t kId = 11;
-constexpr FibDbTableDesc kArGroup{"ar_group_attr",
-                                  db_create_ar_group_attr_obj,
-                                  db_release_ar_group_attr_object,
-                                  db_reset_ar_group_attr_object,
-                                  db_set_ar_group_attr_all_fields,
-                                  0,
-                                  0};
 constexpr FibDbTableDesc kRoutes{"ip4forward",
                                  db_create_ip4forward_obj,
                                  db_release_ip4forward_object,
@@ -40,7 +32,7 @@ Key wordsKey(uint32_t word1, uint32_t word2) {
   return makeKey(TableId::ar_group_attr, kArGroupByWords, {word1, word2});
 }
 
-uint32_t create(const Row& row, uint32_t id = kId) {
+uint32_t create(const Row& row, uint32_t id = kArGroupId) {
   const FibDbUfibData entry{const_cast<void*>(row.data()), row.length()};
   return UFIB_DB_Create(id, &entry);
 }
@@ -48,7 +40,7 @@ uint32_t create(const Row& row, uint32_t id = kId) {
 uint32_t read(const Key& key, Row& row, decltype(&UFIB_DB_Read) call = UFIB_DB_Read) {
   const FibDbUfibKey request = key.request();
   FibDbUfibData entry{row.data(), row.length()};
-  return call(kId, &request, &entry);
+  return call(kArGroupId, &request, &entry);
 }
 
 uint32_t stageSmoothId(const FibDbUfibData* context, uint64_t object) {
@@ -60,14 +52,14 @@ class Service : public EngineTest {
  protected:
   void SetUp() override {
     EngineTest::SetUp();
-    ASSERT_EQ(UFIB_DB_TableRegister(kId, &kArGroup), 0u);
+    ASSERT_EQ(UFIB_DB_TableRegister(kArGroupId, &kArGroup), 0u);
   }
 };
 
 TEST_F(Registration, of_the_same_name_again_is_fine_and_of_another_is_not) {
-  EXPECT_EQ(UFIB_DB_TableRegister(kId, &kArGroup), 0u);
-  EXPECT_EQ(UFIB_DB_TableRegister(kId, &kArGroup), 0u);
-  EXPECT_EQ(UFIB_DB_TableRegister(kId, &kRoutes), DB_ERR_ALREADY_REGISTERED);
+  EXPECT_EQ(UFIB_DB_TableRegister(kArGroupId, &kArGroup), 0u);
+  EXPECT_EQ(UFIB_DB_TableRegister(kArGroupId, &kArGroup), 0u);
+  EXPECT_EQ(UFIB_DB_TableRegister(kArGroupId, &kRoutes), DB_ERR_ALREADY_REGISTERED);
   EXPECT_EQ(UFIB_DB_TableRegister(12, &kRoutes), 0u);
 }
 
@@ -79,11 +71,11 @@ TEST_F(Registration, covers_ids_0_to_63) {
 }
 
 TEST_F(Registration, needs_a_whole_descriptor) {
-  EXPECT_EQ(UFIB_DB_TableRegister(kId, nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_TableRegister(kArGroupId, nullptr), DB_ERR_NULL_ARGUMENT);
   const auto refused = [](auto&& spoil) {
     FibDbTableDesc desc = kArGroup;
     spoil(desc);
-    EXPECT_EQ(UFIB_DB_TableRegister(kId, &desc), DB_ERR_BAD_DESCRIPTOR);
+    EXPECT_EQ(UFIB_DB_TableRegister(kArGroupId, &desc), DB_ERR_BAD_DESCRIPTOR);
   };
   const std::string longName(64, 'n');
   refused([](FibDbTableDesc& desc) { desc.name = nullptr; });
@@ -100,11 +92,11 @@ TEST_F(Registration, copies_the_descriptor_and_its_name) {
     std::string name = "ar_group_attr";
     FibDbTableDesc desc = kArGroup;
     desc.name = name.c_str();
-    ASSERT_EQ(UFIB_DB_TableRegister(kId, &desc), 0u);
+    ASSERT_EQ(UFIB_DB_TableRegister(kArGroupId, &desc), 0u);
     name.assign(name.size(), 'x');
     desc = {};
   }
-  EXPECT_EQ(UFIB_DB_TableRegister(kId, &kArGroup), 0u);
+  EXPECT_EQ(UFIB_DB_TableRegister(kArGroupId, &kArGroup), 0u);
   EXPECT_EQ(create(group(1, 2, 3)), 0u);
 }
 
@@ -114,7 +106,7 @@ TEST_F(Registration, is_needed_by_every_call) {
   Row row(TableId::ar_group_attr);
   FibDbUfibData entry{row.data(), row.length()};
   uint32_t count = 0;
-  for (const uint32_t id : {kId, 63u, 64u, UINT32_MAX}) {
+  for (const uint32_t id : {kArGroupId, 63u, 64u, UINT32_MAX}) {
     EXPECT_EQ(UFIB_DB_Create(id, &entry), DB_ERR_NOT_REGISTERED);
     EXPECT_EQ(UFIB_DB_Read(id, &request, &entry), DB_ERR_NOT_REGISTERED);
     EXPECT_EQ(UFIB_DB_ReadUniqueHash(id, &request, &entry), DB_ERR_NOT_REGISTERED);
@@ -173,14 +165,14 @@ TEST_F(Service, entries_and_buffers_have_the_length_of_the_row) {
   const FibDbUfibKey request = key.request();
   for (const uint32_t length : {0u, 119u, 121u, 136u}) {
     FibDbUfibData entry{row.data(), length};
-    EXPECT_EQ(UFIB_DB_Create(kId, &entry), DB_ERR_BAD_LENGTH);
-    EXPECT_EQ(UFIB_DB_Read(kId, &request, &entry), DB_ERR_BAD_LENGTH);
+    EXPECT_EQ(UFIB_DB_Create(kArGroupId, &entry), DB_ERR_BAD_LENGTH);
+    EXPECT_EQ(UFIB_DB_Read(kArGroupId, &request, &entry), DB_ERR_BAD_LENGTH);
   }
   FibDbUfibData nowhere{nullptr, row.length()};
-  EXPECT_EQ(UFIB_DB_Create(kId, &nowhere), DB_ERR_NULL_ARGUMENT);
-  EXPECT_EQ(UFIB_DB_Read(kId, &request, &nowhere), DB_ERR_NULL_ARGUMENT);
-  EXPECT_EQ(UFIB_DB_Create(kId, nullptr), DB_ERR_NULL_ARGUMENT);
-  EXPECT_EQ(UFIB_DB_Read(kId, &request, nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_Create(kArGroupId, &nowhere), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_Read(kArGroupId, &request, &nowhere), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_Create(kArGroupId, nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_Read(kArGroupId, &request, nullptr), DB_ERR_NULL_ARGUMENT);
 }
 
 TEST_F(Service, key_requests_must_be_whole_and_consistent) {
@@ -190,12 +182,12 @@ TEST_F(Service, key_requests_must_be_whole_and_consistent) {
     Row row(TableId::ar_group_attr);
     FibDbUfibData entry{row.data(), row.length()};
     uint32_t count = 0;
-    EXPECT_EQ(UFIB_DB_Read(kId, request, &entry), code);
-    EXPECT_EQ(UFIB_DB_ReadUniqueHash(kId, request, &entry), code);
-    EXPECT_EQ(UFIB_DB_Update(kId, request, &entry, stageSmoothId), code);
-    EXPECT_EQ(UFIB_DB_Delete(kId, request), code);
-    EXPECT_EQ(UFIB_DB_CountByKey(kId, request, &count), code);
-    EXPECT_EQ(UFIB_DB_CreateIteratorByKey(kId, FIB_DB_NO_PROPERTY, request), nullptr);
+    EXPECT_EQ(UFIB_DB_Read(kArGroupId, request, &entry), code);
+    EXPECT_EQ(UFIB_DB_ReadUniqueHash(kArGroupId, request, &entry), code);
+    EXPECT_EQ(UFIB_DB_Update(kArGroupId, request, &entry, stageSmoothId), code);
+    EXPECT_EQ(UFIB_DB_Delete(kArGroupId, request), code);
+    EXPECT_EQ(UFIB_DB_CountByKey(kArGroupId, request, &count), code);
+    EXPECT_EQ(UFIB_DB_CreateIteratorByKey(kArGroupId, FIB_DB_NO_PROPERTY, request), nullptr);
   };
   expect(DB_ERR_NULL_ARGUMENT, nullptr);
   FibDbUfibKey request = key.request();
@@ -218,14 +210,14 @@ TEST_F(Service, an_update_changes_what_the_setter_stages) {
   const FibDbUfibKey request = key.request();
   uint32_t smoothId = 42;
   const FibDbUfibData context{&smoothId, sizeof smoothId};
-  ASSERT_EQ(UFIB_DB_Update(kId, &request, &context, stageSmoothId), 0u);
+  ASSERT_EQ(UFIB_DB_Update(kArGroupId, &request, &context, stageSmoothId), 0u);
   Row row(TableId::ar_group_attr);
   ASSERT_EQ(read(key, row), 0u);
   EXPECT_EQ(row, group(1, 2, 3).set("attrWord1", 7).set("table_smooth_id", 42));
   const Key missing = groupKey(9, 9, 9);
   const FibDbUfibKey missingRequest = missing.request();
-  EXPECT_EQ(UFIB_DB_Update(kId, &missingRequest, &context, stageSmoothId), DB_ERR_NO_DATA);
-  EXPECT_EQ(UFIB_DB_Update(kId, &request, &context, nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_Update(kArGroupId, &missingRequest, &context, stageSmoothId), DB_ERR_NO_DATA);
+  EXPECT_EQ(UFIB_DB_Update(kArGroupId, &request, &context, nullptr), DB_ERR_NULL_ARGUMENT);
 }
 
 TEST_F(Service, an_update_whose_setter_fails_changes_nothing_and_returns_its_code) {
@@ -237,7 +229,7 @@ TEST_F(Service, an_update_whose_setter_fails_changes_nothing_and_returns_its_cod
     EXPECT_EQ(db_set_ar_group_attr_table_smooth_id(object, 5), 0u);
     return 7;
   };
-  EXPECT_EQ(UFIB_DB_Update(kId, &request, nullptr, failing), 7u);
+  EXPECT_EQ(UFIB_DB_Update(kArGroupId, &request, nullptr, failing), 7u);
   Row row(TableId::ar_group_attr);
   ASSERT_EQ(read(key, row), 0u);
   EXPECT_EQ(row.get("table_smooth_id"), 0u);
@@ -247,8 +239,8 @@ TEST_F(Service, a_delete_removes_the_record_and_a_second_one_is_15005) {
   ASSERT_EQ(create(group(1, 2, 3)), 0u);
   const Key key = groupKey(1, 2, 3);
   const FibDbUfibKey request = key.request();
-  EXPECT_EQ(UFIB_DB_Delete(kId, &request), 0u);
-  EXPECT_EQ(UFIB_DB_Delete(kId, &request), DB_ERR_NO_DATA);
+  EXPECT_EQ(UFIB_DB_Delete(kArGroupId, &request), 0u);
+  EXPECT_EQ(UFIB_DB_Delete(kArGroupId, &request), DB_ERR_NO_DATA);
   EXPECT_EQ(create(group(1, 2, 3)), 0u);
 }
 
@@ -258,9 +250,9 @@ TEST_F(Service, counts_the_records_of_a_key) {
   const Key key = wordsKey(1, 2);
   const FibDbUfibKey request = key.request();
   uint32_t count = 0;
-  ASSERT_EQ(UFIB_DB_CountByKey(kId, &request, &count), 0u);
+  ASSERT_EQ(UFIB_DB_CountByKey(kArGroupId, &request, &count), 0u);
   EXPECT_EQ(count, 5u);
-  EXPECT_EQ(UFIB_DB_CountByKey(kId, &request, nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_CountByKey(kArGroupId, &request, nullptr), DB_ERR_NULL_ARGUMENT);
 }
 
 TEST_F(Service, iterators_return_entries_until_110012) {
@@ -269,17 +261,18 @@ TEST_F(Service, iterators_return_entries_until_110012) {
   FibDbUfibData entry{row.data(), row.length()};
   const auto keyBytes = [&](void* iter) {
     std::multiset<uint64_t> seen;
-    while (UFIB_DB_GetNextEntry(kId, iter, &entry) == 0) seen.insert(row.get("keyByte"));
-    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &entry), DB_ERR_ITER_END);
-    EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iter), 0u);
+    while (UFIB_DB_GetNextEntry(kArGroupId, iter, &entry) == 0) seen.insert(row.get("keyByte"));
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, &entry), DB_ERR_ITER_END);
+    EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, iter), 0u);
     return seen;
   };
   // This table has no vr_id, so any property is ignored.
-  EXPECT_EQ(keyBytes(UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY)), (std::multiset<uint64_t>{0, 1, 2, 3, 4}));
-  EXPECT_EQ(keyBytes(UFIB_DB_CreateIterator(kId, 5)), (std::multiset<uint64_t>{0, 1, 2, 3, 4}));
+  EXPECT_EQ(keyBytes(UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY)), (std::multiset<uint64_t>{0, 1, 2, 3, 4}));
+  EXPECT_EQ(keyBytes(UFIB_DB_CreateIterator(kArGroupId, 5)), (std::multiset<uint64_t>{0, 1, 2, 3, 4}));
   const Key key = wordsKey(1, 1);
   const FibDbUfibKey request = key.request();
-  EXPECT_EQ(keyBytes(UFIB_DB_CreateIteratorByKey(kId, FIB_DB_NO_PROPERTY, &request)), (std::multiset<uint64_t>{3, 4}));
+  EXPECT_EQ(keyBytes(UFIB_DB_CreateIteratorByKey(kArGroupId, FIB_DB_NO_PROPERTY, &request)),
+            (std::multiset<uint64_t>{3, 4}));
 }
 
 TEST_F(Service, a_step_with_a_buffer_that_cannot_take_the_entry_loses_none) {
@@ -287,20 +280,20 @@ TEST_F(Service, a_step_with_a_buffer_that_cannot_take_the_entry_loses_none) {
   Row row(TableId::ar_group_attr);
   FibDbUfibData entry{row.data(), row.length()}, shorter{row.data(), 119}, longer{row.data(), 121},
       nowhere{nullptr, 120};
-  void* iter = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
+  void* iter = UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY);
   std::set<uint64_t> seen;
   for (int step = 0; step < 3; ++step) {
-    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, nullptr), DB_ERR_NULL_ARGUMENT);
-    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &nowhere), DB_ERR_NULL_ARGUMENT);
-    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &shorter), DB_ERR_BAD_LENGTH);
-    EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &longer), DB_ERR_BAD_LENGTH);
-    ASSERT_EQ(UFIB_DB_GetNextEntry(kId, iter, &entry), 0u);
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, nullptr), DB_ERR_NULL_ARGUMENT);
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, &nowhere), DB_ERR_NULL_ARGUMENT);
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, &shorter), DB_ERR_BAD_LENGTH);
+    EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, &longer), DB_ERR_BAD_LENGTH);
+    ASSERT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, &entry), 0u);
     seen.insert(row.get("keyByte"));
   }
   EXPECT_EQ(seen, (std::set<uint64_t>{0, 1, 2}));
-  EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &shorter), DB_ERR_BAD_LENGTH);
-  EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &entry), DB_ERR_ITER_END);
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iter), 0u);
+  EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, &shorter), DB_ERR_BAD_LENGTH);
+  EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, &entry), DB_ERR_ITER_END);
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, iter), 0u);
 }
 
 TEST_F(Service, an_iterator_property_keeps_one_vr_where_the_table_has_them) {
@@ -316,21 +309,21 @@ TEST_F(Service, an_iterator_property_keeps_one_vr_where_the_table_has_them) {
     ++seen;
   }
   EXPECT_EQ(seen, 4);
-  EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, &entry), DB_ERR_BAD_HANDLE) << "an iterator of another table";
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iter), DB_ERR_BAD_HANDLE);
+  EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, &entry), DB_ERR_BAD_HANDLE) << "an iterator of another table";
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, iter), DB_ERR_BAD_HANDLE);
   EXPECT_EQ(UFIB_DB_ReleaseIterator(40, iter), 0u);
 }
 
 TEST_F(Service, a_stale_or_foreign_iterator_is_an_error) {
-  void* iter = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
+  void* iter = UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY);
   ASSERT_NE(iter, nullptr);
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iter), 0u);
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iter), DB_ERR_BAD_HANDLE);
-  void* again = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, iter), 0u);
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, iter), DB_ERR_BAD_HANDLE);
+  void* again = UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY);
   EXPECT_NE(again, iter);
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iter), DB_ERR_BAD_HANDLE) << "its slot serves another iterator now";
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, &again), DB_ERR_BAD_HANDLE) << "any other pointer";
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, again), 0u);
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, iter), DB_ERR_BAD_HANDLE) << "its slot serves another iterator now";
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, &again), DB_ERR_BAD_HANDLE) << "any other pointer";
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, again), 0u);
 }
 
 // The sanitizer of threads watches, too: what the loser reads may be another iterator's by then.
@@ -348,7 +341,7 @@ TEST_F(Service, of_two_releases_of_one_iterator_beside_a_creator_one_is_refused)
           std::this_thread::yield();
           continue;
         }
-        const uint32_t code = UFIB_DB_ReleaseIterator(kId, iter);
+        const uint32_t code = UFIB_DB_ReleaseIterator(kArGroupId, iter);
         EXPECT_TRUE(code == 0 || code == DB_ERR_BAD_HANDLE) << code;
         if (code != 0) continue;
         ++accepted;
@@ -357,7 +350,7 @@ TEST_F(Service, of_two_releases_of_one_iterator_beside_a_creator_one_is_refused)
     });
   }
   for (int i = 0; i < kIterators; ++i) {
-    void* const iter = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
+    void* const iter = UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY);
     EXPECT_NE(iter, nullptr);
     for (void* nothing = nullptr; !offered.compare_exchange_weak(nothing, iter); nothing = nullptr) {
       std::this_thread::yield();
@@ -372,14 +365,14 @@ TEST_F(Service, of_two_releases_of_one_iterator_beside_a_creator_one_is_refused)
 TEST_F(Service, an_iterator_that_cannot_be_made_is_null) {
   const Key unknown{{0x07090004, 0, 0}, std::string(4, '\0')};
   const FibDbUfibKey request = unknown.request();
-  EXPECT_EQ(UFIB_DB_CreateIteratorByKey(kId, FIB_DB_NO_PROPERTY, &request), nullptr);
+  EXPECT_EQ(UFIB_DB_CreateIteratorByKey(kArGroupId, FIB_DB_NO_PROPERTY, &request), nullptr);
   Row row(TableId::ar_group_attr);
   FibDbUfibData entry{row.data(), row.length()};
-  EXPECT_EQ(UFIB_DB_GetNextEntry(kId, nullptr, &entry), DB_ERR_NULL_ARGUMENT);
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, nullptr), DB_ERR_NULL_ARGUMENT);
-  void* iter = UFIB_DB_CreateIterator(kId, FIB_DB_NO_PROPERTY);
-  EXPECT_EQ(UFIB_DB_GetNextEntry(kId, iter, nullptr), DB_ERR_NULL_ARGUMENT);
-  EXPECT_EQ(UFIB_DB_ReleaseIterator(kId, iter), 0u);
+  EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, nullptr, &entry), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, nullptr), DB_ERR_NULL_ARGUMENT);
+  void* iter = UFIB_DB_CreateIterator(kArGroupId, FIB_DB_NO_PROPERTY);
+  EXPECT_EQ(UFIB_DB_GetNextEntry(kArGroupId, iter, nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(UFIB_DB_ReleaseIterator(kArGroupId, iter), 0u);
 }
 
 TEST_F(Service, system_time_is_in_microseconds_since_the_epoch) {

@@ -254,6 +254,27 @@ TEST(LongestPrefixIndex, erasing_a_hundred_thousand_prefixes_gives_back_all_memo
   EXPECT_EQ(index.bytesInUse(), 0u);
 }
 
+// The shortcuts of a sixteenth of the address space come with an insert there, once the trie is large.
+TEST(LongestPrefixIndex, a_large_trie_gets_shortcuts_and_gives_them_back_when_it_is_emptied) {
+  StoredPrefixes index;
+  constexpr uint32_t kMany = 2048;
+  for (uint32_t n = 0; n < kMany; ++n) {
+    EXPECT_EQ(index.shortcutBlocks(), 0u) << "after " << n;
+    index.insert(ip(10, n >> 8, n, 0), 24, n + 1);
+    index.grow(ip(10, n >> 8, n, 0));
+  }
+  EXPECT_EQ(index.shortcutBlocks(), 1u);
+  index.insert(ip(192, 0, 2, 0), 24, 1);
+  index.grow(ip(192, 0, 2, 0));
+  EXPECT_EQ(index.shortcutBlocks(), 2u);
+  EXPECT_TRUE(index.shortcutsLeadRight());
+  index.erase(ip(192, 0, 2, 0), 24);
+  for (uint32_t n = 0; n < kMany; ++n) index.erase(ip(10, n >> 8, n, 0), 24);
+  EXPECT_EQ(index.shortcutBlocks(), 0u);
+  index.rest();
+  EXPECT_EQ(index.bytesInUse(), 0u);
+}
+
 TEST(LongestPrefixIndex, changing_a_value_copies_nothing) {
   StoredPrefixes index;
   index.insert(ip(192, 0, 2, 0), 24, 1);
