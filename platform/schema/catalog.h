@@ -7,12 +7,10 @@
 #ifndef FIBDB_PLATFORM_SCHEMA_CATALOG_H
 #define FIBDB_PLATFORM_SCHEMA_CATALOG_H
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <iterator>
 #include <span>
 #include <string_view>
 
@@ -87,9 +85,14 @@ constexpr uint16_t rowLengthOf(std::span<const Field> fields) {
   return static_cast<uint16_t>(fields.back().offset + fields.back().size());
 }
 
+// While the schema is expanded, the C++ library compares strings in many small steps: every source would wait for them.
+constexpr bool isSame(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && __builtin_memcmp(a.data(), b.data(), a.size()) == 0;
+}
+
 constexpr const Field* findField(std::span<const Field> fields, std::string_view name) {
   for (const Field& field : fields) {
-    if (!field.name.empty() && field.name == name) return &field;
+    if (!field.name.empty() && isSame(field.name, name)) return &field;
   }
   return nullptr;
 }
@@ -160,10 +163,27 @@ inline constexpr IndexKind SECONDARY = IndexKind::kSecondary;
   static_assert(std::size(kNodes_##t) - 1 <= kMaxNodes);
 #include "platform/schema/tables.def"
 
+// Whether these are the ids of a table's indexes, all of them in order: what holds the ids that callers write.
+consteval bool indexesAre(std::span<const Index> indexes, std::initializer_list<uint32_t> ids) {
+  if (indexes.size() != ids.size()) return false;
+  for (size_t i = 0; i < indexes.size(); ++i) {
+    if (indexes[i].id() != ids.begin()[i]) return false;
+  }
+  return true;
+}
+
+consteval bool keysFit(std::span<const Index> indexes) {
+  for (const Index& index : indexes) {
+    if (index.keyLength > kMaxKeyLength) return false;
+  }
+  return true;
+}
+
 // The id literals say what the columns add up to.
-#define INDEX(t, number, kind_, id_, columns)                                      \
-  static_assert(indexOf(kFields_##t, number, kind::kind_, columns).id() == (id_)); \
-  static_assert(((id_)&0xFFFF) <= kMaxKeyLength);
+#define TABLE(t) static_assert(keysFit(kIndexes_##t) && indexesAre(kIndexes_##t, {
+#define INDEX(t, number, kind, id, columns) id,
+#define END_TABLE(t) \
+  }));
 #include "platform/schema/tables.def"
 
 // TableId::<t>: the table's place in kTables.
@@ -194,19 +214,13 @@ constexpr const Field* nodesField(std::span<const Field> fields) {
   return nullptr;
 }
 
-constexpr bool marksItsNodes(const Table& table) {
-  return table.nodes.empty() == (nodesField(table.fields) == nullptr);
-}
-static_assert(std::ranges::all_of(kTables, marksItsNodes));
-
-// Whether these are the ids of a table's indexes, all of them in order: what holds the ids that callers write.
-consteval bool indexesAre(std::span<const Index> indexes, std::initializer_list<uint32_t> ids) {
-  if (indexes.size() != ids.size()) return false;
-  for (size_t i = 0; i < indexes.size(); ++i) {
-    if (indexes[i].id() != ids.begin()[i]) return false;
+consteval bool allMarkTheirNodes() {
+  for (const Table& table : kTables) {
+    if (table.nodes.empty() != (nodesField(table.fields) == nullptr)) return false;
   }
   return true;
 }
+static_assert(allMarkTheirNodes());
 
 // Where a named field stands, for checks of records that mirror a row: offsetOf(kFields_nhp, "vr_id").
 consteval size_t offsetOf(std::span<const Field> fields, std::string_view name) {
@@ -215,16 +229,21 @@ consteval size_t offsetOf(std::span<const Field> fields, std::string_view name) 
   return field->offset;
 }
 
+// Whether a record's member stands where the column of this name stands, and is as large.
+constexpr bool stands(std::span<const Field> fields, std::string_view column, size_t offset, size_t size) {
+  const Field* field = findField(fields, column);
+  return field != nullptr && field->offset == offset && field->size() == size;
+}
+
 // kIsRow_<t><Record>: whether every column of the table is a member of this record, at its place and of its size.
 #define TABLE(t)          \
   template <class Record> \
   inline constexpr bool kIsRow_##t =
 #define SCALAR_AS(t, column, name, type, access) \
-  (offsetof(Record, name) == offsetOf(kFields_##t, #column) && sizeof(Record::name) == sizeof(type))&&
+  stands(kFields_##t, #column, offsetof(Record, name), sizeof(Record::name))&&
 #define SCALAR(t, name, type, access) SCALAR_AS(t, name, name, type, access)
-#define BYTES(t, name, count, access) \
-  (offsetof(Record, name) == offsetOf(kFields_##t, #name) && sizeof(Record::name) == (count))&&
-#define ARRAY(t, name, type, count) BYTES(t, name, sizeof(type) * (count), NONE)
+#define BYTES(t, name, count, access) SCALAR_AS(t, name, name, uint8_t[count], access)
+#define ARRAY(t, name, type, count) SCALAR_AS(t, name, name, type[count], NONE)
 #define END_TABLE(t) sizeof(Record) == rowLengthOf(kFields_##t);
 #include "platform/schema/tables.def"
 
