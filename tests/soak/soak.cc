@@ -28,6 +28,7 @@
 #include "tests/support/record_model.h"
 #include "tests/support/route_model.h"
 #include "tools/fibdb/output/progress.h"
+#include "tools/fibdb/tables/record_walk.h"
 
 namespace fibdb::test {
 namespace {

@@ -19,6 +19,8 @@
 
 #include "fibdb/fibdb.h"
 #include "tools/fibdb/options.h"
+#include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/pager.h"
 #include "tools/fibdb/routes/routes.h"
 #include "tools/fibdb/shell/prompt.h"
 #include "tools/fibdb/shell/shell.h"

@@ -3,6 +3,7 @@
 // tests/tools/tables/record_table_test.cc: the commands of a table that exists in this file alone, with every kind of
 // field, keys of several columns, and functions that do as they are told.
 #include "tools/fibdb/tables/record_table.h"
+#include "tools/fibdb/output/output.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "tools/fibdb/base/call_watch.h"
+
 namespace fibdb::program {
 namespace {
 
@@ -17,10 +19,9 @@ void watchCalls(CallWatcher whoWatches) { watcher = std::move(whoWatches); }
 
 bool callsAreWatched() { return watcher != nullptr; }
 
-void reportCall(std::string_view function, const std::string& answer, CallClock::time_point begun) {
-  const std::chrono::duration<double, std::micro> taken = CallClock::now() - begun;
+void reportCall(std::string_view function, const std::string& answer, int64_t begun) {
   char time[32];
-  std::snprintf(time, sizeof time, "%.1f us", taken.count());
+  std::snprintf(time, sizeof time, "%.1f us", static_cast<double>(clockNow() - begun) / 1e3);
   watcher(std::string(function) + (answer.empty() ? "" : ": ") + answer + ", " + time);
 }
 

@@ -8,23 +8,19 @@
 #ifndef FIBDB_TOOLS_CALL_H
 #define FIBDB_TOOLS_CALL_H
 
-#include <chrono>
-#include <functional>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
+#include "tools/fibdb/base/clock.h"
+
 namespace fibdb::program {
 
-using CallWatcher = std::function<void(const std::string& line)>;
-
-// Gives every call to the watcher, or to nobody again.
-void watchCalls(CallWatcher watcher);
+// Whether somebody watches (call_watch.h).
 bool callsAreWatched();
-
-using CallClock = std::chrono::steady_clock;
 // A call that began then, has ended now, and answered that.
-void reportCall(std::string_view function, const std::string& answer, CallClock::time_point begun);
+void reportCall(std::string_view function, const std::string& answer, int64_t begun);
 
 // As the compiler writes it: "... [with auto kFunction = NAME; ...]" or "... [kFunction = &NAME]".
 template <auto kFunction>
@@ -53,7 +49,7 @@ std::string answerText(const Answer& answer) {
 template <auto kFunction, class Answer, class... Parameters>
 Answer watchedCall(Parameters... parameters) {
   if (!isExported(functionName<kFunction>()) || !callsAreWatched()) return kFunction(parameters...);
-  const CallClock::time_point begun = CallClock::now();
+  const int64_t begun = clockNow();
   if constexpr (std::is_void_v<Answer>) {
     kFunction(parameters...);
     reportCall(functionName<kFunction>(), "", begun);

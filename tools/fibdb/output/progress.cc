@@ -7,20 +7,21 @@
 #include <cstdio>
 #include <utility>
 
+#include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/output/terminal.h"
 #include "tools/fibdb/output/text.h"
 
 namespace fibdb::program {
 namespace {
 
-constexpr auto kPause = std::chrono::milliseconds(100);
+constexpr int64_t kPause = 100'000'000;
 constexpr size_t kProgressWidth = 30;
 constexpr const char* kClearLine = "\r\033[K";
 
 }  // namespace
 
 Progress::Progress(ProgressStyle style, std::string work)
-    : style_(style), work_(std::move(work)), start_(Clock::now()), drawn_(start_) {}
+    : style_(style), work_(std::move(work)), start_(clockNow()), drawn_(start_) {}
 
 Progress::~Progress() { clear(); }
 
@@ -32,11 +33,11 @@ void Progress::clear() {
 }
 
 void Progress::update(double share, uint64_t steps) {
-  const auto now = Clock::now();
+  const int64_t now = clockNow();
   if (!style_.enabled || now - drawn_ < kPause) return;
   drawn_ = now;
   shown_ = true;
-  const double seconds = std::chrono::duration<double>(now - start_).count();
+  const double seconds = static_cast<double>(now - start_) / 1e9;
   const auto rate = static_cast<uint64_t>(static_cast<double>(steps) / seconds);
   std::string line = work_;
   if (share >= 0) {

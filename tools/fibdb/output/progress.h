@@ -8,7 +8,6 @@
 #ifndef FIBDB_TOOLS_PROGRESS_H
 #define FIBDB_TOOLS_PROGRESS_H
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -32,12 +31,10 @@ class Progress {
   void clear();
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   const ProgressStyle style_;
   const std::string work_;
-  const Clock::time_point start_;
-  Clock::time_point drawn_;
+  const int64_t start_;
+  int64_t drawn_;
   bool shown_ = false;
 };
 

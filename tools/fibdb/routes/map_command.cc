@@ -4,6 +4,7 @@
 #include <array>
 
 #include "tools/fibdb/files/file_writer.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/routes/route_map.h"
 #include "tools/fibdb/routes/route_questions.h"
 

@@ -7,7 +7,9 @@
 #include <random>
 
 #include "tools/fibdb/base/call.h"
+#include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/base/interrupt.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/routes/reference.h"
 #include "tools/fibdb/routes/route_commands.h"
 #include "tools/fibdb/routes/route_questions.h"

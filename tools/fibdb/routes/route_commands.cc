@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/files/file_writer.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/routes/route_questions.h"
 
 namespace fibdb::program {

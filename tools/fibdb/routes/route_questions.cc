@@ -9,6 +9,8 @@
 #include <ctime>
 #include <map>
 
+#include "tools/fibdb/base/clock.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/routes/route_search.h"
 #include "tools/fibdb/tables/resolve.h"
 

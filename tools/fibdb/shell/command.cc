@@ -10,6 +10,8 @@
 
 #include "fibdb/engine.h"
 #include "tools/fibdb/base/call.h"
+#include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/text.h"
 
 namespace fibdb::program {
 namespace {

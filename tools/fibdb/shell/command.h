@@ -8,7 +8,6 @@
 #ifndef FIBDB_TOOLS_COMMAND_H
 #define FIBDB_TOOLS_COMMAND_H
 
-#include <chrono>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -17,14 +16,14 @@
 
 #include "tools/fibdb/base/failure.h"
 #include "tools/fibdb/base/words.h"
-#include "tools/fibdb/output/output.h"
-#include "tools/fibdb/output/pager.h"
 #include "tools/fibdb/output/progress.h"
 #include "tools/fibdb/shell/unsaved.h"
 
 namespace fibdb::program {
 
 class Arguments;
+class Output;
+class Pager;
 struct RecordTable;
 struct Session;
 
@@ -111,16 +110,6 @@ class Arguments {
 };
 
 std::vector<std::string_view> tableNames();
-
-// Seconds since it was made.
-class Stopwatch {
- public:
-  double seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
-
- private:
-  using Clock = std::chrono::steady_clock;
-  Clock::time_point start_ = Clock::now();
-};
 
 uint64_t perSecond(uint64_t steps, double seconds);
 

@@ -19,6 +19,7 @@
 #include <optional>
 
 #include "tools/fibdb/base/interrupt.h"
+#include "tools/fibdb/output/output.h"
 
 namespace fibdb::program {
 namespace {

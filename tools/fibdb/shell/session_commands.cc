@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/shell/command.h"
 
 namespace fibdb::program {

@@ -8,7 +8,10 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/base/interrupt.h"
+#include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/pager.h"
 
 namespace fibdb::program {
 namespace {

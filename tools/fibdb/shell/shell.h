@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 
+#include "tools/fibdb/output/answer.h"
 #include "tools/fibdb/shell/command.h"
 
 namespace fibdb::program {

@@ -7,8 +7,9 @@
 #include <ctime>
 #include <iostream>
 
-#include "tools/fibdb/base/call.h"
+#include "tools/fibdb/base/call_watch.h"
 #include "tools/fibdb/base/interrupt.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/shell/command.h"
 
 namespace fibdb::program {

@@ -7,6 +7,7 @@
 #include "fibdb/engine.h"
 #include "tools/fibdb/files/file_writer.h"
 #include "tools/fibdb/files/lines.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/record_words.h"
 

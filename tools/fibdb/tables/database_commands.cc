@@ -6,6 +6,7 @@
 #include "fibdb/fibdb.h"
 #include "tools/fibdb/base/call.h"
 #include "tools/fibdb/base/interrupt.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/shell/command.h"
 #include "tools/fibdb/tables/field.h"
 #include "tools/fibdb/tables/table_stats.h"

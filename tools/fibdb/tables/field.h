@@ -16,7 +16,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/answer.h"
 
 namespace fibdb::program {
 

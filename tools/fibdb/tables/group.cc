@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/group.cc: next-hop groups, keyed by their id and router.
 #include "tools/fibdb/base/call.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/resolve.h"
 

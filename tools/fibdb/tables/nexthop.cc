@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/nexthop.cc: next hops, keyed by their index.
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/resolve.h"
 

@@ -8,7 +8,9 @@
 #include <iterator>
 
 #include "fibdb/engine.h"
+#include "tools/fibdb/output/output.h"
 #include "tools/fibdb/tables/record_usage.h"
+#include "tools/fibdb/tables/record_walk.h"
 #include "tools/fibdb/tables/record_words.h"
 
 namespace fibdb::program {

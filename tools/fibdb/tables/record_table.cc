@@ -8,6 +8,7 @@
 
 #include "fibdb/engine.h"
 #include "tools/fibdb/base/interrupt.h"
+#include "tools/fibdb/tables/record_walk.h"
 
 namespace fibdb::program {
 namespace {

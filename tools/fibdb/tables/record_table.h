@@ -11,7 +11,6 @@
 
 #include <concepts>
 #include <cstddef>
-#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -250,9 +249,6 @@ bool readRecord(const RecordTable& table, void* item);
 [[noreturn]] void failMissing(const RecordTable& table, const void* item);
 // Inserts or replaces; throws Failure when it is refused.
 void writeRecord(const RecordTable& table, void* item);
-// Ctrl-C ends it, too.
-void walkRecords(const RecordTable& table, const Walk& walk, const Record& query,
-                 const std::function<void(const Record& record)>& visit);
 // What the walk finds, in the order of the key.
 std::vector<Record> recordsOf(const RecordTable& table, const Walk& walk, const Record& query);
 // The records that have what the query says of these fields, in the order of the key.

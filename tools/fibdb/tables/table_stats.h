@@ -6,6 +6,7 @@
 
 #include "fibdb/engine.h"
 #include "tools/fibdb/base/call.h"
+#include "tools/fibdb/output/answer.h"
 #include "tools/fibdb/shell/command.h"
 
 namespace fibdb::program {

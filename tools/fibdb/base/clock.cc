@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tools/fibdb/base/clock.cc: see clock.h.
+#include "tools/fibdb/base/clock.h"
+
+#include <chrono>
+
+namespace fibdb::program {
+
+int64_t clockNow() {
+  return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace fibdb::program
