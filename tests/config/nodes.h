@@ -58,8 +58,6 @@ struct Node {
     for (const NodeField& field : fields) putNumber(node, field.offset, field.width, valueOf(field));
     return node;
   }
-
-  friend void PrintTo(const Node& node, std::ostream* out) { *out << node.name; }
 };
 
 template <class Struct>

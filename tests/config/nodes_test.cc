@@ -4,11 +4,12 @@
 #include "tests/config/nodes.h"
 
 #include "tests/config/config_fixture.h"
+#include "tests/support/each_of.h"
 
 namespace fibdb::test {
 namespace {
 
-class NodeTest : public ConfigTest, public testing::WithParamInterface<Node> {
+class NodeTest : public ConfigTest, public testing::WithParamInterface<const Node*> {
  protected:
   void SetUp() override { putNode(platform.record(record.table)); }
 
@@ -32,7 +33,7 @@ class NodeTest : public ConfigTest, public testing::WithParamInterface<Node> {
   // A node without a byte of its own.
   Bytes blank() const { return Bytes(node.size, 0xA5); }
 
-  const Node& node = GetParam();
+  const Node& node = *GetParam();
   const Record& record = *node.record;
 };
 
@@ -180,8 +181,7 @@ TEST_P(NodeTest, Read_Write_and_Update_of_a_NULL_router_return_1_without_a_call)
   EXPECT_EQ(out, blank());
 }
 
-INSTANTIATE_TEST_SUITE_P(Config, NodeTest, testing::ValuesIn(allNodes()),
-                         [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Config, NodeTest, eachOf(allNodes()), [](const auto& info) { return info.param->name; });
 
 }  // namespace
 }  // namespace fibdb::test

@@ -32,8 +32,6 @@ struct Setting {
 
   uint64_t widest() const { return ~uint64_t{0} >> (64 - 8 * width); }
   uint64_t in(const Bytes& item) const { return numberIn(item, inItem, width); }
-
-  friend void PrintTo(const Setting& setting, std::ostream* out) { *out << setting.records; }
 };
 
 template <class Of, class Value>

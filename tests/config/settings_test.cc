@@ -4,11 +4,12 @@
 #include "tests/config/settings.h"
 
 #include "tests/config/config_fixture.h"
+#include "tests/support/each_of.h"
 
 namespace fibdb::test {
 namespace {
 
-class SettingTest : public ConfigTest, public testing::WithParamInterface<Setting> {
+class SettingTest : public ConfigTest, public testing::WithParamInterface<const Setting*> {
  protected:
   std::string getter() const { return getterOf(record, setting.field); }
   std::string setter() const { return setterOf(record, setting.field); }
@@ -20,12 +21,16 @@ class SettingTest : public ConfigTest, public testing::WithParamInterface<Settin
     return failed;
   }
 
-  const Setting& setting = GetParam();
+  const Setting& setting = *GetParam();
   const Record& record = *setting.record;
 };
 
 // Those that can be read alone.
 class ReadableSettingTest : public SettingTest {};
+const std::vector<Setting>& readableSettings() {
+  static const std::vector<Setting> settings = settingsThat([](const Setting& setting) { return bool{setting.get}; });
+  return settings;
+}
 
 TEST(Settings, are_twenty_four_and_all_but_two_can_be_read_alone) {
   EXPECT_EQ(settingsOf(ecmpRecord()).size(), 16u);
@@ -204,11 +209,9 @@ TEST_P(SettingTest, Write_and_Update_of_NULL_return_1_without_a_call) {
   EXPECT_TRUE(nothingHappened());
 }
 
-const auto kName = [](const auto& info) { return info.param.records; };
-INSTANTIATE_TEST_SUITE_P(Config, SettingTest, testing::ValuesIn(allSettings()), kName);
-INSTANTIATE_TEST_SUITE_P(Config, ReadableSettingTest,
-                         testing::ValuesIn(settingsThat([](const Setting& setting) { return bool{setting.get}; })),
-                         kName);
+const auto kName = [](const auto& info) { return info.param->records; };
+INSTANTIATE_TEST_SUITE_P(Config, SettingTest, eachOf(allSettings()), kName);
+INSTANTIATE_TEST_SUITE_P(Config, ReadableSettingTest, eachOf(readableSettings()), kName);
 
 }  // namespace
 }  // namespace fibdb::test

@@ -6,6 +6,7 @@
 #include "tests/config/nodes.h"
 #include "tests/config/settings.h"
 #include "tests/end_to_end/engine_fixture.h"
+#include "tests/support/each_of.h"
 
 namespace fibdb::test {
 namespace {
@@ -223,7 +224,7 @@ INSTANTIATE_TEST_SUITE_P(Config, ConfigRecordTest, testing::Values(&ecmpRecord()
                          [](const auto& info) { return info.param->name; });
 
 // Each setting.
-class ConfigSettingTest : public ConfigTest, public testing::WithParamInterface<Setting> {
+class ConfigSettingTest : public ConfigTest, public testing::WithParamInterface<const Setting*> {
  protected:
   // What the setting is in the record, read alone where that is possible, and beside the others.
   void expectStored(uint64_t value) {
@@ -234,7 +235,7 @@ class ConfigSettingTest : public ConfigTest, public testing::WithParamInterface<
     EXPECT_EQ(read, value);
   }
 
-  const Setting& setting = GetParam();
+  const Setting& setting = *GetParam();
   const Record& record = *setting.record;
 };
 
@@ -267,15 +268,15 @@ TEST_P(ConfigSettingTest, Write_replaces_the_whole_record) {
   EXPECT_EQ(item, expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Config, ConfigSettingTest, testing::ValuesIn(allSettings()),
-                         [](const auto& info) { return info.param.records; });
+INSTANTIATE_TEST_SUITE_P(Config, ConfigSettingTest, eachOf(allSettings()),
+                         [](const auto& info) { return info.param->records; });
 
 // Each node.
-class ConfigNodeTest : public ConfigTest, public testing::WithParamInterface<Node> {
+class ConfigNodeTest : public ConfigTest, public testing::WithParamInterface<const Node*> {
  protected:
   Bytes blank() const { return Bytes(node.size, 0xA5); }
 
-  const Node& node = GetParam();
+  const Node& node = *GetParam();
   const Record& record = *node.record;
 };
 
@@ -308,8 +309,7 @@ TEST_P(ConfigNodeTest, Update_replaces_this_node_among_the_others) {
   EXPECT_EQ(itemOf(record), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Config, ConfigNodeTest, testing::ValuesIn(allNodes()),
-                         [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Config, ConfigNodeTest, eachOf(allNodes()), [](const auto& info) { return info.param->name; });
 
 }  // namespace
 }  // namespace fibdb::test

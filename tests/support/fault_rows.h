@@ -9,10 +9,11 @@
 #ifndef FIBDB_TESTS_SUPPORT_FAULT_ROWS_H
 #define FIBDB_TESTS_SUPPORT_FAULT_ROWS_H
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
-#include <ostream>
+#include <iterator>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -55,8 +56,6 @@ struct Exported {
   std::string name;
   std::function<uint32_t()> run;  // 0 when nothing fails
   Rules rules;                    // none: it calls nothing
-
-  friend void PrintTo(const Exported& row, std::ostream* out) { *out << row.name; }
 };
 
 // The object that rows hand to the functions that take one of their caller's; the double takes any word for one.
@@ -76,7 +75,7 @@ inline std::vector<Exported>& allRows() {
 // The rows of one file, announced before main() begins.
 struct FaultRows {
   FaultRows(std::initializer_list<Exported> rows) : FaultRows(std::vector<Exported>(rows)) {}
-  explicit FaultRows(const std::vector<Exported>& rows) { allRows().insert(allRows().end(), rows.begin(), rows.end()); }
+  explicit FaultRows(std::vector<Exported> rows) { std::ranges::move(rows, std::back_inserter(allRows())); }
 };
 
 // A call sequence on an object of the table that hands the creation's code on. ----------------------------------------
