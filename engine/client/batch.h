@@ -9,7 +9,8 @@
 // were needed at the same time before, nothing is allocated.
 //
 // COST        begin, stage, add: no lock; staging and adding copy the row once each. execute: one lock and
-//             one wake-up for the whole batch.
+//             one wake-up for the whole batch. A batch of few operations that nobody wants to hear of is applied by
+//             its own thread if the connection's has nothing to do: waking that would take longer.
 // THREADS     A batch object belongs to one thread at a time; any number of them may share a connection.
 // FORK        A child has no connection: the threads of the parent's are not in it, their handles are stale, and
 //             batches that wait are the parent's to apply. A completion may fork; in the child its thread ends

@@ -125,6 +125,48 @@ TEST_F(Batches, nothing_happens_before_execution_and_all_after_a_drain) {
   EXPECT_EQ(countRoutes(), 100u);
 }
 
+TEST_F(Batches, few_operations_that_nobody_waits_for_are_applied_when_the_execution_returns) {
+  Connection connection;
+  BatchObject batch(connection);
+  for (uint32_t i = 1; i <= 50; ++i) {
+    ASSERT_EQ(batch.addWrite(route(i << 8, 24, i)), 0u);
+    ASSERT_EQ(batch.addWrite(route(i << 8, 25, i)), 0u);
+    ASSERT_EQ(batch.addUpdate(routeKey(i << 8, 24), i), 0u);
+    ASSERT_EQ(batch.addRemoval(routeKey(i << 8, 25)), 0u);
+    ASSERT_EQ(batch.execute(), 0u);
+    EXPECT_EQ(connection.stats().waiting, 0u);
+    EXPECT_EQ(countRoutes(), i);
+    Row row(TableId::ip4forward);
+    ASSERT_EQ(readRoute(routeKey(i << 8, 24), row), 0u);
+    EXPECT_EQ(row, route(i << 8, 24, i).set("table_smooth_id", i));
+  }
+  EXPECT_EQ(connection.stats().batches, 50u);
+  EXPECT_EQ(connection.stats().operations, 200u);
+  EXPECT_EQ(connection.stats().failed, 0u);
+  ASSERT_EQ(batch.addRemoval(routeKey(0, 8)), 0u);
+  ASSERT_EQ(batch.execute(), 0u);
+  EXPECT_EQ(connection.stats().failed, 1u);
+}
+
+TEST_F(Batches, few_operations_do_not_overtake_a_batch_that_waits) {
+  Connection connection;
+  BatchObject batch(connection);
+  Gate gate;
+  ASSERT_EQ(batch.execute(&gate.completion), 0u);
+  gate.awaitArrival();
+  ASSERT_EQ(batch.addWrite(route(0x01000000, 8, 1)), 0u);
+  ASSERT_EQ(batch.execute(), 0u);
+  ASSERT_EQ(batch.addWrite(route(0x01000000, 8, 2)), 0u);
+  ASSERT_EQ(batch.execute(), 0u);
+  EXPECT_EQ(countRoutes(), 0u);
+  EXPECT_EQ(connection.stats().waiting, 3u);
+  gate.open();
+  ASSERT_EQ(fibdb_engine_drain(connection), 0u);
+  Row row(TableId::ip4forward);
+  ASSERT_EQ(readRoute(routeKey(0x01000000, 8), row), 0u);
+  EXPECT_EQ(row, route(0x01000000, 8, 2));
+}
+
 TEST_F(Batches, the_completion_tells_once_what_became_of_each_operation) {
   ASSERT_EQ(writeRoute(route(0x01000000, 8, 1)), 0u);
   ASSERT_EQ(writeRoute(route(0x02000000, 8, 1)), 0u);
