@@ -189,6 +189,20 @@ uint32_t fibdb_engine_walk(uint32_t table, FibDbEngineVisit visit, void* context
   return visitAll(cursor, found->layout().rowLength, visit, context);
 }
 
+uint32_t fibdb_engine_lookup_each(uint32_t table, uint32_t index, const void* leading, const uint32_t* addresses,
+                                  uint32_t count, void* rows, uint8_t* found) {
+  store::Table* in = nullptr;
+  const bool nothing = count == 0;
+  if (leading == nullptr || (!nothing && (addresses == nullptr || rows == nullptr || found == nullptr))) {
+    return DB_ERR_NULL_ARGUMENT;
+  }
+  if (const uint32_t code = findTable(table, in)) return code;
+  const schema::Index* prefixes = in->findIndex(index);
+  if (prefixes == nullptr) return DB_ERR_BAD_INDEX;
+  const auto* key = static_cast<const uint8_t*>(leading);
+  return in->lookUpEach(*prefixes, key, addresses, count, static_cast<uint8_t*>(rows), found);
+}
+
 uint32_t fibdb_engine_walk_range(uint32_t table, uint32_t index, const void* low, const void* high,
                                  FibDbEngineVisit visit, void* context) {
   store::Table* found = nullptr;

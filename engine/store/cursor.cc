@@ -199,6 +199,9 @@ uint32_t Cursor::refillAlongTries() {
 void Cursor::putOwnRecords(Heap& heap, const PrefixTables& tables, OrderedEntry* entries, uint32_t count) const {
   const Records records = table_->records(heap);
   const uint16_t addrOffset = table_->plans_[table_->plans_[index_].tries].addrOffset;
+  for (const OrderedEntry& entry : std::span(entries, count)) {
+    if (!PrefixValue(entry.record).isSeveral()) records.fetch(entry.record);
+  }
   for (OrderedEntry& entry : std::span(entries, count)) {
     const PrefixValue value(entry.record);
     const uint32_t addr = tables.addrIn(entry);

@@ -14,6 +14,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "engine/store/word.h"
 
@@ -566,6 +567,65 @@ PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const 
       if (below.value != 0) return below;
     }
     return longestFrom(heap_->arena(), follow(state_->root), 0, addr, depth);
+  });
+}
+
+namespace {
+
+// Where one of several lookups stands.
+struct Descent {
+  Ref node;              // the next one on the way; kNoRef: at its end
+  const Ref* child;      // where that stands
+  const uint32_t* best;  // the value of the longest prefix so far
+  uint8_t bestLength;
+};
+
+// Looks at the node of this level. What it finds out is the place of two words, which the caller loads later.
+[[gnu::always_inline]] inline void descend(const Arena& arena, Descent& descent, uint32_t level, uint32_t addr) {
+  const Node& node = *arena.at<Node>(descent.node);
+  const uint32_t chunk = chunkOf(addr, level);
+  const uint64_t children = load(node.children);
+  const uint64_t prefixes = load(node.prefixes);
+  if (const uint64_t covering = prefixes & kAncestors[chunk]) {
+    const uint32_t place = highestOf(covering);
+    descent.best = refsOf(node) + valueRank(children, prefixes, place);
+    descent.bestLength = lengthAt(level, place);
+    __builtin_prefetch(descent.best);
+  }
+  descent.node = kNoRef;
+  if (level + 1 == kLevels || (children & bitOf(chunk)) == 0) return;
+  descent.child = refsOf(node) + childRank(children, chunk);
+  __builtin_prefetch(descent.child);
+}
+
+}  // namespace
+
+void LongestPrefixIndex::longestOfEach(const uint32_t* addrs, uint32_t count, PrefixMatch* out) const {
+  counting([&]() __attribute__((always_inline)) {
+    const Arena& arena = heap_->arena();
+    Descent descents[kTogether];
+    const auto enter = [&](Descent& descent, Ref node) {
+      descent.node = node != kNoRef && arena.readable(node) ? node : kNoRef;
+      if (descent.node != kNoRef) __builtin_prefetch(arena.at<Node>(node));
+    };
+    for (uint32_t i = 0; i < count; ++i) {
+      descents[i].best = nullptr;
+      descents[i].child = nullptr;
+      enter(descents[i], shortcutTo(addrs[i]));
+    }
+    for (uint32_t level = kShortcutLevel; level < kLevels; ++level) {
+      for (uint32_t i = 0; i < count; ++i) {
+        if (descents[i].node != kNoRef) descend(arena, descents[i], level, addrs[i]);
+      }
+      for (uint32_t i = 0; i < count; ++i) {
+        if (descents[i].child != nullptr) enter(descents[i], follow(*std::exchange(descents[i].child, nullptr)));
+      }
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+      const Descent& descent = descents[i];
+      out[i] = descent.best != nullptr ? PrefixMatch{follow(*descent.best), descent.bestLength}
+                                       : longestFrom(arena, follow(state_->root), 0, addrs[i], Depth(kMaxLength));
+    }
   });
 }
 

@@ -81,6 +81,10 @@ class LongestPrefixIndex {
   uint32_t find(uint32_t addr, uint8_t length) const;
   // The longest prefix that covers addr and is no longer than maxLength.
   PrefixMatch longest(uint32_t addr, uint8_t maxLength) const;
+  // The same for many addresses and prefixes of any length. They go down the levels together: what one of them wants to
+  // look at next is asked for while the others look.
+  static constexpr uint32_t kTogether = 32;
+  void longestOfEach(const uint32_t* addrs, uint32_t count, PrefixMatch* out) const;  // REQUIRES: count <= kTogether
   // All prefixes that cover addr and are no longer than maxLength, longest first.
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const;
   // Asks memory for the node that a shortcut leads to; once that is there, for the one below.

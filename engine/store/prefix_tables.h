@@ -113,6 +113,9 @@ class PrefixTables {
   PrefixMatch longest(Ref block, uint32_t addr, uint8_t maxLength) const {
     return prefixes(block).longest(addr, maxLength);
   }
+  void longestOfEach(Ref block, const uint32_t* addrs, uint32_t count, PrefixMatch* out) const {
+    prefixes(block).longestOfEach(addrs, count, out);
+  }
   // The values of all of them, longest first.
   void match(Ref block, uint32_t addr, uint8_t maxLength, PrefixMatches& out) const {
     prefixes(block).match(addr, maxLength, out);

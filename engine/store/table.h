@@ -126,6 +126,11 @@ class Table {
   // takes a look at each of them. DB_ERR_NO_DATA when there is none. The row is overwritten in any case.
   uint32_t read(const schema::Index& index, const uint8_t* key, uint8_t* row) const;
 
+  // The longest prefix that covers each address, below the same leading columns (packed): for each a row, and found: 1,
+  // or 0 and a row that has no meaning. Each is a single read. DB_ERR_BAD_INDEX.
+  uint32_t lookUpEach(const schema::Index& index, const uint8_t* leading, const uint32_t* addrs, uint32_t count,
+                      uint8_t* rows, uint8_t* found) const;
+
   // Exact, as single reads are right: a record that a read returns is counted, one that it misses is not.
   uint64_t count() const;
   uint32_t countByKey(const schema::Index& index, const uint8_t* key, uint64_t& count) const;
@@ -163,6 +168,7 @@ class Table {
   };
   using PrimaryIndex = HashIndex<HashOfRecord>;
   class Writer;
+  class BulkLookup;
 
   void attach(const schema::Table& layout, Arena& arena, TableState& state);
 

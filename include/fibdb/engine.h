@@ -115,6 +115,15 @@ FIBDB_API uint32_t fibdb_engine_walk(uint32_t table, FibDbEngineVisit visit, voi
 FIBDB_API uint32_t fibdb_engine_walk_range(uint32_t table, uint32_t index, const void* low, const void* high,
                                            FibDbEngineVisit visit, void* context);
 
+/* The longest prefix that covers each of many addresses, which is faster than one lookup after the other. index: the id
+ * of an index by longest prefix (FIB_DB_IP4FORWARD_LONGEST), of any other DB_ERR_BAD_INDEX; leading: what stands before
+ * the address in its packed key (virtual router and VRF, two numbers of 32 bits); addresses: count of them, in host
+ * byte order. rows: room for count rows of the table (FibDbIp4forwardRecord); found: count bytes, each becomes 1, or 0
+ * where there is no such prefix and the row has no meaning. Each answer is right at some moment between call and
+ * return, as any single read is; they need not be right at the same moment. */
+FIBDB_API uint32_t fibdb_engine_lookup_each(uint32_t table, uint32_t index, const void* leading,
+                                            const uint32_t* addresses, uint32_t count, void* rows, uint8_t* found);
+
 typedef struct FibDbEngineArenaStats {
   uint64_t reserved; /* bytes of address space */
   uint64_t used;     /* bytes handed to tables */
@@ -135,7 +144,9 @@ typedef struct FibDbBatchResult {
 } FibDbBatchResult;
 
 /* A completion record: its address, as a 64-bit value, is the execution argument of a batch. done is called
- * once, on the engine's thread, after the batch was applied; the record must live until then. */
+ * once, on the engine's thread, after the batch was applied; the record must live until then.
+ * A batch without one (argument 0) of at most four operations by primary key is applied before its execution returns,
+ * when no other waits. */
 typedef struct FibDbBatchCompletion {
   void (*done)(void* context, const FibDbBatchResult* result);
   void* context;

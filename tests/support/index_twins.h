@@ -152,6 +152,9 @@ class StoredPrefixes : public Ground {
   LongestPrefixState held() const { return root_; }
   uint32_t find(uint32_t addr, uint8_t length) const { return index_.find(addr, length); }
   PrefixMatch longest(uint32_t addr, uint8_t maxLength) const { return index_.longest(addr, maxLength); }
+  void longestOfEach(const uint32_t* addrs, uint32_t count, PrefixMatch* out) const {
+    index_.longestOfEach(addrs, count, out);
+  }
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const { index_.match(addr, maxLength, out); }
   uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const {
     return index_.from(addr, length, out, most);

@@ -206,6 +206,50 @@ TEST_F(Admin, a_walk_over_a_range_visits_its_rows_in_key_order_both_ends_include
   EXPECT_EQ(refused(UINT32_MAX, kRouteOrdered, key.data(), visit), DB_ERR_WRONG_TABLE);
 }
 
+TEST_F(Admin, many_lookups_at_once_answer_as_each_alone) {
+  ASSERT_EQ(writeRoute(route(0x0A000000, 8, 1)), 0u);
+  ASSERT_EQ(writeRoute(route(0x0A010000, 16, 2)), 0u);
+  ASSERT_EQ(writeRoute(route(0x0A010005, 16, 3)), 0u) << "shares the prefix";
+  const uint32_t table = numberOf(TableId::ip4forward);
+  const std::vector<uint32_t> addresses = {0x0A020304, 0x0A010203, 0x0B000000};
+  const uint32_t vrf[2] = {}, other[2] = {0, 1};
+  const size_t length = schema::kTables[table].rowLength;
+  std::vector<uint8_t> rows(addresses.size() * length), found(addresses.size(), 9);
+  const auto lookUp = [&](uint32_t index, const void* leading, uint32_t count) {
+    return fibdb_engine_lookup_each(table, index, leading, addresses.data(), count, rows.data(), found.data());
+  };
+  const auto rowAt = [&](size_t place) {
+    return std::vector<uint8_t>(rows.begin() + static_cast<ptrdiff_t>(place * length),
+                                rows.begin() + static_cast<ptrdiff_t>((place + 1) * length));
+  };
+  const auto bytesOf = [&](const Row& row) {
+    const auto* bytes = static_cast<const uint8_t*>(row.data());
+    return std::vector<uint8_t>(bytes, bytes + row.length());
+  };
+  ASSERT_EQ(lookUp(kRouteLongest, vrf, 3), 0u);
+  EXPECT_EQ(found, (std::vector<uint8_t>{1, 1, 0}));
+  EXPECT_EQ(rowAt(0), bytesOf(route(0x0A000000, 8, 1)));
+  EXPECT_EQ(rowAt(1), bytesOf(route(0x0A010000, 16, 2)));
+  ASSERT_EQ(lookUp(kRouteLongest, other, 3), 0u);
+  EXPECT_EQ(found, (std::vector<uint8_t>{0, 0, 0}));
+  found = {9, 9, 9};
+  ASSERT_EQ(lookUp(kRouteLongest, vrf, 0), 0u);
+  EXPECT_EQ(found, (std::vector<uint8_t>{9, 9, 9}));
+
+  EXPECT_EQ(lookUp(kRouteKey, vrf, 3), DB_ERR_BAD_INDEX);
+  EXPECT_EQ(lookUp(kRouteOrdered, vrf, 3), DB_ERR_BAD_INDEX);
+  EXPECT_EQ(lookUp(1, vrf, 3), DB_ERR_BAD_INDEX);
+  EXPECT_EQ(lookUp(kRouteLongest, nullptr, 3), DB_ERR_NULL_ARGUMENT);
+  const auto refused = [&](const uint32_t* from, void* to, uint8_t* answers, uint32_t number) {
+    return fibdb_engine_lookup_each(number, kRouteLongest, vrf, from, 1, to, answers);
+  };
+  EXPECT_EQ(refused(nullptr, rows.data(), found.data(), table), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(refused(addresses.data(), nullptr, found.data(), table), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(refused(addresses.data(), rows.data(), nullptr, table), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(refused(addresses.data(), rows.data(), found.data(), UINT32_MAX), DB_ERR_WRONG_TABLE);
+  EXPECT_EQ(found, (std::vector<uint8_t>{9, 9, 9}));
+}
+
 TEST_F(Admin, to_clear_a_table_removes_its_records_and_leaves_its_limits) {
   const uint32_t table = numberOf(TableId::ip4forward);
   ASSERT_EQ(fibdb_engine_set_limits(table, 1000, 0), 0u);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <set>
+#include <vector>
 
 #include "fibdb/engine.h"
 
@@ -45,7 +46,7 @@ class Reader {
         case 0:
           return readKeys();
         case 1:
-          return lookUp();
+          return below(3) == 0 ? lookUpEach() : lookUp();
         case 2:
           return readFirstOfGroup();
         case 3:
@@ -133,6 +134,31 @@ class Reader {
       return code == 0 ? longest != History::kNone && isRowAt(longest, state, row) : longest == History::kNone;
     });
     if (!right) fail(code == 0 ? "lookup: a route that never was the longest" : "lookup: none, though there was one");
+  }
+
+  // Probes of one VRF, together.
+  void lookUpEach() {
+    const uint32_t vrf = history_.keys()[someKey()].vrf;
+    std::vector<size_t> probes;
+    std::vector<uint32_t> addrs;
+    for (size_t probe = 0; probe < history_.probes().size() && probes.size() < 40; ++probe) {
+      if (history_.probes()[probe].vrf != vrf || below(2) == 0) continue;
+      probes.push_back(probe);
+      addrs.push_back(history_.probes()[probe].addr);
+    }
+    std::vector<Row> rows(probes.size());
+    std::vector<uint8_t> found(probes.size());
+    if (probes.empty()) return;
+    history_.table().lookUpEach(kIndexes[3], reinterpret_cast<const uint8_t*>(&vrf), addrs.data(),
+                                static_cast<uint32_t>(addrs.size()), bytes(rows[0]), found.data());
+    for (size_t i = 0; i < probes.size(); ++i) {
+      const bool right = someMoment([&](State state) {
+        const uint32_t longest = history_.longest(probes[i], state);
+        return found[i] == 1 ? longest != History::kNone && isRowAt(longest, state, rows[i])
+                             : longest == History::kNone;
+      });
+      if (!right) fail(found[i] == 1 ? "lookups: a route that never was the longest" : "lookups: none, though one was");
+    }
   }
 
   void readFirstOfGroup() {

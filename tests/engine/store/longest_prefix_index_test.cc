@@ -215,6 +215,20 @@ struct RandomPrefix {
   }
 };
 
+// Lookups together answer as each alone.
+void expectSameTogether(const StoredPrefixes& index, const LinearPrefixes& twin, Random& random) {
+  std::vector<uint32_t> addrs(random() % (LongestPrefixIndex::kTogether + 1));
+  for (uint32_t& addr : addrs) addr = RandomPrefix(random).addr;
+  std::vector<PrefixMatch> found(addrs.size());
+  index.longestOfEach(addrs.data(), static_cast<uint32_t>(addrs.size()), found.data());
+  for (size_t i = 0; i < addrs.size(); ++i) {
+    PrefixMatches expected;
+    twin.match(addrs[i], 32, expected);
+    ASSERT_EQ(found[i].value, expected.count == 0 ? 0 : expected.values[0]) << std::hex << addrs[i];
+    ASSERT_EQ(found[i].length, expected.count == 0 ? 0 : expected.lengths[0]);
+  }
+}
+
 class PrefixesAtRandom : public testing::TestWithParam<bool> {};
 INSTANTIATE_TEST_SUITE_P(Shortcuts, PrefixesAtRandom, testing::Bool());
 
@@ -235,6 +249,7 @@ TEST_P(PrefixesAtRandom, inserts_and_erases_answer_like_the_scan) {
     const RandomPrefix probe(random);
     expectSameAnswers(index, twin, probe.addr, static_cast<uint8_t>(random() % 33));
     expectSameOrder(index, twin, probe.addr & maskOf(random() % 33), random() % 33, 1 + random() % 30);
+    if (step % 8 == 0) expectSameTogether(index, twin, random);
     if (HasFatalFailure()) return;
   }
 }

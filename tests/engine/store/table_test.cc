@@ -55,8 +55,10 @@ class Game {
         return remove(table_.layout().primary());
       case 6:
         return source_.below(4) == 0 ? remove(anyIndex()) : remove(table_.layout().primary());
-      case 7:
-        return read(anyIndex());
+      case 7: {
+        const schema::Index& index = anyIndex();
+        return index.kind == IndexKind::kLongest ? lookUpEach(index) : read(index);
+      }
       case 8:
         return count(anyIndex());
       case 9:
@@ -98,6 +100,29 @@ class Game {
     ASSERT_EQ(table_.read(index, key.data(), row_.data()), code);
     if (code == 0) {
       ASSERT_EQ(row_, expected);
+    }
+  }
+
+  // Addresses below the same leading columns, each as it would be looked up alone.
+  void lookUpEach(const schema::Index& index) {
+    const size_t count = source_.below(80);
+    const Bytes leading = source_.address(index);
+    const size_t addrAt = index.keyLength - 5U;
+    std::vector<uint32_t> addrs(count);
+    for (uint32_t& addr : addrs) std::memcpy(&addr, source_.address(index).data() + addrAt, sizeof addr);
+    Bytes rows(count * row_.size());
+    std::vector<uint8_t> found(count, 9);
+    ASSERT_EQ(
+        table_.lookUpEach(index, leading.data(), addrs.data(), static_cast<uint32_t>(count), rows.data(), found.data()),
+        0U);
+    for (size_t i = 0; i < count; ++i) {
+      Bytes key = leading;
+      std::memcpy(key.data() + addrAt, &addrs[i], sizeof addrs[i]);
+      key.back() = 32;
+      CursorTwin twin(twin_, &index, key, {});
+      const auto row = rows.begin() + static_cast<ptrdiff_t>(i * row_.size());
+      ASSERT_LE(found[i], 1);
+      ASSERT_EQ(found[i] == 1 ? twin.got(Bytes(row, row + static_cast<ptrdiff_t>(row_.size()))) : twin.end(), "");
     }
   }
 

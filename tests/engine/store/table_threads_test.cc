@@ -222,12 +222,19 @@ TEST_F(Threads, a_single_read_beside_an_exchange_never_answers_what_was_never_tr
   uint8_t host[9] = {};
   std::memcpy(host + 4, &narrow.addr, sizeof narrow.addr);
   host[8] = 32;
+  constexpr uint32_t kAddresses = 40;
+  uint32_t addresses[kAddresses];
+  std::ranges::fill(addresses, narrow.addr);
   const auto* group = reinterpret_cast<const uint8_t*>(&wide.group);
   while (writers_ > 0) {
     Row row{};
     Cursor cursor;
     uint64_t inGroup = 0;
     expectThat(cursor.openKey(table_, kIndexes[2], host) == 0 && cursor.next(bytes(row)) == 0 && row.mask >= 20);
+    // The addresses lie at both sides of a run.
+    uint8_t each[kAddresses][kRowLength], found[kAddresses];
+    expectThat(table_.lookUpEach(kIndexes[2], host, addresses, kAddresses, each[0], found) == 0);
+    for (uint32_t i = 0; i < kAddresses; ++i) expectThat(found[i] == 1 && each[i][offsetof(Row, mask)] >= 20);
     expectThat(table_.read(kIndexes[1], group, bytes(row)) == 0 && row.group == wide.group);
     expectThat(table_.countByKey(kIndexes[1], group, inGroup) == 0 && (inGroup == 1 || inGroup == 2));
     const uint64_t all = table_.count();
