@@ -216,6 +216,15 @@ uint32_t fibdb_engine_walk_range(uint32_t table, uint32_t index, const void* low
   return visitAll(cursor, found->layout().rowLength, visit, context);
 }
 
+uint32_t fibdb_engine_explain(uint32_t table, uint32_t index, const void* key, uint32_t* nodes) {
+  store::Table* found = nullptr;
+  if (key == nullptr || nodes == nullptr) return DB_ERR_NULL_ARGUMENT;
+  if (const uint32_t code = findTable(table, found)) return code;
+  const schema::Index* asked = found->findIndex(index);
+  return asked == nullptr ? uint32_t{DB_ERR_BAD_INDEX}
+                          : found->nodesTo(*asked, static_cast<const uint8_t*>(key), *nodes);
+}
+
 uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed) {
   store::Table* found = nullptr;
   if (const uint32_t code = findTable(table, found)) return code;

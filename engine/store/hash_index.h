@@ -60,7 +60,12 @@ class HashIndex {
   // The reference inserted under hash that isIt accepts, or kNoRef. isIt may be asked about references with
   // other hashes, and about references that are being erased.
   template <class IsIt>
-  Ref find(uint64_t hash, IsIt&& isIt) const;
+  Ref find(uint64_t hash, IsIt&& isIt) const {
+    return find(hash, isIt, [] {});
+  }
+  // The same; each is called for each bucket that is looked at.
+  template <class IsIt, class Each>
+  Ref find(uint64_t hash, IsIt&& isIt, Each&& each) const;
 
   // Asks memory for the first bucket of a hash; once that is there, for what it may lead to.
   void fetchBucket(uint64_t hash) const;
@@ -102,8 +107,8 @@ class HashIndex {
   void trim(HashBucket* chain);
   void split(uint32_t from);
 
-  template <class IsIt>
-  Ref findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt) const;
+  template <class IsIt, class Each>
+  Ref findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt, Each&& each) const;
 
   Heap* heap_;
   HashIndexState* state_;
@@ -133,10 +138,11 @@ HashBucket* HashIndex<HashOf>::bucketAt(uint32_t number) const {
 }
 
 template <class HashOf>
-template <class IsIt>
-Ref HashIndex<HashOf>::findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt) const {
+template <class IsIt, class Each>
+Ref HashIndex<HashOf>::findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt, Each&& each) const {
   const uint32_t pattern = tagPattern(hash);
   for (;;) {
+    each();
     for (uint32_t word = 0; word < HashBucket::kTagWords; ++word) {
       for (uint32_t hits = equalBytes(load(chain->tags[word]), pattern); hits != 0; hits &= hits - 1) {
         const uint32_t byte = static_cast<uint32_t>(std::countr_zero(hits)) / 8;
@@ -151,12 +157,12 @@ Ref HashIndex<HashOf>::findIn(const HashBucket* chain, uint64_t hash, IsIt&& isI
 }
 
 template <class HashOf>
-template <class IsIt>
-Ref HashIndex<HashOf>::find(uint64_t hash, IsIt&& isIt) const {
+template <class IsIt, class Each>
+Ref HashIndex<HashOf>::find(uint64_t hash, IsIt&& isIt, Each&& each) const {
   uint32_t buckets = follow(state_->buckets);
   while (buckets != 0) {
     const uint32_t bucket = bucketOf(hash, buckets);
-    const Ref found = findIn(bucketAt(bucket), hash, isIt);
+    const Ref found = findIn(bucketAt(bucket), hash, isIt, each);
     if (found != kNoRef) return found;
     // Had a split taken the reference away before we looked, we would see now that hashes go elsewhere.
     acquireFence();

@@ -50,8 +50,13 @@ class KeyDirectory {
 
   // The block of this key, or kNoRef.
   Ref find(const Key& key) const {
+    return find(key, [] {});
+  }
+  // The same; each is called for each bucket that is looked at.
+  template <class Each>
+  Ref find(const Key& key, Each&& each) const {
     // Whole words: a key is padded with zeros here and there.
-    return blocks().find(key.hash, [&](Ref block) {
+    const auto isIt = [&](Ref block) {
       const auto* stored = reinterpret_cast<const uint32_t*>(payload(block) + 1);
       for (size_t at = 0; at < key.length; at += sizeof(uint32_t)) {
         uint32_t word;
@@ -59,7 +64,8 @@ class KeyDirectory {
         if (load(*stored++) != word) return false;
       }
       return true;
-    });
+    };
+    return blocks().find(key.hash, isIt, each);
   }
 
   uint32_t prepare() { return blocks().prepare(); }

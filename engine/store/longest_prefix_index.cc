@@ -239,13 +239,15 @@ constexpr uint64_t startsOf(uint64_t prefixes) {
 }
 static_assert(startsOf(bitOf(1)) == bitOf(0) && startsOf(bitOf(3)) == bitOf(32) && startsOf(bitOf(63)) == bitOf(62));
 
-// Of the nodes on the way from one of them to addr the last that has a prefix which covers it.
+// Of the nodes on the way from one of them to addr the last that has a prefix which covers it; each is called for each.
+template <class Each>
 [[gnu::always_inline]] inline PrefixMatch longestFrom(const Arena& arena, Ref from, uint32_t level, uint32_t addr,
-                                                      Depth depth) {
+                                                      Depth depth, Each&& each) {
   const Node* best = nullptr;
   uint64_t bestCovering = 0;
   uint32_t bestLevel = 0;
   walk(arena, from, level, addr, depth, [&](uint32_t here, const Node& node, uint64_t covering) {
+    each();
     best = covering != 0 ? &node : best;
     bestCovering = covering != 0 ? covering : bestCovering;
     bestLevel = covering != 0 ? here : bestLevel;
@@ -262,8 +264,11 @@ class OrderedWalk {
  public:
   OrderedWalk(const Arena& arena, uint32_t addr, uint32_t length) : arena_(arena), addr_(addr), length_(length) {}
 
-  [[gnu::always_inline]] inline uint32_t copy(Ref root, PrefixEntry* out, uint32_t most) {
-    uint32_t count = 0, nodes = (most + 1) * kLevels;
+  // nodes: how many were entered.
+  [[gnu::always_inline]] inline uint32_t copy(Ref root, PrefixEntry* out, uint32_t most, uint32_t& nodes) {
+    const uint32_t mostNodes = (most + 1) * kLevels + 1;
+    uint32_t count = 0;
+    nodes = 1;
     enter(root, 0, /*amid=*/true);
     while (count < most) {
       Stop& stop = stops_[level_];
@@ -279,7 +284,7 @@ class OrderedWalk {
       }
       stop.left &= stop.left - 1;
       if ((stop.children & bitOf(chunk)) == 0 || level_ + 1 == kLevels) continue;
-      if (nodes-- == 0) break;
+      if (nodes++ == mostNodes) break;
       path_ = (path_ & ~(bitsBelow(kPathBits - kChunkBits * level_))) | uint64_t{chunk} << shiftAt(level_);
       enter(follow(refsOf(*stop.node)[childRank(stop.children, chunk)]), level_ + 1, amid);
     }
@@ -559,15 +564,27 @@ uint32_t LongestPrefixIndex::find(uint32_t addr, uint8_t length) const {
   });
 }
 
-PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const {
+template <class Each>
+[[gnu::always_inline]] inline PrefixMatch LongestPrefixIndex::longestOf(uint32_t addr, uint8_t maxLength,
+                                                                        Each&& each) const {
   return counting([&]() __attribute__((always_inline))->PrefixMatch {
     const Depth depth(maxLength);
     if (depth.level >= kShortcutLevel) {
-      const PrefixMatch below = longestFrom(heap_->arena(), shortcutTo(addr), kShortcutLevel, addr, depth);
+      const PrefixMatch below = longestFrom(heap_->arena(), shortcutTo(addr), kShortcutLevel, addr, depth, each);
       if (below.value != 0) return below;
     }
-    return longestFrom(heap_->arena(), follow(state_->root), 0, addr, depth);
+    return longestFrom(heap_->arena(), follow(state_->root), 0, addr, depth, each);
   });
+}
+
+PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const {
+  return longestOf(addr, maxLength, []() __attribute__((always_inline)){});
+}
+
+PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength, uint32_t& nodes) const {
+  nodes = 0;
+  return longestOf(
+      addr, maxLength, [&]() __attribute__((always_inline)) { ++nodes; });
 }
 
 namespace {
@@ -623,16 +640,18 @@ void LongestPrefixIndex::longestOfEach(const uint32_t* addrs, uint32_t count, Pr
     }
     for (uint32_t i = 0; i < count; ++i) {
       const Descent& descent = descents[i];
-      out[i] = descent.best != nullptr ? PrefixMatch{follow(*descent.best), descent.bestLength}
-                                       : longestFrom(arena, follow(state_->root), 0, addrs[i], Depth(kMaxLength));
+      out[i] = descent.best != nullptr
+                   ? PrefixMatch{follow(*descent.best), descent.bestLength}
+                   : longestFrom(arena, follow(state_->root), 0, addrs[i], Depth(kMaxLength), [] {});
     }
   });
 }
 
-uint32_t LongestPrefixIndex::from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const {
+uint32_t LongestPrefixIndex::from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most,
+                                  uint32_t& nodes) const {
   const Ref root = follow(state_->root);
   return counting([&]() __attribute__((always_inline)) {
-    return OrderedWalk(heap_->arena(), addr, length).copy(root, out, most);
+    return OrderedWalk(heap_->arena(), addr, length).copy(root, out, most, nodes);
   });
 }
 

@@ -81,7 +81,9 @@ class LongestPrefixIndex {
   uint32_t find(uint32_t addr, uint8_t length) const;
   // The longest prefix that covers addr and is no longer than maxLength.
   PrefixMatch longest(uint32_t addr, uint8_t maxLength) const;
-  // The same for many addresses and prefixes of any length. They go down the levels together: what one of them wants to
+  // The same; nodes: how many it looks at.
+  PrefixMatch longest(uint32_t addr, uint8_t maxLength, uint32_t& nodes) const;
+  // Of many addresses, by prefixes of any length. They go down the levels together: what one of them wants to
   // look at next is asked for while the others look.
   static constexpr uint32_t kTogether = 32;
   void longestOfEach(const uint32_t* addrs, uint32_t count, PrefixMatch* out) const;  // REQUIRES: count <= kTogether
@@ -91,7 +93,12 @@ class LongestPrefixIndex {
   void fetchFirst(uint32_t addr) const;
   void fetchThen(uint32_t addr) const;
   // Copies up to `most` prefixes, in order, from {addr, length} on; fewer only at the end. REQUIRES: most > 0.
-  uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const;
+  // nodes: how many it looks at.
+  uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most, uint32_t& nodes) const;
+  uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const {
+    uint32_t nodes;
+    return from(addr, length, out, most, nodes);
+  }
 
   // The nodes and shortcuts, and every prefix: address, length, value.
   void survey(VisitBlock block, Visit<uint32_t, uint8_t, uint32_t> prefix) const;
@@ -99,6 +106,8 @@ class LongestPrefixIndex {
   bool shortcutsLeadRight() const;
 
  private:
+  template <class Each>
+  PrefixMatch longestOf(uint32_t addr, uint8_t maxLength, Each&& each) const;
   uint32_t place(uint32_t addr, uint8_t length, uint32_t value, bool replaces);
   Ref shortcutTo(uint32_t addr) const;
   Ref nodeAbove(uint32_t addr) const;

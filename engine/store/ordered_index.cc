@@ -405,7 +405,8 @@ uint32_t OrderedIndex<Entry>::above(const Entry& bound, bool inclusive, Entry* o
 
 template <class Entry>
 uint32_t OrderedIndex<Entry>::levels() const {
-  return state_->root == kNoRef ? 0 : heap_->at<Node>(state_->root)->level + 1;
+  const Ref root = follow(state_->root);
+  return root == kNoRef || !heap_->arena().readable(root) ? 0 : load(heap_->at<Node>(root)->level) + 1;
 }
 
 template <class Entry>

@@ -11,7 +11,7 @@
 // COST     insert, erase, above: O(log n), about one node copied per change, none per insert at the end of a leaf.
 // MEMORY   Entries + 4 to 40 %. Entries that arrive in ascending order, or in several ascending runs, leave full
 //          nodes; nodes that erasing left thin are merged.
-// THREADS  One writer (REQUIRES the table's lock); above() and contains() from any thread, inside readStable.
+// THREADS  One writer (REQUIRES the table's lock); above(), contains() and levels() from any thread, inside readStable.
 #ifndef FIBDB_ENGINE_STORE_ORDERED_INDEX_H
 #define FIBDB_ENGINE_STORE_ORDERED_INDEX_H
 
@@ -45,6 +45,8 @@ class OrderedIndex {
   bool erase(const Entry& entry);
 
   bool contains(const Entry& entry) const;
+  // The nodes from the root to a leaf.
+  uint32_t levels() const;
 
   // Copies up to `most` entries that are > bound (or >= bound when inclusive) to `out` in ascending order,
   // all from one leaf; 0 only when there is none. REQUIRES: most > 0.
@@ -54,8 +56,6 @@ class OrderedIndex {
   void survey(VisitBlock node, Visit<const Entry&> entry) const;
 
  private:
-  uint32_t levels() const;
-
   Heap* heap_;
   OrderedIndexState* state_;
 };

@@ -138,23 +138,26 @@ void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref recor
   heap_->retire(block, sizeof(Trie));
 }
 
-uint32_t PrefixTables::from(const OrderedEntry& first, OrderedEntry* out, uint32_t most) const {
+uint32_t PrefixTables::from(const OrderedEntry& first, OrderedEntry* out, uint32_t most, uint32_t& nodes) const {
   constexpr uint32_t kRun = 32;
   const uint32_t addrWord = this->addrWord();
   OrderedEntry wanted{};
   std::memcpy(wanted.words, first.words, addrWord * sizeof(uint32_t));
   PrefixEntry run[kRun];
   uint32_t count = 0;
+  nodes = tries_.levels();
   // Every trie but one that is just being emptied has a prefix, so a walk that takes more tries was overtaken.
   for (uint32_t tries = most + 2; count < most && tries > 0; --tries) {
     OrderedEntry trie;
     if (tries_.above(wanted, /*inclusive=*/wanted.record == kNoRef, &trie, 1) == 0) break;
     if (!heap_->arena().readable(trie.record)) break;
     const bool amid = std::memcmp(trie.words, first.words, addrWord * sizeof(uint32_t)) == 0;
+    uint32_t nodesHere;
     const uint32_t got =
         prefixes(trie.record)
             .from(amid ? first.words[addrWord] : 0, amid ? first.words[addrWord + 1] >> kLengthShift : 0, run,
-                  std::min(most - count, kRun));
+                  std::min(most - count, kRun), nodesHere);
+    nodes += nodesHere;
     for (const PrefixEntry& entry : std::span(run, got)) {
       OrderedEntry& to = out[count++] = trie;
       to.words[addrWord] = entry.addr;

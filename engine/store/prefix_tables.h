@@ -113,6 +113,10 @@ class PrefixTables {
   PrefixMatch longest(Ref block, uint32_t addr, uint8_t maxLength) const {
     return prefixes(block).longest(addr, maxLength);
   }
+  // The same; nodes: how many it looks at.
+  PrefixMatch longest(Ref block, uint32_t addr, uint8_t maxLength, uint32_t& nodes) const {
+    return prefixes(block).longest(addr, maxLength, nodes);
+  }
   void longestOfEach(Ref block, const uint32_t* addrs, uint32_t count, PrefixMatch* out) const {
     prefixes(block).longestOfEach(addrs, count, out);
   }
@@ -129,7 +133,12 @@ class PrefixTables {
 
   // Copies up to `most` prefixes of all tries, in order, from this key on; fewer only at the end. An entry's words are
   // its key, the address without bits below the mask, and in the place of a record stands the prefix's value.
-  uint32_t from(const OrderedEntry& first, OrderedEntry* out, uint32_t most) const;
+  // nodes: how many it looks at.
+  uint32_t from(const OrderedEntry& first, OrderedEntry* out, uint32_t most, uint32_t& nodes) const;
+  uint32_t from(const OrderedEntry& first, OrderedEntry* out, uint32_t most) const {
+    uint32_t nodes;
+    return from(first, out, most, nodes);
+  }
   // The address in such a key.
   uint32_t addrIn(const OrderedEntry& entry) const { return entry.words[addrWord()]; }
   // The key right behind.

@@ -11,7 +11,7 @@
 // found absent are absent still.
 //
 // COST     enter, leave, next: O(log n); tally: O(1).
-// THREADS  One writer (REQUIRES the table's lock); find, tally, arrivedAt and next from any thread, inside
+// THREADS  One writer (REQUIRES the table's lock); find, nodesTo, tally, arrivedAt and next from any thread, inside
 //          readStable.
 #ifndef FIBDB_ENGINE_STORE_SECONDARY_INDEX_H
 #define FIBDB_ENGINE_STORE_SECONDARY_INDEX_H
@@ -83,6 +83,12 @@ class SecondaryIndex {
 
   // The block of a key that has records, or kNoRef.
   Ref find(const Key& key) const { return keys_.find(key); }
+  // The buckets and nodes on the way to the first record of a key.
+  uint32_t nodesTo(const Key& key) const {
+    uint32_t nodes = 0;
+    const Ref block = keys_.find(key, [&] { ++nodes; });
+    return block == kNoRef ? nodes : nodes + postings_.levels();
+  }
   Tally::Reading tally(Ref block) const { return keys_.payload(block)->tally.read(); }
   uint64_t arrivedAt(Ref block) const { return follow(keys_.payload(block)->arrivedAt); }
 

@@ -135,6 +135,10 @@ class Table {
   uint64_t count() const;
   uint32_t countByKey(const schema::Index& index, const uint8_t* key, uint64_t& count) const;
 
+  // The nodes of an index on the way to the first record of a key: buckets of a hash, nodes of trees and tries. As the
+  // first step of a cursor takes it, of an ordered index to the first record from the key on; DB_ERR_BAD_KEY as there.
+  uint32_t nodesTo(const schema::Index& index, const uint8_t* key, uint32_t& nodes) const;
+
   void setLimits(const Limits& limits);
   TableStats stats() const;
 
@@ -186,6 +190,10 @@ class Table {
   bool isOrderedApart(size_t index, const uint8_t* row) const;
 
   Ref find(Heap& heap, const Key& primaryKey) const;
+  uint32_t nodesInPrimary(const uint8_t* key) const;
+  uint32_t nodesInSecondary(size_t index, const uint8_t* key) const;
+  uint32_t nodesInOrder(size_t index, const uint8_t* key) const;
+  uint32_t nodesInTrie(size_t index, const uint8_t* key) const;
   bool readOne(Heap& heap, const Key& primaryKey, uint64_t latest, uint8_t* row) const;
   uint32_t readFirst(size_t index, const Key& key, uint8_t* row) const;
   bool readUnder(const Records& records, size_t index, const Key& key, Ref record, uint8_t* row) const;

@@ -155,6 +155,9 @@ class StoredPrefixes : public Ground {
   void longestOfEach(const uint32_t* addrs, uint32_t count, PrefixMatch* out) const {
     index_.longestOfEach(addrs, count, out);
   }
+  PrefixMatch longest(uint32_t addr, uint8_t maxLength, uint32_t& nodes) const {
+    return index_.longest(addr, maxLength, nodes);
+  }
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const { index_.match(addr, maxLength, out); }
   uint32_t from(uint32_t addr, uint32_t length, PrefixEntry* out, uint32_t most) const {
     return index_.from(addr, length, out, most);

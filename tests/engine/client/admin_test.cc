@@ -250,6 +250,36 @@ TEST_F(Admin, many_lookups_at_once_answer_as_each_alone) {
   EXPECT_EQ(found, (std::vector<uint8_t>{9, 9, 9}));
 }
 
+TEST_F(Admin, what_a_search_costs_is_explained_for_every_index) {
+  const uint32_t table = numberOf(TableId::ip4forward);
+  const auto nodesTo = [&](uint32_t index, const Key& key) {
+    uint32_t nodes = 77;
+    EXPECT_EQ(fibdb_engine_explain(table, index, key.data(), &nodes), 0u);
+    return nodes;
+  };
+  const Key key = routeKey(10 << 24, 8);
+  EXPECT_EQ(nodesTo(kRouteLongest, key), 0u) << "an empty table has none";
+  EXPECT_EQ(nodesTo(kRouteOrdered, key), 0u);
+  ASSERT_EQ(writeRoute(route(10 << 24, 8)), 0u);
+  ASSERT_EQ(writeRoute(route(10 << 24 | 1 << 16, 24)), 0u);
+  EXPECT_EQ(nodesTo(kRouteKey, key), 1u) << "a bucket";
+  EXPECT_EQ(nodesTo(kRouteLongest, routeKey(10 << 24 | 255 << 16, 32)), 3u) << "nodes end at /0, /6 and /12";
+  EXPECT_EQ(nodesTo(kRouteLongest, routeKey(10 << 24 | 1 << 16, 32)), 5u) << "and at /18 and /24";
+  EXPECT_EQ(nodesTo(kRouteLongest, routeKey(1u << 31, 32)), 1u);
+  EXPECT_EQ(nodesTo(kRouteOrdered, key), 1u + 3) << "the one node of all tries, and those down to /12";
+  EXPECT_EQ(nodesTo(kRouteOrdered, routeKey(10 << 24, 9)), 1u + 5);
+  EXPECT_EQ(nodesTo(kRouteByGroup, makeKey(TableId::ip4forward, kRouteByGroup, {0, 0})), 1u + 1) << "a bucket, a leaf";
+  EXPECT_EQ(nodesTo(kRouteByGroup, makeKey(TableId::ip4forward, kRouteByGroup, {5, 0})), 1u) << "no record has the key";
+
+  uint32_t nodes = 77;
+  EXPECT_EQ(fibdb_engine_explain(table, 1, key.data(), &nodes), DB_ERR_BAD_INDEX);
+  EXPECT_EQ(fibdb_engine_explain(table, kRouteLongest, routeKey(0, 33).data(), &nodes), DB_ERR_BAD_KEY);
+  EXPECT_EQ(fibdb_engine_explain(table, kRouteKey, nullptr, &nodes), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(fibdb_engine_explain(table, kRouteKey, key.data(), nullptr), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(fibdb_engine_explain(UINT32_MAX, kRouteKey, key.data(), &nodes), DB_ERR_WRONG_TABLE);
+  EXPECT_EQ(nodes, 77u);
+}
+
 TEST_F(Admin, to_clear_a_table_removes_its_records_and_leaves_its_limits) {
   const uint32_t table = numberOf(TableId::ip4forward);
   ASSERT_EQ(fibdb_engine_set_limits(table, 1000, 0), 0u);

@@ -127,7 +127,31 @@ void expectSameAnswers(const StoredPrefixes& index, const LinearPrefixes& twin, 
   const PrefixMatch longest = index.longest(addr, maxLength);
   ASSERT_EQ(longest.value, expected.count == 0 ? 0 : expected.values[0]);
   ASSERT_EQ(longest.length, expected.count == 0 ? 0 : expected.lengths[0]);
+  uint32_t nodes = 0;
+  const PrefixMatch counted = index.longest(addr, maxLength, nodes);
+  ASSERT_TRUE(counted.value == longest.value && counted.length == longest.length);
+  ASSERT_LE(nodes, 4u + 7) << "from a shortcut on, and then from the root";
   ASSERT_EQ(index.find(addr, maxLength), twin.find(addr, maxLength));
+}
+
+TEST(LongestPrefixIndex, a_lookup_by_a_shortcut_looks_at_three_nodes_less_unless_it_begins_again_above) {
+  StoredPrefixes plain;
+  ShortenedPrefixes shortened;
+  const uint32_t addr = ip(10, 0, 1, 0);
+  for (StoredPrefixes* index : std::initializer_list<StoredPrefixes*>{&plain, &shortened}) {
+    index->insert(ip(10, 0, 0, 0), 8, 1);
+    index->insert(addr, 24, 2);
+  }
+  const auto nodesTo = [](const StoredPrefixes& index, uint32_t to, uint32_t value) {
+    uint32_t nodes = 77;
+    EXPECT_EQ(index.longest(to, 32, nodes).value, value);
+    return nodes;
+  };
+  EXPECT_EQ(nodesTo(plain, addr, 2), 5u) << "they end at /0, /6, /12, /18, /24";
+  EXPECT_EQ(nodesTo(shortened, addr, 2), 2u);
+  const uint32_t neighbour = ip(10, 0, 2, 0);
+  EXPECT_EQ(nodesTo(plain, neighbour, 1), 5u);
+  EXPECT_EQ(nodesTo(shortened, neighbour, 1), 2u + 5);
 }
 
 // Every set of prefixes over addresses of four bits, which stand `shift` bits below the top of an address.

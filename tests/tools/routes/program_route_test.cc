@@ -201,16 +201,17 @@ TEST(ExplainShowRoute, names_the_index_and_what_was_read) {
     answer.erase("microseconds");
     return answer;
   };
-  const auto expected = [](const char* index, int seeks, int read, int found) {
-    return nlohmann::json{{"index", index}, {"seeks", seeks}, {"routes_read", read}, {"routes_found", found}};
+  const auto expected = [](const char* index, int seeks, int nodes, int read, int found) {
+    return nlohmann::json{
+        {"index", index}, {"seeks", seeks}, {"nodes", nodes}, {"routes_read", read}, {"routes_found", found}};
   };
-  EXPECT_EQ(cost("10.1.2.3"), expected("longest prefix", 1, 1, 1));
-  EXPECT_EQ(cost("200.1.2.3 vr 1"), expected("longest prefix", 1, 0, 0));
-  EXPECT_EQ(cost("10.0.0.0/8"), expected("primary key", 1, 1, 1));
-  EXPECT_EQ(cost("10.1.0.0/16 longer"), expected("key order", 1, 2, 2));
-  EXPECT_EQ(cost("10.1.2.3 covering"), expected("longest prefix", 4, 4, 4));
-  EXPECT_EQ(cost("where group 1 vr 0"), expected("group", 1, 3, 3));
-  EXPECT_EQ(cost("where length 8 count"), expected("none, every route", 0, 7, 3));
+  EXPECT_EQ(cost("10.1.2.3"), expected("longest prefix", 1, 5, 1, 1));
+  EXPECT_EQ(cost("200.1.2.3 vr 1"), expected("longest prefix", 1, 0, 0, 0));
+  EXPECT_EQ(cost("10.0.0.0/8"), expected("primary key", 1, 1, 1, 1));
+  EXPECT_EQ(cost("10.1.0.0/16 longer"), expected("key order", 1, 5, 2, 2));
+  EXPECT_EQ(cost("10.1.2.3 covering"), expected("longest prefix", 4, 5 + 5 + 4 + 3, 4, 4));
+  EXPECT_EQ(cost("where group 1 vr 0"), expected("group", 1, 2, 3, 3));
+  EXPECT_EQ(cost("where length 8 count"), expected("none, every route", 0, 0, 7, 3));
 }
 
 }  // namespace

@@ -123,7 +123,7 @@ TEST_F(RouteSearchTest, reads_no_route_outside_a_prefix) {
   RouteSearch search({.vr = 0, .vrf = 0, .inside = Prefix{499u << 8, 24}});
   EXPECT_EQ(search.forEach(UINT64_MAX, [](const auto&) {}), 1u);
   EXPECT_EQ(search.routesRead(), 1u);
-  EXPECT_EQ(search.seeks(), 1u);
+  EXPECT_EQ(search.seeks().size(), 1u);
   EXPECT_STREQ(nameOf(search.index()), "key order");
 }
 

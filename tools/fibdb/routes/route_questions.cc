@@ -280,7 +280,7 @@ Status answer(Session& session, const Question& question) {
 
 struct Cost {
   std::string index;
-  uint64_t seeks = 1;
+  std::vector<RouteSeek> seeks;
   uint64_t routesRead = 0;
   uint64_t found = 0;
 };
@@ -292,7 +292,10 @@ Cost costOf(const Question& question) {
     const uint64_t found =
         (exactly ? readRoute(question.prefix, question.vrf()) : lookUpRoute(question.prefix.address, question.vrf()))
             .has_value();
-    return {exactly ? "primary key" : nameOf(RouteIndex::kLongestPrefix), 1, found, found};
+    const uint32_t index = exactly ? FIB_DB_IP4FORWARD_PRIMARY : FIB_DB_IP4FORWARD_LONGEST;
+    const FibDbIp4forwardKey key{question.vrf().vr, question.vrf().index, question.prefix.address,
+                                 question.prefix.length};
+    return {exactly ? "primary key" : nameOf(RouteIndex::kLongestPrefix), {{index, key}}, found, found};
   }
   RouteSearch search(question.query);
   const uint64_t found = question.count ? search.count() : search.forEach(question.most, [](const auto&) {});
@@ -303,8 +306,11 @@ Status explain(Session& session, const Question& question) {
   const Stopwatch watch;
   const Cost cost = costOf(question);
   const double microseconds = watch.seconds() * 1e6;
+  uint64_t nodes = 0;
+  for (const RouteSeek& seek : cost.seeks) nodes += nodesTo(seek);
   session.output.record("found by", {{"index", cost.index},
-                                     {"seeks", cost.seeks, Format::kCount},
+                                     {"seeks", uint64_t{cost.seeks.size()}, Format::kCount},
+                                     {"nodes", nodes, Format::kCount},
                                      {"routes_read", cost.routesRead, Format::kCount},
                                      {"routes_found", cost.found, Format::kCount},
                                      {"microseconds", microseconds}});

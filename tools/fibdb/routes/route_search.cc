@@ -29,9 +29,12 @@ bool coversAll(const Prefix& outer, const Prefix& inner) {
   return outer.length <= inner.length && covers(outer, inner.address);
 }
 
-FibDbIp4forwardKey keyOf(const Vrf& vrf, uint32_t address, uint8_t length) {
-  return {vrf.vr, vrf.index, address, length};
+FibDbIp4forwardKey keyOf(const Vrf& vrf, const Prefix& prefix) {
+  return {vrf.vr, vrf.index, prefix.address, prefix.length};
 }
+// No key of a route of the VRF is less, or greater.
+FibDbIp4forwardKey lowestOf(const Vrf& vrf) { return keyOf(vrf, {0, 0}); }
+FibDbIp4forwardKey highestOf(const Vrf& vrf) { return keyOf(vrf, {UINT32_MAX, 32}); }
 
 auto orderOf(const FibDbIp4forwardItem& item) { return std::tuple(vrfOf(item), prefixOf(item)); }
 
@@ -59,6 +62,14 @@ const char* nameOf(RouteIndex index) {
       return "none, every route";
   }
   return "";
+}
+
+uint64_t nodesTo(const RouteSeek& seek) {
+  uint32_t nodes = 0;
+  const uint32_t code =
+      call<fibdb_engine_explain>(call<fibdb_engine_find_table>("ip4forward"), seek.indexId, &seek.key, &nodes);
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, "explaining the search: " + codeText(code));
+  return nodes;
 }
 
 RouteSearch::RouteSearch(const RouteQuery& query) : query_(query), index_(chooseIndex(query)) {}
@@ -114,8 +125,8 @@ bool RouteSearch::inVrfs(const std::function<bool(const Vrf& vrf)>& search) {
   if (query_.vr && query_.vrf) return search({*query_.vr, *query_.vrf});
   const Vrf last{query_.vr.value_or(UINT32_MAX), UINT32_MAX};
   for (Vrf next{query_.vr.value_or(0), 0};;) {
-    ++seeks_;
-    RouteRange range(keyOf(next, 0, 0), keyOf(last, UINT32_MAX, 32), 1);
+    seeks_.push_back({FIB_DB_IP4FORWARD_DICTIONARY, lowestOf(next)});
+    RouteRange range(lowestOf(next), highestOf(last), 1);
     const FibDbIp4forwardItem* first = range.next();
     if (first == nullptr) return true;
     const Vrf vrf = vrfOf(*first);
@@ -128,7 +139,7 @@ bool RouteSearch::inVrfs(const std::function<bool(const Vrf& vrf)>& search) {
 // Each lookup finds the longest prefix that is still to come.
 bool RouteSearch::coveringIn(const Vrf& vrf, const Take& take) {
   for (Prefix rest = *query_.covering;;) {
-    ++seeks_;
+    seeks_.push_back({FIB_DB_IP4FORWARD_LONGEST, keyOf(vrf, rest)});
     const auto route = lookUpCovering(rest, vrf);
     if (!route) return true;
     ++routesRead_;
@@ -142,8 +153,8 @@ bool RouteSearch::coveringIn(const Vrf& vrf, const Take& take) {
 bool RouteSearch::insideOf(const Vrf& vrf, const Take& take) {
   const Prefix inside = query_.inside.value_or(Prefix{0, 0});
   // A shorter prefix with the same address stands before it.
-  RouteRange range(keyOf(vrf, inside.address, inside.length), keyOf(vrf, lastAddress(inside), 32));
-  ++seeks_;
+  RouteRange range(keyOf(vrf, inside), keyOf(vrf, {lastAddress(inside), 32}));
+  seeks_.push_back({FIB_DB_IP4FORWARD_DICTIONARY, keyOf(vrf, inside)});
   const uint64_t before = routesRead_;
   while (const FibDbIp4forwardItem* route = range.next()) {
     routesRead_ = before + range.routesRead();
@@ -155,7 +166,7 @@ bool RouteSearch::insideOf(const Vrf& vrf, const Take& take) {
 // The index has the virtual router in its key.
 bool RouteSearch::ofGroup(const Take& take) {
   for (uint32_t vr = query_.vr.value_or(0); vr <= query_.vr.value_or(FIB_DB_MAX_VR_ID); ++vr) {
-    ++seeks_;
+    seeks_.push_back({FIB_DB_IP4FORWARD_BY_GROUP, {*query_.group, vr, 0, 0}});
     RouteIterator routes(call<FIB_DB_CreateIp4forwardIteratorByNhpGrpId>(*query_.group, vr, -1));
     while (const FibDbIp4forwardItem* route = routes.next()) {
       ++routesRead_;

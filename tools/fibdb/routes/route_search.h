@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "tools/fibdb/routes/routes.h"
 
@@ -30,6 +31,14 @@ struct RouteQuery {
   bool fits(const FibDbIp4forwardItem& route) const;
 };
 
+// A place that an index was asked for. The key of the group index, {group, vr_id}, is its first two words.
+struct RouteSeek {
+  uint32_t indexId;
+  FibDbIp4forwardKey key;
+};
+// The nodes of the index on the way to that place.
+uint64_t nodesTo(const RouteSeek& seek);
+
 enum class RouteIndex { kLongestPrefix, kKeyOrder, kGroup, kNone };
 const char* nameOf(RouteIndex index);
 
@@ -46,7 +55,7 @@ class RouteSearch {
   uint64_t count();
 
   RouteIndex index() const { return index_; }
-  uint64_t seeks() const { return seeks_; }  // places that an index was asked for
+  const std::vector<RouteSeek>& seeks() const { return seeks_; }
   uint64_t routesRead() const { return routesRead_; }
 
  private:
@@ -62,7 +71,7 @@ class RouteSearch {
 
   const RouteQuery query_;
   RouteIndex index_;
-  uint64_t seeks_ = 0;
+  std::vector<RouteSeek> seeks_;
   uint64_t routesRead_ = 0;
 };
 
