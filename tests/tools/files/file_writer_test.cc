@@ -94,7 +94,8 @@ TEST(FileWriter, nothing_does_not_take_the_place_of_something) {
     overFull.requireRecords(0, "command");
     FAIL() << "no failure";
   } catch (const Failure& failure) {
-    EXPECT_EQ(failure.what(), folder.path("full") + ": kept, for it holds something and there is nothing to save");
+    EXPECT_EQ(failure.file(), folder.path("full"));
+    EXPECT_STREQ(failure.what(), "kept, for it holds something and there is nothing to save");
     EXPECT_EQ(failure.advice(), "to replace it all the same: command");
   }
   EXPECT_NO_THROW(FileWriter(folder.write("empty", "")).requireRecords(0, "command"));
@@ -108,7 +109,8 @@ TEST(FileWriter, a_device_without_space_is_a_failure_by_name) {
     writer.commit();
     FAIL() << "no failure";
   } catch (const Failure& failure) {
-    EXPECT_STREQ(failure.what(), "/dev/full: No space left on device");
+    EXPECT_EQ(failure.file(), "/dev/full");
+    EXPECT_STREQ(failure.what(), "No space left on device");
   }
 }
 

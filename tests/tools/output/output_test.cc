@@ -54,6 +54,23 @@ TEST(TextOutput, a_titled_list_shows_its_name_and_an_empty_one_says_so) {
   EXPECT_EQ(empty->answers.str(), "no some things\n");
 }
 
+TEST(TextOutput, a_blank_line_stands_between_the_parts_of_an_answer_and_not_behind_the_last) {
+  auto text = asText();
+  const auto writeTitled = [&] {
+    text->output->beginList({"some_things", {{"name"}}, true});
+    text->output->endList();
+  };
+  const std::string list = "some things\nno some things\n";
+  writeTitled();
+  writeTitled();
+  text->output->record("one", {});
+  text->output->result("two", {});
+  writeTitled();
+  text->output->endCommand();
+  text->output->result("of the next command", {});
+  EXPECT_EQ(text->answers.str(), list + "\n" + list + "\none\ntwo\n" + list + "of the next command\n");
+}
+
 TEST(TextOutput, a_list_longer_than_a_block_has_one_heading_and_every_row) {
   auto text = asText();
   text->output->beginList({"numbers", {{"number"}}});

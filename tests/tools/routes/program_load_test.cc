@@ -145,6 +145,11 @@ TEST(LoadRoutes, a_file_that_cannot_be_read_is_named_with_what_is_wrong_about_it
     return outcome.err;
   };
   EXPECT_EQ(errorOf("/no/such"), "fibdb: /no/such: No such file or directory\n");
+  EXPECT_EQ(runProgram({"--json", "load", "routes", "/no/such"}).err,
+            "{\"error\":\"No such file or directory\",\"file\":\"/no/such\"}\n");
+  EXPECT_EQ(runProgram({"--json", "-f", folder.write("script", "save routes /no/such\n")}).err,
+            "{\"error\":\"No such file or directory\",\"file\":\"/no/such\",\"command\":{\"file\":\"" +
+                folder.path("script") + "\",\"line\":1}}\n");
   EXPECT_EQ(errorOf(folder.path("")), "fibdb: " + folder.path("") + ": Is a directory\n");
   EXPECT_EQ(errorOf(file + "/inside"), "fibdb: " + file + "/inside: Not a directory\n");
   EXPECT_EQ(errorOf(file + "/"), "fibdb: " + file + "/: Not a directory\n");

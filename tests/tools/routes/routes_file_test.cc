@@ -111,7 +111,7 @@ class RoutesFile : public testing::Test {
     try {
       read(file);
     } catch (const Failure& failure) {
-      return failure.what();
+      return failure.file() + (failure.file().empty() ? "" : ": ") + failure.what();
     }
     return "no failure";
   }

@@ -73,7 +73,7 @@ std::string usageFailure(const Words& words, Take take) {
   } catch (const Failure& failure) {
     EXPECT_EQ(failure.status(), Status::kUsage);
     EXPECT_THAT(failure.advice(), HasSubstr("usage: probe NUMBER"));
-    return failure.what();
+    return (failure.text().empty() ? "" : failure.text() + ": ") + failure.what();
   }
   return "no failure";
 }
@@ -83,7 +83,7 @@ TEST(Arguments, missing_wrong_and_extra_words_are_usage_failures) {
   EXPECT_EQ(usageFailure({}, number), "a number is missing");
   EXPECT_EQ(usageFailure({"256"}, number), "\"256\" is not a number up to 255");
   EXPECT_EQ(usageFailure({"x"}, [](Arguments& a) { a.end(); }), "unexpected word \"x\"");
-  EXPECT_EQ(usageFailure({"1.2.3.4/40"}, [](Arguments& a) { a.prefix(); }), "\"1.2.3.4/40\": mask above 32");
+  EXPECT_EQ(usageFailure({"1.2.3.4/40"}, [](Arguments& a) { a.prefix(); }), "1.2.3.4/40: mask above 32");
   EXPECT_EQ(usageFailure({"nosuch"}, [](Arguments& a) { a.table(); }), "unknown table \"nosuch\"");
 }
 

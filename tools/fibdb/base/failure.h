@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace fibdb::program {
 
@@ -24,12 +25,27 @@ class Failure : public std::runtime_error {
   Failure(Status status, const std::string& message, std::string advice = {})
       : std::runtime_error(message), status_(status), advice_(std::move(advice)) {}
 
+  // The same, about a file that a command names.
+  Failure inFile(std::string file) && {
+    file_ = std::move(file);
+    return std::move(*this);
+  }
+  // The same, about a word that was given.
+  Failure of(std::string text) && {
+    text_ = std::move(text);
+    return std::move(*this);
+  }
+
   Status status() const { return status_; }
   const std::string& advice() const { return advice_; }
+  const std::string& file() const { return file_; }
+  const std::string& text() const { return text_; }
 
  private:
   Status status_;
   std::string advice_;
+  std::string file_;
+  std::string text_;
 };
 
 // A line for any status or code of the library and the engine, the number included.

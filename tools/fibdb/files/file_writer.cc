@@ -12,6 +12,7 @@
 #include <filesystem>
 
 #include "tools/fibdb/base/failure.h"
+#include "tools/fibdb/base/words.h"
 
 namespace fibdb::program {
 namespace {
@@ -109,8 +110,9 @@ void FileWriter::write(std::string_view line) {
 
 void FileWriter::requireRecords(uint64_t records, const std::string& command) const {
   if (records > 0 || !replacesContent_) return;
-  throw Failure(Status::kFailed, file_ + ": kept, for it holds something and there is nothing to save",
-                "to replace it all the same: " + command);
+  throw Failure(Status::kFailed, "kept, for it holds something and there is nothing to save",
+                "to replace it all the same: " + command)
+      .inFile(file_);
 }
 
 // A new link cannot take a name that is taken: it gets one beside the target first.
@@ -143,8 +145,9 @@ void FileWriter::commit() {
 }
 
 void FileWriter::fail() const {
-  const std::string name = file_ == "-" ? "standard output" : file_;
-  throw Failure(Status::kFailed, name + ": " + std::strerror(errno));
+  const std::string reason = std::strerror(errno);
+  if (file_ == "-") throw Failure(Status::kFailed, "standard output: " + reason);
+  throw Failure(Status::kFailed, reason).inFile(file_.empty() ? inQuotes(file_) : file_);
 }
 
 }  // namespace fibdb::program

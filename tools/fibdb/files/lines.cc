@@ -201,17 +201,12 @@ class BadLines {
   uint64_t count_ = 0;
 };
 
-// A name that can be told from the words around it.
-std::string shownName(const std::string& file) {
-  if (file == "-") return "standard input";
-  return file.empty() ? "\"\"" : file;
-}
-
 LineSource openFile(const std::string& file) {
   try {
     return LineSource(file);
   } catch (const Failure& failure) {
-    throw Failure(failure.status(), shownName(file) + ": " + failure.what());
+    if (file == "-") throw Failure(failure.status(), std::string("standard input: ") + failure.what());
+    throw Failure(failure.status(), failure.what()).inFile(file.empty() ? inQuotes(file) : file);
   }
 }
 

@@ -61,6 +61,7 @@ struct Complaint {
   Place place = kNoPlace;
   std::string text = {};    // the offending input, unquoted
   std::string advice = {};  // a second line
+  std::string file = {};    // that a command names, and which is at fault; the command stands at the place
 };
 
 // A thing and what hangs below it: text draws its line, JSON has its facts.

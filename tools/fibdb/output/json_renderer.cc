@@ -85,8 +85,13 @@ class JsonRenderer final : public Renderer {
   std::string complaint(const Complaint& complaint) const override {
     Json object{{"error", complaint.message}};
     if (!complaint.text.empty()) object["text"] = complaint.text;
-    if (!complaint.place.file.empty()) object["file"] = complaint.place.file;
-    if (complaint.place.line != 0) object["line"] = complaint.place.line;
+    Json* at = &object;
+    if (!complaint.file.empty()) {
+      object["file"] = complaint.file;
+      if (!complaint.place.file.empty()) at = &object["command"];
+    }
+    if (!complaint.place.file.empty()) (*at)["file"] = complaint.place.file;
+    if (complaint.place.line != 0) (*at)["line"] = complaint.place.line;
     if (!complaint.advice.empty()) object["advice"] = complaint.advice;
     return textOf(object) + '\n';
   }

@@ -110,6 +110,7 @@ void Output::log(const std::string& line) { writeError(renderer_->log(line)); }
 
 void Output::endCommand() {
   endList();
+  renderer_->endCommand();
   view_ = {};
 }
 

@@ -35,6 +35,7 @@ std::string Renderer::done(const std::string& sentence, const std::vector<Fact>&
 
 std::string Renderer::complaint(const Complaint& complaint) const {
   std::string text = placeText(complaint.place);
+  if (!complaint.file.empty()) text += complaint.file + ": ";
   if (!complaint.text.empty()) text += inQuotes(complaint.text) + ": ";
   text += complaint.message + '\n';
   if (!complaint.advice.empty()) text += complaint.advice + '\n';

@@ -53,6 +53,8 @@ class Renderer {
   virtual void record(const std::string& title, const std::vector<Fact>& facts) = 0;
   virtual void tree(const std::string& title, const Tree& root) = 0;
   virtual void answer(const std::string& sentence, const std::vector<Fact>& facts) = 0;
+  // What comes next answers another command.
+  virtual void endCommand() {}
 
   // As people read them, unless a form has its own.
   virtual std::string done(const std::string& sentence, const std::vector<Fact>& facts, size_t width) const;

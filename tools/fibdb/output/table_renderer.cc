@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/output/table_renderer.cc: answers for people: aligned columns, or a line for each value.
 #include <algorithm>
+#include <utility>
 
 #include "tools/fibdb/base/words.h"
 #include "tools/fibdb/output/renderer.h"
@@ -52,6 +53,7 @@ class TableRenderer final : public Renderer {
       : Renderer(style), answers_(answers), form_(form) {}
 
   void beginList(const ListHead& head, bool all) override {
+    divide();
     head_ = head;
     screen_ = style().width();
     leavesOut_ = screen_ != 0 && !all;
@@ -80,10 +82,11 @@ class TableRenderer final : public Renderer {
       const std::string zeros = (head_.titled ? "" : spaced(head_.name) + ": ") + "nothing but zeros";
       answers_ << (dropped_ == 0 ? "no " + spaced(head_.name) : zeros) << '\n';
     }
-    if (head_.titled) answers_ << '\n';
+    dividing_ = head_.titled;
   }
 
   void record(const std::string& title, const std::vector<Fact>& facts) override {
+    divide();
     const size_t screen = style().width();
     answers_ << painted(kBold, wrapped(title, screen, kHanging)) << '\n';
     size_t width = 0;
@@ -99,10 +102,18 @@ class TableRenderer final : public Renderer {
   }
 
   void answer(const std::string& sentence, const std::vector<Fact>&) override {
+    divide();
     answers_ << wrapped(sentence, style().width(), kHanging) << '\n';
   }
 
+  void endCommand() override { dividing_ = false; }
+
  private:
+  // Between a titled list and what follows it in the same answer.
+  void divide() {
+    if (std::exchange(dividing_, false)) answers_ << '\n';
+  }
+
   std::string painted(const char* color, const std::string& text) const {
     return style().color && !text.empty() ? color + text + kNormal : text;
   }
@@ -330,8 +341,9 @@ class TableRenderer final : public Renderer {
   bool stacked_ = false;        // headings in several lines
   std::vector<bool> right_;
   std::vector<bool> shown_;
-  uint64_t rows_ = 0;     // written
-  uint64_t dropped_ = 0;  // that count nothing
+  bool dividing_ = false;  // what comes next stands behind a blank line
+  uint64_t rows_ = 0;      // written
+  uint64_t dropped_ = 0;   // that count nothing
 };
 
 }  // namespace

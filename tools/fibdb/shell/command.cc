@@ -253,9 +253,9 @@ Status showChoices(Session& session, std::span<const std::string> words) {
   return Status::kOk;
 }
 
-void Arguments::fail(const std::string& message, const std::string& advice) const {
+void Arguments::fail(const std::string& message, const std::string& advice, const std::string& text) const {
   const std::string usage = "usage: " + usageOf(command_);
-  throw Failure(Status::kUsage, message, advice.empty() ? usage : advice + '\n' + usage);
+  throw Failure(Status::kUsage, message, advice.empty() ? usage : advice + '\n' + usage).of(text);
 }
 
 const std::string& Arguments::word(std::string_view what) {
@@ -278,8 +278,8 @@ Prefix Arguments::prefix() {
   const PrefixFault fault = parsePrefix(text, prefix);
   if (fault == PrefixFault::kNone) return prefix;
   const Prefix masked{prefix.address & maskOf(prefix.length), prefix.length};
-  fail(inQuotes(text) + ": " + faultText(fault),
-       fault == PrefixFault::kBitsBeyondMask ? "did you mean " + formatPrefix(masked) + "?" : "");
+  fail(faultText(fault), fault == PrefixFault::kBitsBeyondMask ? "did you mean " + formatPrefix(masked) + "?" : "",
+       text);
 }
 
 size_t Arguments::keyword(std::span<const std::string_view> keywords) {

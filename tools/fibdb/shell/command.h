@@ -102,7 +102,9 @@ class Arguments {
   // No word is left.
   void end() const;
 
-  [[noreturn]] void fail(const std::string& message, const std::string& advice = {}) const;
+  // text: the word that is at fault, where the message does not say it.
+  [[noreturn]] void fail(const std::string& message, const std::string& advice = {},
+                         const std::string& text = {}) const;
 
  private:
   const Command& command_;

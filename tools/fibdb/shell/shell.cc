@@ -138,7 +138,13 @@ Status Shell::run(const std::string& line, const Place& place) {
     // Who leaves the pager early has seen enough.
     const bool left = session_.pager != nullptr && session_.pager->wasLeft();
     status = left ? Status::kOk : failure.status();
-    if (!left) session_.output.complain({.message = failure.what(), .place = place, .advice = failure.advice()});
+    if (!left) {
+      session_.output.complain({.message = failure.what(),
+                                .place = place,
+                                .text = failure.text(),
+                                .advice = failure.advice(),
+                                .file = failure.file()});
+    }
   } catch (const std::exception& error) {
     session_.output.complain({error.what(), place});
   }

@@ -70,7 +70,8 @@ void store(const RecordTable& table, Record& record, LoadCounts& counts) {
 // The first line of an advice that is one; the usage of a command helps nobody in a file.
 std::string reasonOf(const Failure& failure) {
   const std::string advice = failure.advice().substr(0, failure.advice().find('\n'));
-  return std::string(failure.what()) + (advice.starts_with("did you mean") ? ": " + advice : "");
+  const std::string text = failure.text().empty() ? "" : inQuotes(failure.text()) + ": ";
+  return text + failure.what() + (advice.starts_with("did you mean") ? ": " + advice : "");
 }
 
 std::optional<LineFault> takeLine(std::string_view line, LoadCounts& counts) {
