@@ -44,8 +44,9 @@ Form formOf(std::span<const char* const> words) {
   return json ? Form::kJsonLines : Form::kTable;
 }
 
-// A shell has split the words already: what they hold is kept.
+// A shell has split the words already: what they hold is kept. One alone that has blanks is a whole command, in quotes.
 std::string lineOf(const std::vector<std::string>& words) {
+  if (words.size() == 1 && words.front().find(' ') != std::string::npos) return words.front();
   std::string line;
   for (const std::string& word : words) line += (line.empty() ? "" : " ") + program::quoted(word);
   return line;

@@ -114,6 +114,14 @@ TEST(FileWriter, a_device_without_space_is_a_failure_by_name) {
   }
 }
 
+TEST(FileWriter, a_link_that_leads_nowhere_but_to_itself_is_a_failure_and_stays) {
+  const ScratchFolder folder;
+  const std::string link = folder.path("link");
+  ASSERT_EQ(symlink("link", link.c_str()), 0);
+  EXPECT_THROW(FileWriter{link}, Failure);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+}
+
 TEST(FileWriter, a_folder_that_is_missing_or_given_as_the_file_is_a_failure) {
   const ScratchFolder folder;
   EXPECT_THROW(FileWriter(folder.path("no/such")), Failure);

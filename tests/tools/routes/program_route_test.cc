@@ -56,6 +56,11 @@ TEST(PlainArguments, are_a_command) {
   EXPECT_EQ(runProgram({"--json", "count", "nhp"}).out, "{\"table\":\"nhp\",\"records\":0}\n");
 }
 
+TEST(PlainArguments, are_a_command_in_quotes_too) {
+  EXPECT_EQ(runProgram({"count nhp"}).out, "0\n");
+  EXPECT_EQ(runProgram({"-c", "count nhp", "show vrf"}).out, "0\nno VRFs\n");
+}
+
 TEST(PlainArguments, keep_the_blanks_that_they_have) {
   EXPECT_THAT(runProgram({"load", "routes", "no such file"}).err, HasSubstr("no such file: No such file"));
 }
@@ -160,6 +165,13 @@ TEST(ShowRouteMap, writes_a_drawing_of_one_vrf) {
   EXPECT_THAT(outcome.out, testing::EndsWith("</svg>\n"));
   EXPECT_EQ(runProgram({"show", "route", "map"}).status, 2);
   EXPECT_EQ(runProgram({"show", "route", "map", "-", "by", "colour"}).status, 2);
+}
+
+TEST(ShowRouteMap, is_written_into_the_home_where_a_name_begins_with_it) {
+  const ScratchFolder home;
+  RunningProgram program(RunningProgram::On::kPipes, commands({"show route map ~/map.svg"}), home.path(""));
+  EXPECT_EQ(program.finish().status, 0);
+  EXPECT_THAT(ScratchFolder::read(home.path("map.svg")), StartsWith("<svg"));
 }
 
 TEST(RoutesOfAVrf, are_loaded_saved_checked_and_measured) {

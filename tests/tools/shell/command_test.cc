@@ -93,6 +93,17 @@ std::vector<std::string> completions(const Words& words) {
   return found;
 }
 
+TEST(Completions, say_of_every_keyword_what_it_is) {
+  for (const Command* command : allCommands()) {
+    Words typed = splitWords(command->words);
+    typed.emplace_back();
+    for (const Choice& choice : choices(typed)) {
+      const bool keyword = command->arguments.find(choice.word) != std::string_view::npos;
+      EXPECT_TRUE(!keyword || !choice.help.empty()) << command->words << ' ' << choice.word;
+    }
+  }
+}
+
 TEST(Completions, begin_with_the_commands_themselves) {
   EXPECT_THAT(completions(Words{"sh"}), ElementsAre("show"));
   EXPECT_THAT(completions(Words{""}), Contains("load"));

@@ -112,6 +112,15 @@ TEST(Pipe, sentences_spare_data_in_scripts_and_csv) {
   EXPECT_EQ(csv.err, "added VRF 1\n");
 }
 
+TEST(Pipe, a_drawing_and_metrics_are_data_too) {
+  const Outcome drawn = runProgram(commands({"add route 10.0.0.0/8", "show route map -"}));
+  EXPECT_THAT(drawn.out, StartsWith("<svg"));
+  EXPECT_EQ(drawn.err, "added 10.0.0.0/8 group 0\n");
+  const Outcome measured = runProgram(commands({"add route 10.0.0.0/8", "show metrics"}));
+  EXPECT_THAT(measured.out, StartsWith("# TYPE "));
+  EXPECT_EQ(measured.err, "added 10.0.0.0/8 group 0\n");
+}
+
 TEST(Pipe, the_quiet_say_answers_and_errors_alone) {
   const Outcome outcome = runProgram({"-q", "-k", "-c", "add vrf 1", "-c", "count vrf", "-c", "bogus"});
   EXPECT_EQ(outcome.out, "1\n");
@@ -190,6 +199,16 @@ TEST(Terminal, a_long_answer_goes_through_the_pager_and_a_short_one_does_not) {
   EXPECT_THAT(answer({"help"}), StartsWith("paged:"));
   EXPECT_THAT(answer({"help quit"}), Not(HasSubstr("paged:")));
   EXPECT_THAT(runProgram(commands({"help"})).out, Not(HasSubstr("paged:")));
+}
+
+TEST(Terminal, a_pager_that_is_not_there_swallows_no_answer) {
+  for (const char* pager : {"/no/such/pager -R", "no-such-pager"}) {
+    RunningProgram program(RunningProgram::On::kTerminal, commands({"help"}), kNoHome, {.columns = 80, .pager = pager});
+    const Outcome outcome = program.finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("load routes FILE"));
+    EXPECT_THAT(outcome.out, Not(HasSubstr("not found")));
+  }
 }
 
 TEST(Terminal, who_leaves_the_pager_early_has_seen_enough) {

@@ -59,8 +59,11 @@ FileWriter::FileWriter(const std::string& file) : file_(file), target_(followed(
 
 void FileWriter::open() {
   struct stat status {};
+  std::error_code none;
   if (file_ == "-") {
     stream_ = fdopen(dup(STDOUT_FILENO), "w");
+  } else if (fs::is_symlink(target_, none)) {
+    errno = ELOOP;
   } else if (stat(target_.c_str(), &status) != 0) {
     openBeside(nullptr);
   } else if (S_ISDIR(status.st_mode)) {

@@ -22,6 +22,7 @@ namespace {
 constexpr size_t kBufferSize = 1 << 16;
 
 bool isInstalled(std::string_view program) {
+  if (program.find('/') != std::string_view::npos) return access(std::string(program).c_str(), X_OK) == 0;
   const char* path = std::getenv("PATH");
   for (std::string_view rest = path == nullptr ? "" : path; !rest.empty();) {
     const size_t end = std::min(rest.find(':'), rest.size());
@@ -36,7 +37,11 @@ std::string pagerCommand() {
   if (isatty(STDOUT_FILENO) != 1) return {};
   const char* chosen = std::getenv("PAGER");
   if (chosen == nullptr) return isInstalled("less") ? "less -FRX" : "";
-  return std::string_view(chosen) == "cat" ? "" : chosen;
+  const std::string_view command(chosen);
+  const std::string_view program = command.substr(0, command.find(' '));
+  // A shell that does not find the program would swallow the answer. What more than names it the shell understands.
+  const bool named = program.find_first_of("=$`'\"\\~(;&|<>") == std::string_view::npos;
+  return command == "cat" || (named && !isInstalled(program)) ? "" : chosen;
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ namespace fibdb::program {
 namespace {
 
 Status showMap(Session& session, Arguments& arguments) {
-  const std::string& file = arguments.word("a file");
+  const std::string file = arguments.file();
   auto by = RouteMap::By::kLength;
   if (Arguments peek = arguments; !peek.empty() && peek.word("a word") == "by") {
     constexpr std::array<std::string_view, 2> kWords{"length", "group"};

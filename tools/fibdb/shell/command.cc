@@ -161,13 +161,40 @@ std::vector<Choice> tablesNamed() {
   return tables;
 }
 
+// Of keywords that stand in a usage without a value.
+struct WordHelp {
+  std::string_view word;
+  std::string_view help;
+};
+constexpr WordHelp kWordHelps[] = {
+    {"by", "length or group: what has the colours"},
+    {"count", "how many they are"},
+    {"covering", "all that cover it, longest first"},
+    {"csv", "comma-separated values"},
+    {"force", "with nothing to save, too"},
+    {"group", "the routes' group"},
+    {"in", "PREFIX and all inside it"},
+    {"json", "one document for each list or record"},
+    {"jsonl", "one object a line"},
+    {"length", "that of the mask"},
+    {"longer", "all inside it, in key order"},
+    {"off", "no more"},
+    {"on", "from now on"},
+    {"prefix", "[in | covering] PREFIX"},
+    {"skip-bad", "bad lines are no failure"},
+    {"table", "rows below headings"},
+    {"vertical", "a line for each value"},
+};
+
 // The words that a usage has behind this one, as far as they are no keywords: "group N" says what a group is.
 std::string valueBehind(const std::vector<std::string_view>& parts, size_t place) {
   std::string value;
   for (size_t i = place + 1; i < parts.size() && !isKeyword(parts[i]); ++i) {
     value += (value.empty() ? "" : " ") + std::string(parts[i]);
   }
-  return value;
+  if (!value.empty()) return value;
+  const auto plain = std::ranges::find(kWordHelps, parts[place], &WordHelp::word);
+  return plain == std::end(kWordHelps) ? "" : std::string(plain->help);
 }
 
 void append(std::vector<Choice>& choices, const std::vector<Choice>& more) {

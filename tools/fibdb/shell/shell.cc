@@ -35,12 +35,15 @@ bool isRead(const Command& command) {
   return begins(command, "show") || begins(command, "explain") || command.words == "help";
 }
 
-// A command that writes to standard output what is no answer but a file's content.
+// A command that writes to standard output what is no answer but a file's content, or a collector's.
 bool writesData(const std::string& line) {
   try {
     const Words words = splitWords(line);
-    if (words.empty() || !begins(*findCommand(words).command, "save")) return false;
-    return std::ranges::find(words, "-") != words.end();
+    if (words.empty()) return false;
+    const Command& command = *findCommand(words).command;
+    if (command.words == "show metrics") return true;
+    const bool toFile = begins(command, "save") || command.words == "show route map";
+    return toFile && std::ranges::find(words, "-") != words.end();
   } catch (const Failure&) {
     return false;
   }
