@@ -144,6 +144,12 @@ TEST(ShowRouteWhere, says_why_nothing_can_match) {
   EXPECT_EQ(refusalOf("show route where limit 0"), "fibdb: limit 0 would show nothing");
 }
 
+TEST(ShowRoute, suggests_the_word_that_a_slip_was_meant_to_be) {
+  EXPECT_EQ(refusalOf("show route wheer group 1"), "fibdb: \"wheer\": not an IPv4 prefix\ndid you mean \"where\"?");
+  EXPECT_EQ(refusalOf("show route sumary"), "fibdb: \"sumary\": not an IPv4 prefix\ndid you mean \"summary\"?");
+  EXPECT_EQ(refusalOf("show route 1.2.3"), "fibdb: \"1.2.3\": not an IPv4 prefix");
+}
+
 TEST(ShowRouteWhere, refuses_words_that_name_no_column_or_one_twice) {
   EXPECT_EQ(refusalOf("show route where grup 1"), "fibdb: unknown word \"grup\"\ndid you mean \"group\"?");
   EXPECT_EQ(refusalOf("show route where group 1 group 2"), "fibdb: group is given twice");

@@ -122,6 +122,14 @@ std::vector<std::string_view> usageParts(std::string_view usage) {
   return parts;
 }
 
+// The keywords with which other commands go on from this one.
+std::vector<std::string_view> keywordsBehind(const Command& command) {
+  Candidates candidates;
+  const auto words = wordsOf(command.words);
+  for (size_t place = 0; place < words.size(); ++place) candidates.keep(place, words[place]);
+  return candidates.keywordsAt(words.size());
+}
+
 std::string sizeText(const std::filesystem::directory_entry& file) {
   std::error_code error;
   if (file.is_directory(error)) return "folder";
@@ -305,8 +313,9 @@ Prefix Arguments::prefix() {
   const PrefixFault fault = parsePrefix(text, prefix);
   if (fault == PrefixFault::kNone) return prefix;
   const Prefix masked{prefix.address & maskOf(prefix.length), prefix.length};
-  fail(faultText(fault), fault == PrefixFault::kBitsBeyondMask ? "did you mean " + formatPrefix(masked) + "?" : "",
-       text);
+  const bool beyond = fault == PrefixFault::kBitsBeyondMask;
+  const std::string near = suggestion(text, keywordsBehind(command_));
+  fail(faultText(fault), beyond ? "did you mean " + formatPrefix(masked) + "?" : near, text);
 }
 
 size_t Arguments::keyword(std::span<const std::string_view> keywords) {
