@@ -224,6 +224,18 @@ TEST(Terminal, who_leaves_the_pager_early_has_seen_enough) {
   EXPECT_THAT(outcome.out, testing::EndsWith("\nprefix\r\n0\r\n"));
 }
 
+TEST(Columns, of_several_lists_are_picked_where_they_are) {
+  const Outcome both = runProgram({"--format", "csv", "show", "errors", "columns", "table,count"});
+  EXPECT_EQ(both.status, 0) << both.err;
+  EXPECT_THAT(both.out, StartsWith("table\nip4forward\n"));
+  EXPECT_THAT(both.out, HasSubstr("\n\ncount\n0\n"));
+  EXPECT_THAT(runProgram({"show", "engine", "columns", "reserved"}).out, StartsWith("arena\nreserved\n"));
+  const Outcome none = runProgram({"show", "engine", "columns", "resrved"});
+  EXPECT_EQ(none.status, 2);
+  EXPECT_EQ(none.out, "");
+  EXPECT_EQ(none.err, "fibdb: these lists: no column \"resrved\"\ndid you mean \"reserved\"?\n");
+}
+
 TEST(Help, lists_every_command_on_a_line_and_explains_one) {
   const Outcome list = runProgram(commands({"help"}));
   EXPECT_EQ(list.status, 0);

@@ -64,13 +64,23 @@ void Output::setForm(Form form) {
 }
 
 void Output::beginList(ListHead head) {
-  places_ = placesOf(view_.columns, head.columns, head.name);
+  std::vector<std::string> wanted = view_.columns;
+  if (head.titled) {
+    offered_.insert(offered_.end(), head.columns.begin(), head.columns.end());
+    std::erase_if(wanted,
+                  [&](const std::string& name) { return !std::ranges::count(head.columns, name, &Column::name); });
+  }
+  if (wanted.empty() && !view_.columns.empty()) return;
+  places_ = placesOf(wanted, head.columns, head.name);
   if (!places_.empty()) head.columns = elementsAt(places_, head.columns);
   renderer_->beginList(head, view_.all || !places_.empty());
   listOpen_ = true;
 }
 
-void Output::row(const Row& values) { renderer_->row(places_.empty() ? values : elementsAt(places_, values)); }
+void Output::row(const Row& values) {
+  if (!listOpen_) return;
+  renderer_->row(places_.empty() ? values : elementsAt(places_, values));
+}
 
 void Output::endList() {
   if (listOpen_) renderer_->endList();
@@ -106,11 +116,16 @@ void Output::done(const std::string& sentence, const std::vector<Fact>& facts) {
 
 void Output::complain(const Complaint& complaint) { writeError(renderer_->complaint(complaint)); }
 
+void Output::requireColumns() const {
+  if (!offered_.empty()) placesOf(view_.columns, offered_, "these_lists");
+}
+
 void Output::log(const std::string& line) { writeError(renderer_->log(line)); }
 
 void Output::endCommand() {
   endList();
   renderer_->endCommand();
+  offered_.clear();
   view_ = {};
 }
 

@@ -41,7 +41,8 @@ class Output {
   // Standard output is going to hold data beside the answers: sentences go to standard error from now on.
   void expectData() { dataExpected_ = true; }
 
-  // Throws Failure (usage) when the list lacks a column that was asked for.
+  // Throws Failure (usage) when the list lacks a column that was asked for. Of an answer's several lists each shows those
+  // that it has, and one that has none is left out.
   void beginList(ListHead head);
   void row(const Row& values);  // REQUIRES: as many as there are columns
   void endList();
@@ -56,6 +57,8 @@ class Output {
   void done(const std::string& sentence, const std::vector<Fact>& facts);
 
   void complain(const Complaint& complaint);
+  // Throws Failure (usage) when none of an answer's several lists had a column that was asked for.
+  void requireColumns() const;
   // A line from inside the library.
   void log(const std::string& line);
   // The command has ended: a list that it left open is closed, and its view is over.
@@ -73,7 +76,8 @@ class Output {
   Form form_;
   std::unique_ptr<Renderer> renderer_;
   AnswerView view_;
-  std::vector<size_t> places_;  // of the columns that were asked for; empty: all
+  std::vector<size_t> places_;   // of the columns that were asked for; empty: all
+  std::vector<Column> offered_;  // by the lists of an answer that has several
   bool listOpen_ = false;
   bool quiet_ = false;
   bool dataExpected_ = false;

@@ -307,8 +307,7 @@ constexpr Command kCommands[] = {
     {"bench lookup", "[N] [vr N] [vrf N]", "measure lookups, keyed reads and walks on the loaded routes",
      "N operations each, a million unless given, on one thread. FIBDB_SEED repeats a run.", benchLookup},
     {"check lookup", "FILE [N] [vr N] [vrf N]", "compare longest matches with a plain search in a routes file",
-     "N addresses, 100,000 unless given: half anywhere, half in and beside routes. The table should hold "
-     "the\n"
+     "N addresses, 100,000 unless given: half anywhere, half in and beside routes. The table should hold the\n"
      "routes of FILE and no others. FIBDB_SEED repeats a run.",
      checkLookup},
     {"tour", "FILE", "groups, a routes file, a summary and some lookups in one go", "", tour},

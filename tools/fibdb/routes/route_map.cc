@@ -160,12 +160,7 @@ std::map<RouteMap::Kind, size_t> RouteMap::chooseInks(std::vector<Ink>& inks) co
   return inkOf;
 }
 
-std::string RouteMap::svg() {
-  closeBefore(kAllAddresses);
-  paint(kAllAddresses, kUnrouted);
-  std::vector<Ink> inks;
-  const std::map<Kind, size_t> inkOf = chooseInks(inks);
-
+void RouteMap::drawCells(std::string& svg, const std::vector<Ink>& inks, const std::map<Kind, size_t>& inkOf) const {
   constexpr size_t kNoInk = SIZE_MAX;
   std::vector<size_t> picture(cells_.size(), kNoInk);
   for (size_t i = 0; i < cells_.size(); ++i) {
@@ -180,6 +175,33 @@ std::string RouteMap::svg() {
       if (row[x] != kNoInk) pens[row[x]].line({x, y}, end - x);
     }
   }
+  svg += "<g fill='none' shape-rendering='crispEdges' transform='translate(0 .5)'>\n";
+  for (size_t i = 0; i < inks.size(); ++i) {
+    svg += "<path stroke='" + inks[i].color + "' d='M0 0" + pens[i].path() + "'/>\n";
+  }
+  svg += "</g>\n";
+}
+
+// What has no ink is named last.
+void RouteMap::drawLegend(std::string& svg, std::vector<Ink> inks) {
+  uint64_t unrouted = kAllAddresses;
+  for (const Ink& ink : inks) unrouted -= ink.addresses;
+  inks.push_back({kUnroutedColor, "no route", unrouted});
+  for (size_t i = 0; i < inks.size(); ++i) {
+    const double share = 100 * static_cast<double>(inks[i].addresses) / static_cast<double>(kAllAddresses);
+    const int y = static_cast<int>(i) * kLegendLine;
+    append(svg, "<rect y='%d' width='12' height='12' fill='%s' stroke='#888' stroke-width='.5'/>", y,
+           inks[i].color.c_str());
+    append(svg, "<text x='18' y='%d'>%s</text>", y + 10, inks[i].name.c_str());
+    append(svg, "<text x='%d' y='%d' text-anchor='end'>%.2f %%</text>\n", kLegendWidth - kMargin, y + 10, share);
+  }
+}
+
+std::string RouteMap::svg() {
+  closeBefore(kAllAddresses);
+  paint(kAllAddresses, kUnrouted);
+  std::vector<Ink> inks;
+  const std::map<Kind, size_t> inkOf = chooseInks(inks);
 
   constexpr int kWidth = static_cast<int>(kMapSide) + 2 * kMargin + kLegendWidth;
   constexpr int kHeight = static_cast<int>(kMapSide) + kMargin + kHeading;
@@ -191,24 +213,11 @@ std::string RouteMap::svg() {
          static_cast<unsigned long long>(routes_), by_ == By::kLength ? "mask length" : "group");
   append(svg, "<g transform='translate(%d %d)'>\n<rect width='%u' height='%u' fill='%s'/>\n", kMargin, kHeading,
          kMapSide, kMapSide, kUnroutedColor);
-  svg += "<g fill='none' shape-rendering='crispEdges' transform='translate(0 .5)'>\n";
-  for (size_t i = 0; i < inks.size(); ++i) {
-    svg += "<path stroke='" + inks[i].color + "' d='M0 0" + pens[i].path() + "'/>\n";
-  }
-  svg += "</g>\n";
+  drawCells(svg, inks, inkOf);
   drawGrid(svg);
   append(svg, "</g>\n<g font-size='10' transform='translate(%d %d)'>\n", static_cast<int>(kMapSide) + 2 * kMargin,
          kHeading);
-  inks.push_back({kUnroutedColor, "no route", kAllAddresses});
-  for (size_t i = 0; i + 1 < inks.size(); ++i) inks.back().addresses -= inks[i].addresses;
-  for (size_t i = 0; i < inks.size(); ++i) {
-    const double share = 100 * static_cast<double>(inks[i].addresses) / static_cast<double>(kAllAddresses);
-    const int y = static_cast<int>(i) * kLegendLine;
-    append(svg, "<rect y='%d' width='12' height='12' fill='%s' stroke='#888' stroke-width='.5'/>", y,
-           inks[i].color.c_str());
-    append(svg, "<text x='18' y='%d'>%s</text>", y + 10, inks[i].name.c_str());
-    append(svg, "<text x='%d' y='%d' text-anchor='end'>%.2f %%</text>\n", kLegendWidth - kMargin, y + 10, share);
-  }
+  drawLegend(svg, std::move(inks));
   svg += "</g>\n</svg>\n";
   return svg;
 }

@@ -66,6 +66,8 @@ class RouteMap {
   void paint(uint64_t end, Kind kind);
   void settleCell();
   std::map<Kind, size_t> chooseInks(std::vector<Ink>& inks) const;
+  void drawCells(std::string& svg, const std::vector<Ink>& inks, const std::map<Kind, size_t>& inkOf) const;
+  static void drawLegend(std::string& svg, std::vector<Ink> inks);
 
   const By by_;
   uint64_t routes_ = 0;

@@ -19,15 +19,6 @@ namespace {
 
 constexpr size_t kShownGroups = 10;
 
-std::string timeText(uint64_t microseconds) {
-  const auto seconds = static_cast<std::time_t>(microseconds / 1000000);
-  std::tm parts{};
-  gmtime_r(&seconds, &parts);
-  char text[40];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return text;
-}
-
 // The attributes that the program never writes itself; shown when another writer set them.
 struct Attribute {
   const char* name;
@@ -64,7 +55,7 @@ std::vector<Fact> routeFacts(const FibDbIp4forwardItem& item) {
   if (originOf(item) != 0) facts.push_back({"origin_as", uint64_t{originOf(item)}});
   facts.push_back({"generation", uint64_t{item.table_smooth_id}});
   facts.push_back({"source_pid", uint64_t{item.source_pid}});
-  facts.push_back({"written", timeText(item.time_stamp_svc)});
+  facts.push_back({"written", timeText(static_cast<std::time_t>(item.time_stamp_svc / 1000000))});
   for (const Attribute& attribute : kAttributes) {
     if (attribute.get(item) != 0) facts.push_back({attribute.name, attribute.get(item)});
   }
@@ -293,9 +284,10 @@ Cost costOf(const Question& question) {
         (exactly ? readRoute(question.prefix, question.vrf()) : lookUpRoute(question.prefix.address, question.vrf()))
             .has_value();
     const uint32_t index = exactly ? FIB_DB_IP4FORWARD_PRIMARY : FIB_DB_IP4FORWARD_LONGEST;
-    const FibDbIp4forwardKey key{question.vrf().vr, question.vrf().index, question.prefix.address,
-                                 question.prefix.length};
-    return {exactly ? "primary key" : nameOf(RouteIndex::kLongestPrefix), {{index, key}}, found, found};
+    return {exactly ? "primary key" : nameOf(RouteIndex::kLongestPrefix),
+            {{index, keyOf(question.vrf(), question.prefix)}},
+            found,
+            found};
   }
   RouteSearch search(question.query);
   const uint64_t found = question.count ? search.count() : search.forEach(question.most, [](const auto&) {});

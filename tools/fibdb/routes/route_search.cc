@@ -29,9 +29,6 @@ bool coversAll(const Prefix& outer, const Prefix& inner) {
   return outer.length <= inner.length && covers(outer, inner.address);
 }
 
-FibDbIp4forwardKey keyOf(const Vrf& vrf, const Prefix& prefix) {
-  return {vrf.vr, vrf.index, prefix.address, prefix.length};
-}
 // No key of a route of the VRF is less, or greater.
 FibDbIp4forwardKey lowestOf(const Vrf& vrf) { return keyOf(vrf, {0, 0}); }
 FibDbIp4forwardKey highestOf(const Vrf& vrf) { return keyOf(vrf, {UINT32_MAX, 32}); }

@@ -40,6 +40,10 @@ FibDbIp4forwardItem keyItem(const Prefix& prefix, const Vrf& vrf) {
 Prefix prefixOf(const FibDbIp4forwardItem& item) { return {item.dest_ip_addr, item.mask_len}; }
 Vrf vrfOf(const FibDbIp4forwardItem& item) { return {item.vr_id, item.vrf_index}; }
 
+FibDbIp4forwardKey keyOf(const Vrf& vrf, const Prefix& prefix) {
+  return {vrf.vr, vrf.index, prefix.address, prefix.length};
+}
+
 uint32_t originOf(const FibDbIp4forwardItem& item) { return item.attr_word_e; }
 
 std::string inVrf(const Vrf& vrf) {
@@ -133,8 +137,7 @@ bool RouteRange::refill() {
   read_ += items_.size();
   atOnce_ = std::max(atOnce_, std::min(atOnce_ * 8, kManyAtOnce));
   if (items_.empty()) return false;
-  const FibDbIp4forwardItem& reached = items_.back();
-  FIB_DB_SetIp4forwardKey(&from_, reached.vr_id, reached.vrf_index, reached.dest_ip_addr, reached.mask_len);
+  from_ = keyOf(vrfOf(items_.back()), prefixOf(items_.back()));
   return true;
 }
 

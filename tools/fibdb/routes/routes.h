@@ -38,6 +38,7 @@ Prefix prefixOf(const FibDbIp4forwardItem& item);
 // The autonomous system that the route was loaded with, which the program keeps in an attribute; 0: none.
 uint32_t originOf(const FibDbIp4forwardItem& item);
 Vrf vrfOf(const FibDbIp4forwardItem& item);
+FibDbIp4forwardKey keyOf(const Vrf& vrf, const Prefix& prefix);
 // ", vr 1 vrf 2", and nothing of the first VRF of the first router, to which routes belong unless it is said.
 std::string inVrf(const Vrf& vrf);
 

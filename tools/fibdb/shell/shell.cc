@@ -128,7 +128,9 @@ Status Shell::runCommand(const std::string& line) {
   if (writesData(line)) session_.output.expectData();
   const InterruptScope scope;
   const AnswerScope answer(session_, view, isRead(*match.command));
-  return match.command->run(session_, arguments);
+  const Status status = match.command->run(session_, arguments);
+  session_.output.requireColumns();
+  return status;
 }
 
 Status Shell::run(const std::string& line, const Place& place) {

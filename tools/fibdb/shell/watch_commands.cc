@@ -8,6 +8,7 @@
 #include <iostream>
 
 #include "tools/fibdb/base/call_watch.h"
+#include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/output/output.h"
 #include "tools/fibdb/shell/command.h"
@@ -44,21 +45,12 @@ Watch takeWatch(Arguments& arguments) {
   return watch;
 }
 
-std::string clockText() {
-  const std::time_t now = std::time(nullptr);
-  std::tm parts{};
-  gmtime_r(&now, &parts);
-  char text[40];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return text;
-}
-
 // On a terminal every answer stands where the one before stood.
 void beginAnswer(Session& session, const Watch& watch) {
   if (session.progress.enabled && isatty(STDOUT_FILENO) == 1) std::cout << "\033[H\033[2J";
   std::string command;
   for (const std::string& word : watch.words) command += (command.empty() ? "" : " ") + program::quoted(word);
-  const std::string now = clockText();
+  const std::string now = timeText(std::time(nullptr));
   session.output.result(now + ", every " + std::to_string(watch.seconds) + " s: " + command,
                         {{"watched", command}, {"at", now}});
 }
