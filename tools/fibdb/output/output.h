@@ -41,8 +41,8 @@ class Output {
   // Standard output is going to hold data beside the answers: sentences go to standard error from now on.
   void expectData() { dataExpected_ = true; }
 
-  // Throws Failure (usage) when the list lacks a column that was asked for. Of an answer's several lists each shows those
-  // that it has, and one that has none is left out.
+  // Throws Failure (usage) when the list lacks a column that was asked for. Of an answer's several lists each shows
+  // those that it has, and one that has none is left out.
   void beginList(ListHead head);
   void row(const Row& values);  // REQUIRES: as many as there are columns
   void endList();
