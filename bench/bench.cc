@@ -261,6 +261,13 @@ void Bench::bulk() {
   }
 }
 
+// Room for so many samples, in memory that has been touched: the operations that are timed do not wait for it.
+Samples roomFor(size_t samples) {
+  Samples made(samples);
+  made.clear();
+  return made;
+}
+
 // Runs an operation on the first of these routes, each in a batch of its own, for half a slice; then with a look at the
 // clock behind each.
 template <class Operation>
@@ -294,7 +301,7 @@ void Bench::single(Figures& figures, const Workload& work, const Candidates& can
   inRounds(options_.rounds, candidates, [&](Candidate& candidate, unsigned) {
     Peer& peer = candidate.peer();
     double rate = 0;
-    Samples took;
+    Samples took = roomFor(kSpares);
     const auto tell = [&](const std::string& name) {
       figures.add(name, Unit::kPerSecond, candidate.name(), rate);
       figures.add(name + ", 99th percentile", Unit::kNanoseconds, candidate.name(), percentile(took, kShare));
@@ -377,8 +384,10 @@ double writeOn(Peer& peer, const Workload& work, const std::atomic<bool>& stop) 
 void Bench::besideWriter(Report& report) {
   constexpr int kLonger = 5;  // of so rare a latency many samples are needed
   constexpr double kRare = 0.9999;
+  constexpr size_t kMostReads = 20'000;  // a millisecond
   constexpr double kShares[] = {0.5, 0.9, 0.99, 0.999, kRare, 0.99999, 1};
   const std::chrono::milliseconds slice = slice_ * kLonger;
+  const size_t most = kMostReads * static_cast<size_t>(slice.count());
   const std::span<const uint32_t> addrs = work_.traces[static_cast<size_t>(Trace::kPrefix)];
   const Candidates those = having(kOneWriter | kLongest);
   std::vector<Samples> samples(2 * those.size());
@@ -388,12 +397,10 @@ void Bench::besideWriter(Report& report) {
     const std::string who = candidate.name();
     const auto place = static_cast<size_t>(std::ranges::find(those, &candidate) - those.begin());
     const auto read = [&](Samples& took) {
-      return rateThrough(addrs, round, slice, [&](std::span<const uint32_t> part) {
-        candidate.reader().longest(part, &took);
-        return part.size();
-      });
+      return rateThrough(addrs, round, slice,
+                         [&](std::span<const uint32_t> part) { return candidate.reader().longest(part, &took); });
     };
-    Samples alone, beside;
+    Samples alone = roomFor(most), beside = roomFor(most);
     // The caches are another peer's at first.
     rateThrough(addrs, round + 4, slice / 8, [&](auto part) { return candidate.reader().longest(part, nullptr); });
     const double readsAlone = read(alone);

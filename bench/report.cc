@@ -153,7 +153,9 @@ void writeLatencies(const std::vector<Distribution>& distributions, const std::s
   std::ofstream file = opened(path);
   for (const Distribution& one : distributions) {
     file << "\"share\"\t\"" << one.peer << (one.besideWriter ? " beside a writer" : " alone") << "\"\n";
-    for (const auto& [share, nanoseconds] : one.percentiles) file << 1 - share << "\t" << nanoseconds << "\n";
+    for (const auto& [share, nanoseconds] : one.percentiles) {
+      if (share < 1) file << 1 - share << "\t" << nanoseconds << "\n";
+    }
     file << "\n\n";
   }
 }

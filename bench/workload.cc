@@ -117,8 +117,8 @@ std::vector<Route> readRoutes(const std::string& path, uint64_t seed) {
   }
   require(!routes.empty(), "no routes");
   std::ranges::sort(routes, {}, &Route::key);
-  const auto twice = std::ranges::unique(routes, {}, &Route::key);
-  routes.erase(twice.begin(), twice.end());
+  const auto isSame = [](const Route& a, const Route& b) { return a.key == b.key; };
+  routes.erase(std::unique(routes.begin(), routes.end(), isSame), routes.end());
   std::ranges::shuffle(routes, Random(seed));
   return routes;
 }

@@ -57,7 +57,7 @@ class RteLpm final : public Peer {
   void renew(size_t routes) override {
     rte_lpm_free(lpm_);
     records_.clear();
-    create(static_cast<uint32_t>(routes));
+    create(std::max(static_cast<uint32_t>(routes), kFewRoutes));
   }
   void write(std::span<const Route> routes, size_t) override {
     for (const Route& route : routes) {
