@@ -539,7 +539,7 @@ void beginWithHugePages(char** words) {
   constexpr const char* kName = "GLIBC_TUNABLES";
   if (std::getenv(kName) != nullptr) return;
   setenv(kName, "glibc.malloc.hugetlb=1", 1);
-  execv("/proc/self/exe", words);
+  execv(std::filesystem::read_symlink("/proc/self/exe").c_str(), words);
 }
 
 }  // namespace

@@ -19,12 +19,7 @@ class BtreeMapReader final : public ReaderOf<BtreeMapReader> {
  public:
   explicit BtreeMapReader(const Map& map) : map_(&map) {}
 
-  bool readOne(const Key& key, Record& out) {
-    const auto found = map_->find(PackedKey(key));
-    if (found == map_->end()) return false;
-    out = found->second;
-    return true;
-  }
+  bool readOne(const Key& key, Record& out) { return copyFrom(*map_, key, out); }
   bool longestOne(uint32_t addr, Record& out) {
     auto place = map_->end();
     const bool found = findLongest(addr, [&](const Key& wanted) -> std::optional<Key> {

@@ -1,8 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // bench/peers/fibdb_peer.cc: fibdb through its exported calls, over the embedded engine.
-#include <algorithm>
-
 #include "bench/peers/peer.h"
 #include "fibdb/fibdb.h"
 #include "platform/objdb_tables.h"
@@ -103,13 +101,11 @@ class Fibdb final : public Peer {
   template <class Add>
   void apply(std::span<const Route> routes, size_t batch, Add&& add) {
     const uint64_t failedBefore = connection().failed;
-    while (!routes.empty()) {
-      const auto part = routes.first(std::min(batch, routes.size()));
+    inParts(routes, batch, [&](std::span<const Route> part) {
       for (const Route& route : part) require(add(route) == FIB_DB_OK, "fibdb: an operation was refused");
       execute();
       if (batch == 1) fibdb_engine_drain(FIB_DB_GetAsyncConn());
-      routes = routes.subspan(part.size());
-    }
+    });
     fibdb_engine_drain(FIB_DB_GetAsyncConn());
     require(connection().failed == failedBefore, "fibdb: an operation failed");
   }

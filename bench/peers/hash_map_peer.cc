@@ -22,12 +22,7 @@ class HashMapReader final : public ReaderOf<HashMapReader> {
  public:
   HashMapReader(const Map& map, const Lengths& lengths) : map_(&map), lengths_(&lengths) {}
 
-  bool readOne(const Key& key, Record& out) {
-    const auto found = map_->find(PackedKey(key));
-    if (found == map_->end()) return false;
-    out = found->second;
-    return true;
-  }
+  bool readOne(const Key& key, Record& out) { return copyFrom(*map_, key, out); }
   bool longestOne(uint32_t addr, Record& out) {
     for (const uint8_t length : lengths_->longestFirst()) {
       if (readOne({addr & maskOf(length), length}, out)) return true;

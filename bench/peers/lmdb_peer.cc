@@ -3,7 +3,6 @@
 // bench/peers/lmdb_peer.cc: LMDB on a file in memory, a transaction a batch, nothing synchronised to a disk.
 #include <lmdb.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <optional>
 
@@ -170,14 +169,12 @@ class Lmdb final : public Peer {
   }
   template <class Change>
   void inBatches(std::span<const Route> routes, size_t batch, Change&& change) {
-    while (!routes.empty()) {
-      const auto part = routes.first(std::min(batch, routes.size()));
+    inParts(routes, batch, [&](std::span<const Route> part) {
       MDB_txn* txn = nullptr;
       requireDone(mdb_txn_begin(handle_.env, nullptr, 0, &txn));
       for (const Route& route : part) change(txn, route);
       requireDone(mdb_txn_commit(txn));
-      routes = routes.subspan(part.size());
-    }
+    });
   }
 
   std::string path_;

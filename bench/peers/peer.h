@@ -4,6 +4,7 @@
 #ifndef FIBDB_BENCH_PEERS_PEER_H
 #define FIBDB_BENCH_PEERS_PEER_H
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -96,6 +97,16 @@ size_t each(std::span<const Input> inputs, Samples* took, Operation&& operation)
   return found;
 }
 
+// All of them in order, at most so many at a time.
+template <class Input, class Take>
+void inParts(std::span<const Input> inputs, size_t most, Take&& take) {
+  while (!inputs.empty()) {
+    const auto part = inputs.first(std::min(most, inputs.size()));
+    take(part);
+    inputs = inputs.subspan(part.size());
+  }
+}
+
 // What a reader repeats, around its own bool readOne(const Key&, Record&) and bool longestOne(uint32_t, Record&), which
 // the compiler then sees.
 template <class Own>
@@ -122,6 +133,15 @@ class ReaderOf : public Reader {
  private:
   Own& own() { return static_cast<Own&>(*this); }
 };
+
+// Of a map from packed keys to records.
+template <class Map>
+bool copyFrom(const Map& map, const Key& key, Record& out) {
+  const auto found = map.find(PackedKey(key));
+  if (found == map.end()) return false;
+  out = found->second;
+  return true;
+}
 
 // For peers without an order: the mask lengths that occur, longest first.
 class Lengths {

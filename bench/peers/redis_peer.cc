@@ -124,12 +124,10 @@ class RedisReader final : public Reader {
       });
     }
     size_t found = 0;
-    while (!inputs.empty()) {
-      const auto part = inputs.first(std::min(kPipeline, inputs.size()));
+    inParts(inputs, kPipeline, [&](std::span<const Input> part) {
       for (const Input& input : part) send(input);
       for (size_t i = 0; i < part.size(); ++i) found += one() ? 1 : 0;
-      inputs = inputs.subspan(part.size());
-    }
+    });
     return found;
   }
 
@@ -233,12 +231,10 @@ class Redis final : public Peer {
   // A pipeline a batch: the answers, of a few bytes each, wait in the socket.
   template <class Send>
   void inBatches(std::span<const Route> routes, size_t batch, Send&& send) {
-    while (!routes.empty()) {
-      const auto part = routes.first(std::min(batch, routes.size()));
+    inParts(routes, batch, [&](std::span<const Route> part) {
       for (const Route& route : part) send(route);
       for (size_t i = 0; i < part.size(); ++i) server_->receive();
-      routes = routes.subspan(part.size());
-    }
+    });
   }
   // A length that was written once is asked for ever after.
   void relist() {

@@ -6,7 +6,6 @@
 #include <rocksdb/table.h>
 #include <rocksdb/write_batch.h>
 
-#include <algorithm>
 #include <optional>
 
 #include "bench/peers/peer.h"
@@ -132,13 +131,11 @@ class Rocksdb final : public Peer {
   }
   template <class Change>
   void inBatches(std::span<const Route> routes, size_t batch, Change&& change) {
-    while (!routes.empty()) {
-      const auto part = routes.first(std::min(batch, routes.size()));
+    inParts(routes, batch, [&](std::span<const Route> part) {
       changes_.Clear();
       for (const Route& route : part) requireDone(change(changes_, route));
       requireDone(db_->Write(unlogged_, &changes_));
-      routes = routes.subspan(part.size());
-    }
+    });
   }
 
   std::string path_;

@@ -75,13 +75,11 @@ class RteFibReader final : public ReaderOf<RteFibReader> {
     uint32_t asked[kBulkAddresses];
     uint64_t numbers[kBulkAddresses];
     size_t found = 0;
-    while (!addrs.empty()) {
-      const auto part = addrs.first(std::min(kBulkAddresses, addrs.size()));
+    inParts(addrs, kBulkAddresses, [&](std::span<const uint32_t> part) {
       std::ranges::copy(part, asked);
       rte_fib_lookup_bulk(fib_, asked, numbers, static_cast<int>(part.size()));
       found += take(std::span<const uint64_t>(numbers, part.size()));
-      addrs = addrs.subspan(part.size());
-    }
+    });
     return found;
   }
 

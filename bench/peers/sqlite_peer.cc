@@ -3,7 +3,6 @@
 // bench/peers/sqlite_peer.cc: SQLite in memory, one table under its primary key, a transaction a batch.
 #include <sqlite3.h>
 
-#include <algorithm>
 #include <optional>
 
 #include "bench/peers/peer.h"
@@ -134,13 +133,11 @@ class Sqlite final : public Peer {
   }
   template <class Change>
   void inBatches(std::span<const Route> routes, size_t batch, Change&& change) {
-    while (!routes.empty()) {
-      const auto part = routes.first(std::min(batch, routes.size()));
+    inParts(routes, batch, [&](std::span<const Route> part) {
       if (batch > 1) begin_->run();
       for (const Route& route : part) change(route);
       if (batch > 1) commit_->run();
-      routes = routes.subspan(part.size());
-    }
+    });
   }
 
   sqlite3* db_ = nullptr;
