@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
-// bench/peers/lfht_peer.cc: the lock-free hash table of liburcu, probed for every mask length that occurs.
+// bench/peers/cds_lfht_peer.cc: the lock-free hash table of liburcu, probed for every mask length that occurs.
 #define _LGPL_SOURCE  // its read side inline
 #include <urcu/rculfhash.h>
 #include <urcu/urcu-memb.h>

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
-// bench/peers/hash_map_peer.cc: absl::flat_hash_map, probed for every mask length that occurs.
+// bench/peers/flat_hash_map_peer.cc: absl::flat_hash_map, probed for every mask length that occurs.
 #include <absl/container/flat_hash_map.h>
 
 #include "bench/peers/counted.h"
