@@ -156,6 +156,7 @@ void Bench::loads() {
   const auto rounds = [&](const std::vector<Route>& routes, size_t batch, const char* name) {
     inRounds(options_.loadRounds, having(kKeyed),
              [&](Candidate& candidate, unsigned) { load(figures_, candidate, routes, batch, name); });
+    printNew();
   };
   rounds(sorted, kStartBatch, "load, sorted, batches of 1,000");
   if (!options_.quick) rounds(work_.routes, kStartBatch, "load, shuffled, batches of 1,000");
@@ -517,12 +518,15 @@ void Bench::run(Report& report) {
   reads();
   printNew();
   walk(figures_, having(kWalk));
+  printNew();
   index();
+  printNew();
   bulk();
   printNew();
   single(figures_, work_, having(kKeyed));
   printNew();
   twoThreads();
+  printNew();
   besideWriter(report);
   printNew();
   changes();
