@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // bench/peers/fibdb_peer.cc: fibdb through its exported calls, over the embedded engine.
+#include <algorithm>
+
 #include "bench/peers/peer.h"
 #include "fibdb/fibdb.h"
 #include "platform/objdb_tables.h"
@@ -37,6 +39,14 @@ class FibdbReader final : public Reader {
     FIB_DB_SetIp4forwardItem(&item, &out);
     return found;
   }
+  size_t longestBulk(std::span<const uint32_t> addrs, Record* out) override {
+    const uint32_t leading[2] = {};
+    uint8_t found[kBulkAddresses];
+    const uint32_t status = fibdb_engine_lookup_each(table_, FIB_DB_IP4FORWARD_LONGEST, leading, addrs.data(),
+                                                     static_cast<uint32_t>(addrs.size()), out, found);
+    require(status == 0, "fibdb: no bulk lookup");
+    return static_cast<size_t>(std::ranges::count(std::span(found).first(addrs.size()), 1));
+  }
   size_t walk() override {
     FibDbIterator* const iterator = FIB_DB_CreateDictionaryIterator(FIB_DB_NO_PROPERTY);
     size_t records = 0;
@@ -53,6 +63,8 @@ class FibdbReader final : public Reader {
     item.mask_len = 32;
     return FIB_DB_ReadIp4forwardByLpm(&item) == FIB_DB_OK;
   }
+
+  uint32_t table_ = fibdb_engine_find_table("ip4forward");
 };
 
 // One in a process: the connection and the batch object are the library's.
@@ -64,7 +76,7 @@ class Fibdb final : public Peer {
   Fibdb& operator=(const Fibdb&) = delete;
 
   std::string name() const override { return "fibdb"; }
-  uint32_t abilities() const override { return kKeyed | kLongest | kWalk | kThreads | kOneWriter; }
+  uint32_t abilities() const override { return kKeyed | kLongest | kWalk | kBulk | kThreads | kOneWriter; }
   void renew(size_t) override {
     disconnect();
     require(fibdb_engine_reset() == 0, "fibdb: not reset");

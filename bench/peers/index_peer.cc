@@ -29,6 +29,18 @@ class IndexReader final : public ReaderOf<IndexReader> {
       return value != 0;
     });
   }
+  size_t indexOnlyBulk(std::span<const uint32_t> addrs) override {
+    store::PrefixMatch matches[store::LongestPrefixIndex::kTogether];
+    size_t found = 0;
+    inParts(addrs, store::LongestPrefixIndex::kTogether, [&](std::span<const uint32_t> part) {
+      store::readStable(*heap_, [&] {
+        index_->longestOfEach(part.data(), static_cast<uint32_t>(part.size()), matches);
+        return true;
+      });
+      for (const store::PrefixMatch& match : std::span(matches).first(part.size())) found += match.value != 0 ? 1 : 0;
+    });
+    return found;
+  }
 
  private:
   uint32_t find(uint32_t addr) const {
@@ -45,7 +57,7 @@ class Index final : public Peer {
   Index() : arena_(kArenaBytes), heap_(arena_, heapState_), index_(heap_, state_) {}
 
   std::string name() const override { return "fibdb index"; }
-  uint32_t abilities() const override { return kIndexOnly; }
+  uint32_t abilities() const override { return kIndexOnly | kBulk; }
   void renew(size_t) override {
     arena_.clear();
     heapState_ = {};

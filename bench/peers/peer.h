@@ -58,7 +58,8 @@ class Reader {
   virtual bool answer(uint32_t addr, Record& out) = 0;
   virtual size_t walk() { fail("no walk"); }
   virtual size_t indexOnly(std::span<const uint32_t>) { fail("no index alone"); }
-  virtual size_t longestBulk(std::span<const uint32_t>) { fail("no bulk lookup"); }
+  // At most kBulkAddresses in one call, of which each has a route; out: room for as many records.
+  virtual size_t longestBulk(std::span<const uint32_t>, Record*) { fail("no bulk lookup"); }
   virtual size_t indexOnlyBulk(std::span<const uint32_t>) { fail("no bulk lookup"); }
 };
 

@@ -43,8 +43,7 @@ class RteFibReader final : public ReaderOf<RteFibReader> {
       return number != kNone;
     });
   }
-  size_t longestBulk(std::span<const uint32_t> addrs) override {
-    Record out[kBulkAddresses];
+  size_t longestBulk(std::span<const uint32_t> addrs, Record* out) override {
     return inBulks(addrs, [&](std::span<const uint64_t> numbers) {
       size_t found = 0;
       for (size_t i = 0; i < numbers.size(); ++i) {
@@ -52,7 +51,6 @@ class RteFibReader final : public ReaderOf<RteFibReader> {
         out[i] = records_->at(numbers[i]);
         ++found;
       }
-      keep(out);
       return found;
     });
   }
