@@ -347,8 +347,14 @@ void Bench::single(Figures& figures, const Workload& work, const Candidates& can
     const size_t removed = oneByOne(spares.first(written), slice_, rate, took, remove);
     tell("one removal");
     peer.remove(spares.subspan(removed, written - removed), kStartBatch);
-    oneByOne(known, slice_, rate, took, write);
+    const size_t overwritten = oneByOne(known, slice_, rate, took, write);
     tell("one overwrite");
+    for (const Route& route : std::span(known).first(overwritten)) {
+      Record record{};
+      const bool isFound = candidate.reader().answer(route.key.addr, record);
+      const bool isOther = record.mask_len != route.key.length;  // a longer prefix of this address
+      require(isFound && (isOther || record.table_smooth_id == route.generation), "an overwrite is not there");
+    }
   });
 }
 
