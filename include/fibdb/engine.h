@@ -126,8 +126,8 @@ FIBDB_API uint32_t fibdb_engine_lookup_each(uint32_t table, uint32_t index, cons
 
 /* How many nodes of an index (buckets, nodes of trees and tries) lie on the way to the first record of a key, as an
  * iterator or a read takes it; in an index that keeps an order to the first record from the key on. A measure for
- * people: the search is made once more for it. index: any of the table, key: packed. DB_ERR_BAD_KEY: a mask above 32 for
- * longest prefix. */
+ * people: the search is made once more for it. index: any of the table, key: packed. DB_ERR_BAD_KEY: a mask above 32
+ * for longest prefix. */
 FIBDB_API uint32_t fibdb_engine_explain(uint32_t table, uint32_t index, const void* key, uint32_t* nodes);
 
 typedef struct FibDbEngineArenaStats {
