@@ -254,7 +254,7 @@ TEST(Tour, shows_everything_and_ends_well) {
   const std::string file = folder.write("f", "8.8.8.0/24 origin-as 15169\n");
   const Outcome outcome = runProgram(commands({"tour " + file}));
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(outcome.out, StartsWith("256 groups of 2 members written, and their next hops\n1 routes loaded"));
+  EXPECT_THAT(outcome.out, StartsWith("256 groups of 2 members written, and their next hops\n1 route loaded"));
   EXPECT_THAT(outcome.out, HasSubstr("8.8.8.8         8.8.8.0/24     65\n"));
   EXPECT_THAT(outcome.out, HasSubstr("192.0.2.1       -               -\n"));
   EXPECT_THAT(outcome.out, EndsWith("8.8.8.0/24\n"

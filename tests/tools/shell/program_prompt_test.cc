@@ -97,10 +97,10 @@ TEST(Prompt, tab_quotes_blanks_and_knows_the_home) {
   RunningProgram program(On::kTerminal, {}, home.path("."));
   ASSERT_TRUE(program.waitFor(kPrompt));
   program.type("load routes ~/tw\t\n");
-  EXPECT_TRUE(program.waitFor("1 routes loaded"));
+  EXPECT_TRUE(program.waitFor("1 route loaded"));
   ASSERT_TRUE(program.waitFor(kPrompt));
   program.type("load routes '~/tw\t\n");
-  EXPECT_TRUE(program.waitFor("1 routes loaded"));
+  EXPECT_TRUE(program.waitFor("1 route loaded"));
   ASSERT_TRUE(program.waitFor(kPrompt));
   program.type("quit\n");
   EXPECT_EQ(program.finish().status, 0);
@@ -118,7 +118,7 @@ TEST(Prompt, who_leaves_with_changes_is_asked_once_and_may_stay_to_save_them) {
   program.type("\n");
   ASSERT_TRUE(program.waitFor(kPrompt));
   program.type("save routes " + folder.path("f") + "\n");
-  ASSERT_TRUE(program.waitFor("1 routes saved"));
+  ASSERT_TRUE(program.waitFor("1 route saved"));
   ASSERT_TRUE(program.waitFor(kPrompt));
   program.type("quit\n");
   EXPECT_EQ(program.finish().status, 0) << "what is saved is no question";

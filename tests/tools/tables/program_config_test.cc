@@ -207,7 +207,7 @@ TEST(Config, a_record_that_is_refused_is_a_bad_line) {
   const Outcome outcome = answer({"set limit vrf records 1", "load config " + file});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr(file + ":2: \"add vrf 2 name b\": VRF 2 refused: "));
-  EXPECT_THAT(outcome.out, HasSubstr("1 records loaded: 1 new, 0 replaced, 1 bad lines"));
+  EXPECT_THAT(outcome.out, HasSubstr("1 record loaded: 1 new, 0 replaced, 1 bad line"));
 }
 
 TEST(Config, goes_through_pipes_and_files_that_cannot_be_had_are_named) {
@@ -217,7 +217,7 @@ TEST(Config, goes_through_pipes_and_files_that_cannot_be_had_are_named) {
   EXPECT_THAT(answer({"load config /no/such"}).err, HasSubstr("/no/such: No such file or directory"));
   EXPECT_THAT(answer({"save config /no/such"}).err, HasSubstr("/no/such: No such file or directory"));
   const Outcome piped = runProgram({"-c", "load config -", "-c", "count vrf"}, "add vrf 1 name x\n");
-  EXPECT_EQ(piped.out, "1 records loaded: 1 new, 0 replaced\n1\n");
+  EXPECT_EQ(piped.out, "1 record loaded: 1 new, 0 replaced\n1\n");
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "tools/fibdb/base/failure.h"
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/base/words.h"
+#include "tools/fibdb/output/text.h"
 
 namespace fibdb::program {
 namespace {
@@ -189,7 +190,7 @@ class BadLines {
   }
 
   void close() {
-    if (count_ > kShownBadLines) show(0, "and " + formatCount(count_ - kShownBadLines) + " more bad lines");
+    if (count_ > kShownBadLines) show(0, "and " + counted(count_ - kShownBadLines, "more bad line"));
   }
 
   uint64_t count() const { return count_; }

@@ -94,6 +94,10 @@ std::string formatCount(uint64_t number) {
   return text;
 }
 
+std::string counted(uint64_t number, const std::string& one) {
+  return formatCount(number) + ' ' + one + (number == 1 ? "" : "s");
+}
+
 std::string formatBytes(uint64_t bytes) {
   constexpr std::array kUnits{" B", " KiB", " MiB", " GiB", " TiB"};
   if (bytes < 1024) return std::to_string(bytes) + kUnits[0];

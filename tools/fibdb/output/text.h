@@ -15,6 +15,8 @@ namespace fibdb::program {
 inline constexpr size_t kBarWidth = 40;
 
 std::string formatCount(uint64_t number);
+// With what is counted, one of it: "1 route", "2,000 routes".
+std::string counted(uint64_t number, const std::string& one);
 std::string formatBytes(uint64_t bytes);
 // A horizontal bar of at most width characters; a share above 0 always shows something.
 std::string drawBar(double share, size_t width, bool unicode);

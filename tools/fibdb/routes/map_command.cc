@@ -5,6 +5,7 @@
 
 #include "tools/fibdb/files/file_writer.h"
 #include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/text.h"
 #include "tools/fibdb/routes/route_map.h"
 #include "tools/fibdb/routes/route_questions.h"
 
@@ -30,7 +31,7 @@ Status showMap(Session& session, Arguments& arguments) {
   writer.write(map.svg());
   writer.commit();
   if (file == "-") return Status::kOk;
-  session.output.result(formatCount(map.routes()) + " routes drawn to " + file,
+  session.output.result(counted(map.routes(), "route") + " drawn to " + file,
                         {{"file", file}, {"routes", map.routes()}});
   return Status::kOk;
 }

@@ -10,6 +10,7 @@
 #include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/text.h"
 #include "tools/fibdb/routes/reference.h"
 #include "tools/fibdb/routes/route_commands.h"
 #include "tools/fibdb/routes/route_questions.h"
@@ -255,7 +256,7 @@ void writeGroups(Session& session) {
     writeMember(number, number, other, 1);
     writeMember(number, other, number, 2);
   }
-  session.output.done(formatCount(kGroupCount) + " groups of 2 members written, and their next hops",
+  session.output.done(counted(kGroupCount, "group") + " of 2 members written, and their next hops",
                       {{"groups", uint64_t{kGroupCount}},
                        {"members", uint64_t{kMembers * kGroupCount}},
                        {"nexthops", uint64_t{kGroupCount}}});
@@ -266,7 +267,7 @@ void showMemory(Session& session) {
   const uint32_t table = call<fibdb_engine_find_table>("ip4forward");
   if (call<fibdb_engine_table_stats>(table, &stats) != FIB_DB_OK || stats.records == 0) return;
   const uint64_t each = stats.bytes / stats.records;
-  session.output.result(formatBytes(stats.bytes) + " of memory for " + formatCount(stats.records) + " routes, " +
+  session.output.result(formatBytes(stats.bytes) + " of memory for " + counted(stats.records, "route") + ", " +
                             std::to_string(each) + " bytes a route with all its indexes",
                         {{"routes", stats.records}, {"bytes", stats.bytes}, {"bytes_per_route", each}});
 }

@@ -9,6 +9,7 @@
 #include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/files/file_writer.h"
 #include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/text.h"
 #include "tools/fibdb/routes/route_questions.h"
 
 namespace fibdb::program {
@@ -89,7 +90,7 @@ Status saveRoutes(Session& session, Arguments& arguments) {
   writer.commit();
   if (file == "-") return Status::kOk;
   session.unsaved.settle(Part::kRoutes);
-  session.output.done(formatCount(writer.count()) + " routes saved to " + file,
+  session.output.done(counted(writer.count(), "route") + " saved to " + file,
                       {{"file", file}, {"saved", writer.count()}});
   return Status::kOk;
 }
@@ -145,7 +146,7 @@ LoadSummary loadRoutesFile(Session& session, const std::string& file, const Vrf&
         {"refused: " + codeText(refused.code), {file, refused.route.line}, formatPrefix(refused.route.prefix), {}});
   }
   const uint64_t more = summary.counts.refused - summary.counts.firstRefused.size();
-  if (more > 0) session.output.complain({"and " + formatCount(more) + " more routes refused", {file, 0}});
+  if (more > 0) session.output.complain({"and " + counted(more, "more route") + " refused", {file, 0}});
   return summary;
 }
 
@@ -155,10 +156,10 @@ void showLoadSummary(Session& session, const std::string& file, const LoadSummar
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.3f", summary.seconds);
   std::string sentence = summary.report.interrupted ? "interrupted: " : "";
-  sentence += formatCount(summary.loaded()) + " routes loaded in " + seconds + " s (" + formatCount(rate) +
+  sentence += counted(summary.loaded(), "route") + " loaded in " + seconds + " s (" + formatCount(rate) +
               "/s): " + formatCount(counts.inserted) + " new, " + formatCount(counts.replaced) + " replaced";
   if (counts.refused > 0) sentence += ", " + formatCount(counts.refused) + " refused";
-  if (summary.report.badLines > 0) sentence += ", " + formatCount(summary.report.badLines) + " bad lines";
+  if (summary.report.badLines > 0) sentence += ", " + counted(summary.report.badLines, "bad line");
   session.output.done(sentence, {{"file", file},
                                  {"loaded", summary.loaded()},
                                  {"new", counts.inserted},

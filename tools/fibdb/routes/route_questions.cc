@@ -11,6 +11,7 @@
 
 #include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/text.h"
 #include "tools/fibdb/routes/route_search.h"
 #include "tools/fibdb/tables/resolve.h"
 
@@ -349,7 +350,7 @@ void showBuckets(Session& session, const char* name, const char* key, const std:
 
 void showSummaryOf(Session& session, const RouteQuery& which) {
   const RouteCounts counts = countByLengthAndGroup(which);
-  session.output.result(formatCount(counts.routes) + " routes in " + formatCount(counts.byGroup.size()) + " groups",
+  session.output.result(counted(counts.routes, "route") + " in " + counted(counts.byGroup.size(), "group"),
                         {{"routes", counts.routes}, {"groups", uint64_t{counts.byGroup.size()}}});
   if (counts.routes == 0) return;
   std::vector<Bucket> lengths;

@@ -164,7 +164,7 @@ std::vector<Choice> tablesNamed() {
   // For a line that is being typed.
   for (uint32_t table = 0; table < fibdb_engine_table_count(); ++table) {  // not traced
     if (fibdb_engine_table_stats(table, &stats) != FIB_DB_OK) continue;    // not traced
-    tables.push_back({stats.name, formatCount(stats.records) + (stats.records == 1 ? " record" : " records")});
+    tables.push_back({stats.name, counted(stats.records, "record")});
   }
   return tables;
 }

@@ -12,6 +12,7 @@
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/output/output.h"
 #include "tools/fibdb/output/pager.h"
+#include "tools/fibdb/output/text.h"
 
 namespace fibdb::program {
 namespace {
@@ -169,8 +170,7 @@ bool Shell::goesOn(Status status, Status& first) const {
 
 void Shell::reportSkipped(uint64_t commands, Status status, const Place& place) {
   if (commands == 0 || status == Status::kOk) return;
-  const std::string message =
-      commands == 1 ? "1 command was not run" : formatCount(commands) + " commands were not run";
+  const std::string message = counted(commands, "command") + (commands == 1 ? " was not run" : " were not run");
   const bool stopped = status != Status::kInterrupted && !session_.ended;
   session_.output.complain({.message = message, .place = place, .advice = stopped ? "-k goes on after a failure" : ""});
 }

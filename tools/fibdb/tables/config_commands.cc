@@ -8,6 +8,7 @@
 #include "tools/fibdb/files/file_writer.h"
 #include "tools/fibdb/files/lines.h"
 #include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/text.h"
 #include "tools/fibdb/tables/record_tables.h"
 #include "tools/fibdb/tables/record_words.h"
 
@@ -49,7 +50,7 @@ Status saveConfig(Session& session, Arguments& arguments) {
   writer.commit();
   if (file == "-") return Status::kOk;
   session.unsaved.settle(Part::kRecords);
-  session.output.done(formatCount(records) + " records saved to " + file, {{"file", file}, {"saved", records}});
+  session.output.done(counted(records, "record") + " saved to " + file, {{"file", file}, {"saved", records}});
   return Status::kOk;
 }
 
@@ -109,9 +110,9 @@ Status loadConfig(Session& session, Arguments& arguments) {
   if (clean) session.unsaved.settle(Part::kRecords);
   const uint64_t loaded = counts.added + counts.replaced;
   std::string sentence = report.interrupted ? "interrupted: " : "";
-  sentence += formatCount(loaded) + " records loaded: " + formatCount(counts.added) + " new, " +
+  sentence += counted(loaded, "record") + " loaded: " + formatCount(counts.added) + " new, " +
               formatCount(counts.replaced) + " replaced";
-  if (report.badLines > 0) sentence += ", " + formatCount(report.badLines) + " bad lines";
+  if (report.badLines > 0) sentence += ", " + counted(report.badLines, "bad line");
   session.output.done(sentence, {{"file", file},
                                  {"loaded", loaded},
                                  {"new", counts.added},

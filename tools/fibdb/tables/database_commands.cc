@@ -7,6 +7,7 @@
 #include "tools/fibdb/base/call.h"
 #include "tools/fibdb/base/interrupt.h"
 #include "tools/fibdb/output/output.h"
+#include "tools/fibdb/output/text.h"
 #include "tools/fibdb/shell/command.h"
 #include "tools/fibdb/tables/field.h"
 #include "tools/fibdb/tables/table_stats.h"
@@ -118,10 +119,9 @@ Status clearTable(Session& session, Arguments& arguments) {
   const uint32_t code = call<fibdb_engine_clear>(table, &removed);
   const std::string name = statsOf(table).name;
   if (code != FIB_DB_OK) {
-    throw Failure(Status::kFailed, name + " after " + formatCount(removed) + " records: " + codeText(code));
+    throw Failure(Status::kFailed, name + " after " + counted(removed, "record") + ": " + codeText(code));
   }
-  session.output.result(formatCount(removed) + " records removed from " + name,
-                        {{"table", name}, {"removed", removed}});
+  session.output.result(counted(removed, "record") + " removed from " + name, {{"table", name}, {"removed", removed}});
   return Status::kOk;
 }
 
