@@ -9,14 +9,21 @@
 #include <atomic>
 #include <cstdint>
 
+#include "engine/store/word.h"
+
 namespace fibdb::store {
 namespace {
 
-// At the start of the first extent; zero is an arena of which nothing was taken.
+// The first extent; zero is an arena of which nothing was taken.
 struct Header {
   std::atomic<uint64_t> extentsTaken;
+  std::atomic<uint8_t> owners[kMostExtents];
 };
-static_assert(std::atomic<uint64_t>::is_always_lock_free);
+static_assert(std::atomic<uint64_t>::is_always_lock_free && std::atomic<uint8_t>::is_always_lock_free);
+static_assert(sizeof(Header) <= kExtentBytes);
+
+constexpr Ref extentAt(uint64_t number) { return static_cast<Ref>((number + 1) * (kExtentBytes / kRefUnit)); }
+constexpr uint64_t numberOf(Ref extent) { return extent / (kExtentBytes / kRefUnit) - 1; }
 
 constexpr uint64_t kLeastBytes = uint64_t{64} << 20;
 
@@ -60,13 +67,25 @@ Arena::~Arena() {
 
 uint64_t Arena::usedBytes() const { return at<Header>(0)->extentsTaken.load(std::memory_order_relaxed) * kExtentBytes; }
 
-Ref Arena::takeExtent() {
-  std::atomic<uint64_t>& extentsTaken = at<Header>(0)->extentsTaken;
-  uint64_t taken = extentsTaken.load(std::memory_order_relaxed);
-  do {
-    if ((taken + 2) * kExtentBytes > bytes_) return kNoRef;
-  } while (!extentsTaken.compare_exchange_weak(taken, taken + 1, std::memory_order_relaxed));
-  return static_cast<Ref>((taken + 1) * (kExtentBytes / kRefUnit));
+// The count of extents taken says where to begin to look; whose an extent is its own entry alone says.
+Ref Arena::takeExtent(uint8_t owner, Ref& claimed) {
+  auto* const header = at<Header>(0);
+  uint64_t taken = header->extentsTaken.load(std::memory_order_relaxed);
+  for (uint64_t number = taken; (number + 2) * kExtentBytes <= bytes_; ++number) {
+    store(claimed, extentAt(number));
+    uint8_t nobody = 0;
+    if (!header->owners[number].compare_exchange_strong(nobody, owner, std::memory_order_relaxed)) continue;
+    while (taken <= number &&
+           !header->extentsTaken.compare_exchange_weak(taken, number + 1, std::memory_order_relaxed)) {
+    }
+    return extentAt(number);
+  }
+  store(claimed, kNoRef);
+  return kNoRef;
+}
+
+bool Arena::isOwn(Ref extent, uint8_t owner) const {
+  return at<Header>(0)->owners[numberOf(extent)].load(std::memory_order_relaxed) == owner;
 }
 
 void Arena::clear() { madvise(base_, usedBytes() + kExtentBytes, MADV_DONTNEED); }

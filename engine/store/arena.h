@@ -9,7 +9,8 @@
 //
 // COST         takeExtent: O(1), and the page faults of whoever touches the extent.
 // THREADS      takeExtent may be called from any thread. at() is an addition.
-// INVARIANTS   What the arena knows about itself stands in its own first extent, which is never handed out.
+// INVARIANTS   What the arena knows about itself stands in its own first extent, which is never handed out: among that
+//              whose each extent is. Extents are never given back.
 #ifndef FIBDB_ENGINE_STORE_ARENA_H
 #define FIBDB_ENGINE_STORE_ARENA_H
 
@@ -22,13 +23,15 @@ namespace fibdb::store {
 using Ref = uint32_t;
 inline constexpr Ref kNoRef = 0;
 inline constexpr uint64_t kRefUnit = 16;
-inline constexpr uint64_t kMaxArenaBytes = kRefUnit << 32;
+// A bit of each Ref is left to those who keep it.
+inline constexpr uint64_t kMaxArenaBytes = kRefUnit << 31;
 
 // What memory brings at a time.
 inline constexpr uint64_t kCacheLine = 64;
 
 // Extents are aligned to their size, so the start of one follows from any place inside it.
 inline constexpr uint64_t kExtentBytes = 256 * 1024;
+inline constexpr uint64_t kMostExtents = kMaxArenaBytes / kExtentBytes;
 
 class Arena {
  public:
@@ -48,12 +51,21 @@ class Arena {
     return reinterpret_cast<T*>(base_ + uint64_t{ref} * kRefUnit);
   }
 
+  // Places in the arena as distances in bytes from its start.
+  uint64_t distanceTo(const void* place) const {
+    return static_cast<uint64_t>(static_cast<const std::byte*>(place) - base_);
+  }
+  std::byte* atDistance(uint64_t distance) const { return base_ + distance; }
+
   // Whether kExtentBytes can be read from ref on. A reader that may have been overtaken asks before it
   // follows a word that may by now be something else than a Ref.
   bool readable(Ref ref) const { return uint64_t{ref} * kRefUnit < bytes_; }
 
-  // A zeroed extent of kExtentBytes, or kNoRef when the arena is exhausted.
-  Ref takeExtent();
+  // A zeroed extent of kExtentBytes, or kNoRef when the arena is exhausted. owner: whose it is from now on, not 0.
+  // claimed: a word of the owner's in which the extent is named before it is taken; the owner makes it kNoRef once it
+  // has noted the extent. If it dies before, the word and isOwn tell whether the extent was got.
+  Ref takeExtent(uint8_t owner, Ref& claimed);
+  bool isOwn(Ref extent, uint8_t owner) const;
 
   // Forgets everything: the memory reads as zero again. REQUIRES: nobody uses the arena.
   void clear();

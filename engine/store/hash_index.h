@@ -77,8 +77,8 @@ class HashIndex {
   void insert(uint64_t hash, Ref ref);
   bool erase(uint64_t hash, Ref ref);
 
-  // Splits a bucket when the index has become crowded, unless that would leave less than `keep` bytes: crowded,
-  // it only gets slower. A write calls it last, when it needs no more memory of its own.
+  // Splits a bucket when the index has become crowded, unless that would leave less than `keep` bytes, or its chain is
+  // so long as no hash makes it: crowded, the index only gets slower. Called when the write is complete, as a step.
   void grow(uint32_t keep);
 
   // The blocks of the directory and of overflow buckets; each reference, and whether it stands where its hash belongs.
@@ -92,6 +92,9 @@ class HashIndex {
   static constexpr uint32_t kMaxNewBucketBytes = 3 * kMaxBlockBytes;
   // References per bucket, on average, above which the index grows.
   static constexpr uint32_t kCrowded = 9;
+  // Buckets of a chain that is split; each takes and gives away twelve references.
+  static constexpr uint32_t kMostToSplit = 32;
+  static_assert(kMostToSplit * 4 * HashBucket::kSlots < kMostNotes);
   static_assert(std::has_single_bit(kBucketsPerBlock) && std::has_single_bit(kRefsPerBlock));
   static_assert(kCrowded < HashBucket::kSlots);
 
@@ -207,10 +210,10 @@ template <class HashOf>
 void HashIndex<HashOf>::makeBucket(uint32_t number) {
   if (number % kBucketsPerBlock != 0) return;  // the block came with its first bucket
   const uint32_t block = number / kBucketsPerBlock;
-  if (state_->directory == kNoRef) publish(state_->directory, zeroedBlock());
+  if (state_->directory == kNoRef) publish(heap_->noted(state_->directory), zeroedBlock());
   Ref& leaf = heap_->at<Ref>(state_->directory)[block / kRefsPerBlock];
-  if (leaf == kNoRef) publish(leaf, zeroedBlock());
-  publish(heap_->at<Ref>(leaf)[block % kRefsPerBlock], zeroedBlock());
+  if (leaf == kNoRef) publish(heap_->noted(leaf), zeroedBlock());
+  publish(heap_->noted(heap_->at<Ref>(leaf)[block % kRefsPerBlock]), zeroedBlock());
 }
 
 template <class HashOf>
@@ -219,13 +222,13 @@ HashBucket* HashIndex<HashOf>::appendOverflow(HashBucket* last) {
   if (ref == kNoRef) {
     ref = heap_->allocate(sizeof(HashBucket));
   } else {
-    store(state_->freeOverflow, heap_->at<HashBucket>(ref)->next);
+    store(heap_->noted(state_->freeOverflow), heap_->noted(heap_->at<HashBucket>(ref)->next));
   }
   auto* bucket = heap_->at<HashBucket>(ref);
   for (uint32_t& tags : bucket->tags) store(tags, 0U);
   for (Ref& hole : bucket->refs) store(hole, kNoRef);
   publish(bucket->next, kNoRef);
-  publish(last->next, ref);
+  publish(heap_->noted(last->next), ref);
   return bucket;
 }
 
@@ -236,8 +239,8 @@ void HashIndex<HashOf>::place(HashBucket* chain, uint64_t hash, Ref ref) {
       if (chain->refs[slot] != kNoRef) continue;
       const uint32_t shift = slot % sizeof(uint32_t) * 8;
       uint32_t& tags = chain->tags[slot / sizeof(uint32_t)];
-      store(tags, (tags & ~(0xFFU << shift)) | (tagPattern(hash) & 0xFFU << shift));
-      publish(chain->refs[slot], ref);
+      store(heap_->noted(tags), (tags & ~(0xFFU << shift)) | (tagPattern(hash) & 0xFFU << shift));
+      publish(heap_->noted(chain->refs[slot]), ref);
       return;
     }
     chain = chain->next == kNoRef ? appendOverflow(chain) : heap_->at<HashBucket>(chain->next);
@@ -249,14 +252,14 @@ uint32_t HashIndex<HashOf>::prepare() {
   if (state_->buckets != 0) return 0;
   if (const uint32_t code = heap_->ensure(kMaxNewBucketBytes)) return code;
   makeBucket(0);
-  publish(state_->buckets, kBucketsPerBlock);
+  publish(heap_->noted(state_->buckets), kBucketsPerBlock);
   return 0;
 }
 
 template <class HashOf>
 void HashIndex<HashOf>::insert(uint64_t hash, Ref ref) {
   place(bucketAt(bucketOf(hash, state_->buckets)), hash, ref);
-  store(state_->count, state_->count + 1);
+  store(heap_->noted(state_->count), state_->count + 1);
 }
 
 template <class HashOf>
@@ -266,8 +269,8 @@ bool HashIndex<HashOf>::erase(uint64_t hash, Ref ref) {
   for (HashBucket* bucket = chain;; bucket = heap_->at<HashBucket>(bucket->next)) {
     for (Ref& held : bucket->refs) {
       if (held != ref) continue;
-      publish(held, kNoRef);
-      store(state_->count, state_->count - 1);
+      publish(heap_->noted(held), kNoRef);
+      store(heap_->noted(state_->count), state_->count - 1);
       trim(chain);
       return true;
     }
@@ -285,9 +288,9 @@ void HashIndex<HashOf>::trim(HashBucket* chain) {
     for (const Ref held : heap_->at<HashBucket>(last)->refs) {
       if (held != kNoRef) return;
     }
-    publish(before->next, kNoRef);
-    store(heap_->at<HashBucket>(last)->next, state_->freeOverflow);
-    store(state_->freeOverflow, last);
+    publish(heap_->noted(before->next), kNoRef);
+    store(heap_->noted(heap_->at<HashBucket>(last)->next), state_->freeOverflow);
+    store(heap_->noted(state_->freeOverflow), last);
   }
 }
 
@@ -296,8 +299,9 @@ void HashIndex<HashOf>::grow(uint32_t keep) {
   const uint32_t buckets = state_->buckets;
   if (state_->count <= uint64_t{buckets} * kCrowded || buckets >= kMaxBuckets) return;
   const uint32_t from = bucketOf(buckets, buckets);
-  uint32_t bytes = kMaxNewBucketBytes;
+  uint32_t bytes = kMaxNewBucketBytes, length = 1;
   for (const HashBucket* bucket = bucketAt(from);; bucket = heap_->at<HashBucket>(bucket->next)) {
+    if (length++ > kMostToSplit) return;
     bytes += sizeof(HashBucket);
     for (const Ref ref : bucket->refs) __builtin_prefetch(heap_->at<void>(ref));
     if (bucket->next == kNoRef) break;
@@ -305,6 +309,7 @@ void HashIndex<HashOf>::grow(uint32_t keep) {
   if (heap_->ensure(bytes + keep) != 0) return;
   FIBDB_PROBE(index_grown, buckets + 1, state_->count);
   split(from);
+  heap_->log().stand();
 }
 
 template <class HashOf>
@@ -355,10 +360,10 @@ void HashIndex<HashOf>::split(uint32_t from) {
     if (place < kRemembered) moving |= uint64_t{1} << place;
     this->place(fresh, hash, ref);
   });
-  publish(state_->buckets, to + 1);
+  publish(heap_->noted(state_->buckets), to + 1);
   eachRef([&](uint32_t place, Ref& ref) {
     const bool moved = place < kRemembered ? (moving >> place & 1) != 0 : bucketOf(hashOf_(ref), to + 1) == to;
-    if (moved) publish(ref, kNoRef);
+    if (moved) publish(heap_->noted(ref), kNoRef);
   });
   trim(chain);
 }

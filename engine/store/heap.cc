@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <span>
 
 #include "fibdb/engine.h"
 
@@ -62,6 +63,7 @@ void Heap::tick(uint64_t writes) {
 }
 
 void Heap::shelveRested() {
+  constexpr uint32_t kNotesEach = 8;  // more than one block asks for, or the end of a chunk
   const uint64_t now = load(state_->clock);
   while (state_->oldestResting != kNoRef) {
     const Ref oldest = state_->oldestResting;
@@ -69,12 +71,14 @@ void Heap::shelveRested() {
     while (chunk->begin < chunk->end) {
       const Resting& resting = chunk->entries[chunk->begin];
       if (now - resting.retiredAt < kRestingWrites) return;
-      // Out of the queue first: what lies on two lists is owned twice, what lies on none is only lost.
-      store(chunk->begin, chunk->begin + 1);
+      if (!log().hasRoom(kNotesEach)) log().stand();
+      store(noted(chunk->begin), chunk->begin + 1);
       shelve(resting.block, resting.units);
     }
-    store(state_->oldestResting, chunk->next);
-    if (chunk->next == kNoRef) store(state_->newestResting, kNoRef);
+    if (!log().hasRoom(kNotesEach)) log().stand();
+    if (chunk->next == kNoRef) store(noted(state_->newestResting), kNoRef);
+    // The link gives way to that of the list of free blocks.
+    store(noted(state_->oldestResting), noted(chunk->next));
     release(oldest, sizeof(Chunk));
   }
 }
@@ -89,10 +93,11 @@ uint32_t Heap::ensureBeyondLimit(uint32_t bytes) {
   const Ref extent = takeExtentBeyondLimit();
   if (extent == kNoRef) return DB_ERR_NO_MEMORY;
   shelveTail();
-  store(state_->tail, state_->open);
-  store(state_->tailUnits, state_->openUnits);
-  store(state_->open, extent);
-  store(state_->openUnits, kExtentUnits);
+  store(noted(state_->tail), state_->open);
+  store(noted(state_->tailUnits), state_->openUnits);
+  store(noted(state_->open), extent);
+  store(noted(state_->openUnits), kExtentUnits);
+  store(state_->spareUsed, 1U);
   return 0;
 }
 
@@ -105,8 +110,8 @@ Ref Heap::allocate(uint32_t bytes) {
   Ref& rest = fits ? state_->tail : state_->open;
   uint32_t& restUnits = fits ? state_->tailUnits : state_->openUnits;
   const Ref block = rest;
-  store(rest, rest + units);
-  store(restUnits, restUnits - units);
+  store(noted(rest), rest + units);
+  store(noted(restUnits), restUnits - units);
   return block;
 }
 
@@ -117,28 +122,53 @@ void Heap::retire(Ref block, uint32_t bytes) {
   store(resting.retiredAt, load(state_->clock));
   store(resting.block, block);
   store(resting.units, unitsOf(bytes));
-  store(chunk->end, chunk->end + 1);
+  store(noted(chunk->end), chunk->end + 1);
 }
 
 void Heap::release(Ref block, uint32_t bytes) { shelve(block, unitsOf(bytes)); }
 
-Ref Heap::takeExtent() { return atLimit() ? kNoRef : takeExtentBeyondLimit(); }
+Ref Heap::takeExtent() {
+  const Ref extent = atLimit() ? kNoRef : takeExtentBeyondLimit();
+  if (extent == kNoRef || state_->spareUsed == 0) return extent;
+  for (uint64_t& word : std::span(at<uint64_t>(extent), kExtentBytes / sizeof(uint64_t))) store(word, uint64_t{0});
+  return extent;
+}
 
 bool Heap::atLimit() const { return state_->limitBytes != 0 && state_->heldBytes + kExtentBytes > state_->limitBytes; }
 
 Ref Heap::takeExtentBeyondLimit() {
-  const Ref extent = arena_->takeExtent();
-  if (extent != kNoRef) store(state_->heldBytes, state_->heldBytes + kExtentBytes);
+  if (state_->spare == kNoRef) {
+    // What was spare before is in use for good: the log can bring one back, not two.
+    if (log().doing() == Doing::kStep) log().stand();
+    const Ref fresh = arena_->takeExtent(owner(), state_->claimed);
+    if (fresh == kNoRef) return kNoRef;
+    store(state_->spareUsed, 0U);
+    store(state_->spare, fresh);
+    store(state_->claimed, kNoRef);
+  }
+  const Ref extent = state_->spare;
+  store(noted(state_->heldBytes), state_->heldBytes + kExtentBytes);
+  store(noted(state_->spare), kNoRef);
   return extent;
+}
+
+void Heap::settleClaim() {
+  const Ref claimed = state_->claimed;
+  if (claimed == kNoRef) return;
+  if (arena_->isOwn(claimed, owner())) {
+    store(state_->spareUsed, 0U);
+    store(state_->spare, claimed);
+  }
+  store(state_->claimed, kNoRef);
 }
 
 void Heap::shelve(Ref block, uint32_t units) {
   Ref& shelf = state_->free[units - 1];
   uint64_t& shelves = state_->shelves[(units - 1) / kShelfBits];
+  if (shelf == kNoRef) store(noted(shelves), shelves | uint64_t{1} << (units - 1) % kShelfBits);
   store(at<FreeBlock>(block)->next, shelf);
-  store(shelf, block);
-  store(shelves, shelves | uint64_t{1} << (units - 1) % kShelfBits);
-  store(state_->freePieces, state_->freePieces + units / kPieceUnits);
+  store(noted(shelf), block);
+  if (units >= kPieceUnits) store(noted(state_->freePieces), state_->freePieces + units / kPieceUnits);
 }
 
 // REQUIRES: there is a free block of this size.
@@ -146,9 +176,10 @@ Ref Heap::takeShelved(uint32_t units) {
   Ref& shelf = state_->free[units - 1];
   uint64_t& shelves = state_->shelves[(units - 1) / kShelfBits];
   const Ref block = shelf;
-  store(shelf, at<FreeBlock>(block)->next);
-  if (shelf == kNoRef) store(shelves, shelves & ~(uint64_t{1} << (units - 1) % kShelfBits));
-  store(state_->freePieces, state_->freePieces - units / kPieceUnits);
+  // The link will be content.
+  store(noted(shelf), noted(at<FreeBlock>(block)->next));
+  if (shelf == kNoRef) store(noted(shelves), shelves & ~(uint64_t{1} << (units - 1) % kShelfBits));
+  if (units >= kPieceUnits) store(noted(state_->freePieces), state_->freePieces - units / kPieceUnits);
   return block;
 }
 
@@ -170,11 +201,11 @@ Ref Heap::appendChunk() {
   store(chunk->begin, 0u);
   store(chunk->end, 0u);
   if (state_->newestResting == kNoRef) {
-    store(state_->oldestResting, fresh);
+    store(noted(state_->oldestResting), fresh);
   } else {
-    store(at<Chunk>(state_->newestResting)->next, fresh);
+    store(noted(at<Chunk>(state_->newestResting)->next), fresh);
   }
-  store(state_->newestResting, fresh);
+  store(noted(state_->newestResting), fresh);
   return fresh;
 }
 
@@ -186,6 +217,7 @@ void Heap::survey(VisitBlock free, VisitBlock resting, VisitBlock queue) const {
   }
   free(state_->open, state_->openUnits * uint32_t{kRefUnit});
   free(state_->tail, state_->tailUnits * uint32_t{kRefUnit});
+  if (state_->spare != kNoRef) free(state_->spare, kExtentBytes);
   for (Ref ref = state_->oldestResting; ref != kNoRef; ref = at<Chunk>(ref)->next) {
     const Chunk& chunk = *at<Chunk>(ref);
     queue(ref, sizeof chunk);
@@ -200,8 +232,8 @@ void Heap::shelveTail() {
   while (state_->tailUnits > 0) {
     const uint32_t units = std::min(state_->tailUnits, kSizeClasses);
     shelve(state_->tail, units);
-    store(state_->tail, state_->tail + units);
-    store(state_->tailUnits, state_->tailUnits - units);
+    store(noted(state_->tail), state_->tail + units);
+    store(noted(state_->tailUnits), state_->tailUnits - units);
   }
 }
 

@@ -15,11 +15,15 @@
 //     can be had without a new extent: whole free pieces, larger free blocks, the uncut rests of extents;
 //   - reclaim() runs the clock on, so that all that rests is free at once. Readers that it overtakes read again.
 //
+// What a heap knows about its blocks is taken back with the write that changed it (undo_log.h), so a block is never
+// lost and never in two places. Readers may then hold blocks that were handed out by the write that was taken back:
+// overtakeReaders, before and after, makes them read again.
+//
 // COST         allocate, retire, release: O(1). beginWrite, reclaim: O(1) per block that has rested.
 // INVARIANTS   A published block never changes, but for single words that are stored atomically (see word.h).
 //              A block is retired once, after the store that unlinked it, in the same write.
 //              The extents taken are: blocks in use, resting and free, and the uncut rests of two extents;
-//              beside those that takeExtent handed out whole.
+//              beside those that takeExtent handed out whole, and one that may be spare.
 // THREADS      One writer at a time (the table's lock); readers only use clock() and Arena::at.
 #ifndef FIBDB_ENGINE_STORE_HEAP_H
 #define FIBDB_ENGINE_STORE_HEAP_H
@@ -28,6 +32,7 @@
 
 #include "engine/store/arena.h"
 #include "engine/store/survey.h"
+#include "engine/store/undo_log.h"
 #include "engine/store/word.h"
 
 namespace fibdb::store {
@@ -50,7 +55,7 @@ inline constexpr uint32_t kMaxRetiredPerWrite = 512;
 // The stored part of a heap; lives in the arena, zero is an empty heap.
 struct HeapState {
   uint64_t clock;                       // writes begun
-  uint64_t heldBytes;                   // extents taken
+  uint64_t heldBytes;                   // extents taken, but for the spare one
   uint64_t limitBytes;                  // 0: none
   uint64_t shelves[kSizeClasses / 64];  // a bit for each size of which there are free blocks
   Ref free[kSizeClasses];               // lists of free blocks by size
@@ -60,6 +65,12 @@ struct HeapState {
   Ref tail;  // rest of the extent before, used up first
   uint32_t tailUnits;
   Ref oldestResting, newestResting;  // queue of retired blocks, in chunks (heap.cc)
+  // Extents come from the arena one at a time: claimed names the next before it is the table's, spare is the table's
+  // and not yet used, or no longer, because the write that began to was taken back.
+  Ref claimed, spare;
+  uint32_t spareUsed;  // 1: need not read as zero
+  uint32_t owner;      // what the table is called in the arena, less 1
+  UndoLogState log;
 };
 
 class Heap {
@@ -67,6 +78,12 @@ class Heap {
   Heap(Arena& arena, HeapState& state) : arena_(&arena), state_(&state) {}
 
   Arena& arena() const { return *arena_; }
+  UndoLog log() const { return UndoLog(*arena_, state_->log); }
+  // A word that others may know, to be overwritten: store(heap.noted(word), value).
+  template <class Word>
+  Word& noted(Word& word) const {
+    return log().noted(word);
+  }
   uint64_t clock() const { return follow(state_->clock); }
 
   // Begins a write: ticks the clock and frees what has rested long enough.
@@ -74,15 +91,21 @@ class Heap {
 
   // Makes sure that blocks of `bytes` in total, of any sizes, can be allocated: 0, DB_ERR_MEMORY_LIMIT or
   // DB_ERR_NO_MEMORY. REQUIRES: bytes <= kMaxEnsureBytes, counting each block as rounded up; what is
-  // allocated upon it belongs to one write, which retires no more than kMaxRetiredPerWrite blocks.
+  // allocated upon it belongs to one write, which retires no more than kMaxRetiredPerWrite blocks. Ensuring is a step:
+  // what that did so far stands by itself, and the write has not begun to change anything.
   uint32_t ensure(uint32_t bytes);
   // The same by an extent beyond the table's limit; fails only with the arena.
   uint32_t ensureBeyondLimit(uint32_t bytes);
 
   bool isBeyondLimit() const { return state_->limitBytes != 0 && state_->heldBytes > state_->limitBytes; }
 
-  // Frees all that rests, at once, by letting the clock run on.
+  // Frees all that rests, at once, by letting the clock run on. REQUIRES: what the step did so far stands by itself.
   void reclaim();
+
+  // Whatever a reader is about, it reads again.
+  void overtakeReaders() { tick(kRestingWrites); }
+  // What an owner that died may have begun beside its log.
+  void settleClaim();
   // How many blocks of up to kPieceBytes can be allocated without a new extent, chunks of the queue included.
   uint32_t pieces() const {
     return state_->freePieces + state_->openUnits / kPieceUnits + state_->tailUnits / kPieceUnits;
@@ -98,7 +121,7 @@ class Heap {
   // A whole zeroed extent of kExtentBytes for the caller to cut (records); kNoRef at a limit. Never given back.
   Ref takeExtent();
 
-  // Free blocks and the uncut rests of extents; blocks that rest; the queue's own.
+  // Free blocks, the uncut rests of extents and the spare one; blocks that rest; the queue's own.
   void survey(VisitBlock free, VisitBlock resting, VisitBlock queue) const;
 
   template <class T>
@@ -110,6 +133,7 @@ class Heap {
   bool atLimit() const;
   void tick(uint64_t writes);
   void shelveRested();
+  uint8_t owner() const { return static_cast<uint8_t>(state_->owner + 1); }
   Ref takeExtentBeyondLimit();
   void shelve(Ref block, uint32_t units);
   void shelveTail();

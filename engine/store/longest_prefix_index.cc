@@ -157,16 +157,16 @@ class Draft {
 // stood there is to be retired once shortcuts lead past it, too.
 [[nodiscard]] Ref replace(Heap& heap, Ref& link, const Draft& draft) {
   const Ref replaced = link;
-  publish(link, draft.empty() ? kNoRef : draft.commit(heap));
+  publish(heap.noted(link), draft.empty() ? kNoRef : draft.commit(heap));
   return replaced;
 }
 
 void retire(Heap& heap, Ref node) { heap.retire(node, bytesOf(*heap.at<Node>(node))); }
 
 // Sets a value that readers may be looking at and returns the one before.
-uint32_t exchange(uint32_t& value, uint32_t to) {
+uint32_t exchange(Heap& heap, uint32_t& value, uint32_t to) {
   const uint32_t before = value;
-  publish(value, to);
+  publish(heap.noted(value), to);
   return before;
 }
 
@@ -403,7 +403,7 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
         const uint32_t place = depth.placeOf(addr);
         if ((node.prefixes & bitOf(place)) == 0) return 0U;
         uint32_t& own = valueOf(node, place);
-        return replaces ? exchange(own, value) : own;
+        return replaces ? exchange(*heap_, own, value) : own;
       }
       if ((node.children & bitOf(chunk)) == 0) return 0U;
       link = &childOf(node, chunk);
@@ -413,7 +413,7 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
   if (known != 0) return known;
   Ref replaced = kNoRef;
   if (*link == kNoRef) {
-    publish(*link, branch(*heap_, 0, addr, depth, value));
+    publish(heap_->noted(*link), branch(*heap_, 0, addr, depth, value));
   } else {
     Draft draft(*heap_->at<Node>(*link));
     if (level == depth.level) {
@@ -423,7 +423,7 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
     }
     replaced = replace(*heap_, *link, draft);
   }
-  store(state_->count, state_->count + 1);
+  store(heap_->noted(state_->count), state_->count + 1);
   if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
   if (replaced != kNoRef) retire(*heap_, replaced);
   return 0;
@@ -463,7 +463,7 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
   if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
   retire(*heap_, replaced);
   while (emptiedCount > 0) retire(*heap_, emptied[--emptiedCount]);
-  store(state_->count, state_->count - 1);
+  store(heap_->noted(state_->count), state_->count - 1);
   if (state_->root == kNoRef) retireShortcuts();
   return value;
 }
@@ -482,7 +482,8 @@ Ref LongestPrefixIndex::nodeAbove(uint32_t addr) const {
 // Sets the shortcut to what the way from the root leads to now.
 void LongestPrefixIndex::lead(uint32_t addr) {
   const Ref block = state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock];
-  if (block != kNoRef) publish(heap_->at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock], nodeAbove(addr));
+  if (block == kNoRef) return;
+  publish(heap_->noted(heap_->at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock]), nodeAbove(addr));
 }
 
 void LongestPrefixIndex::grow(uint32_t addr, uint32_t keep) {
@@ -499,14 +500,14 @@ void LongestPrefixIndex::makeShortcuts(uint32_t addr, uint32_t keep) {
     const uint32_t way = (number * kShortcutsPerBlock + i) << (kMaxLength - kShortcutBits);
     store(heap_->at<Ref>(block)[i], nodeAbove(way));
   }
-  publish(state_->shortcuts[number], block);
+  publish(heap_->noted(state_->shortcuts[number]), block);
 }
 
 void LongestPrefixIndex::retireShortcuts() {
   for (Ref& shortcuts : state_->shortcuts) {
     if (shortcuts == kNoRef) continue;
     const Ref block = shortcuts;
-    publish(shortcuts, kNoRef);
+    publish(heap_->noted(shortcuts), kNoRef);
     heap_->retire(block, kMaxBlockBytes);
   }
 }

@@ -130,7 +130,7 @@ class Writer {
 
   bool insert(const Entry& entry) {
     if (root_ == kNoRef) {
-      publish(root_, commit({0, entry, kNoRef}));
+      publish(heap_.noted(root_), commit({0, entry, kNoRef}));
       return true;
     }
     if (descend(entry)) return false;
@@ -192,7 +192,7 @@ class Writer {
     }
     Draft<Entry> root(top_ + 1, growth.bound, growth.copied != kNoRef ? growth.copied : path_[top_].node);
     root.insert(1, growth.bound, growth.added);
-    publish(root_, commit(root));
+    publish(heap_.noted(root_), commit(root));
   }
 
   // Enters the growth at one level. True if the node split: then growth is what its parent must enter.
@@ -215,7 +215,7 @@ class Writer {
     draft.insert(slot, growth.bound, growth.added);
     replace(step.node);
     if (!full) {
-      publish(link(level), commit(draft, 0, draft.count, slot));
+      publish(heap_.noted(link(level)), commit(draft, 0, draft.count, slot));
       return false;
     }
     const uint32_t cut = cutFor(draft.count, slot, latestIn(node(step.node).fill));
@@ -234,7 +234,7 @@ class Writer {
   void append(Node& to, uint32_t level, uint32_t count, const Growth& growth) {
     copyIn(&to.items[count * S::stride(level)], &growth.bound, sizeof growth.bound);
     if (level > 0) store(S::childAt(to, count), growth.added);
-    publish(to.fill, fillOf(count + 1, count));
+    publish(heap_.noted(to.fill), fillOf(count + 1, count));
   }
 
   // Puts the draft in the place of the node of its level, and merges or unlinks what has become too thin.
@@ -246,12 +246,12 @@ class Writer {
       if (level == top_) return settleRoot(draft);
 
       const Step up = path_[level + 1];
-      if (draft.count > S::capacity(level) / 2) return publish(link(level), commit(draft));
+      if (draft.count > S::capacity(level) / 2) return publish(heap_.noted(link(level)), commit(draft));
       Draft<Entry> parent(node(up.node), up.count);
       if (draft.count == 0) {
         parent.remove(up.slot);
       } else if (!merge(draft, parent, up.slot)) {
-        return publish(link(level), commit(draft));
+        return publish(heap_.noted(link(level)), commit(draft));
       }
       draft = parent;
     }
@@ -259,9 +259,10 @@ class Writer {
 
   // A root with one child gives way to it.
   void settleRoot(Draft<Entry>& draft) {
-    if (draft.count == 0) return publish(root_, kNoRef);
-    if (draft.level > 0 && draft.count == 1) return publish(root_, draft.child(0));
-    publish(root_, commit(draft));
+    Ref& root = heap_.noted(root_);
+    if (draft.count == 0) return publish(root, kNoRef);
+    if (draft.level > 0 && draft.count == 1) return publish(root, draft.child(0));
+    publish(root, commit(draft));
   }
 
   // Joins the draft with a neighbour if they fill no more than three quarters of a node, so that the next

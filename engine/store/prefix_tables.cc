@@ -98,11 +98,11 @@ void PrefixTables::findPlace(Ref block, uint32_t keep) {
     if (heap_->ensure(kMaxBlockBytes + keep) != 0) return;
     const Ref fresh = heap_->allocate(kMaxBlockBytes);
     for (uint32_t i = 0; i < kRefsPerBlock; ++i) store(heap_->at<Ref>(fresh)[i], kNoRef);
-    publish(neighbours, fresh);
+    publish(heap_->noted(neighbours), fresh);
   }
   Ref& own = heap_->at<Ref>(neighbours)[place % kRefsPerBlock];
-  if (own == kNoRef) publish(own, block);
-  store(at(block).placed, 1U);
+  if (own == kNoRef) publish(heap_->noted(own), block);
+  store(heap_->noted(at(block).placed), 1U);
 }
 
 bool PrefixTables::placesLeadRight() const {
@@ -133,7 +133,7 @@ void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref recor
   // Who still looks into this trie must not take it for one that stands still.
   settle(block);
   Ref* const place = placeFor(at(block).leading);
-  if (place != nullptr && *place == block) publish(*place, kNoRef);
+  if (place != nullptr && *place == block) publish(heap_->noted(*place), kNoRef);
   tries_.erase(leading_->ordered(leading, block));
   heap_->retire(block, sizeof(Trie));
 }

@@ -41,9 +41,8 @@ struct Prefix {
 // What a prefix leads to: a record, or a block of several.
 class PrefixValue {
  public:
-  // References stay below the mark as long as the arena is no larger.
   static constexpr uint32_t kSeveral = 1U << 31;
-  static constexpr uint64_t kMaxArena = kRefUnit * kSeveral;
+  static_assert(kMaxArenaBytes <= kRefUnit * kSeveral, "references stay below the mark");
 
   explicit PrefixValue(uint32_t word) : word_(word) {}
   static PrefixValue several(Ref block) { return PrefixValue(block | kSeveral); }

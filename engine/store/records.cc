@@ -43,39 +43,50 @@ uint64_t* Records::stamp(Ref record) const {
   return heap_->at<uint64_t>(extent + kHeadUnits + layout_->slotsPerExtent * layout_->slotUnits) + slot;
 }
 
-// A slot that was never used.
-Ref Records::cut() {
-  Ref extent = state_->lastExtent;
-  if (extent == kNoRef || heap_->at<ExtentHead>(extent)->cut == layout_->slotsPerExtent) {
+bool Records::isFull(Ref extent) const {
+  return extent == kNoRef || heap_->at<ExtentHead>(extent)->cut == layout_->slotsPerExtent;
+}
+
+// An extent is the spare one until it is the last: whatever is taken back, nothing but records comes to stand in it.
+bool Records::prepare() {
+  if (state_->free != kNoRef || !isFull(state_->lastExtent)) return true;
+  if (state_->spare == kNoRef) {
     const Ref fresh = heap_->takeExtent();
-    if (fresh == kNoRef) return kNoRef;
-    publish(extent == kNoRef ? state_->firstExtent : heap_->at<ExtentHead>(extent)->next, fresh);
-    store(state_->lastExtent, fresh);
-    extent = fresh;
+    if (fresh == kNoRef) return false;
+    store(heap_->noted(state_->spare), fresh);
   }
-  auto* head = heap_->at<ExtentHead>(extent);
-  const Ref slot = extent + kHeadUnits + head->cut * layout_->slotUnits;
-  publish(head->cut, head->cut + 1);
-  return slot;
+  heap_->log().stand();
+  linkSpare();
+  return true;
+}
+
+void Records::linkSpare() {
+  const Ref last = state_->lastExtent;
+  publish(last == kNoRef ? state_->firstExtent : heap_->at<ExtentHead>(last)->next, state_->spare);
+  store(heap_->noted(state_->lastExtent), state_->spare);
+  store(heap_->noted(state_->spare), kNoRef);
 }
 
 Ref Records::take(const uint8_t* row) {
   Ref record = state_->free;
   if (record != kNoRef) {
-    store(state_->free, static_cast<Ref>(*stamp(record)));
+    // The link will be a birth stamp.
+    store(heap_->noted(state_->free), static_cast<Ref>(heap_->noted(*stamp(record))));
   } else {
-    record = cut();
-    if (record == kNoRef) return kNoRef;
+    auto* head = heap_->at<ExtentHead>(state_->lastExtent);
+    record = state_->lastExtent + kHeadUnits + head->cut * layout_->slotUnits;
+    publish(heap_->noted(head->cut), head->cut + 1);
   }
   store(*stamp(record), heap_->clock());
   copyInWide(heap_->at<void>(record), row, layout_->rowLength);
   return record;
 }
 
-void Records::enliven(Ref record) {
-  uint32_t& version = versionOf(record);
-  publish(version, (version + kOneChange) | kLive);
-}
+uint32_t Records::versionAlive(Ref record) const { return (versionOf(record) + kOneChange) | kLive; }
+uint32_t Records::versionChanged(Ref record) const { return (versionOf(record) + kOneChange) & ~kChanging; }
+uint32_t Records::versionBuried(Ref record) const { return (versionOf(record) + kOneChange) & ~kLive; }
+
+void Records::enliven(Ref record) { publish(versionOf(record), versionAlive(record)); }
 
 void Records::change(Ref record, const uint8_t* row) {
   uint32_t& version = versionOf(record);
@@ -86,19 +97,26 @@ void Records::change(Ref record, const uint8_t* row) {
   publish(version, version | kChanging);
   releaseFence();
   copyInWide(slot, row, layout_->rowLength);
-  publish(version, (version + kOneChange) & ~kChanging);
+  publish(version, versionChanged(record));
+}
+
+// To a version of its own: neither that of the row before, which readers may have seen change, nor that of the change.
+void Records::restore(Ref record) {
+  uint32_t& version = versionOf(record);
+  if ((version & kChanging) == 0) return;
+  copyInWide(heap_->at<void>(record), state_->shadow, layout_->rowLength);
+  publish(version, (version + 2 * kOneChange) & ~kChanging);
 }
 
 void Records::bury(Ref record) {
-  uint32_t& version = versionOf(record);
-  publish(version, (version + kOneChange) & ~kLive);
+  publish(versionOf(record), versionBuried(record));
   // Whatever is stored over the row is seen after the version.
   releaseFence();
 }
 
 void Records::giveBack(Ref record) {
   store(*stamp(record), uint64_t{state_->free});
-  store(state_->free, record);
+  store(heap_->noted(state_->free), record);
 }
 
 bool Records::canBe(Ref record) const {
@@ -122,6 +140,15 @@ bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
     acquireFence();
     if (load(current) == version) return inTime;
   }
+}
+
+void Records::surveyExtents(Visit<Ref> extent) const {
+  bool linked = state_->spare == kNoRef;
+  for (Ref ref = state_->firstExtent; ref != kNoRef; ref = heap_->at<ExtentHead>(ref)->next) {
+    extent(ref);
+    linked = linked || ref == state_->spare;
+  }
+  if (!linked) extent(state_->spare);
 }
 
 void Records::surveyFree(Visit<Ref> free) const {

@@ -10,7 +10,11 @@
 // birth later than it asked for. So a reference found in an index is a hint: only read() makes it a record,
 // and its reader then looks whether the row has the key that led there.
 //
-// COST     take, giveBack, read: O(1).
+// A writer that dies while it changes a row leaves the version saying so: restore() puts back what the shadow has.
+// Slots come from extents that are linked before any is cut, and stay linked whatever is taken back: a walk may be in
+// them.
+//
+// COST     prepare, take, giveBack, read: O(1).
 // MEMORY   Rows and their versions, rounded up to 16 bytes, and 8 bytes for each birth.
 // THREADS  One writer (REQUIRES the table's lock); read, row and the walk from any thread.
 // INVARIANTS
@@ -30,7 +34,8 @@ namespace fibdb::store {
 // The stored part; lives in the arena, zero is empty.
 struct RecordsState {
   Ref firstExtent, lastExtent;
-  Ref free;  // slots that were given back
+  Ref free;   // slots that were given back
+  Ref spare;  // an extent to be linked behind the last, or linked already
   alignas(uint64_t) uint8_t shadow[schema::kMaxRowLength];
 };
 static_assert(schema::kMaxRowLength % sizeof(uint64_t) == 0);
@@ -60,15 +65,30 @@ class Records {
   Records(Heap& heap, RecordsState& state, const RecordLayout& layout)
       : heap_(&heap), state_(&state), layout_(&layout) {}
 
-  // A slot for a new record, born now, with this row but not live; kNoRef when memory is short.
+  // Makes sure that there is a slot to take, as a step; false when memory is short.
+  bool prepare();
+  // A slot for a new record, born now, with this row but not live. REQUIRES: made sure of.
   Ref take(const uint8_t* row);
-  // Makes the record live: from here on readers see it.
+
+  // The three changes that readers see. Each ends with the store of a version that the slot never had before, which
+  // ...Version() tells beforehand: so it can be told afterwards whether the change took place.
+  // Makes the record live.
   void enliven(Ref record);
+  uint32_t versionAlive(Ref record) const;
   // Changes the row of a live record.
   void change(Ref record, const uint8_t* row);
+  uint32_t versionChanged(Ref record) const;
   // Makes the record dead: readers pass over it.
   void bury(Ref record);
-  // Gives the slot of a dead record back, or of one that was never live.
+  uint32_t versionBuried(Ref record) const;
+
+  // A change of the row that was cut short is taken back.
+  void restore(Ref record);
+  bool hasVersion(Ref record, uint32_t version) const { return versionOf(record) == version; }
+  // The row before the latest change.
+  const uint8_t* rowBefore() const { return state_->shadow; }
+
+  // Gives the slot of a dead record back.
   void giveBack(Ref record);
 
   // Whether there can be a slot: a reader that may have been overtaken asks before it takes a word for a reference.
@@ -83,6 +103,8 @@ class Records {
   // Copies the row of a live record that was born at `latest` or before; false when it is not such a record.
   bool read(Ref record, uint64_t latest, uint8_t* row) const;
 
+  // Every extent, the spare one among them.
+  void surveyExtents(Visit<Ref> extent) const;
   // Every slot that was given back.
   void surveyFree(Visit<Ref> free) const;
 
@@ -93,7 +115,8 @@ class Records {
  private:
   uint32_t& versionOf(Ref record) const { return heap_->at<uint32_t>(record)[layout_->versionWord]; }
   uint64_t* stamp(Ref record) const;
-  Ref cut();
+  bool isFull(Ref extent) const;
+  void linkSpare();
 
   Heap* heap_;
   RecordsState* state_;

@@ -53,24 +53,24 @@ class SecondaryIndex {
   Ref enter(const Key& key, Ref record) {
     const Ref block = keys_.enter(key);
     postings_.insert({block, record});
-    keys_.payload(block)->tally.announceArrival(record);
+    keys_.payload(block)->tally.announceArrival(heap_->log(), record);
     return block;
   }
   void settle(Ref block) {
     KeyEntry& entry = *keys_.payload(block);
-    entry.tally.settleArrival();
+    entry.tally.settleArrival(heap_->log());
     publish(entry.arrivedAt, heap_->clock());
   }
 
   // A record that leaves the key: announced before, taken out after. A key without records is forgotten.
   Ref announceLeaving(const Key& key, Ref record) {
     const Ref block = keys_.find(key);
-    keys_.payload(block)->tally.announceDeparture(record);
+    keys_.payload(block)->tally.announceDeparture(heap_->log(), record);
     return block;
   }
   void leave(const Key& key, Ref block, Ref record) {
     KeyEntry& entry = *keys_.payload(block);
-    entry.tally.settleDeparture();
+    entry.tally.settleDeparture(heap_->log());
     postings_.erase({block, record});
     if (entry.tally.settled() != 0) return;
     // Who still reads through this block must not take it for one that stands still.

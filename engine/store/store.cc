@@ -16,16 +16,21 @@ namespace {
 
 // Address space only; memory is taken as it is used.
 constexpr uint64_t kReserveBytes = uint64_t{32} << 30;
-static_assert(kReserveBytes <= PrefixValue::kMaxArena);
+static_assert(kReserveBytes <= kMaxArenaBytes);
 
 static_assert(std::ranges::all_of(schema::kTables, isServable));
 
 static_assert(sizeof(TableState) <= kExtentBytes);
 
+// What the extents with the states of the tables belong to; those of tables belong to their number and 1.
+constexpr uint8_t kStoreOwner = UINT8_MAX;
+static_assert(schema::kTableCount < kStoreOwner);
+
 void makeLock(pthread_mutex_t& lock) {
   pthread_mutexattr_t shared;
   pthread_mutexattr_init(&shared);
   pthread_mutexattr_setpshared(&shared, PTHREAD_PROCESS_SHARED);
+  pthread_mutexattr_setrobust(&shared, PTHREAD_MUTEX_ROBUST);
   pthread_mutex_init(&lock, &shared);
   pthread_mutexattr_destroy(&shared);
 }
@@ -41,8 +46,7 @@ Store& Store::instance() {
   return *std::launder(reinterpret_cast<Store*>(theStore));
 }
 
-Store::Store(std::span<const schema::Table> tables, uint64_t reserveBytes)
-    : arena_(std::min(reserveBytes, PrefixValue::kMaxArena)), schema_(tables) {
+Store::Store(std::span<const schema::Table> tables, uint64_t reserveBytes) : arena_(reserveBytes), schema_(tables) {
   if (!arena_.valid() || !std::ranges::all_of(tables, isServable)) return;
   auto* room = static_cast<Table*>(std::calloc(tables.size(), sizeof(Table)));
   if (room == nullptr) return;
@@ -83,12 +87,14 @@ bool Store::makeStates() {
   TableState* states = nullptr;
   for (size_t i = 0; i < schema_.size(); ++i) {
     if (i % kStatesPerExtent == 0) {
-      const Ref extent = arena_.takeExtent();
+      Ref claimed = kNoRef;
+      const Ref extent = arena_.takeExtent(kStoreOwner, claimed);
       if (extent == kNoRef) return false;
       states = arena_.at<TableState>(extent);
     }
     TableState& state = states[i % kStatesPerExtent];
     makeLock(state.writers);
+    state.heap.owner = static_cast<uint32_t>(i);
     tables_[i].attach(schema_[i], arena_, state);
   }
   return true;

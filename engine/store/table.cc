@@ -3,7 +3,11 @@
 // engine/store/table.cc: what a write does, step by step, and reading by key.
 #include "engine/store/table.h"
 
+#include <errno.h>
+
+#include <bit>
 #include <cstring>
+#include <span>
 
 #include "engine/store/probes.h"
 #include "engine/store/servable.h"
@@ -38,14 +42,24 @@ uint64_t Table::HashOfRecord::operator()(Ref record) const {
 }
 
 // One write: holds the lock, knows the time, and changes records in all indexes at once.
+//
+// A write begins with steps, each of which stands by itself whatever comes after: blocks that have rested become free,
+// memory is made sure of. Then come the changes of the write proper, up to the store that makes it visible; then what
+// follows from that (complete); and then steps again, which make indexes grow.
 class Table::Writer {
  public:
   explicit Writer(Table& table)
-      : table_(table), state_(*table.state_), heap_(table.heap()), records_(table.records(heap_)) {
-    pthread_mutex_lock(&state_.writers);
+      : table_(table), state_(*table.state_), heap_(table.heap()), records_(table.records(heap_)), log_(heap_.log()) {
+    const bool inherited = pthread_mutex_lock(&state_.writers) == EOWNERDEAD;
+    if (inherited || log_.doing() != Doing::kNothing) repair();
+    if (inherited) pthread_mutex_consistent(&state_.writers);
+    log_.begin(Doing::kStep);
     heap_.beginWrite();
   }
-  ~Writer() { pthread_mutex_unlock(&state_.writers); }
+  ~Writer() {
+    log_.end();
+    pthread_mutex_unlock(&state_.writers);
+  }
   Writer(const Writer&) = delete;
   Writer& operator=(const Writer&) = delete;
 
@@ -53,7 +67,7 @@ class Table::Writer {
   const uint8_t* row(Ref record) const { return records_.row(record); }
 
   uint32_t insert(const Key& key, const uint8_t* row);
-  uint32_t change(Ref record, const uint8_t* row);
+  uint32_t change(Ref record, const uint8_t* row, Change change);
   uint32_t remove(const Key& key, Ref record);
 
  private:
@@ -67,6 +81,7 @@ class Table::Writer {
   uint32_t admitGrowth();
   uint32_t admitReturn();
   uint32_t admitRemoval();
+  uint32_t admitMoves(std::span<const size_t> indexes);
   uint32_t piecesToEnter();
   uint32_t piecesToLeave();
   bool canHave(uint32_t pieces);
@@ -74,12 +89,20 @@ class Table::Writer {
   void settle(size_t index, Ref block);
   void leave(size_t index, const uint8_t* row, Ref block, Ref record);
   void grow();
-  void growTries(const Ref* blocks, const uint8_t* row);
+  void growTries(const uint8_t* row);
+  void intend(Doing what, Ref record, uint32_t version, uint64_t hash, Change change);
+  void complete();
+  void completeInsert();
+  void completeChange();
+  void completeRemoval();
+  uint64_t& counterOf(Change change);
+  void repair();
 
   Table& table_;
   TableState& state_;
   Heap heap_;
   Records records_;
+  UndoLog log_;
   bool short_ = false;  // no extent was to be had: what is left is counted out
 };
 
@@ -154,6 +177,17 @@ uint32_t Table::Writer::admitRemoval() {
   return code == 0 || canHave(piecesToLeave()) ? 0 : code;
 }
 
+uint32_t Table::Writer::admitMoves(std::span<const size_t> indexes) {
+  const uint32_t code = heap_.ensure(moveBytes(indexes.size()) + table_.keptBytes_);
+  if (code == 0) return 0;
+  uint32_t pieces = 0;
+  for (const size_t i : indexes) {
+    const SecondaryIndex index = table_.secondary(heap_, i);
+    pieces += index.piecesToEnter() + index.piecesToLeave() + 2;
+  }
+  return hasRoom(withQueue(pieces), 0) ? 0 : code;
+}
+
 // Returns the block of what the record was entered under: a secondary key, or a trie.
 Ref Table::Writer::enter(size_t index, const uint8_t* row, Ref record) {
   const Plan& plan = table_.plans_[index];
@@ -215,12 +249,12 @@ void Table::Writer::grow() {
   }
 }
 
-void Table::Writer::growTries(const Ref* blocks, const uint8_t* row) {
+void Table::Writer::growTries(const uint8_t* row) {
   if (short_) return;
   for (size_t i = 1; i < table_.planCount_; ++i) {
     const Plan& plan = table_.plans_[i];
     if (plan.kind != IndexKind::kLongest) continue;
-    table_.prefixes(heap_, i).grow(blocks[i], plan.prefixIn(row).addr, table_.keptBytes_);
+    table_.prefixes(heap_, i).grow(state_.intent.entered[i], plan.prefixIn(row).addr, table_.keptBytes_);
   }
 }
 
@@ -230,78 +264,160 @@ uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
   if (const uint32_t code = prepare()) return refuse(code);
   const uint32_t code = count < state_.peak ? admitReturn() : admitGrowth();
   if (code != 0) return refuse(code);
-  const Ref record = records_.take(row);
-  if (record == kNoRef) return refuse(extentRefusal(state_.heap));
+  if (!records_.prepare()) return refuse(extentRefusal(state_.heap));
 
-  Ref blocks[kMaxIndexes];
-  state_.count.announceArrival(record);
+  Intent& intent = state_.intent;
+  intend(Doing::kInsert, kNoRef, 0, key.hash, Change::kInserted);
+  const Ref record = records_.take(row);
+  state_.count.announceArrival(log_, record);
   table_.primary(heap_).insert(key.hash, record);
-  for (size_t i = 1; i < table_.planCount_; ++i) blocks[i] = enter(i, row, record);
+  for (size_t i = 1; i < table_.planCount_; ++i) store(intent.entered[i], enter(i, row, record));
+  // The version first: the record is what makes it count.
+  store(intent.version, records_.versionAlive(record));
+  publish(intent.record, record);
+  log_.commit();
   records_.enliven(record);
-  state_.count.settleArrival();
-  for (size_t i = 1; i < table_.planCount_; ++i) settle(i, blocks[i]);
-  if (count >= state_.peak) store(state_.peak, count + 1);
+  complete();
   grow();
-  growTries(blocks, row);
+  growTries(row);
   return 0;
 }
 
+void Table::Writer::completeInsert() {
+  state_.count.settleArrival(log_);
+  for (size_t i = 1; i < table_.planCount_; ++i) settle(i, state_.intent.entered[i]);
+  const uint64_t count = state_.count.settled();
+  if (count > state_.peak) store(log_.noted(state_.peak), count);
+}
+
 // Only secondary keys can change: ordered and longest-prefix keys are part of the primary key.
-uint32_t Table::Writer::change(Ref record, const uint8_t* row) {
+uint32_t Table::Writer::change(Ref record, const uint8_t* row, Change change) {
   size_t moved[kMaxIndexes], moves = 0;
   for (size_t i = 1; i < table_.planCount_; ++i) {
     const Plan& plan = table_.plans_[i];
     if (plan.kind == IndexKind::kSecondary && !plan.shape.same(records_.row(record), row)) moved[moves++] = i;
   }
-  if (moves == 0) {
-    records_.change(record, row);
-    return 0;
+  if (moves > 0) {
+    if (const uint32_t code = admitMoves(std::span(moved, moves))) return refuse(code);
   }
-  if (const uint32_t code = heap_.ensure(moveBytes(moves) + table_.keptBytes_)) {
-    uint32_t pieces = 0;
-    for (const size_t i : std::span(moved, moves)) {
-      const SecondaryIndex index = table_.secondary(heap_, i);
-      pieces += index.piecesToEnter() + index.piecesToLeave() + 2;
-    }
-    if (!hasRoom(withQueue(pieces), 0)) return refuse(code);
-  }
-
-  uint8_t before[schema::kMaxRowLength];
-  std::memcpy(before, records_.row(record), table_.layout_->rowLength);
-  Ref entered[kMaxIndexes], left[kMaxIndexes];
+  Intent& intent = state_.intent;
+  uint32_t movedBits = 0;
+  for (const size_t i : std::span(moved, moves)) movedBits |= 1U << i;
+  store(intent.moved, movedBits);
+  intend(Doing::kChange, record, records_.versionChanged(record), 0, change);
   for (const size_t i : std::span(moved, moves)) {
     Key key;
-    table_.plans_[i].shape.fromRow(before, key);
-    entered[i] = enter(i, row, record);
-    left[i] = table_.secondary(heap_, i).announceLeaving(key, record);
+    table_.plans_[i].shape.fromRow(records_.row(record), key);
+    store(intent.entered[i], enter(i, row, record));
+    store(intent.left[i], table_.secondary(heap_, i).announceLeaving(key, record));
   }
+  log_.commit();
   records_.change(record, row);
-  for (const size_t i : std::span(moved, moves)) settle(i, entered[i]);
-  for (const size_t i : std::span(moved, moves)) leave(i, before, left[i], record);
-  grow();
+  complete();
+  if (moves > 0) grow();
   return 0;
+}
+
+void Table::Writer::completeChange() {
+  const Intent& intent = state_.intent;
+  const auto eachMoved = [&](auto&& visit) {
+    for (uint32_t left = intent.moved; left != 0; left &= left - 1) visit(static_cast<size_t>(std::countr_zero(left)));
+  };
+  eachMoved([&](size_t i) { settle(i, intent.entered[i]); });
+  eachMoved([&](size_t i) { leave(i, records_.rowBefore(), intent.left[i], intent.record); });
 }
 
 uint32_t Table::Writer::remove(const Key& key, Ref record) {
   if (const uint32_t code = admitRemoval()) return refuse(code);
-  // The row stays as it is until the slot is taken again.
-  const uint8_t* const row = records_.row(record);
-  Ref blocks[kMaxIndexes] = {};
-  state_.count.announceDeparture(record);
+  Intent& intent = state_.intent;
+  intend(Doing::kRemove, record, records_.versionBuried(record), key.hash, Change::kRemoved);
+  state_.count.announceDeparture(log_, record);
   for (size_t i = 1; i < table_.planCount_; ++i) {
     if (table_.plans_[i].kind != IndexKind::kSecondary) continue;
     Key under;
-    table_.plans_[i].shape.fromRow(row, under);
-    blocks[i] = table_.secondary(heap_, i).announceLeaving(under, record);
+    table_.plans_[i].shape.fromRow(records_.row(record), under);
+    store(intent.left[i], table_.secondary(heap_, i).announceLeaving(under, record));
   }
+  log_.commit();
   records_.bury(record);
-  state_.count.settleDeparture();
-  for (size_t i = 1; i < table_.planCount_; ++i) leave(i, row, blocks[i], record);
-  table_.primary(heap_).erase(key.hash, record);
-  records_.giveBack(record);
-  addOne(state_.removed);
+  complete();
   return 0;
 }
+
+void Table::Writer::completeRemoval() {
+  const Intent& intent = state_.intent;
+  // The row stays as it is until the slot is taken again.
+  const uint8_t* const row = records_.row(intent.record);
+  state_.count.settleDeparture(log_);
+  for (size_t i = 1; i < table_.planCount_; ++i) leave(i, row, intent.left[i], intent.record);
+  table_.primary(heap_).erase(intent.hash, intent.record);
+  records_.giveBack(intent.record);
+}
+
+// What the write is about; from here on the log has it under way. Steps before it stand.
+void Table::Writer::intend(Doing what, Ref record, uint32_t version, uint64_t hash, Change change) {
+  Intent& intent = state_.intent;
+  store(intent.record, record);
+  store(intent.version, version);
+  store(intent.hash, hash);
+  store(intent.change, static_cast<uint32_t>(change));
+  log_.begin(what);
+}
+
+// What follows from a write that is visible. After it the log has steps again.
+void Table::Writer::complete() {
+  switch (log_.doing()) {
+    case Doing::kInsert:
+      completeInsert();
+      break;
+    case Doing::kChange:
+      completeChange();
+      break;
+    default:
+      completeRemoval();
+      break;
+  }
+  addOne(log_.noted(counterOf(static_cast<Change>(state_.intent.change))));
+  log_.begin(Doing::kStep);
+}
+
+uint64_t& Table::Writer::counterOf(Change change) {
+  switch (change) {
+    case Change::kInserted:
+      return state_.inserted;
+    case Change::kReplaced:
+      return state_.replaced;
+    case Change::kUpdated:
+      return state_.updated;
+    default:
+      return state_.removed;
+  }
+}
+
+// A writer died. Readers may hold what it handed out, which is free again once it is taken back, and may have missed
+// what it had moved about: before and after, they are made to read again.
+void Table::Writer::repair() {
+  heap_.settleClaim();
+  const Doing was = log_.doing();
+  if (was == Doing::kNothing) return;
+  const Intent& intent = state_.intent;
+  heap_.overtakeReaders();
+  if (was == Doing::kChange) records_.restore(intent.record);
+  const bool visible =
+      was != Doing::kStep && intent.record != kNoRef && records_.hasVersion(intent.record, intent.version);
+  if (visible) {
+    log_.takeBackToCommit();
+  } else {
+    log_.takeBack();
+  }
+  heap_.overtakeReaders();
+  if (visible) complete();
+  log_.end();
+  addOne(state_.repairs);
+  FIBDB_PROBE(write_repaired, table_.layout().name.data(), visible);
+}
+
+void Table::repair() { const Writer writer(*this); }
 
 void Table::attach(const schema::Table& layout, Arena& arena, TableState& state) {
   layout_ = &layout;
@@ -399,9 +515,7 @@ uint32_t Table::write(const Key& key, const uint8_t* row, Change& change) {
   Writer writer(*this);
   const Ref record = writer.find(key);
   change = record == kNoRef ? Change::kInserted : Change::kReplaced;
-  const uint32_t code = record == kNoRef ? writer.insert(key, row) : writer.change(record, row);
-  if (code == 0) addOne(record == kNoRef ? state_->inserted : state_->replaced);
-  return code;
+  return record == kNoRef ? writer.insert(key, row) : writer.change(record, row, change);
 }
 
 uint32_t Table::insert(const uint8_t* row) {
@@ -410,9 +524,7 @@ uint32_t Table::insert(const uint8_t* row) {
   plans_[0].shape.fromRow(row, key);
   Writer writer(*this);
   if (writer.find(key) != kNoRef) return DB_ERR_EXISTS;
-  const uint32_t code = writer.insert(key, row);
-  if (code == 0) addOne(state_->inserted);
-  return code;
+  return writer.insert(key, row);
 }
 
 uint32_t Table::update(const Key& key, const uint8_t* row, FieldSet staged) {
@@ -431,9 +543,7 @@ uint32_t Table::update(const Key& key, const uint8_t* row, FieldSet staged) {
     }
   }
   if (!plans_[0].shape.isIn(changed, key.bytes)) return DB_ERR_KEY_MISMATCH;
-  const uint32_t code = writer.change(record, changed);
-  if (code == 0) addOne(state_->updated);
-  return code;
+  return writer.change(record, changed, Change::kUpdated);
 }
 
 uint32_t Table::update(const uint8_t* primaryKey, const uint8_t* row, FieldSet staged) {
@@ -571,11 +681,10 @@ uint32_t Table::countByKey(const schema::Index& index, const uint8_t* key, uint6
 }
 
 void Table::setLimits(const Limits& limits) {
-  pthread_mutex_lock(&state_->writers);
+  const Writer writer(*this);
   store(state_->recordLimit, limits.records);
   store(state_->heap.limitBytes, limits.bytes);
   store(state_->peak, uint64_t{state_->count.settled()});
-  pthread_mutex_unlock(&state_->writers);
 }
 
 TableStats Table::stats() const {

@@ -12,6 +12,10 @@
 //
 // While a row is being changed its previous content stands in the table's shadow row, so readers never wait.
 //
+// A writer may die at any instruction. Whoever gets the lock after it first takes back what was under way and not yet
+// visible, or completes what was (undo_log.h): Intent says which record it was about, and what version makes it
+// visible. Neither takes longer in a larger table, and neither makes readers wait.
+//
 // Single reads are linearizable: the answer of read, count, countByKey, and of the first step of a longest-prefix
 // cursor was right at some moment between call and return. A read begins again when a record became live meanwhile
 // under the key, or in the VRF, that it looks at (or, for a count, when another write began): never because of a
@@ -50,8 +54,10 @@
 
 namespace fibdb::store {
 
+inline constexpr size_t kMaxIndexes = 8;
+
 // What a write did.
-enum class Change : uint8_t { kInserted, kReplaced, kUpdated, kRemoved };
+enum class Change : uint32_t { kInserted, kReplaced, kUpdated, kRemoved };
 
 struct Limits {
   uint64_t records = 0;  // 0: none
@@ -64,10 +70,20 @@ struct TableStats {
   uint64_t inserted = 0, replaced = 0, updated = 0, removed = 0, refused = 0;
 };
 
+// What a write under way needs to be completed. Lives in the arena; means something while the log says that a write is
+// under way.
+struct Intent {
+  Ref record;        // kNoRef: not yet chosen
+  uint32_t version;  // the record's, once the write is visible
+  uint64_t hash;     // of the primary key
+  uint32_t change;   // Change
+  uint32_t moved;    // a bit for each index of which the key changes
+  // The blocks of what the record comes under, and of what it leaves, index by index.
+  Ref entered[kMaxIndexes], left[kMaxIndexes];
+};
+
 // One bit per field of the schema, in its order.
 using FieldSet = uint64_t;
-
-inline constexpr size_t kMaxIndexes = 8;
 
 // The stored part of an index; each kind uses what it needs. Lives in the arena, zero is empty.
 struct IndexState {
@@ -82,10 +98,12 @@ struct TableState {
   HeapState heap;
   RecordsState records;
   IndexState indexes[kMaxIndexes];
+  Intent intent;
   Tally count;
   uint64_t recordLimit;
   uint64_t peak;  // the most records there were since limits were set
   uint64_t inserted, replaced, updated, removed, refused;
+  uint64_t repairs;  // writes and steps of writers that died, taken back or completed
 };
 
 // Rows are the schema's packed rows; keys the packed keys of an index. Codes are those of fibdb/engine.h.
@@ -140,6 +158,9 @@ class Table {
   uint32_t nodesTo(const schema::Index& index, const uint8_t* key, uint32_t& nodes) const;
 
   void setLimits(const Limits& limits);
+
+  // Takes back or completes what a writer that died left, as the next write would.
+  void repair();
   TableStats stats() const;
 
  private:

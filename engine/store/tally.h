@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "engine/store/arena.h"
+#include "engine/store/undo_log.h"
 #include "engine/store/word.h"
 
 namespace fibdb::store {
@@ -32,15 +33,17 @@ struct Tally {
   uint32_t settled() const { return unpack(load(word)).settled; }
 
   // The record is about to be added: neither live nor, perhaps, of this key yet.
-  void announceArrival(Ref record) { put(settled(), record); }
+  void announceArrival(UndoLog log, Ref record) { put(log, settled(), record); }
   // The record is about to be taken away: it still counts.
-  void announceDeparture(Ref record) { put(settled() - 1, record); }
-  void settleArrival() { put(settled() + 1, kNoRef); }
-  void settleDeparture() { put(settled(), kNoRef); }
+  void announceDeparture(UndoLog log, Ref record) { put(log, settled() - 1, record); }
+  void settleArrival(UndoLog log) { put(log, settled() + 1, kNoRef); }
+  void settleDeparture(UndoLog log) { put(log, settled(), kNoRef); }
 
  private:
   static Reading unpack(uint64_t word) { return {static_cast<uint32_t>(word >> 32), static_cast<Ref>(word)}; }
-  void put(uint32_t settled, Ref underWay) { publish(word, uint64_t{settled} << 32 | underWay); }
+  void put(UndoLog log, uint32_t settled, Ref underWay) {
+    publish(log.noted(word), uint64_t{settled} << 32 | underWay);
+  }
 };
 
 // What a tally amounts to. counts: callable as bool(Ref), whether a record that is under way counts now. The clock

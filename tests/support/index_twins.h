@@ -20,6 +20,7 @@
 #include "engine/store/heap.h"
 #include "engine/store/longest_prefix_index.h"
 #include "engine/store/ordered_index.h"
+#include "tests/support/extents.h"
 
 namespace fibdb::store {
 

@@ -203,8 +203,8 @@ uint32_t MemoryModel::loadWord(uint32_t word, bool acquire) {
   if (historyOf_[word] == 0) {
     uint32_t value;
     std::memcpy(&value, base_ + uint64_t{word} * kWordBytes, sizeof value);
-    // The arena's head is an atomic of its own; only a reader that was overtaken comes there.
-    if (value != before_[word] && word >= store::kRefUnit / kWordBytes) ++unrecordedReads_;
+    // The arena's own extent has atomics; only a reader that was overtaken comes there.
+    if (value != before_[word] && word >= store::kExtentBytes / kWordBytes) ++unrecordedReads_;
     return value;
   }
   const size_t message = pick(word);

@@ -57,6 +57,8 @@ void Accounting::checkTable(Table& table) {
   heap.survey([&](Ref block, uint32_t bytes) { own(block, bytes, of + "free block"); },
               [&](Ref block, uint32_t bytes) { own(block, bytes, of + "resting block"); },
               [&](Ref block, uint32_t bytes) { own(block, bytes, of + "queue"); });
+  const HeapState& state = table.state_->heap;
+  if (heap.log().doing() != Doing::kNothing || state.claimed != kNoRef) find("a write is under way");
   checkRecords(heap);
   checkPrimary(heap);
   for (size_t i = 1; i < table.planCount_; ++i) {
@@ -71,14 +73,10 @@ void Accounting::checkRecords(Heap& heap) {
   live_.clear();
   dead_.clear();
   const Records records = table_->records(heap);
+  records.surveyExtents(
+      [&](Ref extent) { own(extent, kExtentBytes, std::string(table_->layout().name) + "'s records"); });
   RecordPosition position = records.first();
-  Ref extent = kNoRef;
-  while (const Ref record = records.next(position)) {
-    (records.isLive(record) ? live_ : dead_).insert(record);
-    if (position.extent == extent) continue;
-    extent = position.extent;
-    own(extent, kExtentBytes, std::string(table_->layout().name) + "'s records");
-  }
+  while (const Ref record = records.next(position)) (records.isLive(record) ? live_ : dead_).insert(record);
   std::set<Ref> free;
   records.surveyFree([&](Ref record) {
     if (!dead_.contains(record)) find(name("a free slot is live or none:", record));

@@ -133,7 +133,7 @@ TEST_F(Damaged, a_block_that_two_own_is_seen) {
 }
 
 TEST_F(Damaged, a_wrong_count_is_seen) {
-  state().count.settleArrival();
+  state().count.settleArrival(store::Heap(store_.arena(), state().heap).log());
   expect("counted");
 }
 

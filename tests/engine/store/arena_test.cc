@@ -12,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/extents.h"
+
 namespace fibdb::store {
 namespace {
 
@@ -41,7 +43,7 @@ TEST(Arena, takeExtent_gives_zeroed_aligned_extents_that_do_not_overlap) {
   Arena arena(kSmall);
   std::set<Ref> taken;
   for (int i = 0; i < 8; ++i) {
-    const Ref extent = arena.takeExtent();
+    const Ref extent = takeExtent(arena);
     ASSERT_NE(extent, kNoRef);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(arena.at<char>(extent)) % kExtentBytes, 0u);
     EXPECT_EQ(extent * kRefUnit % kExtentBytes, 0u);
@@ -55,9 +57,9 @@ TEST(Arena, takeExtent_gives_zeroed_aligned_extents_that_do_not_overlap) {
 TEST(Arena, takeExtent_of_an_exhausted_arena_returns_kNoRef_for_ever) {
   Arena arena(kSmall);
   uint64_t extents = 0;
-  while (arena.takeExtent() != kNoRef) ++extents;
+  while (takeExtent(arena) != kNoRef) ++extents;
   EXPECT_EQ(extents, kSmall / kExtentBytes - 1) << "one extent is the arena's own";
-  EXPECT_EQ(arena.takeExtent(), kNoRef);
+  EXPECT_EQ(takeExtent(arena), kNoRef);
   EXPECT_EQ(arena.usedBytes(), extents * kExtentBytes);
 }
 
@@ -67,7 +69,7 @@ TEST(Arena, takeExtent_from_many_threads_gives_every_extent_once) {
   std::vector<std::thread> threads;
   for (auto& mine : taken) {
     threads.emplace_back([&] {
-      for (Ref extent = arena.takeExtent(); extent != kNoRef; extent = arena.takeExtent()) mine.push_back(extent);
+      for (Ref extent = takeExtent(arena); extent != kNoRef; extent = takeExtent(arena)) mine.push_back(extent);
     });
   }
   for (auto& thread : threads) thread.join();
@@ -85,13 +87,13 @@ TEST(Arena, clear_makes_everything_zero_and_available_again) {
   Arena arena(kSmall);
   std::vector<Ref> before;
   for (int i = 0; i < 4; ++i) {
-    before.push_back(arena.takeExtent());
+    before.push_back(takeExtent(arena));
     std::memset(arena.at<char>(before.back()), 0xff, kExtentBytes);
   }
   arena.clear();
   EXPECT_EQ(arena.usedBytes(), 0u);
   for (const Ref extent : before) {
-    EXPECT_EQ(arena.takeExtent(), extent);
+    EXPECT_EQ(takeExtent(arena), extent);
     EXPECT_TRUE(isZero(arena, extent));
   }
 }

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/extents.h"
 #include "tests/support/toy_tables.h"
 
 namespace fibdb::test {
@@ -22,6 +23,7 @@ using store::HashIndexState;
 using store::Heap;
 using store::HeapState;
 using store::Ref;
+using store::takeExtent;
 
 constexpr uint64_t kSmallArena = uint64_t{64} << 20;
 
@@ -45,7 +47,7 @@ class LinearTwin {
 
 struct Ground {
   Arena arena{kSmallArena};
-  HeapState* heapState = arena.at<HeapState>(arena.takeExtent());
+  HeapState* heapState = arena.at<HeapState>(takeExtent(arena));
   HashIndexState* state = reinterpret_cast<HashIndexState*>(heapState + 1);
   Heap heap{arena, *heapState};
 

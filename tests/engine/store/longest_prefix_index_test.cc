@@ -365,7 +365,7 @@ TEST(LongestPrefixIndex, reading_garbage_ends_within_bounds) {
   constexpr uint32_t kStrayRefs = kBytes / kRefUnit + 2;
   Ground ground(kBytes);
   std::vector<Ref> extents;
-  for (Ref extent = ground.arena.takeExtent(); extent != kNoRef; extent = ground.arena.takeExtent()) {
+  for (Ref extent = takeExtent(ground.arena); extent != kNoRef; extent = takeExtent(ground.arena)) {
     extents.push_back(extent);
     auto* words = ground.arena.at<uint32_t>(extent);
     for (uint32_t i = 0; i < kExtentBytes / 4; ++i) {

@@ -296,7 +296,7 @@ TEST(OrderedIndex, reading_garbage_ends_within_bounds) {
   constexpr uint64_t kBytes = 8 * kExtentBytes;
   constexpr uint32_t kStrayRefs = kBytes / kRefUnit + 2;
   Ground ground(kBytes);
-  for (Ref extent = ground.arena.takeExtent(); extent != kNoRef; extent = ground.arena.takeExtent()) {
+  for (Ref extent = takeExtent(ground.arena); extent != kNoRef; extent = takeExtent(ground.arena)) {
     auto* words = ground.arena.at<uint32_t>(extent);
     for (uint32_t i = 0; i < kExtentBytes / 4; ++i) {
       const uint32_t kind = random() % 4;

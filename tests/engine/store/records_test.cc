@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "tests/support/extents.h"
+
 namespace fibdb::test {
 namespace {
 
@@ -19,6 +21,7 @@ using store::RecordLayout;
 using store::Records;
 using store::RecordsState;
 using store::Ref;
+using store::takeExtent;
 
 // A table's slots on their own.
 struct Ground {
@@ -26,8 +29,9 @@ struct Ground {
 
   Ref insert() {
     heap.beginWrite();
+    if (!records.prepare()) return kNoRef;
     const Ref record = records.take(row.data());
-    if (record != kNoRef) records.enliven(record);
+    records.enliven(record);
     return record;
   }
   void remove(Ref record) {
@@ -37,7 +41,7 @@ struct Ground {
   }
 
   Arena arena{uint64_t{64} << 20};
-  HeapState* heapState = arena.at<HeapState>(arena.takeExtent());
+  HeapState* heapState = arena.at<HeapState>(takeExtent(arena));
   RecordsState* state = reinterpret_cast<RecordsState*>(heapState + 1);
   Heap heap{arena, *heapState};
   RecordLayout layout;

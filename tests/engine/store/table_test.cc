@@ -118,7 +118,7 @@ class Game {
     for (size_t i = 0; i < count; ++i) {
       Bytes key = leading;
       std::memcpy(key.data() + addrAt, &addrs[i], sizeof addrs[i]);
-      key.back() = 32;
+      key[addrAt + sizeof addrs[i]] = 32;
       CursorTwin twin(twin_, &index, key, {});
       const auto row = rows.begin() + static_cast<ptrdiff_t>(i * row_.size());
       ASSERT_LE(found[i], 1);

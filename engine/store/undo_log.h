@@ -1,0 +1,124 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// engine/store/undo_log.h: what a write overwrites, noted first, so that it can be taken back if its writer dies.
+//
+// DESCRIPTION  A writer may end at any instruction, and leaves the words of its table as they are then. Whoever writes
+// next finds here what was under way. Before a word that others may know is overwritten its content is noted; a word
+// of a block that nobody knows yet need not be. Taken back in the opposite order, the notes make the table what it was
+// when the write, or the step, began:
+//
+//   step     begin(kStep), changes that belong together, end() or the next begin(): taken back if it was cut short
+//   write    begin(its kind), changes, commit(), the one store that makes the write visible, further changes, end():
+//            cut short before that store it is taken back; cut short after it, what followed is taken back and done
+//            again (table.cc)
+//
+// One store to `progress` begins, counts a note, ends: there is no moment in which the log says two things. A word's
+// note stands before the word changes because the machine carries out the writer's stores in the order of its
+// instructions, and the compiler is kept from changing that order. More is not needed: what a thread has stored when
+// it dies the kernel makes visible to whoever is told of its death by the lock (EOWNERDEAD), on 64-bit Arm as on
+// x86-64: it walks the dead thread's locks on that thread's processor, and hands each over with a barrier.
+//
+// Some words are never taken back, because readers may have gone by them: the clock of the heap, versions of records,
+// the times of arrival of keys and tries. To store one of these twice does no harm.
+//
+// COST     A note: two stores and a count, to memory that stays in the first-level cache.
+// THREADS  One writer (REQUIRES the table's lock).
+#ifndef FIBDB_ENGINE_STORE_UNDO_LOG_H
+#define FIBDB_ENGINE_STORE_UNDO_LOG_H
+
+#include <cstdint>
+#include <type_traits>
+
+#include "engine/store/arena.h"
+#include "engine/store/word.h"
+
+namespace fibdb::store {
+
+// What is under way.
+enum class Doing : uint32_t { kNothing, kStep, kInsert, kChange, kRemove };
+
+// What one write or step may note; servable.h proves that it is enough.
+inline constexpr uint32_t kMostNotes = 4096;
+
+// The stored part; lives in the arena, zero is nothing under way.
+struct UndoLogState {
+  struct Note {
+    uint64_t where;  // distance from the arena's start in bytes, and kWide
+    uint64_t before;
+  };
+  uint64_t progress;   // Doing, and in the lower half the number of notes
+  uint32_t committed;  // notes made before commit()
+  uint32_t unused;
+  Note notes[kMostNotes];
+};
+
+class UndoLog {
+ public:
+  UndoLog(const Arena& arena, UndoLogState& state) : arena_(&arena), state_(&state) {}
+
+  // What was under way before is complete.
+  void begin(Doing what) { setProgress(what, 0); }
+  void end() { begin(Doing::kNothing); }
+  // What the step did so far stands by itself. REQUIRES: a step is under way, or nothing.
+  void stand() { begin(doing()); }
+  // The next store but those of notes makes the write visible.
+  void commit() {
+    store(state_->committed, notes());
+    keepOrder();
+  }
+
+  Doing doing() const { return static_cast<Doing>(state_->progress >> kCountBits); }
+  uint32_t notes() const { return static_cast<uint32_t>(state_->progress); }
+  bool hasRoom(uint32_t notes) const { return this->notes() + notes <= kMostNotes; }
+
+  // Notes the word, which the caller then overwrites. Outside of steps and writes nothing is noted.
+  template <class Word>
+  Word& noted(Word& word) {
+    static_assert(std::is_unsigned_v<Word> && (sizeof word == sizeof(uint32_t) || sizeof word == sizeof(uint64_t)));
+    const uint64_t progress = state_->progress;
+    if (progress == 0) return word;
+    UndoLogState::Note& note = state_->notes[static_cast<uint32_t>(progress)];
+    store(note.where, arena_->distanceTo(&word) | (sizeof word == sizeof(uint64_t) ? kWide : 0));
+    store(note.before, uint64_t{word});
+    keepOrder();
+    store(state_->progress, progress + 1);
+    keepOrder();
+    return word;
+  }
+
+  // Gives noted words back what they held: all of them, or those noted since commit(). May itself be cut short.
+  void takeBack() { takeBackTo(0); }
+  void takeBackToCommit() { takeBackTo(state_->committed); }
+
+ private:
+  static constexpr unsigned kCountBits = 32;
+  static constexpr uint64_t kWide = 1;  // of eight bytes, not four
+
+  // Of the compiler's stores; the machine keeps that of a thread that is stopped.
+  static void keepOrder() { __atomic_signal_fence(__ATOMIC_SEQ_CST); }
+  void setProgress(Doing what, uint32_t notes) {
+    keepOrder();
+    store(state_->progress, uint64_t{static_cast<uint32_t>(what)} << kCountBits | notes);
+    keepOrder();
+  }
+  void takeBackTo(uint32_t first) {
+    for (uint32_t i = notes(); i-- > first;) {
+      const UndoLogState::Note& note = state_->notes[i];
+      auto* const word = arena_->atDistance(note.where & ~kWide);
+      // Who sees one of these stores sees those before it.
+      if ((note.where & kWide) != 0) {
+        publish(*reinterpret_cast<uint64_t*>(word), note.before);
+      } else {
+        publish(*reinterpret_cast<uint32_t*>(word), static_cast<uint32_t>(note.before));
+      }
+    }
+    setProgress(doing(), first);
+  }
+
+  const Arena* arena_;
+  UndoLogState* state_;
+};
+
+}  // namespace fibdb::store
+
+#endif

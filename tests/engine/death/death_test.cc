@@ -1,0 +1,383 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tests/engine/death/death_test.cc: a writer dies before each of its stores, and so does the one that repairs.
+//
+// A table is written at random. Whenever a write does what none did before, it is carried out again and again, each time
+// up to one store further, as if its process had been killed there. Then readers must see the table as it was before
+// the write or as it is after it; and whoever writes next must find it whole: every block with one owner, every record
+// in every index, every count right, and just what readers saw. The repair, too, is cut short, and made once more.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <regex>
+#include <set>
+
+#include "engine/store/table.h"
+#include "fibdb/engine.h"
+#include "tests/engine/death/deaths.h"
+#include "tests/engine/store/accounting.h"
+#include "tests/support/toy_tables.h"
+
+namespace fibdb::death {
+namespace {
+
+using store::accountOf;
+using store::kExtentBytes;
+using store::Store;
+using store::Table;
+using test::Bytes;
+
+using Rows = std::set<Bytes>;
+
+// Places where a writer died, of all tests of this process.
+std::set<SiteName>& placesOfDeath() {
+  static std::set<SiteName> places;
+  return places;
+}
+
+struct Shape {
+  const char* name;
+  size_t table;
+  uint32_t keys;  // how many there are to choose from
+  uint32_t writes;
+  uint64_t limit;  // of memory, or 0
+  uint64_t arena = test::kSmallArena;
+};
+
+// A write of one record, which can be made again.
+struct Write {
+  enum class Kind { kWrite, kUpdate, kRemove, kLimits };
+  Kind kind;
+  Bytes row;
+};
+
+class Mortals {
+ public:
+  Mortals(const Shape& shape, uint64_t seed)
+      : shape_(shape), store_(test::kToyTables, shape.arena), table_(store_.table(shape.table)), random_(seed) {
+    header_.resize(kExtentBytes);
+  }
+
+  void live() {
+    table_.setLimits({0, shape_.limit});
+    for (uint32_t i = 0; i < shape_.writes && !testing::Test::HasFailure(); ++i) {
+      carryOut(next(i), i % kEveryNow == 0);
+    }
+    for (const Bytes& row : rows()) {
+      if (!testing::Test::HasFailure()) carryOut({Write::Kind::kRemove, row}, false);
+    }
+    EXPECT_EQ(accountOf(store_), "");
+  }
+
+  uint64_t deaths() const { return deaths_; }
+  uint64_t writesDied() const { return deadly_; }
+
+ private:
+  static constexpr uint32_t kEveryNow = 1500;
+
+  // Carries a write out, and lets it die everywhere if it does something new.
+  void carryOut(const Write& write, bool always) {
+    keepHeader();
+    tape_.run([&] { apply(write); });
+    if (!isNew(tape_.sites()) && !always) return;
+    ++deadly_;
+    SCOPED_TRACE(testing::Message() << shape_.name << ", a write of kind " << static_cast<int>(write.kind));
+    dieEverywhere(write);
+  }
+
+  const schema::Table& layout() const { return table_.layout(); }
+  uint32_t below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
+
+  // Keys far apart and inside each other, with and without bits below their masks; secondary keys that come and go.
+  Bytes rowOf(uint32_t key) {
+    Bytes row(layout().rowLength);
+    std::mt19937 random(key * 7919 + 1);
+    const auto ofKey = [&] { return static_cast<uint32_t>(random()); };
+    for (uint8_t& byte : row) byte = static_cast<uint8_t>(ofKey());
+    for (const schema::Index& index : layout().indexes) {
+      if (index.kind != schema::IndexKind::kSecondary) continue;
+      for (const schema::Column& column : index.parts()) {
+        std::fill_n(row.begin() + column.offset, column.size, uint8_t{0});
+        row[column.offset] = static_cast<uint8_t>(below(below(4) == 0 ? 200 : 4));
+      }
+    }
+    for (const schema::Index& index : layout().indexes) {
+      if (index.kind != schema::IndexKind::kLongest) continue;
+      const auto columns = index.parts();
+      static constexpr uint8_t kMasks[] = {0, 8, 9, 16, 20, 24, 24, 24, 28, 32, 32, 32};
+      const uint32_t addr = (ofKey() % 3) << 30 | (ofKey() % 9) << 13 | ofKey() % 32;
+      std::memcpy(row.data() + columns[columns.size() - 2].offset, &addr, sizeof addr);
+      row[columns.back().offset] = kMasks[ofKey() % std::size(kMasks)];
+      for (const schema::Column& column : columns.first(columns.size() - 2)) {
+        std::fill_n(row.begin() + column.offset, column.size, uint8_t{0});
+        row[column.offset] = static_cast<uint8_t>(ofKey() % 16 < 13 ? 0 : ofKey() % 6);
+      }
+    }
+    return row;
+  }
+
+  // The table fills and empties by turns.
+  Write next(uint32_t i) {
+    const bool filling = i * 8 / shape_.writes % 2 == 0;
+    const uint32_t dice = below(20);
+    if (shape_.limit != 0 && dice == 0 && below(20) == 0) return {Write::Kind::kLimits, {}};
+    const Bytes row = rowOf(below(shape_.keys));
+    if (dice < 4) return {Write::Kind::kUpdate, row};
+    return {(dice < 7) == filling ? Write::Kind::kRemove : Write::Kind::kWrite, row};
+  }
+
+  void apply(const Write& write) {
+    store::Change change;
+    uint64_t removed = 0;
+    switch (write.kind) {
+      case Write::Kind::kWrite:
+        table_.write(write.row.data(), change);
+        break;
+      case Write::Kind::kUpdate:
+        table_.update(test::packedKey(layout().primary(), write.row).data(), write.row.data(), ~store::FieldSet{0});
+        break;
+      case Write::Kind::kRemove:
+        table_.remove(layout().primary(), test::packedKey(layout().primary(), write.row).data(), removed);
+        break;
+      case Write::Kind::kLimits:
+        table_.setLimits({0, shape_.limit});
+        break;
+    }
+  }
+
+  bool isNew(const std::set<SiteName>& sites) {
+    bool isNew = false;
+    for (const SiteName& site : sites) isNew = placesOfDeath().insert(site).second || isNew;
+    return isNew;
+  }
+
+  // What the arena knows about itself is stored by other means.
+  void keepHeader() { std::memcpy(header_.data(), store_.arena().at<uint8_t>(0), header_.size()); }
+  void rewind(Tape& tape) {
+    tape.rewind();
+    std::memcpy(store_.arena().at<uint8_t>(0), header_.data(), header_.size());
+  }
+
+  Rows rows() const {
+    Rows rows;
+    store::Cursor cursor;
+    cursor.openAll(table_);
+    Bytes row(layout().rowLength);
+    while (cursor.next(row.data()) == 0) rows.insert(row);
+    return rows;
+  }
+
+  // All that can be read, and what single reads answer that have to do with a row.
+  struct Sight {
+    Rows rows;
+    std::vector<uint64_t> counts;
+    std::vector<Bytes> answers;
+    friend bool operator==(const Sight&, const Sight&) = default;
+  };
+  Sight look(const Bytes& about) const {
+    Sight sight{rows(), {table_.count()}, {}};
+    Bytes row(layout().rowLength);
+    for (const schema::Index& index : layout().indexes) {
+      if (about.empty()) break;
+      Bytes key = test::packedKey(index, about);
+      if (index.kind == schema::IndexKind::kLongest) key.back() = 32;
+      store::Cursor cursor;
+      const bool ordered = index.kind == schema::IndexKind::kOrdered;
+      if (ordered) cursor.openRange(table_, index, key.data(), Bytes(key.size(), 0xFF).data());
+      if (!ordered) cursor.openKey(table_, index, key.data());
+      for (int steps = 0; steps < 50 && cursor.next(row.data()) == 0; ++steps) sight.answers.push_back(row);
+      if (table_.read(index, key.data(), row.data()) == 0) sight.answers.push_back(row);
+      uint64_t count = 0;
+      table_.countByKey(index, key.data(), count);
+      sight.counts.push_back(count);
+    }
+    return sight;
+  }
+
+  // Where the writer dies: before every store but those inside of long runs of one place, which fill a block. Of a
+  // write that does one thing over and over (a thousand blocks become free at once), before some.
+  std::vector<uint64_t> deathsIn(const Tape& tape) {
+    std::vector<uint64_t> deaths;
+    uint64_t run = 0;
+    for (uint64_t store = 0; store < tape.stores(); ++store) {
+      run = store > 0 && tape.line(store) == tape.line(store - 1) ? run + 1 : 0;
+      if (run < 3 || below(40) == 0) deaths.push_back(store);
+    }
+    constexpr size_t kMost = 600;
+    std::shuffle(deaths.begin(), deaths.end(), random_);
+    if (deaths.size() > kMost) deaths.resize(kMost);
+    return deaths;
+  }
+
+  // The tape holds the whole write.
+  void dieEverywhere(const Write& write) {
+    const auto apply = [&] { this->apply(write); };
+    const std::vector<uint64_t> deaths = deathsIn(tape_);
+    const Sight after = look(write.row);
+    rewind(tape_);
+    const Sight before = look(write.row);
+    for (const uint64_t death : deaths) {
+      SCOPED_TRACE(testing::Message() << "death before store " << death);
+      ASSERT_FALSE(tape_.run(apply, death));
+      ++deaths_;
+      const Sight seen = look(write.row);
+      ASSERT_TRUE(seen == before || seen == after) << "readers see what never was";
+      if (death % 8 == 0) dieRepairing(seen, write);
+      repairAndCheck(seen, write);
+      if (death % 16 == 0) writeAgain(write, after);
+      rewind(tape_);
+      if (testing::Test::HasFailure()) return;
+    }
+    ASSERT_TRUE(tape_.run(apply));
+    ASSERT_TRUE(look(write.row) == after);
+  }
+
+  void repair() {
+    store_.remakeLocks();
+    table_.repair();
+  }
+
+  // Once in some place, and then once more.
+  void dieRepairing(const Sight& seen, const Write& write) {
+    Tape first;
+    first.run([&] { repair(); });
+    isNew(first.sites());
+    const uint64_t stores = first.stores();
+    first.rewind();
+    if (stores == 0) return;
+    first.run([&] { repair(); }, below(static_cast<uint32_t>(stores)));
+    repairAndCheck(seen, write);
+    first.rewind();
+  }
+
+  void repairAndCheck(const Sight& seen, const Write& write) {
+    Tape tape;
+    tape.run([&] { repair(); });
+    isNew(tape.sites());
+    EXPECT_EQ(accountOf(store_), "");
+    EXPECT_TRUE(look(write.row) == seen) << "what was visible stays, what was not leaves nothing";
+    tape.rewind();
+  }
+
+  // The next writer, who repairs before it writes.
+  void writeAgain(const Write& write, const Sight& after) {
+    Tape tape;
+    tape.run([&] {
+      store_.remakeLocks();
+      apply(write);
+    });
+    EXPECT_TRUE(look(write.row) == after);
+    EXPECT_EQ(accountOf(store_), "");
+    tape.rewind();
+  }
+
+  const Shape shape_;
+  Store store_;
+  Table& table_;
+  std::mt19937_64 random_;
+  Tape tape_;
+  Bytes header_;
+  uint64_t deaths_ = 0, deadly_ = 0;
+};
+
+constexpr Shape kShapes[] = {
+    {.name = "route", .table = 2, .keys = 500, .writes = 9000, .limit = 0},
+    {.name = "route at its limit", .table = 2, .keys = 60000, .writes = 12000, .limit = 3 * kExtentBytes},
+    {.name = "shared", .table = 3, .keys = 500, .writes = 6000, .limit = 0},
+    {.name = "many", .table = 4, .keys = 900, .writes = 6000, .limit = 0},
+    {.name = "arena at its end", .table = 4, .keys = 60000, .writes = 9000, .limit = 0, .arena = 6 * kExtentBytes},
+};
+
+uint64_t seedOfToday() {
+  const uint64_t seed = test::testSeed();
+  std::printf("FIBDB_SEED=%llu\n", static_cast<unsigned long long>(seed));
+  return seed;
+}
+
+TEST(Death, leaves_nothing_that_the_next_writer_does_not_put_in_order) {
+  const uint64_t seed = seedOfToday();
+  uint64_t deaths = 0;
+  for (const Shape& shape : kShapes) {
+    Mortals mortals(shape, seed);
+    mortals.live();
+    ASSERT_FALSE(HasFailure()) << "FIBDB_SEED=" << seed;
+    deaths += mortals.deaths();
+    std::printf("%s: %llu deaths in %llu writes\n", shape.name, static_cast<unsigned long long>(mortals.deaths()),
+                static_cast<unsigned long long>(mortals.writesDied()));
+  }
+  EXPECT_GT(deaths, 3000U);
+}
+
+// What was to become blocks becomes records: walks go through slots that were never cut.
+TEST(Death, an_extent_that_comes_back_used_reads_as_zero_to_records) {
+  store::Arena arena(test::kSmallArena);
+  store::Ref claimed = store::kNoRef;
+  auto* const state = arena.at<store::HeapState>(arena.takeExtent(1, claimed));
+  auto* const recordsState = reinterpret_cast<store::RecordsState*>(state + 1);
+  store::Heap heap(arena, *state);
+  const store::RecordLayout layout(20);
+  store::Records records(heap, *recordsState, layout);
+  heap.log().begin(store::Doing::kStep);
+  ASSERT_EQ(heap.ensure(1000), 0U);
+  const store::Ref block = heap.allocate(1000);
+  std::memset(heap.at<uint8_t>(block), 0xFF, 1000);
+  heap.log().takeBack();
+  const store::Ref extent = state->spare;
+  ASSERT_EQ(extent, block);
+
+  Tape tape;
+  const auto prepare = [&] {
+    heap.log().begin(store::Doing::kStep);
+    EXPECT_TRUE(records.prepare());
+    heap.log().end();
+  };
+  ASSERT_TRUE(tape.run(prepare));
+  for (const SiteName& site : tape.sites()) placesOfDeath().insert(site);
+  const uint64_t stores = tape.stores();
+  tape.rewind();
+  for (uint64_t death = 0; death < stores; death += death < stores - 40 ? 1000 : 1) {
+    ASSERT_FALSE(tape.run(prepare, death));
+    heap.log().takeBack();
+    Tape again;
+    ASSERT_TRUE(again.run(prepare));
+    ASSERT_EQ(recordsState->firstExtent, extent);
+    ASSERT_EQ(recordsState->lastExtent, extent);
+    const auto* const bytes = arena.at<uint8_t>(extent);
+    ASSERT_TRUE(std::all_of(bytes, bytes + kExtentBytes, [](uint8_t byte) { return byte == 0; })) << death;
+    again.rewind();
+    tape.rewind();
+  }
+}
+
+// The lines of the store's sources in which words are stored.
+std::set<SiteName> placesInSources() {
+  const std::regex stores(R"((^|[^\w.>])(store|publish)\()");
+  const std::regex declares(R"(^\s*(//|void |inline void|template))");
+  std::set<SiteName> places;
+  for (const auto& entry : std::filesystem::directory_iterator(FIBDB_STORE_FOLDER)) {
+    if (entry.path().filename() == "word.h") continue;
+    std::ifstream file(entry.path());
+    std::string line;
+    for (int number = 1; std::getline(file, line); ++number) {
+      if (std::regex_search(line, stores) && !std::regex_search(line, declares)) {
+        places.emplace(entry.path().filename().string(), number);
+      }
+    }
+  }
+  return places;
+}
+
+// Runs after the other tests, in the same process.
+TEST(Death, came_at_every_store_there_is) {
+  for (const SiteName& place : placesInSources()) {
+    EXPECT_TRUE(placesOfDeath().contains(place)) << place.first << ":" << place.second;
+  }
+}
+
+}  // namespace
+}  // namespace fibdb::death

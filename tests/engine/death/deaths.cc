@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tests/engine/death/deaths.cc: the tape, and the jump out of a writer that dies.
+#include "tests/engine/death/deaths.h"
+
+#include <csetjmp>
+#include <cstring>
+#include <filesystem>
+
+namespace fibdb::death {
+namespace {
+
+Tape* theTape;
+uint64_t storesLeft;
+std::jmp_buf outOfLife;
+
+}  // namespace
+
+void beforeStore(void* at, unsigned bytes, uint64_t held, Site site) {
+  if (theTape == nullptr) return;
+  // Who dies runs no destructor: nothing is put in order, and no lock is given back.
+  if (storesLeft-- == 0) std::longjmp(outOfLife, 1);
+  theTape->stores_.push_back({at, bytes, held, site});
+}
+
+bool Tape::run(const std::function<void()>& writer, uint64_t death) {
+  stores_.clear();
+  storesLeft = death;
+  theTape = this;
+  const bool died = setjmp(outOfLife) != 0;
+  if (!died) writer();
+  theTape = nullptr;
+  return !died;
+}
+
+std::set<SiteName> Tape::sites() const {
+  std::set<std::pair<const char*, int>> seen;
+  for (const Store& store : stores_) seen.emplace(store.site.file, store.site.line);
+  std::set<SiteName> named;
+  for (const auto& [file, line] : seen) named.emplace(std::filesystem::path(file).filename().string(), line);
+  return named;
+}
+
+void Tape::rewind() {
+  for (auto store = stores_.rbegin(); store != stores_.rend(); ++store) {
+    std::memcpy(store->at, &store->held, store->bytes);
+  }
+  stores_.clear();
+}
+
+}  // namespace fibdb::death
