@@ -8,29 +8,11 @@
 #define FIBDB_ENGINE_STORE_SURVEY_H
 
 #include <cstdint>
-#include <type_traits>
 
 #include "engine/store/arena.h"
+#include "engine/store/visit.h"
 
 namespace fibdb::store {
-
-// A callable, by reference: it must outlive the survey.
-template <class... Args>
-class Visit {
- public:
-  template <class Callable>
-  // NOLINTNEXTLINE(google-explicit-constructor,bugprone-forwarding-reference-overload): stands for the callable.
-  Visit(Callable&& callable)
-      : callable_(const_cast<void*>(static_cast<const void*>(&callable))),
-        call_([](void* called, Args... args) { (*static_cast<std::remove_reference_t<Callable>*>(called))(args...); }) {
-  }
-
-  void operator()(Args... args) const { call_(callable_, args...); }
-
- private:
-  void* callable_;
-  void (*call_)(void*, Args...);
-};
 
 using VisitBlock = Visit<Ref, uint32_t>;  // where, bytes
 

@@ -5,6 +5,7 @@
 
 #include <errno.h>
 
+#include <atomic>
 #include <bit>
 #include <cstring>
 #include <span>
@@ -23,6 +24,8 @@ namespace {
 // Beyond what it needs itself, an insert that makes a table larger than it ever was leaves this to those that put
 // back what was removed: their trees may be packed more loosely than the ones before.
 constexpr uint32_t kReturnPieces = 64;
+
+std::atomic<uint64_t> writesRefused;
 
 void addOne(uint64_t& counter) { store(counter, counter + 1); }
 
@@ -58,6 +61,7 @@ class Table::Writer {
   }
   ~Writer() {
     log_.end();
+    heap_.arena().noteWrite();
     pthread_mutex_unlock(&state_.writers);
   }
   Writer(const Writer&) = delete;
@@ -504,6 +508,14 @@ bool Table::readOne(Heap& heap, const Key& key, uint64_t latest, uint8_t* row) c
          }) != kNoRef;
 }
 
+uint32_t Table::checkWritable() const {
+  if (!arena_->isReadOnly()) return 0;
+  writesRefused.fetch_add(1, std::memory_order_relaxed);
+  return DB_ERR_READ_ONLY;
+}
+
+uint64_t refusedAsReader() { return writesRefused.load(std::memory_order_relaxed); }
+
 uint32_t Table::write(const uint8_t* row, Change& change) {
   Key key;
   keyOf(row, key);
@@ -512,6 +524,7 @@ uint32_t Table::write(const uint8_t* row, Change& change) {
 
 uint32_t Table::write(const Key& key, const uint8_t* row, Change& change) {
   if (!masksAreValid(row)) return DB_ERR_BAD_KEY;
+  if (const uint32_t code = checkWritable()) return code;
   Writer writer(*this);
   const Ref record = writer.find(key);
   change = record == kNoRef ? Change::kInserted : Change::kReplaced;
@@ -522,12 +535,14 @@ uint32_t Table::insert(const uint8_t* row) {
   if (!masksAreValid(row)) return DB_ERR_BAD_KEY;
   Key key;
   plans_[0].shape.fromRow(row, key);
+  if (const uint32_t code = checkWritable()) return code;
   Writer writer(*this);
   if (writer.find(key) != kNoRef) return DB_ERR_EXISTS;
   return writer.insert(key, row);
 }
 
 uint32_t Table::update(const Key& key, const uint8_t* row, FieldSet staged) {
+  if (const uint32_t code = checkWritable()) return code;
   Writer writer(*this);
   const Ref record = writer.find(key);
   if (record == kNoRef) return DB_ERR_NO_DATA;
@@ -560,6 +575,7 @@ uint32_t Table::remove(const schema::Index& index, const uint8_t* packed, uint64
 
 uint32_t Table::remove(const schema::Index& index, const Key& key, uint64_t& removed) {
   removed = 0;
+  if (const uint32_t code = checkWritable()) return code;
   if (index.kind == IndexKind::kPrimary) {
     Writer writer(*this);
     const Ref record = writer.find(key);
@@ -680,11 +696,13 @@ uint32_t Table::countByKey(const schema::Index& index, const uint8_t* key, uint6
   return 0;
 }
 
-void Table::setLimits(const Limits& limits) {
+uint32_t Table::setLimits(const Limits& limits) {
+  if (const uint32_t code = checkWritable()) return code;
   const Writer writer(*this);
   store(state_->recordLimit, limits.records);
   store(state_->heap.limitBytes, limits.bytes);
   store(state_->peak, uint64_t{state_->count.settled()});
+  return 0;
 }
 
 TableStats Table::stats() const {
@@ -698,6 +716,7 @@ TableStats Table::stats() const {
       .updated = load(state.updated),
       .removed = load(state.removed),
       .refused = load(state.refused),
+      .repairs = load(state.repairs),
   };
 }
 

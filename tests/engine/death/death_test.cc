@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // tests/engine/death/death_test.cc: a writer dies before each of its stores, and so does the one that repairs.
 //
-// A table is written at random. Whenever a write does what none did before, it is carried out again and again, each time
-// up to one store further, as if its process had been killed there. Then readers must see the table as it was before
-// the write or as it is after it; and whoever writes next must find it whole: every block with one owner, every record
-// in every index, every count right, and just what readers saw. The repair, too, is cut short, and made once more.
+// A table is written at random. Whenever a write does what none did before, it is carried out again and again, each
+// time up to one store further, as if its process had been killed there. Then readers must see the table as it was
+// before the write or as it is after it; and whoever writes next must find it whole: every block with one owner, every
+// record in every index, every count right, and just what readers saw. The repair, too, is cut short, and made once
+// more.
 #include <gtest/gtest.h>
 
 #include <algorithm>
