@@ -62,6 +62,8 @@ constexpr ErrorText kErrorTexts[] = {
     {DB_ERR_ARENA_CUT, "the arena's file is shorter than it was made"},
     {DB_ERR_ARENA_JOINED, "the process is in an arena already"},
     {DB_ERR_ARENA_BUSY, "processes are in the arena"},
+    {DB_ERR_REPLACE_BUSY, "a process is telling the table anew"},
+    {DB_ERR_NO_REPLACE, "nobody is telling the table anew"},
 };
 
 // 0 and the table, or DB_ERR_WRONG_TABLE for a number that no table has.
@@ -247,6 +249,51 @@ uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed) {
   }
   if (removed != nullptr) *removed = gone;
   return code;
+}
+
+uint32_t fibdb_engine_begin_replace(uint32_t table, uint32_t vr) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  return found->beginReplace(vr);
+}
+
+uint32_t fibdb_engine_end_replace(uint32_t table, FibDbEngineReplace* out) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  store::ReplaceCounts counts;
+  if (const uint32_t code = found->endReplace(counts)) return code;
+  return out != nullptr ? fibdb_engine_replace_state(table, out) : 0;
+}
+
+uint32_t fibdb_engine_take_over_replace(uint32_t table) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  return found->takeOverReplace();
+}
+
+uint32_t fibdb_engine_give_up_replace(uint32_t table) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  return found->giveUpReplace();
+}
+
+uint32_t fibdb_engine_replace_state(uint32_t table, FibDbEngineReplace* out) {
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  const store::ReplaceState state = found->replaceState();
+  *out = {
+      .active = state.active,
+      .pid = state.pid,
+      .isAlive = state.active != 0 && found->isReplaceAlive(),
+      .vr = state.vr,
+      .beganAt = state.beganAt,
+      .kept = state.counts.kept,
+      .changed = state.counts.changed,
+      .added = state.counts.added,
+      .removed = state.counts.removed,
+  };
+  return 0;
 }
 
 uint32_t fibdb_engine_arena_stats(FibDbEngineArenaStats* out) {

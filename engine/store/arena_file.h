@@ -5,7 +5,7 @@
 // DESCRIPTION  A name without a slash is a file in /dev/shm; one with a slash is a path, on tmpfs, hugetlbfs or an
 // ordinary file system. Who finds none creates it: without a name, filled in, and only then linked to the name, so that
 // nobody ever sees half of one. Who finds one reads its head, and joins if the head is that of this very engine: magic
-// number, version of the layout, size of every stored structure, schema. Whatever is wrong is said, and changes nothing.
+// number, version of the layout, size of every stored structure, schema. Whatever is wrong is said and changes nothing.
 //
 // The file has its full length from the start, with holes: its space is allocated before an extent is handed out, so
 // that a full file system is an answer and not a bus error. A file that is cut while it is mapped is one all the same,
@@ -74,8 +74,8 @@ class ArenaFile {
 
   // 0, or a code of fibdb/engine.h, and text() says what was expected and found.
   uint32_t open(const ArenaRequest& request, const ArenaIdentity& identity);
-  // Created by this process, and known to nobody yet: to be filled, then given its name. DB_ERR_EXISTS: another was faster,
-  // and its arena is to be opened instead.
+  // Created by this process, and known to nobody yet: to be filled, then given its name. DB_ERR_EXISTS: another was
+  // faster, and its arena is to be opened instead.
   bool isNew() const { return isNew_; }
   uint32_t giveName();
   void close();

@@ -77,6 +77,25 @@ struct TableStats {
 // Writes that this process asked for and may not make.
 uint64_t refusedAsReader();
 
+// What became of the records of a table that is told anew: by the first write of each.
+struct ReplaceCounts {
+  uint64_t kept;     // written as they were
+  uint64_t changed;  // written otherwise
+  uint64_t added;    // not there before
+  uint64_t removed;  // at the end, not having been written
+};
+
+// Whether and by whom a table is being told anew. Lives in the arena; zero is nobody.
+struct ReplaceState {
+  uint32_t active;
+  uint32_t pid;
+  uint32_t generation;  // of what is written now; stays when it is over
+  uint32_t vr;          // whose records may be removed; kEveryVr: all
+  uint64_t beganAt;     // microseconds since 1970
+  ReplaceCounts counts;
+};
+inline constexpr uint32_t kEveryVr = UINT32_MAX;
+
 // What a write under way needs to be completed. Lives in the arena; means something while the log says that a write is
 // under way.
 struct Intent {
@@ -85,6 +104,7 @@ struct Intent {
   uint64_t hash;     // of the primary key
   uint32_t change;   // Change
   uint32_t moved;    // a bit for each index of which the key changes
+  uint32_t isFirst;  // 1: of this generation
   // The blocks of what the record comes under, and of what it leaves, index by index.
   Ref entered[kMaxIndexes], left[kMaxIndexes];
 };
@@ -110,6 +130,7 @@ struct TableState {
   uint64_t recordLimit;
   uint64_t peak;  // the most records there were since limits were set
   uint64_t inserted, replaced, updated, removed, refused;
+  ReplaceState replace;
   uint64_t repairs;  // writes and steps of writers that died, taken back or completed
 };
 
@@ -167,6 +188,18 @@ class Table {
 
   uint32_t setLimits(const Limits& limits);
 
+  // Telling the table anew (replace.cc): what is not written between begin and end is removed by the end. Of one table
+  // one at a time: DB_ERR_REPLACE_BUSY while another process is at it, or this one. One whose process died stands until
+  // it is taken over or given up. DB_ERR_NO_REPLACE.
+  uint32_t beginReplace(uint32_t vr);
+  uint32_t takeOverReplace();
+  uint32_t endReplace(ReplaceCounts& counts);
+  uint32_t giveUpReplace();
+  // As it stands; active is 0 when there is none.
+  ReplaceState replaceState() const;
+  // Whether its process is still there.
+  bool isReplaceAlive() const;
+
   // Takes back or completes what a writer that died left, as the next write would.
   void repair();
   TableStats stats() const;
@@ -218,6 +251,7 @@ class Table {
   PrefixTables prefixes(Heap& heap, size_t index) const;
   // Whether an ordered index has an entry of its own for the row.
   bool isOrderedApart(size_t index, const uint8_t* row) const;
+  bool isLeftOver(const Records& rows, Ref record) const;
 
   Ref find(Heap& heap, const Key& primaryKey) const;
   uint32_t nodesInPrimary(const uint8_t* key) const;
@@ -232,6 +266,8 @@ class Table {
   Arena* arena_ = nullptr;
   TableState* state_ = nullptr;
   RecordLayout recordLayout_;
+  uint16_t vrOffset_ = 0;  // of vr_id in the row
+  bool hasVr_ = false;
   Plan plans_[kMaxIndexes];
   size_t planCount_ = 0;
   size_t primaryTries_ = 0;  // the longest-prefix index with the columns of the primary key; 0: there is none

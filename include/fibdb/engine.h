@@ -64,7 +64,9 @@ enum {
   DB_ERR_ARENA_LAYOUT = 20026,       /* the arena was made by another version of the engine */
   DB_ERR_ARENA_CUT = 20027,          /* the arena's file is shorter than it was made, perhaps since it was joined */
   DB_ERR_ARENA_JOINED = 20028,       /* the process is in an arena already, its own or another */
-  DB_ERR_ARENA_BUSY = 20029          /* processes are in the arena */
+  DB_ERR_ARENA_BUSY = 20029,         /* processes are in the arena */
+  DB_ERR_REPLACE_BUSY = 20030,       /* a process is telling the table anew */
+  DB_ERR_NO_REPLACE = 20031          /* nobody is telling the table anew */
 };
 
 /* One set of tables for all processes of a device. By default a process's tables are its own and end with it. In an
@@ -256,6 +258,34 @@ FIBDB_API uint32_t fibdb_engine_drain(uint64_t connection);
 /* Removes every record of a table, one after the other, as any removal does; records that come meanwhile may stay. Its
  * limits and statistics stay. removed: how many these were; may be NULL. */
 FIBDB_API uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed);
+
+/* Telling a table anew, as a process does that has started again over tables that stayed. What is written from the
+ * begin on, by any process and in any way, is of the new telling; the end removes every record that was not written
+ * since, one after the other as any removal does, and readers miss nothing that is in both. That a record was written
+ * decides, and nothing in it: table_smooth_id is the application's own and not looked at. To write a record as it is
+ * costs less than to change it.
+ * vr: the virtual router of which records may be removed, or UINT32_MAX: all. DB_ERR_BAD_PROPERTY: a table without
+ * vr_id. One table is told anew by one process at a time: DB_ERR_REPLACE_BUSY.
+ * A process that ends before its end removes nothing. That it had begun is seen (fibdb_engine_replace_state), and
+ * another process may take it over, tell the rest and end it, or give it up: everything stays then. */
+typedef struct FibDbEngineReplace {
+  uint32_t active;  /* not 0: begun and not ended */
+  uint32_t pid;     /* by whom */
+  uint32_t isAlive; /* not 0: that process is still there */
+  uint32_t vr;      /* UINT32_MAX: all */
+  uint64_t beganAt; /* microseconds since 1970 */
+  uint64_t kept;    /* records written as they were, by the first write of each */
+  uint64_t changed; /* written otherwise */
+  uint64_t added;   /* not there before */
+  uint64_t removed; /* by the end */
+} FibDbEngineReplace;
+FIBDB_API uint32_t fibdb_engine_begin_replace(uint32_t table, uint32_t vr);
+/* out: what became of the records; may be NULL. DB_ERR_NO_REPLACE: none was begun. */
+FIBDB_API uint32_t fibdb_engine_end_replace(uint32_t table, FibDbEngineReplace* out);
+FIBDB_API uint32_t fibdb_engine_take_over_replace(uint32_t table);
+FIBDB_API uint32_t fibdb_engine_give_up_replace(uint32_t table);
+/* As it stands, or as the last one ended. */
+FIBDB_API uint32_t fibdb_engine_replace_state(uint32_t table, FibDbEngineReplace* out);
 
 /* The statistics of all tables, of the arena and of all connections, closed ones included, as OpenMetrics text, its
  * closing line and a zero included. size: bytes of the buffer. *length: what the text needs without the zero.

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // tests/engine/processes/kill_test.cc: writers are killed at random moments, while others write and read.
 //
-// Each writer says on a board, in memory of its own kind, what it is about to write and when it is done. After its death
-// each of its records is as the board says, before or after the write that was under way; the next write of another
-// process goes through at once, and readers never wait and never see what no writer wrote.
+// Each writer says on a board, in memory of its own kind, what it is about to write and when it is done. After its
+// death each of its records is as the board says, before or after the write that was under way; the next write of
+// another process goes through at once, and readers never wait and never see what no writer wrote.
 #include <sys/mman.h>
 #include <time.h>
 
