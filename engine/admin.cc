@@ -114,6 +114,12 @@ void afterForkInChild() {
   service::forgetIterators();
 }
 
+// Threads may still write, as when the process is killed; that harms nobody.
+[[gnu::destructor]] void leaveArena() {
+  store::Store* const store = store::Store::known();
+  if (store != nullptr && store->valid() && store->isShared()) store->arena().leave();
+}
+
 [[gnu::constructor]] void watchForks() { pthread_atfork(beforeFork, afterForkInParent, afterForkInChild); }
 
 }  // namespace

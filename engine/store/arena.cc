@@ -123,6 +123,10 @@ void Arena::enter() {
   }
 }
 
+void Arena::leave() {
+  if (self_ != nullptr) self_->pid.store(0, std::memory_order_relaxed);
+}
+
 // To some milliseconds, which costs next to nothing.
 void Arena::noteTimeOfWrite() {
   timespec now;

@@ -90,6 +90,8 @@ class Arena {
   // This process in the arena: after it was joined for writing, and in the child after fork(). Of processes that have
   // ended it takes the place.
   void enter();
+  // It ends in good order.
+  void leave();
   // What it tells the others about itself.
   void noteWrite() {
     if (self_ != nullptr) noteTimeOfWrite();

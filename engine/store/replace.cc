@@ -3,8 +3,8 @@
 // engine/store/replace.cc: telling a table anew: what is not told again goes.
 //
 // A table has a generation, and every record that of the write that wrote it last, kept only while somebody tells the
-// table anew. To begin is to begin a generation; to end is to remove the records of earlier ones, each by a write of its
-// own that looks once more. Whatever ends in between, the records are all there.
+// table anew. To begin is to begin a generation; to end is to remove the records of earlier ones, each by a write of
+// its own that looks once more. Whatever ends in between, the records are all there.
 #include <time.h>
 #include <unistd.h>
 
