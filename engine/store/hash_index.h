@@ -92,6 +92,8 @@ class HashIndex {
   static constexpr uint32_t kMaxNewBucketBytes = 3 * kMaxBlockBytes;
   // References per bucket, on average, above which the index grows.
   static constexpr uint32_t kCrowded = 9;
+  // What a reader follows at most: a damaged chain may be a circle.
+  static constexpr uint32_t kMostInChain = 1U << 16;
   // Buckets of a chain that is split; each takes and gives away twelve references.
   static constexpr uint32_t kMostToSplit = 32;
   static_assert(kMostToSplit * 4 * HashBucket::kSlots < kMostNotes);
@@ -144,7 +146,7 @@ template <class HashOf>
 template <class IsIt, class Each>
 Ref HashIndex<HashOf>::findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt, Each&& each) const {
   const uint32_t pattern = tagPattern(hash);
-  for (;;) {
+  for (uint32_t buckets = 0; buckets < kMostInChain; ++buckets) {
     each();
     for (uint32_t word = 0; word < HashBucket::kTagWords; ++word) {
       for (uint32_t hits = equalBytes(load(chain->tags[word]), pattern); hits != 0; hits &= hits - 1) {
@@ -154,9 +156,10 @@ Ref HashIndex<HashOf>::findIn(const HashBucket* chain, uint64_t hash, IsIt&& isI
       }
     }
     const Ref next = follow(chain->next);
-    if (next == kNoRef) return kNoRef;
+    if (next == kNoRef) break;
     chain = heap_->at<HashBucket>(next);
   }
+  return kNoRef;
 }
 
 template <class HashOf>

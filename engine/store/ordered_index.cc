@@ -336,10 +336,18 @@ class Reader {
     }
     const uint32_t copied = std::min(count - slot, most);
     copyOut(out, &leaf->items[slot * S::kEntryWords], copied * sizeof(Entry));
-    return copied;
+    return countAscending(bound, inclusive, out, copied);
   }
 
  private:
+  // Whoever goes on from the last entry must get on, even in a damaged tree.
+  static uint32_t countAscending(const Entry& bound, bool inclusive, const Entry* entries, uint32_t count) {
+    if (count == 0 || entries[0] < bound || (!inclusive && entries[0] == bound)) return 0;
+    uint32_t ascending = 1;
+    while (ascending < count && entries[ascending - 1] < entries[ascending]) ++ascending;
+    return ascending;
+  }
+
   const Node* nodeAt(Ref ref) const { return arena_.readable(ref) ? arena_.at<Node>(ref) : nullptr; }
 
   const Node* descend(Ref root, const Entry& bound) {

@@ -3,6 +3,8 @@
 // engine/store/records.cc: slots cut from extents, and the protocol of their versions.
 #include "engine/store/records.h"
 
+#include <algorithm>
+
 #include "engine/store/word.h"
 
 namespace fibdb::store {
@@ -165,11 +167,12 @@ RecordPosition Records::first() const { return {follow(state_->firstExtent), 0};
 Ref Records::next(RecordPosition& position) const {
   while (position.extent != kNoRef) {
     const auto* head = heap_->at<ExtentHead>(position.extent);
-    if (position.slot < follow(head->cut)) {
+    if (position.slot < std::min(follow(head->cut), layout_->slotsPerExtent)) {
       return position.extent + kHeadUnits + position.slot++ * layout_->slotUnits;
     }
-    // An extent that is still being cut is the last one.
-    position = {follow(head->next), 0};
+    // An extent that is still being cut is the last one. A damaged chain may be a circle.
+    const Ref next = follow(head->next);
+    position = {next > position.extent ? next : kNoRef, 0};
   }
   return kNoRef;
 }
