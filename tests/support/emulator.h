@@ -10,6 +10,9 @@ namespace fibdb::emulation {
 
 // qemu-user 7.2 takes the threads that a parent had for its child's, and aborts the child when that starts one.
 inline bool childrenMayStartThreads() { return std::getenv("FIBDB_EMULATED") == nullptr; }
+// Nor does it hand the kernel the list of locks that a thread holds, so nobody learns that their owner died.
+inline bool deathsAreTold() { return std::getenv("FIBDB_EMULATED") == nullptr; }
+inline constexpr const char* kNoDeathsTold = "the emulator does not tell that the owner of a lock died";
 inline constexpr const char* kNoThreadsInChildren = "the emulator ends a child of fork() that starts a thread";
 
 }  // namespace fibdb::emulation

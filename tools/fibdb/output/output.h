@@ -11,7 +11,9 @@
 
 #include <memory>
 #include <ostream>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/fibdb/output/answer.h"
@@ -63,10 +65,33 @@ class Output {
   void log(const std::string& line);
   // The command has ended: a list that it left open is closed, and its view is over.
   void endCommand();
+  // What run() answers, instead of writing it.
+  template <class Run>
+  std::string captured(Run&& run) {
+    std::ostringstream held;
+    const Redirection redirection(answers_, held.rdbuf());
+    run();
+    answers_.flush();
+    return std::move(held).str();
+  }
+  // As it is.
+  void write(const std::string& text) { answers_ << text; }
   // False when the answer could not be written.
   bool flush() { return static_cast<bool>(answers_.flush()); }
 
  private:
+  class Redirection {
+   public:
+    Redirection(std::ostream& stream, std::streambuf* to) : stream_(stream), before_(stream.rdbuf(to)) {}
+    ~Redirection() { stream_.rdbuf(before_); }
+    Redirection(const Redirection&) = delete;
+    Redirection& operator=(const Redirection&) = delete;
+
+   private:
+    std::ostream& stream_;
+    std::streambuf* const before_;
+  };
+
   std::vector<Fact> chosen(const std::string& title, const std::vector<Fact>& facts) const;
   void writeError(const std::string& text);
 

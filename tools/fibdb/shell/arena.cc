@@ -3,7 +3,10 @@
 // tools/fibdb/shell/arena.cc: see arena.h.
 #include "tools/fibdb/shell/arena.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <span>
 #include <utility>
 
 #include "fibdb/engine.h"
@@ -15,6 +18,15 @@ namespace {
 
 constexpr const char* kVariable = "FIBDB_ARENA";
 
+// What changes records begins with one of these, what looks at no table with one of those.
+constexpr std::array<std::string_view, 7> kChanging{"add", "set", "delete", "load", "clear", "limit", "tour"};
+constexpr std::array<std::string_view, 6> kAside{"help", "quit", "trace", "timing", "watch", "arena"};
+
+bool isAmong(std::string_view command, std::span<const std::string_view> verbs) {
+  const std::string_view verb = command.substr(0, command.find(' '));
+  return std::ranges::find(verbs, verb) != verbs.end();
+}
+
 }  // namespace
 
 Arena::Arena(std::string name) : name_(std::move(name)) {
@@ -22,6 +34,10 @@ Arena::Arena(std::string name) : name_(std::move(name)) {
   if (name_.empty() && own != nullptr) name_ = own;
   // The environment says size and mode, too, for who makes it.
   if (!name_.empty()) setenv(kVariable, name_.c_str(), 1);
+}
+
+void Arena::enterFor(std::string_view command) {
+  if (!isAmong(command, kAside)) enter(isAmong(command, kChanging));
 }
 
 void Arena::enter(bool writes) {

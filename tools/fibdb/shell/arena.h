@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace fibdb::program {
 
@@ -15,10 +16,13 @@ class Arena {
   // As the command line names it, or else the environment; empty: the program's tables are its own.
   explicit Arena(std::string name);
 
-  // What a command is about to do. One that is not there is made by the first command that writes. Throws Failure.
-  void enter(bool writes);
+  // Joins as the command with these words needs it. One that is not there is made by the first command that writes.
+  // Throws Failure.
+  void enterFor(std::string_view command);
 
  private:
+  void enter(bool writes);
+
   enum class Joined : uint8_t { kNot, kReading, kWriting };
 
   std::string name_;
