@@ -142,9 +142,10 @@ class Damaged : public testing::Test {
     while (node[1] > 0) node = at<uint32_t>(node[2 + kEntryWords]);
     return node;
   }
-  // The only trie, in words: leading columns, a time, the root, how many prefixes.
+  // The first trie, in words: leading columns, a time, the root, how many prefixes.
   uint32_t* trie() { return at<uint32_t>(leafOf(state().indexes[2].prefixes.order)[2 + kEntryWords - 1]); }
 
+  static constexpr store::Ref kHeadUnits = 8;  // before the slots of an extent of records
   static constexpr size_t kEntryWords = sizeof(store::OrderedEntry) / sizeof(uint32_t);
   Store store_{kToyTables, kSmallArena};
   Table& table_ = store_.table(kRouteTable);
@@ -218,6 +219,87 @@ TEST_F(Damaged, a_wrong_count_is_seen) {
   expect("route: index 0: miscounted");
   expect(" bytes are held, and ");
   expect("route: free block: pieces are miscounted");
+}
+
+TEST_F(Damaged, free_blocks_on_the_wrong_shelf_are_seen) {
+  state().heap.shelves[0] ^= 1;
+  state().heap.shelves[1] ^= 1;
+  expect("route: free block: a size is marked wrongly");
+}
+
+TEST_F(Damaged, a_queue_that_is_out_of_order_is_seen) {
+  auto* const chunk = at<uint32_t>(state().heap.oldestResting);  // the next, begin, end, and from the fifth on: entries
+  at<uint64_t>(state().heap.oldestResting)[2 + 2 * chunk[1]] = ~uint64_t{0};
+  state().heap.newestResting = state().records.firstExtent;
+  expect("route: queue: times are out of order: ");
+  expect("route: queue: does not end where it must: ");
+  chunk[2] = 0xFFFF;
+  expect("route: queue: more entries than there can be: ");
+}
+
+TEST_F(Damaged, extents_of_records_that_are_out_of_order_are_seen) {
+  const store::Ref extent = state().records.firstExtent;
+  ++at<uint32_t>(extent)[1];  // the slots in use
+  expect("route: records: 1 dead slots are lost");
+  at<uint32_t>(extent)[1] = 0xFFFFFF;
+  state().records.lastExtent = store::kNoRef;
+  expect("route: records: another number of slots than there can be: ");
+  expect("route: records: do not end where they must: ");
+}
+
+TEST_F(Damaged, a_record_as_none_can_be_is_seen) {
+  const store::RecordLayout layout(table_.layout().rowLength);
+  const store::Ref extent = state().records.firstExtent, first = extent + kHeadUnits;
+  const store::Ref last = first + (layout.slotsPerExtent - 1) * layout.slotUnits;
+  constexpr uint32_t kChanging = 1, kLive = 2;
+  at<uint32_t>(first)[layout.versionWord] |= kChanging | kLive;
+  at<uint32_t>(last)[layout.versionWord] |= kLive;
+  at<uint64_t>(last + layout.slotUnits)[0] = ~uint64_t{0};  // the first of the births
+  expect("route: records: a change is under way: " + std::to_string(first));
+  expect("route: records: live and never taken: " + std::to_string(last));
+  expect("route: records: born later than now: " + std::to_string(first));
+}
+
+TEST_F(Damaged, keys_without_records_are_seen) {
+  state().indexes[1].order.root = store::kNoRef;
+  expect("route: index 1: keys without records");
+}
+
+TEST_F(Damaged, a_shortcut_that_leads_astray_is_seen) {
+  constexpr uint8_t kVirtualRouter = 77;
+  Bytes row(table_.layout().rowLength);
+  row[0] = kVirtualRouter;
+  Change change;
+  for (uint32_t n = 0; n < 4000; ++n) {
+    const uint32_t addr = 0x0A000000 + (n << 8);
+    std::memcpy(row.data() + 4, &addr, sizeof addr);
+    row[8] = 24;
+    ASSERT_EQ(table_.write(row.data(), change), 0U);
+  }
+  ASSERT_EQ(accountOf(store_), "");
+  auto* const large = at<uint32_t>(at<uint32_t>(state().indexes[2].prefixes.places[0])[kVirtualRouter]);
+  const auto shortcuts = std::find_if(large + 8, large + 24, [](uint32_t block) { return block != 0; });
+  ASSERT_NE(shortcuts, large + 24);
+  auto* const shortcut = at<uint32_t>(*shortcuts);
+  *std::find_if(shortcut, shortcut + 512, [](uint32_t node) { return node != 0; }) += 1;
+  expect("route: index 2: a shortcut leads astray: ");
+}
+
+TEST_F(Damaged, a_record_among_those_of_another_prefix_is_seen) {
+  uint32_t* first;
+  bucketOf(0, first);
+  auto* const row = at<uint8_t>(*first);
+  row[4] ^= 0x80;
+  row[8] ^= 1;
+  expect("route: index 2: at another prefix: " + std::to_string(*first));
+  row[0] ^= 0x80;
+  expect("route: index 2: in another trie: " + std::to_string(*first));
+}
+
+TEST_F(Damaged, an_extent_that_no_table_has_is_seen) {
+  store::Ref claimed = store::kNoRef;
+  ASSERT_NE(store_.arena().takeExtent(77, claimed), store::kNoRef);
+  expect("arena: an extent has a wrong owner: ");
 }
 
 TEST_F(Damaged, a_key_that_miscounts_is_seen) {
