@@ -167,6 +167,11 @@ TEST_F(Damaged, a_block_outside_of_what_the_table_has_taken_is_seen) {
   expect("route: index 3: lies outside of the table's memory: ");
 }
 
+TEST_F(Damaged, a_block_longer_than_its_extent_is_seen) {
+  state().heap.openUnits = ~0U;
+  expect("route: free block: lies outside of the table's memory: ");
+}
+
 TEST_F(Damaged, a_block_in_the_memory_of_another_table_is_seen) {
   Change change;
   RowSource source(store_.table(0).layout(), 1);
