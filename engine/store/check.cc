@@ -271,17 +271,13 @@ bool Check::Look::claim(Ref block, uint64_t bytes, uint8_t owner) {
 // Whether a reference in an index is to a record that may be entered there.
 bool Check::Look::enter(Ref record, uint8_t owner) {
   uint8_t* const mark = marks_.find(record);
-  const char* wrong = nullptr;
-  if (mark == nullptr || (*mark & kLive) == 0) {
-    wrong = "not live but entered";
-  } else if ((*mark & kSeen) != 0) {
-    wrong = "entered more than once";
-  } else {
-    *mark |= kSeen;
-    return true;
+  const bool isLive = mark != nullptr && (*mark & kLive) != 0;
+  if (!isLive || (*mark & kSeen) != 0) {
+    find(owner, isLive ? "entered more than once" : "not live but entered", record);
+    return false;
   }
-  find(owner, wrong, record);
-  return false;
+  *mark |= kSeen;
+  return true;
 }
 
 void Check::Look::checkHeap() {
@@ -290,7 +286,8 @@ void Check::Look::checkHeap() {
       surveyAs(kQueue, [&](const Surveyor& queue) { heap_.survey(free, resting, queue); });
     });
   });
-  if (load(state_.heap.claimed) != kNoRef) findings_.add({"claimed"}, "an extent is claimed by nobody");
+  if (load(state_.heap.claimed) != kNoRef)
+    findings_.add({"claimed"}, "an extent is claimed, and no write is under way");
   if (load(state_.heap.owner) + 1 != owner_) findings_.add({"owner"}, "takes extents for another table");
   const uint64_t spare = load(state_.heap.spare) == kNoRef ? 0 : kExtentBytes;
   const uint64_t held = uint64_t{marks_.extents()} * kExtentBytes, said = load(state_.heap.heldBytes) + spare;
@@ -417,7 +414,7 @@ void Check::Look::checkPrefixes(size_t index) {
     const uint8_t* const stored = row(record);
     const Prefix own = plan.prefixIn(stored);
     if (!plan.leading.isIn(stored, leading)) find(owner, "in another trie", record);
-    const bool covers = exact ? own.addr == prefix.addr : own.covers(prefix.addr);
+    const bool covers = exact ? own.addr == prefix.addr : prefix.covers(own.addr);
     if (own.length != prefix.length || !covers) find(owner, "at another prefix", record);
   };
   surveyAs(owner, [&](const Surveyor& to) { table_.prefixes(heap_, index).survey(to, eachTrie, isTrie, eachRecord); });

@@ -295,7 +295,7 @@ TEST_F(Damaged, a_record_among_those_of_another_prefix_is_seen) {
   bucketOf(0, first);
   auto* const row = at<uint8_t>(*first);
   row[4] ^= 0x80;
-  row[8] ^= 1;
+  row[8] ^= 0x80;  // a mask of more bits than there are
   expect("route: index 2: at another prefix: " + std::to_string(*first));
   row[0] ^= 0x80;
   expect("route: index 2: in another trie: " + std::to_string(*first));
