@@ -56,13 +56,22 @@ constexpr ErrorText kErrorTexts[] = {
     {DB_ERR_ALREADY_REGISTERED, "the id belongs to another table"},
     {DB_ERR_BAD_DESCRIPTOR, "a table descriptor without name or a function, or an id above 63"},
     {DB_ERR_EXISTS, "a record with this primary key exists"},
+    {DB_ERR_READ_ONLY, "the process joined the arena for reading only"},
+    {DB_ERR_ARENA_ACCESS, "the arena's file cannot be opened, made or mapped"},
+    {DB_ERR_ARENA_FOREIGN, "the file is no arena"},
+    {DB_ERR_ARENA_LAYOUT, "the arena was made by another version of the engine"},
+    {DB_ERR_ARENA_CUT, "the arena's file is shorter than it was made"},
+    {DB_ERR_ARENA_JOINED, "the process is in an arena already"},
+    {DB_ERR_ARENA_BUSY, "processes are in the arena"},
+    {DB_ERR_REPLACE_BUSY, "a process is telling the table anew"},
+    {DB_ERR_NO_REPLACE, "nobody is telling the table anew"},
 };
 
 // 0 and the table, or DB_ERR_WRONG_TABLE for a number that no table has.
 uint32_t findTable(uint32_t number, store::Table*& out) {
   if (number >= schema::kTableCount) return DB_ERR_WRONG_TABLE;
   store::Store& store = store::Store::instance();
-  if (!store.valid()) return DB_ERR_NO_MEMORY;
+  if (const uint32_t code = store.code()) return code;
   out = &store.table(number);
   return 0;
 }
@@ -85,28 +94,31 @@ uint32_t visitAll(store::Cursor& cursor, uint32_t rowLength, FibDbEngineVisit vi
 }
 
 // Around fork(): whatever the other threads are doing comes to a point where no lock is held, so that the child finds
-// nothing half done. No call holds two of these locks; the order is for threads that fork at the same time. The store
-// is made if it was not: it could come to be, and be written, between the two halves.
+// nothing half done; but for shared tables, which the child shares. No call holds two of these locks; the order is for
+// threads that fork at the same time.
 void beforeFork() {
-  store::Store& store = store::Store::instance();
   client::holdConnections();
   client::holdObjects();
-  if (store.valid()) store.holdWriters();
+  store::Store::holdStore();
 }
 
 void afterForkInParent() {
-  store::Store& store = store::Store::instance();
-  if (store.valid()) store.letWritersGo();
+  store::Store::letStoreGo();
   client::letObjectsGo();
   client::letConnectionsGo();
 }
 
 void afterForkInChild() {
-  store::Store& store = store::Store::instance();
-  if (store.valid()) store.remakeLocks();
+  store::Store::remakeStore();
   client::forgetObjects();
   client::forgetConnections();
   service::forgetIterators();
+}
+
+// Threads may still write, as when the process is killed; that harms nobody.
+[[gnu::destructor]] void leaveArena() {
+  store::Store* const store = store::Store::known();
+  if (store != nullptr && store->valid() && store->isShared()) store->arena().leave();
 }
 
 [[gnu::constructor]] void watchForks() { pthread_atfork(beforeFork, afterForkInParent, afterForkInChild); }
@@ -159,8 +171,7 @@ uint32_t fibdb_engine_table_stats(uint32_t table, FibDbEngineTableStats* out) {
 uint32_t fibdb_engine_set_limits(uint32_t table, uint64_t records, uint64_t bytes) {
   store::Table* found = nullptr;
   if (const uint32_t code = findTable(table, found)) return code;
-  found->setLimits({.records = records, .bytes = bytes});
-  return 0;
+  return found->setLimits({.records = records, .bytes = bytes});
 }
 
 uint32_t fibdb_engine_column_count(uint32_t table) {
@@ -250,7 +261,7 @@ uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed) {
 uint32_t fibdb_engine_check(FibDbEngineFinding visit, void* context, FibDbEngineCheck* out) {
   if (visit == nullptr || out == nullptr) return DB_ERR_NULL_ARGUMENT;
   store::Store& store = store::Store::instance();
-  if (!store.valid()) return DB_ERR_NO_MEMORY;
+  if (const uint32_t code = store.code()) return code;
   store::CheckResult result;
   const auto each = [&](const char* table, const char* finding) { return visit(table, finding, context) == 0; };
   const uint32_t code = store::Check::run(store, each, result);
@@ -259,7 +270,53 @@ uint32_t fibdb_engine_check(FibDbEngineFinding visit, void* context, FibDbEngine
           .records = result.records,
           .blocks = result.blocks,
           .findings = result.findings};
-  return code;
+  // What was lost meanwhile was not what was checked.
+  return code != 0 ? code : store.code();
+}
+
+uint32_t fibdb_engine_begin_replace(uint32_t table, uint32_t vr) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  return found->beginReplace(vr);
+}
+
+uint32_t fibdb_engine_end_replace(uint32_t table, FibDbEngineReplace* out) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  store::ReplaceCounts counts;
+  if (const uint32_t code = found->endReplace(counts)) return code;
+  return out != nullptr ? fibdb_engine_replace_state(table, out) : 0;
+}
+
+uint32_t fibdb_engine_take_over_replace(uint32_t table) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  return found->takeOverReplace();
+}
+
+uint32_t fibdb_engine_give_up_replace(uint32_t table) {
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  return found->giveUpReplace();
+}
+
+uint32_t fibdb_engine_replace_state(uint32_t table, FibDbEngineReplace* out) {
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  const store::ReplaceState state = found->replaceState();
+  *out = {
+      .active = state.active,
+      .pid = state.pid,
+      .isAlive = state.active != 0 && found->isReplaceAlive(),
+      .vr = state.vr,
+      .beganAt = state.beganAt,
+      .kept = state.counts.kept,
+      .changed = state.counts.changed,
+      .added = state.counts.added,
+      .removed = state.counts.removed,
+  };
+  return 0;
 }
 
 uint32_t fibdb_engine_arena_stats(FibDbEngineArenaStats* out) {
@@ -284,7 +341,8 @@ uint32_t fibdb_engine_fault(uint32_t table, uint32_t code, uint32_t count) {
 uint32_t fibdb_engine_reset(void) {
   if (client::countConnections() != 0) return DB_ERR_BATCH_BUSY;
   store::Store& store = store::Store::instance();
-  if (!store.valid()) return DB_ERR_NO_MEMORY;
+  if (const uint32_t code = store.code()) return code;
+  if (store.isShared()) return DB_ERR_ARENA_JOINED;
   store.clear();
   client::endFaults();
   service::forgetTables();

@@ -125,7 +125,7 @@ void clearStaging(Object& object, uint32_t kind) {
 
 uint32_t takeObject(TableId table, uint32_t kind, Object*& out) {
   store::Store& store = store::Store::instance();
-  if (!store.valid()) return DB_ERR_NO_MEMORY;
+  if (const uint32_t code = store.code()) return code;
   FreeList& list = threadPool.free;
   if (list.size() == 0) {
     if (!threadPool.watched) watchThread();

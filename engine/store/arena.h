@@ -5,17 +5,20 @@
 // DESCRIPTION  Everything stored is addressed by a Ref, a 32-bit count of 16-byte units from the arena's
 // start, so the same bytes can be mapped at another address by another process. Address space is reserved
 // once and touched as it is used; the arena never moves and never shrinks. Tables take extents from it and
-// manage them themselves (heap.h).
+// manage them themselves (heap.h). It is the process's own, or lies in a file that processes share (arena_file.h).
 //
 // COST         takeExtent: O(1), and the page faults of whoever touches the extent.
-// THREADS      takeExtent may be called from any thread. at() is an addition.
+// THREADS      takeExtent may be called from any thread, and any process. at() is an addition.
 // INVARIANTS   What the arena knows about itself stands in its own first extent, which is never handed out: among that
 //              whose each extent is. Extents are never given back.
+//              Of an arena in a file every Ref there can be lies in mapped memory: it may lead to nonsense, no more.
 #ifndef FIBDB_ENGINE_STORE_ARENA_H
 #define FIBDB_ENGINE_STORE_ARENA_H
 
 #include <cstddef>
 #include <cstdint>
+
+#include "engine/store/visit.h"
 
 namespace fibdb::store {
 
@@ -33,10 +36,21 @@ inline constexpr uint64_t kCacheLine = 64;
 inline constexpr uint64_t kExtentBytes = 256 * 1024;
 inline constexpr uint64_t kMostExtents = kMaxArenaBytes / kExtentBytes;
 
+class ArenaFile;
+
+// A process that writes to a shared arena, as it tells the others.
+struct ArenaWriter {
+  uint32_t pid;
+  uint64_t waiting;      // batches
+  uint64_t lastWriteAt;  // microseconds since 1970; 0: none
+};
+
 class Arena {
  public:
   // Reserves up to `bytes` of address space, less where the system refuses; valid() says whether any was had.
   explicit Arena(uint64_t bytes);
+  // The arena in a file, which it keeps; not valid() when it cannot be mapped. REQUIRES: the file is open.
+  explicit Arena(ArenaFile& file);
   ~Arena();
   Arena(const Arena&) = delete;
   Arena& operator=(const Arena&) = delete;
@@ -45,6 +59,10 @@ class Arena {
   uint64_t reservedBytes() const { return bytes_; }
   // In extents taken.
   uint64_t usedBytes() const;
+  ArenaFile* file() const { return file_; }
+  bool isReadOnly() const;
+  // Maps the file anew, at the same place, as it is open now.
+  bool mapFile();
 
   template <class T>
   T* at(Ref ref) const {
@@ -66,13 +84,35 @@ class Arena {
   // has noted the extent. If it dies before, the word and isOwn tell whether the extent was got.
   Ref takeExtent(uint8_t owner, Ref& claimed);
   bool isOwn(Ref extent, uint8_t owner) const;
+  // The first extents of the arena, in the order in which they are taken from an empty one.
+  static constexpr Ref extentAt(uint64_t number) { return static_cast<Ref>((number + 1) * (kExtentBytes / kRefUnit)); }
 
-  // Forgets everything: the memory reads as zero again. REQUIRES: nobody uses the arena.
+  // This process in the arena: after it was joined for writing, and in the child after fork(). Of processes that have
+  // ended it takes the place.
+  void enter();
+  // It ends in good order.
+  void leave();
+  // What it tells the others about itself.
+  void noteWrite() {
+    if (self_ != nullptr) noteTimeOfWrite();
+  }
+  void noteWaiting(uint64_t batches);
+  // Calls visit for each process that ever wrote and was not swept.
+  void eachWriter(Visit<void(const ArenaWriter&)> visit) const;
+
+  // Forgets everything: the memory reads as zero again. REQUIRES: nobody uses the arena, and it is in no file.
   void clear();
 
  private:
+  struct Seat;
+  struct Header;
+  Header* header() const;
+  void noteTimeOfWrite();
+
   std::byte* base_ = nullptr;
   uint64_t bytes_ = 0;
+  ArenaFile* file_ = nullptr;
+  Seat* self_ = nullptr;  // of this process, in a shared arena
 };
 
 }  // namespace fibdb::store

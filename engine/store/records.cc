@@ -67,7 +67,7 @@ void Records::linkSpare() {
   store(heap_->noted(state_->spare), kNoRef);
 }
 
-Ref Records::take(const uint8_t* row) {
+Ref Records::take(const uint8_t* row, Generation generation) {
   Ref record = state_->free;
   if (record != kNoRef) {
     // The link will be a birth stamp.
@@ -77,9 +77,14 @@ Ref Records::take(const uint8_t* row) {
     record = state_->lastExtent + kHeadUnits + head->cut * layout_->slotUnits;
     publish(heap_->noted(head->cut), head->cut + 1);
   }
-  store(*stamp(record), heap_->clock());
+  store(*stamp(record), (heap_->clock() & kTimeMask) | uint64_t{generation} << kTimeBits);
   copyInWide(heap_->at<void>(record), row, layout_->rowLength);
   return record;
+}
+
+void Records::setGeneration(Ref record, Generation generation) {
+  uint64_t& own = *stamp(record);
+  store(own, (own & kTimeMask) | uint64_t{generation} << kTimeBits);
 }
 
 uint32_t Records::versionAlive(Ref record) const { return (versionOf(record) + kOneChange) | kLive; }
@@ -135,7 +140,7 @@ bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
     const uint32_t version = follow(current);
     if ((version & kLive) == 0) return false;
     // While no write has begun since, nothing can be younger, and the stamp need not be fetched.
-    const bool inTime = heap_->clock() <= latest || load(*stamp(record)) <= latest;
+    const bool inTime = heap_->clock() <= latest || (load(*stamp(record)) & kTimeMask) <= latest;
     if (inTime) copyOutWide(row, (version & kChanging) != 0 ? state_->shadow : slot, layout_->rowLength);
     acquireFence();
     if (load(current) == version) return inTime;
@@ -170,7 +175,7 @@ void Records::surveyExtent(Ref extent, const Surveyor& to, const Visit<void(Ref,
     const bool live = (version & kLive) != 0;
     if ((version & kChanging) != 0) to.wrong("a change is under way", record);
     if (live && i >= cut) to.wrong("live and never taken", record);
-    if (live && load(*stamp(record)) > heap_->clock()) to.wrong("born later than now", record);
+    if (live && (load(*stamp(record)) & kTimeMask) > heap_->clock()) to.wrong("born later than now", record);
     if (i < cut) slot(record, live);
   }
 }

@@ -15,12 +15,13 @@
 // them.
 //
 // COST     prepare, take, giveBack, read: O(1).
-// MEMORY   Rows and their versions, rounded up to 16 bytes, and 8 bytes for each birth.
+// MEMORY   Rows and their versions, rounded up to 16 bytes, and 8 bytes for each stamp: when the record was born, and
+//          in which generation of the table it was written last (replace.cc).
 // THREADS  One writer (REQUIRES the table's lock); read, row and the walk from any thread.
 // INVARIANTS
 //   Every change of a slot changes its version, which comes round only after 2^30 of them.
 //   Extents are linked in ascending order; slots that were never cut read as not live.
-//   The list of free slots runs through their birth stamps; a free slot's row stays as it was.
+//   The list of free slots runs through their stamps; a free slot's row stays as it was.
 #ifndef FIBDB_ENGINE_STORE_RECORDS_H
 #define FIBDB_ENGINE_STORE_RECORDS_H
 
@@ -39,6 +40,9 @@ struct RecordsState {
   alignas(uint64_t) uint8_t shadow[schema::kMaxRowLength];
 };
 static_assert(schema::kMaxRowLength % sizeof(uint64_t) == 0);
+
+// Of all records of a table that are written between two moments; comes round.
+using Generation = uint16_t;
 
 // How the slots of a table lie in an extent; follows from the length of its rows.
 struct RecordLayout {
@@ -68,7 +72,9 @@ class Records {
   // Makes sure that there is a slot to take, as a step; false when memory is short.
   bool prepare();
   // A slot for a new record, born now, with this row but not live. REQUIRES: made sure of.
-  Ref take(const uint8_t* row);
+  Ref take(const uint8_t* row, Generation generation);
+  Generation generationOf(Ref record) const { return static_cast<Generation>(load(*stamp(record)) >> kTimeBits); }
+  void setGeneration(Ref record, Generation generation);
 
   // The three changes that readers see. Each ends with the store of a version that the slot never had before, which
   // ...Version() tells beforehand: so it can be told afterwards whether the change took place.
@@ -113,6 +119,9 @@ class Records {
 
  private:
   uint32_t& versionOf(Ref record) const { return heap_->at<uint32_t>(record)[layout_->versionWord]; }
+  // Births are times of the heap's clock, which would take nine years of a million writes a second to come round.
+  static constexpr unsigned kTimeBits = 48;
+  static constexpr uint64_t kTimeMask = (uint64_t{1} << kTimeBits) - 1;
   uint64_t* stamp(Ref record) const;
   bool isFull(Ref extent) const;
   void surveyExtent(Ref extent, const Surveyor& to, const Visit<void(Ref, bool)>& slot) const;

@@ -10,33 +10,11 @@
 #define FIBDB_ENGINE_STORE_SURVEY_H
 
 #include <cstdint>
-#include <type_traits>
 
 #include "engine/store/arena.h"
+#include "engine/store/visit.h"
 
 namespace fibdb::store {
-
-template <class Signature>
-class Visit;
-
-// A callable, by reference: it must outlive the survey.
-template <class Result, class... Args>
-class Visit<Result(Args...)> {
- public:
-  template <class Callable>
-  requires(!std::is_same_v<std::remove_cvref_t<Callable>, Visit>)
-      // NOLINTNEXTLINE(google-explicit-constructor,bugprone-forwarding-reference-overload): stands for the callable.
-      Visit(Callable&& callable)
-      : callable_(const_cast<void*>(static_cast<const void*>(&callable))), call_([](void* called, Args... args) {
-          return static_cast<Result>((*static_cast<std::remove_reference_t<Callable>*>(called))(args...));
-        }) {}
-
-  Result operator()(Args... args) const { return call_(callable_, args...); }
-
- private:
-  void* callable_;
-  Result (*call_)(void*, Args...);
-};
 
 // A block: where, and its bytes. Whether it may be looked into.
 using VisitBlock = Visit<bool(Ref, uint64_t)>;

@@ -3,14 +3,14 @@
 // engine/store/table.cc: what a write does, step by step, and reading by key.
 #include "engine/store/table.h"
 
-#include <errno.h>
-
+#include <atomic>
 #include <bit>
 #include <cstring>
 #include <span>
 
 #include "engine/store/probes.h"
 #include "engine/store/servable.h"
+#include "engine/store/table_writer.h"
 #include "engine/store/word.h"
 #include "fibdb/engine.h"
 
@@ -24,7 +24,7 @@ namespace {
 // back what was removed: their trees may be packed more loosely than the ones before.
 constexpr uint32_t kReturnPieces = 64;
 
-void addOne(uint64_t& counter) { store(counter, counter + 1); }
+std::atomic<uint64_t> writesRefused;
 
 // Why there was no extent.
 uint32_t extentRefusal(const HeapState& heap) {
@@ -40,71 +40,6 @@ uint64_t Table::HashOfRecord::operator()(Ref record) const {
   table->plans_[0].shape.fromRow(table->records(heap).row(record), key);
   return key.hash;
 }
-
-// One write: holds the lock, knows the time, and changes records in all indexes at once.
-//
-// A write begins with steps, each of which stands by itself whatever comes after: blocks that have rested become free,
-// memory is made sure of. Then come the changes of the write proper, up to the store that makes it visible; then what
-// follows from that (complete); and then steps again, which make indexes grow.
-class Table::Writer {
- public:
-  explicit Writer(Table& table)
-      : table_(table), state_(*table.state_), heap_(table.heap()), records_(table.records(heap_)), log_(heap_.log()) {
-    const bool inherited = pthread_mutex_lock(&state_.writers) == EOWNERDEAD;
-    if (inherited || log_.doing() != Doing::kNothing) repair();
-    if (inherited) pthread_mutex_consistent(&state_.writers);
-    log_.begin(Doing::kStep);
-    heap_.beginWrite();
-  }
-  ~Writer() {
-    log_.end();
-    pthread_mutex_unlock(&state_.writers);
-  }
-  Writer(const Writer&) = delete;
-  Writer& operator=(const Writer&) = delete;
-
-  Ref find(const Key& key) { return table_.find(heap_, key); }
-  const uint8_t* row(Ref record) const { return records_.row(record); }
-
-  uint32_t insert(const Key& key, const uint8_t* row);
-  uint32_t change(Ref record, const uint8_t* row, Change change);
-  uint32_t remove(const Key& key, Ref record);
-
- private:
-  uint32_t refuse(uint32_t code) {
-    addOne(state_.refused);
-    FIBDB_PROBE(write_refused, table_.layout().name.data(), code);
-    return code;
-  }
-  uint32_t prepare();
-  bool hasRoom(uint32_t pieces, uint32_t left);
-  uint32_t admitGrowth();
-  uint32_t admitReturn();
-  uint32_t admitRemoval();
-  uint32_t admitMoves(std::span<const size_t> indexes);
-  uint32_t piecesToEnter();
-  uint32_t piecesToLeave();
-  bool canHave(uint32_t pieces);
-  Ref enter(size_t index, const uint8_t* row, Ref record);
-  void settle(size_t index, Ref block);
-  void leave(size_t index, const uint8_t* row, Ref block, Ref record);
-  void grow();
-  void growTries(const uint8_t* row);
-  void intend(Doing what, Ref record, uint32_t version, uint64_t hash, Change change);
-  void complete();
-  void completeInsert();
-  void completeChange();
-  void completeRemoval();
-  uint64_t& counterOf(Change change);
-  void repair();
-
-  Table& table_;
-  TableState& state_;
-  Heap heap_;
-  Records records_;
-  UndoLog log_;
-  bool short_ = false;  // no extent was to be had: what is left is counted out
-};
 
 // What has to be there before the first record of a table can be entered.
 uint32_t Table::Writer::prepare() {
@@ -268,7 +203,7 @@ uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
 
   Intent& intent = state_.intent;
   intend(Doing::kInsert, kNoRef, 0, key.hash, Change::kInserted);
-  const Ref record = records_.take(row);
+  const Ref record = records_.take(row, generation());
   state_.count.announceArrival(log_, record);
   table_.primary(heap_).insert(key.hash, record);
   for (size_t i = 1; i < table_.planCount_; ++i) store(intent.entered[i], enter(i, row, record));
@@ -288,6 +223,7 @@ void Table::Writer::completeInsert() {
   for (size_t i = 1; i < table_.planCount_; ++i) settle(i, state_.intent.entered[i]);
   const uint64_t count = state_.count.settled();
   if (count > state_.peak) store(log_.noted(state_.peak), count);
+  if (state_.replace.active != 0) addOne(log_.noted(state_.replace.counts.added));
 }
 
 // Only secondary keys can change: ordered and longest-prefix keys are part of the primary key.
@@ -300,7 +236,10 @@ uint32_t Table::Writer::change(Ref record, const uint8_t* row, Change change) {
   if (moves > 0) {
     if (const uint32_t code = admitMoves(std::span(moved, moves))) return refuse(code);
   }
+  const bool isFirst = state_.replace.active != 0 && records_.generationOf(record) != generation();
+  if (isFirst && std::memcmp(records_.row(record), row, table_.layout_->rowLength) == 0) return keep(record, change);
   Intent& intent = state_.intent;
+  store(intent.isFirst, uint32_t{isFirst});
   uint32_t movedBits = 0;
   for (const size_t i : std::span(moved, moves)) movedBits |= 1U << i;
   store(intent.moved, movedBits);
@@ -325,6 +264,18 @@ void Table::Writer::completeChange() {
   };
   eachMoved([&](size_t i) { settle(i, intent.entered[i]); });
   eachMoved([&](size_t i) { leave(i, records_.rowBefore(), intent.left[i], intent.record); });
+  if (intent.isFirst == 0) return;
+  records_.setGeneration(intent.record, generation());
+  addOne(log_.noted(state_.replace.counts.changed));
+}
+
+// Written as it was: nothing that readers could see.
+uint32_t Table::Writer::keep(Ref record, Change change) {
+  log_.stand();
+  addOne(log_.noted(counterOf(change)));
+  addOne(log_.noted(state_.replace.counts.kept));
+  records_.setGeneration(record, generation());
+  return 0;
 }
 
 uint32_t Table::Writer::remove(const Key& key, Ref record) {
@@ -428,6 +379,11 @@ void Table::attach(const schema::Table& layout, Arena& arena, TableState& state)
   removeBytes_ = sumOver(layout, leaveBytes);
   keptBytes_ = keptBytes(layout);
   planCount_ = layout.indexes.size();
+  for (const schema::Field& field : layout.fields) {
+    if (field.name != "vr_id" || field.size() != sizeof(uint32_t)) continue;
+    vrOffset_ = field.offset;
+    hasVr_ = true;
+  }
   for (size_t i = 0; i < planCount_; ++i) {
     const auto columns = layout.indexes[i].parts();
     plans_[i].id = layout.indexes[i].id();
@@ -504,6 +460,14 @@ bool Table::readOne(Heap& heap, const Key& key, uint64_t latest, uint8_t* row) c
          }) != kNoRef;
 }
 
+uint32_t Table::checkWritable() const {
+  if (!arena_->isReadOnly()) return 0;
+  writesRefused.fetch_add(1, std::memory_order_relaxed);
+  return DB_ERR_READ_ONLY;
+}
+
+uint64_t refusedAsReader() { return writesRefused.load(std::memory_order_relaxed); }
+
 uint32_t Table::write(const uint8_t* row, Change& change) {
   Key key;
   keyOf(row, key);
@@ -512,6 +476,7 @@ uint32_t Table::write(const uint8_t* row, Change& change) {
 
 uint32_t Table::write(const Key& key, const uint8_t* row, Change& change) {
   if (!masksAreValid(row)) return DB_ERR_BAD_KEY;
+  if (const uint32_t code = checkWritable()) return code;
   Writer writer(*this);
   const Ref record = writer.find(key);
   change = record == kNoRef ? Change::kInserted : Change::kReplaced;
@@ -522,12 +487,14 @@ uint32_t Table::insert(const uint8_t* row) {
   if (!masksAreValid(row)) return DB_ERR_BAD_KEY;
   Key key;
   plans_[0].shape.fromRow(row, key);
+  if (const uint32_t code = checkWritable()) return code;
   Writer writer(*this);
   if (writer.find(key) != kNoRef) return DB_ERR_EXISTS;
   return writer.insert(key, row);
 }
 
 uint32_t Table::update(const Key& key, const uint8_t* row, FieldSet staged) {
+  if (const uint32_t code = checkWritable()) return code;
   Writer writer(*this);
   const Ref record = writer.find(key);
   if (record == kNoRef) return DB_ERR_NO_DATA;
@@ -560,6 +527,7 @@ uint32_t Table::remove(const schema::Index& index, const uint8_t* packed, uint64
 
 uint32_t Table::remove(const schema::Index& index, const Key& key, uint64_t& removed) {
   removed = 0;
+  if (const uint32_t code = checkWritable()) return code;
   if (index.kind == IndexKind::kPrimary) {
     Writer writer(*this);
     const Ref record = writer.find(key);
@@ -680,11 +648,13 @@ uint32_t Table::countByKey(const schema::Index& index, const uint8_t* key, uint6
   return 0;
 }
 
-void Table::setLimits(const Limits& limits) {
+uint32_t Table::setLimits(const Limits& limits) {
+  if (const uint32_t code = checkWritable()) return code;
   const Writer writer(*this);
   store(state_->recordLimit, limits.records);
   store(state_->heap.limitBytes, limits.bytes);
   store(state_->peak, uint64_t{state_->count.settled()});
+  return 0;
 }
 
 TableStats Table::stats() const {
@@ -698,6 +668,7 @@ TableStats Table::stats() const {
       .updated = load(state.updated),
       .removed = load(state.removed),
       .refused = load(state.refused),
+      .repairs = load(state.repairs),
   };
 }
 

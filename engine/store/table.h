@@ -42,6 +42,8 @@
 #include <cstring>
 #include <span>
 
+#include "engine/store/arena_file.h"
+#include "engine/store/bus_guard.h"
 #include "engine/store/hash_index.h"
 #include "engine/store/heap.h"
 #include "engine/store/key.h"
@@ -50,6 +52,7 @@
 #include "engine/store/records.h"
 #include "engine/store/secondary_index.h"
 #include "engine/store/tally.h"
+#include "fibdb/engine.h"
 #include "platform/schema/catalog.h"
 
 namespace fibdb::store {
@@ -68,7 +71,30 @@ struct TableStats {
   uint64_t records = 0, bytes = 0;
   Limits limits;
   uint64_t inserted = 0, replaced = 0, updated = 0, removed = 0, refused = 0;
+  uint64_t repairs = 0;
 };
+
+// Writes that this process asked for and may not make.
+uint64_t refusedAsReader();
+
+// What became of the records of a table that is told anew: by the first write of each.
+struct ReplaceCounts {
+  uint64_t kept;     // written as they were
+  uint64_t changed;  // written otherwise
+  uint64_t added;    // not there before
+  uint64_t removed;  // at the end, not having been written
+};
+
+// Whether and by whom a table is being told anew. Lives in the arena; zero is nobody.
+struct ReplaceState {
+  uint32_t active;
+  uint32_t pid;
+  uint32_t generation;  // of what is written now; stays when it is over
+  uint32_t vr;          // whose records may be removed; kEveryVr: all
+  uint64_t beganAt;     // microseconds since 1970
+  ReplaceCounts counts;
+};
+inline constexpr uint32_t kEveryVr = UINT32_MAX;
 
 // What a write under way needs to be completed. Lives in the arena; means something while the log says that a write is
 // under way.
@@ -78,6 +104,7 @@ struct Intent {
   uint64_t hash;     // of the primary key
   uint32_t change;   // Change
   uint32_t moved;    // a bit for each index of which the key changes
+  uint32_t isFirst;  // 1: of this generation
   // The blocks of what the record comes under, and of what it leaves, index by index.
   Ref entered[kMaxIndexes], left[kMaxIndexes];
 };
@@ -103,6 +130,7 @@ struct TableState {
   uint64_t recordLimit;
   uint64_t peak;  // the most records there were since limits were set
   uint64_t inserted, replaced, updated, removed, refused;
+  ReplaceState replace;
   uint64_t repairs;  // writes and steps of writers that died, taken back or completed
 };
 
@@ -120,7 +148,8 @@ class Table {
   }
 
   // Inserts the row or replaces the record with its primary key. DB_ERR_BAD_KEY for a mask above 32 in a
-  // longest-prefix key; DB_ERR_RECORD_LIMIT, DB_ERR_MEMORY_LIMIT, DB_ERR_NO_MEMORY: nothing changed.
+  // longest-prefix key; DB_ERR_RECORD_LIMIT, DB_ERR_MEMORY_LIMIT, DB_ERR_NO_MEMORY: nothing changed. As every call that
+  // writes, DB_ERR_READ_ONLY in an arena that was joined for reading only.
   uint32_t write(const uint8_t* row, Change& change);
   uint32_t write(const Key& key, const uint8_t* row, Change& change);  // key: the row's
   // Inserts the row; DB_ERR_EXISTS when there is a record with its primary key. Else as write.
@@ -157,7 +186,19 @@ class Table {
   // first step of a cursor takes it, of an ordered index to the first record from the key on; DB_ERR_BAD_KEY as there.
   uint32_t nodesTo(const schema::Index& index, const uint8_t* key, uint32_t& nodes) const;
 
-  void setLimits(const Limits& limits);
+  uint32_t setLimits(const Limits& limits);
+
+  // Telling the table anew (replace.cc): what is not written between begin and end is removed by the end. Of one table
+  // one at a time: DB_ERR_REPLACE_BUSY while another process is at it, or this one. One whose process died stands until
+  // it is taken over or given up. DB_ERR_NO_REPLACE.
+  uint32_t beginReplace(uint32_t vr);
+  uint32_t takeOverReplace();
+  uint32_t endReplace(ReplaceCounts& counts);
+  uint32_t giveUpReplace();
+  // As it stands; active is 0 when there is none.
+  ReplaceState replaceState() const;
+  // Whether its process is still there.
+  bool isReplaceAlive() const;
 
   // Takes back or completes what a writer that died left, as the next write would.
   void repair();
@@ -197,6 +238,7 @@ class Table {
 
   void attach(const schema::Table& layout, Arena& arena, TableState& state);
 
+  uint32_t checkWritable() const;
   size_t numberOf(const schema::Index& index) const;
   bool masksAreValid(const uint8_t* row) const;
 
@@ -209,6 +251,7 @@ class Table {
   PrefixTables prefixes(Heap& heap, size_t index) const;
   // Whether an ordered index has an entry of its own for the row.
   bool isOrderedApart(size_t index, const uint8_t* row) const;
+  bool isLeftOver(const Records& rows, Ref record) const;
 
   Ref find(Heap& heap, const Key& primaryKey) const;
   uint32_t nodesInPrimary(const uint8_t* key) const;
@@ -223,6 +266,8 @@ class Table {
   Arena* arena_ = nullptr;
   TableState* state_ = nullptr;
   RecordLayout recordLayout_;
+  uint16_t vrOffset_ = 0;  // of vr_id in the row
+  bool hasVr_ = false;
   Plan plans_[kMaxIndexes];
   size_t planCount_ = 0;
   size_t primaryTries_ = 0;  // the longest-prefix index with the columns of the primary key; 0: there is none
@@ -303,16 +348,29 @@ class Cursor {
 // All tables of a schema in one arena.
 class Store {
  public:
-  // The engine's own store, over schema::kTables.
+  // The engine's own store, over schema::kTables: in an arena of the process's own, or in the one that it joined
+  // (joining.cc).
   static Store& instance();
+  // The same if it has come to be, or nullptr.
+  static Store* known();
+  // What fibdb_engine_join does. nullptr: as the environment says. text(): why it failed.
+  static uint32_t join(const ArenaRequest* request);
+  static const char* joinText();
 
   // REQUIRES: tables outlives the store. A schema that tables cannot serve, or no memory: not valid().
   Store(std::span<const schema::Table> tables, uint64_t reserveBytes);
+  // In the file of a shared arena, which is filled if it is new, and else must have been filled by such a store.
+  Store(std::span<const schema::Table> tables, ArenaFile& file);
+  // A store that cannot be used, and why.
+  explicit Store(uint32_t code) : arena_(0), code_(code) {}
   ~Store();
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  bool valid() const { return tables_ != nullptr; }
+  // 0, or why no table can be used: memory, the join, or a file that was cut.
+  uint32_t code() const { return code_ == 0 && isArenaLost() && isShared() ? uint32_t{DB_ERR_ARENA_CUT} : code_; }
+  bool valid() const { return code() == 0; }
+  bool isShared() const { return arena_.file() != nullptr; }
   size_t tableCount() const { return schema_.size(); }
   Table& table(size_t number) { return tables_[number]; }
   Arena& arena() { return arena_; }
@@ -321,19 +379,29 @@ class Store {
   // The extents that hold the states of the tables.
   uint64_t stateBytes() const;
 
-  // Empties everything, limits included. REQUIRES: nobody uses the store.
+  // What the head of a shared arena must agree with.
+  static ArenaIdentity identityOf(std::span<const schema::Table> tables);
+
+  // Empties everything, limits included. REQUIRES: nobody uses the store, and it is not shared.
   void clear();
 
-  // Around fork(): no write is under way between holding the writers and letting them go, in the parent, or giving
-  // them new locks, in the child. REQUIRES: valid().
+  // Around fork(): the store cannot come to be between holding it and letting it go, in the parent, or making it anew,
+  // in the child; and, if it is not shared, no write is under way.
+  static void holdStore();
+  static void letStoreGo();
+  static void remakeStore();
   void holdWriters();
   void letWritersGo();
   void remakeLocks();
 
  private:
+  void takeUp();
   bool makeStates();
+  bool findStates();
+  void attach(size_t number, Ref extent);
 
   Arena arena_;
+  uint32_t code_ = 0;
   std::span<const schema::Table> schema_;
   Table* tables_ = nullptr;
 };

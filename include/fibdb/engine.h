@@ -11,12 +11,17 @@
  * records under a secondary key a read gives the first in the order of the primary key. An iterator returns every
  * record that stays exactly once and none twice; a record that comes later it does not return.
  *
- * fork(): the child has the tables as they stood between two writes, registered tables and limits included, and a copy
- * of its own: it may read and write at once, whatever other threads of the parent were doing, and neither process sees
- * what the other writes afterwards. It has none of the parent's objects, iterators and connections: their handles are
- * stale there (DB_ERR_BAD_HANDLE, in every call), releases included, and what waits in a connection or was added to a
- * batch object is the parent's to apply. It opens a connection and makes objects of its own; see route.h for the batch
- * path. The parent is not disturbed: fork() waits for the writes under way, and they for it.
+ * The tables are the process's own, unless it joins an arena (fibdb_engine_join, or FIBDB_ARENA): then they are those
+ * of all processes in it, and all that is said here of threads holds of processes, too. A process may end in any way
+ * at any moment: what it was writing is then there or not, and harms nobody.
+ *
+ * fork(), with tables of the process's own: the child has them as they stood between two writes, registered tables and
+ * limits included, and a copy of its own: it may read and write at once, whatever other threads of the parent were
+ * doing, and neither process sees what the other writes afterwards. In an arena parent and child share the tables. The
+ * child has none of the parent's objects, iterators and connections: their handles are stale there (DB_ERR_BAD_HANDLE,
+ * in every call), releases included, and what waits in a connection or was added to a batch object is the parent's to
+ * apply. It opens a connection and makes objects of its own; see route.h for the batch path. The parent is not
+ * disturbed: fork() waits for the writes under way, and they for it.
  */
 #ifndef FIBDB_ENGINE_H
 #define FIBDB_ENGINE_H
@@ -52,8 +57,84 @@ enum {
   DB_ERR_NOT_REGISTERED = 20019,     /* table service: no table is registered under this id */
   DB_ERR_ALREADY_REGISTERED = 20020, /* table service: the id belongs to another table */
   DB_ERR_BAD_DESCRIPTOR = 20021,     /* table service: no name, a missing function, or an id above 63 */
-  DB_ERR_EXISTS = 20022              /* table service: a record with this primary key exists */
+  DB_ERR_EXISTS = 20022,             /* table service: a record with this primary key exists */
+  DB_ERR_READ_ONLY = 20023,          /* the process joined the arena for reading only */
+  DB_ERR_ARENA_ACCESS = 20024,       /* the arena's file cannot be opened, made or mapped */
+  DB_ERR_ARENA_FOREIGN = 20025,      /* the file is no arena */
+  DB_ERR_ARENA_LAYOUT = 20026,       /* the arena was made by another version of the engine */
+  DB_ERR_ARENA_CUT = 20027,          /* the arena's file is shorter than it was made, perhaps since it was joined */
+  DB_ERR_ARENA_JOINED = 20028,       /* the process is in an arena already, its own or another */
+  DB_ERR_ARENA_BUSY = 20029,         /* processes are in the arena */
+  DB_ERR_REPLACE_BUSY = 20030,       /* a process is telling the table anew */
+  DB_ERR_NO_REPLACE = 20031          /* nobody is telling the table anew */
 };
+
+/* One set of tables for all processes of a device. By default a process's tables are its own and end with it. In an
+ * arena they lie in a file: who comes first makes it, the others join, and it stays when all have gone, with everything
+ * in it. A process in an arena has objects, handles, connections and registered tables of its own. After fork() the
+ * child is in the arena as its parent is.
+ *
+ * An unmodified program joins when the environment variable FIBDB_ARENA names an arena; FIBDB_ARENA_MODE (octal),
+ * FIBDB_ARENA_SIZE (bytes, or with K, M, G) and FIBDB_ARENA_READ_ONLY (not empty) stand for the other fields. */
+typedef struct FibDbEngineArena {
+  const char* name; /* a file fibdb.NAME in /dev/shm, or with a slash a path; NULL or "": tables of its own */
+  uint64_t bytes; /* address space, of which memory is taken as it is used; 0: 32 GiB. Who joins takes what is there */
+  uint32_t mode;  /* of the file, when it is made; 0: 0660 */
+  uint32_t readOnly; /* not 0: the arena is there or it is not, the process cannot change it, and every call that would
+                        write answers DB_ERR_READ_ONLY */
+} FibDbEngineArena;
+
+/* Joins an arena. It must come before every other call that needs the tables, of this header or of the platform. After
+ * one that failed another may be tried; joined for reading only, it may be called again for the same arena to write,
+ * too, while no other thread is in the engine. 0; DB_ERR_ARENA_ACCESS, _FOREIGN, _LAYOUT, _CUT, DB_ERR_NO_MEMORY: what
+ * was expected and found says fibdb_engine_join_text, and nothing was changed; DB_ERR_ARENA_JOINED. How NULL: as the
+ * environment says. */
+FIBDB_API uint32_t fibdb_engine_join(const FibDbEngineArena* how);
+/* Why the process is in no arena, or ""; it stands until the next call of fibdb_engine_join. */
+FIBDB_API const char* fibdb_engine_join_text(void);
+
+/* The arena that the process is in. DB_ERR_NO_DATA: its tables are its own. */
+typedef struct FibDbEngineShared {
+  const char* path;
+  uint64_t bytes;     /* of address space */
+  uint64_t used;      /* bytes handed to tables */
+  uint64_t createdAt; /* microseconds since 1970 */
+  uint64_t repairs;   /* writes of processes that died, taken back or completed by the next writer */
+  uint64_t refused;   /* writes of this process refused because it joined for reading only */
+  uint32_t readOnly;
+} FibDbEngineShared;
+FIBDB_API uint32_t fibdb_engine_shared(FibDbEngineShared* out);
+
+/* A process in an arena. Of one that only reads no more is known than when it joined. */
+typedef struct FibDbEngineProcess {
+  uint32_t pid;
+  uint32_t writes;      /* not 0: joined for writing, too */
+  uint32_t isDead;      /* not 0: it ended and has not been swept yet, which the next that joins does */
+  uint64_t joinedAt;    /* microseconds since 1970, to the second; of the dead 0 */
+  uint64_t waiting;     /* batches handed over and not yet applied */
+  uint64_t lastWriteAt; /* microseconds since 1970; 0: none */
+  char name[16];        /* of its program; of the dead empty */
+} FibDbEngineProcess;
+/* Calls visit for every process in an arena, this one included, until it returns non-zero. name as for joining; NULL:
+ * the arena that the process is in, DB_ERR_NO_DATA when it is in none. The record lives until visit returns. */
+typedef int (*FibDbEngineProcessVisit)(const FibDbEngineProcess* process, void* context);
+FIBDB_API uint32_t fibdb_engine_processes(const char* name, FibDbEngineProcessVisit visit, void* context);
+
+/* The arenas in /dev/shm. code: 0, or why this engine cannot join it, and text says what was expected and found. */
+typedef struct FibDbEngineArenaEntry {
+  const char* name;
+  uint64_t bytes;     /* of address space */
+  uint64_t allocated; /* bytes of memory */
+  uint64_t createdAt; /* microseconds since 1970 */
+  uint32_t processes; /* that are in it */
+  uint32_t code;
+  const char* text;
+} FibDbEngineArenaEntry;
+typedef int (*FibDbEngineArenaVisit)(const FibDbEngineArenaEntry* arena, void* context);
+FIBDB_API uint32_t fibdb_engine_arenas(FibDbEngineArenaVisit visit, void* context);
+/* Removes an arena's file. While processes are in it: DB_ERR_ARENA_BUSY, unless busyToo is not 0; they then go on with
+ * what nobody else can join any more. DB_ERR_ARENA_FOREIGN: the file is no arena, and stays; DB_ERR_ARENA_ACCESS. */
+FIBDB_API uint32_t fibdb_engine_arena_remove(const char* name, uint32_t busyToo);
 
 /* FIBDB_VERSION of the engine that is loaded, which may be later than the one a program was built with. */
 FIBDB_API const char* fibdb_engine_version(void);
@@ -198,6 +279,34 @@ FIBDB_API uint32_t fibdb_engine_drain(uint64_t connection);
 /* Removes every record of a table, one after the other, as any removal does; records that come meanwhile may stay. Its
  * limits and statistics stay. removed: how many these were; may be NULL. */
 FIBDB_API uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed);
+
+/* Telling a table anew, as a process does that has started again over tables that stayed. What is written from the
+ * begin on, by any process and in any way, is of the new telling; the end removes every record that was not written
+ * since, one after the other as any removal does, and readers miss nothing that is in both. That a record was written
+ * decides, and nothing in it: table_smooth_id is the application's own and not looked at. To write a record as it is
+ * costs less than to change it.
+ * vr: the virtual router of which records may be removed, or UINT32_MAX: all. DB_ERR_BAD_PROPERTY: a table without
+ * vr_id. One table is told anew by one process at a time: DB_ERR_REPLACE_BUSY.
+ * A process that ends before its end removes nothing. That it had begun is seen (fibdb_engine_replace_state), and
+ * another process may take it over, tell the rest and end it, or give it up: everything stays then. */
+typedef struct FibDbEngineReplace {
+  uint32_t active;  /* not 0: begun and not ended */
+  uint32_t pid;     /* by whom */
+  uint32_t isAlive; /* not 0: that process is still there */
+  uint32_t vr;      /* UINT32_MAX: all */
+  uint64_t beganAt; /* microseconds since 1970 */
+  uint64_t kept;    /* records written as they were, by the first write of each */
+  uint64_t changed; /* written otherwise */
+  uint64_t added;   /* not there before */
+  uint64_t removed; /* by the end */
+} FibDbEngineReplace;
+FIBDB_API uint32_t fibdb_engine_begin_replace(uint32_t table, uint32_t vr);
+/* out: what became of the records; may be NULL. DB_ERR_NO_REPLACE: none was begun. */
+FIBDB_API uint32_t fibdb_engine_end_replace(uint32_t table, FibDbEngineReplace* out);
+FIBDB_API uint32_t fibdb_engine_take_over_replace(uint32_t table);
+FIBDB_API uint32_t fibdb_engine_give_up_replace(uint32_t table);
+/* As it stands, or as the last one ended. */
+FIBDB_API uint32_t fibdb_engine_replace_state(uint32_t table, FibDbEngineReplace* out);
 
 /* The statistics of all tables, of the arena and of all connections, closed ones included, as OpenMetrics text, its
  * closing line and a zero included. size: bytes of the buffer. *length: what the text needs without the zero.

@@ -8,9 +8,9 @@ namespace fibdb::program {
 const std::vector<const Command*>& allCommands() {
   static const std::vector<const Command*> commands = [] {
     std::vector<const Command*> all;
-    for (const auto rows :
-         {routeCommands(), routeQuestionCommands(), mapCommands(), recordCommands(), configCommands(),
-          databaseCommands(), statisticsCommands(), measureCommands(), watchCommands(), sessionCommands()}) {
+    for (const auto rows : {routeCommands(), routeQuestionCommands(), mapCommands(), recordCommands(), configCommands(),
+                            databaseCommands(), statisticsCommands(), arenaCommands(), measureCommands(),
+                            watchCommands(), sessionCommands()}) {
       for (const Command& row : rows) all.push_back(&row);
     }
     return all;

@@ -102,6 +102,7 @@ Status runProgram(const Options& options) {
   startLibrary(output);
   Session session{output, {isatty(STDERR_FILENO) == 1 && !output.isJson(), isUnicode()}};
   session.pager = &pager;
+  session.arena = Arena(options.arena);
   Shell shell(session, options.keepGoing);
   Status status = runCommands(shell, options);
   if (endsAtPrompt(options) && !session.ended) {

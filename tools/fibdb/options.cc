@@ -21,6 +21,8 @@ void describe(CLI::App& app, Options& options) {
   auto* script = app.add_option("-f,--file", options.script, "run the commands of a script; - reads standard input");
   script->type_name("FILE")->excludes(commands);
   app.add_option("words", options.words, "a command as plain arguments, run behind those of -c")->excludes(script);
+  app.add_option("--arena", options.arena, "the tables of the processes in this arena, as FIBDB_ARENA names it")
+      ->type_name("NAME");
   app.add_flag("-i,--interactive", options.interactive, "go on to the prompt afterwards, on a terminal");
   app.add_flag("-k,--keep-going", options.keepGoing, "run the other commands after a failure, too");
   app.add_flag("-q,--quiet", options.quiet, "say nothing of what was done: answers and errors alone");

@@ -17,6 +17,7 @@ struct Options {
   std::vector<std::string> commands;
   std::vector<std::string> words;  // of a command given as plain arguments
   std::string script;
+  std::string arena;
   bool interactive = false;
   bool keepGoing = false;
   bool quiet = false;

@@ -23,14 +23,14 @@ TEST_F(Admin, every_code_has_a_text_of_its_own) {
   std::vector<uint32_t> codes = {FIB_DB_OK,      DB_ERR_FIELD_ABSENT,     DB_ERR_RETRY,      DB_RET_PUB_STATUS,
                                  DB_ERR_NO_DATA, DB_ERR_BATCH_QUEUE_FULL, DB_ERR_BATCH_BUSY, DB_ERR_ITER_END,
                                  FIB_DB_ERR,     FIB_DB_NOT_FOUND,        FIB_DB_NO_ROUTE,   FIB_DB_BATCH_NOT_EXECUTED};
-  for (uint32_t code = DB_ERR_BAD_HANDLE; code <= DB_ERR_EXISTS; ++code) codes.push_back(code);
+  for (uint32_t code = DB_ERR_BAD_HANDLE; code <= DB_ERR_NO_REPLACE; ++code) codes.push_back(code);
   for (const uint32_t code : codes) {
     const std::string text = fibdb_engine_error_text(code);
     EXPECT_NE(text, "unknown code") << code;
     EXPECT_EQ(text.find('\n'), std::string::npos);
     EXPECT_TRUE(texts.insert(text).second) << text;
   }
-  for (const uint32_t code : {2u, 61u, uint32_t{DB_ERR_EXISTS} + 1, UINT32_MAX}) {
+  for (const uint32_t code : {2u, 61u, uint32_t{DB_ERR_NO_REPLACE} + 1, UINT32_MAX}) {
     EXPECT_STREQ(fibdb_engine_error_text(code), "unknown code");
   }
 }

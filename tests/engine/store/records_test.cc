@@ -30,7 +30,7 @@ struct Ground {
   Ref insert() {
     heap.beginWrite();
     if (!records.prepare()) return kNoRef;
-    const Ref record = records.take(row.data());
+    const Ref record = records.take(row.data(), 0);
     records.enliven(record);
     return record;
   }

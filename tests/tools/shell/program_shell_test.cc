@@ -243,7 +243,7 @@ TEST(Help, lists_every_command_on_a_line_and_explains_one) {
     EXPECT_THAT(list.out, HasSubstr(std::string("\n") + line));
   }
   EXPECT_THAT(runProgram(commands({"help load routes"})).out,
-              StartsWith("load routes FILE [vr N] [vrf N] [skip-bad]\n  load a routing table"));
+              StartsWith("load routes FILE [vr N] [vrf N] [replace] [skip-bad]\n  load a routing table"));
   EXPECT_THAT(runProgram(commands({"help sh ro"})).out, HasSubstr("show route summary"));
   const std::string named = runProgram(commands({"help add group"})).out;
   EXPECT_THAT(named, StartsWith("add group ID [VR] [vrf N]"));

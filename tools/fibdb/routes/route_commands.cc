@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/fibdb/base/call.h"
 #include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/files/file_writer.h"
 #include "tools/fibdb/output/output.h"
@@ -61,12 +62,41 @@ Status deleteRoute(Session& session, Arguments& arguments) {
   return Status::kOk;
 }
 
+uint32_t routeTable() { return call<fibdb_engine_find_table>("ip4forward"); }
+
+// One that a process left behind when it died is gone on with: nothing was removed by it.
+void beginReplace(const Vrf& vrf) {
+  FibDbEngineReplace state{};
+  call<fibdb_engine_replace_state>(routeTable(), &state);
+  if (state.active != 0 && state.isAlive == 0 && call<fibdb_engine_take_over_replace>(routeTable()) == FIB_DB_OK) {
+    call<fibdb_engine_give_up_replace>(routeTable());
+  }
+  const uint32_t code = call<fibdb_engine_begin_replace>(routeTable(), vrf.vr);
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
+}
+
+// Only a file that was read to its end, and is good, says what is no longer true.
+void endReplace(LoadSummary& summary) {
+  if (summary.status() != Status::kOk) {
+    call<fibdb_engine_give_up_replace>(routeTable());
+    return;
+  }
+  FibDbEngineReplace ended{};
+  const uint32_t code = call<fibdb_engine_end_replace>(routeTable(), &ended);
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, codeText(code));
+  summary.replace = ended;
+}
+
 Status loadRoutes(Session& session, Arguments& arguments) {
   const std::string file = arguments.file();
   const Vrf vrf = takeVrf(arguments);
-  const bool skipBad = arguments.lastKeyword("skip-bad");
-  LoadSummary summary = loadRoutesFile(session, file, vrf);
+  constexpr std::array<std::string_view, 2> kWords{"replace", "skip-bad"};
+  bool replaces = false, skipBad = false;
+  while (!arguments.empty()) (arguments.keyword(kWords) == 0 ? replaces : skipBad) = true;
+  if (replaces) beginReplace(vrf);
+  LoadSummary summary = loadRoutesFile(session, file, vrf, replaces);
   summary.skipsBad = skipBad;
+  if (replaces) endReplace(summary);
   showLoadSummary(session, file, summary);
   return summary.status();
 }
@@ -96,13 +126,14 @@ Status saveRoutes(Session& session, Arguments& arguments) {
 }
 
 constexpr Command kCommands[] = {
-    {"load routes", "FILE [vr N] [vrf N] [skip-bad]", "load a routing table; - reads standard input",
+    {"load routes", "FILE [vr N] [vrf N] [replace] [skip-bad]", "load a routing table; - reads standard input",
      "One route a line: PREFIX[/LENGTH] [group N] [origin-as N]. Without a length: /32. Without a group: N mod 256\n"
      "of the origin, or 0. `default` is 0.0.0.0/0, AS15169 the same as origin-as 15169. Blank lines and # comments\n"
      "are skipped. Plain text, gzip, xz, bzip2 or zstd.\n"
      "A bad line is reported with its number and its reason; the good lines are loaded. The status is 1 then, unless\n"
      "skip-bad is given; it is 1, too, for a file without a single route.\n"
-     "Ctrl-C ends the load; what was read until then stays.",
+     "With replace the routes of the virtual router that the file does not have are removed behind it, if all of it\n"
+     "was good. Ctrl-C ends the load; what was read until then stays.",
      loadRoutes},
     {"save routes", "FILE [vr N] [vrf N] [force]", "write all routes in key order; - writes standard output",
      "The format is that of load routes. The file appears, or is replaced, when it is complete. It holds the routes\n"
@@ -122,14 +153,14 @@ Status LoadSummary::status() const {
   return bad || counts.refused > 0 ? Status::kFailed : Status::kOk;
 }
 
-LoadSummary loadRoutesFile(Session& session, const std::string& file, const Vrf& vrf) {
+LoadSummary loadRoutesFile(Session& session, const std::string& file, const Vrf& vrf, bool keepsSame) {
   if (file == "-" && session.commandsOnInput) {
     throw Failure(Status::kFailed, "standard input holds the commands: it cannot be a routes file too");
   }
   LoadSummary summary;
   const Stopwatch watch;
   const bool clean = !session.unsaved.holds(Part::kRoutes);
-  RouteLoader loader(++session.generation, vrf);
+  RouteLoader loader(++session.generation, vrf, keepsSame);
   {
     Progress progress(session.progress, "loading");
     summary.report = readRoutes(file, session.output, progress, [&](const Route& r) { loader.write(r); });
@@ -160,15 +191,22 @@ void showLoadSummary(Session& session, const std::string& file, const LoadSummar
               "/s): " + formatCount(counts.inserted) + " new, " + formatCount(counts.replaced) + " replaced";
   if (counts.refused > 0) sentence += ", " + formatCount(counts.refused) + " refused";
   if (summary.report.badLines > 0) sentence += ", " + counted(summary.report.badLines, "bad line");
-  session.output.done(sentence, {{"file", file},
-                                 {"loaded", summary.loaded()},
-                                 {"new", counts.inserted},
-                                 {"replaced", counts.replaced},
-                                 {"refused", counts.refused},
-                                 {"bad_lines", summary.report.badLines},
-                                 {"interrupted", summary.report.interrupted},
-                                 {"seconds", summary.seconds},
-                                 {"routes_per_second", rate}});
+  std::vector<Fact> facts{{"file", file},
+                          {"loaded", summary.loaded()},
+                          {"new", counts.inserted},
+                          {"replaced", counts.replaced},
+                          {"refused", counts.refused},
+                          {"bad_lines", summary.report.badLines},
+                          {"interrupted", summary.report.interrupted},
+                          {"seconds", summary.seconds},
+                          {"routes_per_second", rate}};
+  if (summary.replace) {
+    const FibDbEngineReplace& ended = *summary.replace;
+    sentence += "; " + formatCount(ended.kept) + " kept as they were, " + formatCount(ended.changed) + " changed, " +
+                formatCount(ended.removed) + " removed";
+    facts.insert(facts.end(), {{"kept", ended.kept}, {"changed", ended.changed}, {"removed", ended.removed}});
+  }
+  session.output.done(sentence, facts);
 }
 
 }  // namespace fibdb::program

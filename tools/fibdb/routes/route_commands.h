@@ -4,6 +4,7 @@
 #ifndef FIBDB_TOOLS_ROUTE_COMMANDS_H
 #define FIBDB_TOOLS_ROUTE_COMMANDS_H
 
+#include <optional>
 #include <string>
 
 #include "tools/fibdb/routes/routes.h"
@@ -16,14 +17,16 @@ struct LoadSummary {
   RoutesFileReport report;
   LoadCounts counts;
   double seconds = 0;
-  bool skipsBad = false;  // lines that were bad are no failure
+  std::optional<FibDbEngineReplace> replace = {};  // what became of those that were there
+  bool skipsBad = false;                           // lines that were bad are no failure
 
   uint64_t loaded() const { return counts.inserted + counts.replaced; }
   Status status() const;
 };
 
 // Loads a routes file through the batch path and reports every refusal; the summary is the caller's to show.
-LoadSummary loadRoutesFile(Session& session, const std::string& file, const Vrf& vrf = {});
+// keepsSame: as RouteLoader has it.
+LoadSummary loadRoutesFile(Session& session, const std::string& file, const Vrf& vrf = {}, bool keepsSame = false);
 void showLoadSummary(Session& session, const std::string& file, const LoadSummary& summary);
 
 }  // namespace fibdb::program

@@ -174,8 +174,8 @@ class RouteLoader::Batch {
   FibDbBatchCompletion completion_{&Batch::applied, this};
 };
 
-RouteLoader::RouteLoader(uint32_t generation, const Vrf& vrf)
-    : vrf_(vrf), generation_(generation), writer_(static_cast<uint32_t>(getpid())) {
+RouteLoader::RouteLoader(uint32_t generation, const Vrf& vrf, bool keepsSame)
+    : vrf_(vrf), generation_(generation), writer_(static_cast<uint32_t>(getpid())), keepsSame_(keepsSame) {
   openConnection();
   begin();
 }
@@ -185,16 +185,23 @@ RouteLoader::~RouteLoader() {
   applied_.wait(lock, [this] { return underWay_.empty() || underWay_.back()->result.has_value(); });
 }
 
+FibDbIp4forwardItem RouteLoader::itemFor(const Route& route) const {
+  if (keepsSame_) {
+    const auto known = readRoute(route.prefix, vrf_);
+    if (known && known->attr_word_a == route.group && originOf(*known) == route.origin) return *known;
+  }
+  FibDbIp4forwardItem item = keyItem(route.prefix, vrf_);
+  item.attr_word_a = route.group;
+  item.attr_word_e = route.origin;
+  item.source_pid = writer_;
+  item.table_smooth_id = generation_;
+  item.time_stamp_svc = microsecondsNow();
+  return item;
+}
+
 void RouteLoader::write(const Route& route) {
-  add(route, [&] {
-    FibDbIp4forwardItem item = keyItem(route.prefix, vrf_);
-    item.attr_word_a = route.group;
-    item.attr_word_e = route.origin;
-    item.source_pid = writer_;
-    item.table_smooth_id = generation_;
-    item.time_stamp_svc = microsecondsNow();
-    return call<FIB_DB_BatchAddOperWriteIp4forward>(&object_, &item, 0);
-  });
+  const FibDbIp4forwardItem item = itemFor(route);
+  add(route, [&] { return call<FIB_DB_BatchAddOperWriteIp4forward>(&object_, &item, 0); });
 }
 
 void RouteLoader::remove(const Prefix& prefix) {

@@ -122,7 +122,8 @@ struct LoadCounts {
 // which. INVARIANTS: no batch outlives the loader; the destructor waits for those under way.
 class RouteLoader {
  public:
-  explicit RouteLoader(uint32_t generation, const Vrf& vrf = {});
+  // keepsSame: a route that says the same as the one that is there is written as that was, stamps included.
+  explicit RouteLoader(uint32_t generation, const Vrf& vrf = {}, bool keepsSame = false);
   ~RouteLoader();
   RouteLoader(const RouteLoader&) = delete;
   RouteLoader& operator=(const RouteLoader&) = delete;
@@ -141,12 +142,14 @@ class RouteLoader {
   void take(const Batch& batch);
   void findRefused(const Batch& batch, uint32_t failed);
   bool wasApplied(const Route& route) const;
+  FibDbIp4forwardItem itemFor(const Route& route) const;
   template <class Add>
   void add(const Route& route, Add addOperation);
 
   const Vrf vrf_;
   const uint32_t generation_;  // stamped into every route as table_smooth_id
   const uint32_t writer_;      // this process, as source_pid
+  const bool keepsSame_;
   uint64_t object_ = 0;
   std::mutex mutex_;  // guards the batches' results against the engine's thread
   std::condition_variable applied_;

@@ -189,6 +189,7 @@ constexpr WordHelp kWordHelps[] = {
     {"off", "no more"},
     {"on", "from now on"},
     {"prefix", "[in | covering] PREFIX"},
+    {"replace", "routes that the file does not have go"},
     {"skip-bad", "bad lines are no failure"},
     {"table", "rows below headings"},
     {"vertical", "a line for each value"},

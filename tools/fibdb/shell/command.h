@@ -17,6 +17,7 @@
 #include "tools/fibdb/base/failure.h"
 #include "tools/fibdb/base/words.h"
 #include "tools/fibdb/output/progress.h"
+#include "tools/fibdb/shell/arena.h"
 #include "tools/fibdb/shell/unsaved.h"
 
 namespace fibdb::program {
@@ -46,6 +47,7 @@ struct Session {
   bool ended = false;      // quit was given
   bool timing = false;     // how long a command took is said
   Pager* pager = nullptr;  // behind the answers, on a terminal
+  Arena arena = {};
 };
 
 std::string usageOf(const Command& command);
@@ -58,6 +60,7 @@ std::span<const Command> recordCommands();
 std::span<const Command> configCommands();
 std::span<const Command> databaseCommands();
 std::span<const Command> statisticsCommands();
+std::span<const Command> arenaCommands();
 std::span<const Command> measureCommands();
 std::span<const Command> sessionCommands();
 std::span<const Command> watchCommands();

@@ -36,6 +36,18 @@ bool isRead(const Command& command) {
   return begins(command, "show") || begins(command, "explain") || command.words == "help";
 }
 
+bool isChange(const Command& command) {
+  constexpr std::array kVerbs{"add", "set", "delete", "load", "clear", "limit"};
+  return command.words == "tour" ||
+         std::ranges::any_of(kVerbs, [&](const char* verb) { return begins(command, verb); });
+}
+
+// Commands that look at no table.
+bool isAside(const Command& command) {
+  constexpr std::array kWords{"help", "quit", "trace", "timing", "watch"};
+  return begins(command, "arena") || std::ranges::find(kWords, command.words) != kWords.end();
+}
+
 // A command that writes to standard output what is no answer but a file's content, or a collector's.
 bool writesData(const std::string& line) {
   try {
@@ -127,6 +139,7 @@ Status Shell::runCommand(const std::string& line) {
   const AnswerView view = begins(*match.command, "show") ? takeView(rest) : AnswerView();
   Arguments arguments(*match.command, rest);
   if (writesData(line)) session_.output.expectData();
+  if (!isAside(*match.command)) session_.arena.enter(isChange(*match.command));
   const InterruptScope scope;
   const AnswerScope answer(session_, view, isRead(*match.command));
   const Status status = match.command->run(session_, arguments);

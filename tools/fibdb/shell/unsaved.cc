@@ -29,7 +29,12 @@ uint64_t changesOf(Part part) {
 
 }  // namespace
 
-bool Unsaved::holds(Part part) const { return changesOf(part) != settled_[static_cast<size_t>(part)]; }
+// What is in an arena stays when the program has gone.
+bool Unsaved::holds(Part part) const {
+  FibDbEngineShared shared;
+  if (fibdb_engine_shared(&shared) == FIB_DB_OK) return false;  // not traced
+  return changesOf(part) != settled_[static_cast<size_t>(part)];
+}
 
 void Unsaved::settle(Part part) { settled_[static_cast<size_t>(part)] = changesOf(part); }
 

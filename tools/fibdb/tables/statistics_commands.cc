@@ -6,6 +6,7 @@
 
 #include "fibdb/fibdb.h"
 #include "tools/fibdb/base/call.h"
+#include "tools/fibdb/base/clock.h"
 #include "tools/fibdb/output/output.h"
 #include "tools/fibdb/output/text.h"
 #include "tools/fibdb/shell/command.h"
@@ -13,6 +14,8 @@
 
 namespace fibdb::program {
 namespace {
+
+constexpr uint64_t kMicro = 1'000'000;
 
 Value bytesPerRecord(const FibDbEngineTableStats& stats) {
   if (stats.records == 0) return {};
@@ -76,6 +79,15 @@ Status showEngine(Session& session, Arguments& arguments) {
            {"used", arena.used, Format::kBytes},
            {"objects", arena.objects, Format::kCount},
            {"connections", arena.connections, Format::kCount}});
+  FibDbEngineShared shared{};
+  if (call<fibdb_engine_shared>(&shared) == FIB_DB_OK) {
+    showOne(session, "shared",
+            {{"file", std::string(shared.path)},
+             {"created", timeText(static_cast<std::time_t>(shared.createdAt / kMicro))},
+             {"read_only", shared.readOnly != 0},
+             {"repairs", shared.repairs, Format::kCount},
+             {"writes_refused", shared.refused, Format::kAlarm}});
+  }
   if (const auto connection = connectionStats()) {
     showOne(session, "connection",
             {{"batch_limit", connection->batchLimit, Format::kCount},

@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tools/fibdb/shell/arena.h: the arena that the program looks into: for reading, until a command writes.
+#ifndef FIBDB_TOOLS_ARENA_H
+#define FIBDB_TOOLS_ARENA_H
+
+#include <cstdint>
+#include <string>
+
+namespace fibdb::program {
+
+class Arena {
+ public:
+  Arena() = default;
+  // As the command line names it, or else the environment; empty: the program's tables are its own.
+  explicit Arena(std::string name);
+
+  // What a command is about to do. One that is not there is made by the first command that writes. Throws Failure.
+  void enter(bool writes);
+
+ private:
+  enum class Joined : uint8_t { kNot, kReading, kWriting };
+
+  std::string name_;
+  Joined joined_ = Joined::kNot;
+};
+
+}  // namespace fibdb::program
+
+#endif
