@@ -90,7 +90,7 @@ TEST_F(CheckEngine, fails_when_a_table_did_not_stand_still) {
   EXPECT_EQ(overtaken.status, Status::kFailed);
   EXPECT_EQ(overtaken.text,
             "table       finding\n"
-            "ip4forward  not checked: writes came between again and again\n"
+            "ip4forward  not checked: it was being written at every look\n"
             "27 tables checked, 1,000 records in 1 block of memory: 0 findings, 1 table not checked\n");
 }
 

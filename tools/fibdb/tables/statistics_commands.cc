@@ -110,7 +110,7 @@ Status checkEngine(Session& session, Arguments& arguments) {
   arguments.end();
   std::vector<Finding> findings;
   const auto keep = [](const char* table, const char* finding, void* to) {
-    const char* const text = finding == nullptr ? "not checked: writes came between again and again" : finding;
+    const char* const text = finding == nullptr ? "not checked: it was being written at every look" : finding;
     static_cast<std::vector<Finding>*>(to)->push_back({table, text});
     return 0;
   };
