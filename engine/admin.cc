@@ -9,6 +9,7 @@
 #include "engine/client/faults.h"
 #include "engine/client/object.h"
 #include "engine/service/table_service.h"
+#include "engine/store/check.h"
 #include "fibdb/engine.h"
 #include "platform/objdb.h"
 
@@ -255,6 +256,22 @@ uint32_t fibdb_engine_clear(uint32_t table, uint64_t* removed) {
   }
   if (removed != nullptr) *removed = gone;
   return code;
+}
+
+uint32_t fibdb_engine_check(FibDbEngineFinding visit, void* context, FibDbEngineCheck* out) {
+  if (visit == nullptr || out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  store::Store& store = store::Store::instance();
+  if (const uint32_t code = store.code()) return code;
+  store::CheckResult result;
+  const auto each = [&](const char* table, const char* finding) { return visit(table, finding, context) == 0; };
+  const uint32_t code = store::Check::run(store, each, result);
+  *out = {.tables = result.checked,
+          .overtaken = result.overtaken,
+          .records = result.records,
+          .blocks = result.blocks,
+          .findings = result.findings};
+  // What was lost meanwhile was not what was checked.
+  return code != 0 ? code : store.code();
 }
 
 uint32_t fibdb_engine_begin_replace(uint32_t table, uint32_t vr) {

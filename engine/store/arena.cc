@@ -139,7 +139,7 @@ void Arena::noteWaiting(uint64_t batches) {
   if (self_ != nullptr) self_->waiting.store(batches, std::memory_order_relaxed);
 }
 
-void Arena::eachWriter(Visit<const ArenaWriter&> visit) const {
+void Arena::eachWriter(Visit<void(const ArenaWriter&)> visit) const {
   for (const Seat& seat : header()->seats) {
     const uint32_t pid = seat.pid.load(std::memory_order_relaxed);
     if (pid == 0) continue;

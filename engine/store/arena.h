@@ -98,7 +98,7 @@ class Arena {
   }
   void noteWaiting(uint64_t batches);
   // Calls visit for each process that ever wrote and was not swept.
-  void eachWriter(Visit<const ArenaWriter&> visit) const;
+  void eachWriter(Visit<void(const ArenaWriter&)> visit) const;
 
   // Forgets everything: the memory reads as zero again. REQUIRES: nobody uses the arena, and it is in no file.
   void clear();

@@ -81,8 +81,11 @@ class HashIndex {
   // so long as no hash makes it: crowded, the index only gets slower. Called when the write is complete, as a step.
   void grow(uint32_t keep);
 
-  // The blocks of the directory and of overflow buckets; each reference, and whether it stands where its hash belongs.
-  void survey(VisitBlock block, Visit<Ref, bool> entry) const;
+  // The blocks of the directory and of buckets, and each reference: entry says whether it is one and, then, its hash;
+  // same, whether two of them have the same key.
+  using VisitEntry = Visit<bool(Ref, uint64_t&)>;
+  using VisitPair = Visit<bool(Ref, Ref)>;
+  void survey(const Surveyor& to, const VisitEntry& entry, const VisitPair& same) const;
 
  private:
   static constexpr uint32_t kBucketsPerBlock = kMaxBlockBytes / sizeof(HashBucket);
@@ -111,6 +114,9 @@ class HashIndex {
   void place(HashBucket* chain, uint64_t hash, Ref ref);
   void trim(HashBucket* chain);
   void split(uint32_t from);
+
+  uint32_t surveyChain(const HashBucket* chain, uint32_t number, const Surveyor& to, const VisitEntry& entry,
+                       const VisitPair& same) const;
 
   template <class IsIt, class Each>
   Ref findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt, Each&& each) const;
@@ -316,24 +322,63 @@ void HashIndex<HashOf>::grow(uint32_t keep) {
 }
 
 template <class HashOf>
-void HashIndex<HashOf>::survey(VisitBlock block, Visit<Ref, bool> entry) const {
-  if (state_->directory == kNoRef) return;
-  block(state_->directory, kMaxBlockBytes);
-  for (uint32_t number = 0; number < state_->buckets; ++number) {
-    const Ref leaf = heap_->at<Ref>(state_->directory)[number / kBucketsPerBlock / kRefsPerBlock];
-    if (number % (kBucketsPerBlock * kRefsPerBlock) == 0) block(leaf, kMaxBlockBytes);
-    const Ref buckets = heap_->at<Ref>(leaf)[number / kBucketsPerBlock % kRefsPerBlock];
-    if (number % kBucketsPerBlock == 0) block(buckets, kMaxBlockBytes);
-    for (const HashBucket* bucket = bucketAt(number);; bucket = heap_->at<HashBucket>(bucket->next)) {
-      for (const Ref ref : bucket->refs) {
-        if (ref != kNoRef) entry(ref, bucketOf(hashOf_(ref), state_->buckets) == number);
-      }
-      if (bucket->next == kNoRef) break;
-      block(bucket->next, sizeof(HashBucket));
+void HashIndex<HashOf>::survey(const Surveyor& to, const VisitEntry& entry, const VisitPair& same) const {
+  const Ref directory = follow(state_->directory);
+  const uint32_t buckets = follow(state_->buckets);
+  if (buckets > kMaxBuckets) return to.wrong("more buckets than there can be", directory);
+  if (buckets > 0 && !to.block(directory, kMaxBlockBytes)) return;
+  uint64_t count = 0;
+  Ref leaf = kNoRef;
+  for (uint32_t first = 0; first < buckets; first += kBucketsPerBlock) {
+    const uint32_t block = first / kBucketsPerBlock;
+    if (block % kRefsPerBlock == 0) {
+      leaf = follow(heap_->at<Ref>(directory)[block / kRefsPerBlock]);
+      if (!to.block(leaf, kMaxBlockBytes)) leaf = kNoRef;
+    }
+    if (leaf == kNoRef) continue;
+    const Ref ref = follow(heap_->at<Ref>(leaf)[block % kRefsPerBlock]);
+    if (!to.block(ref, kMaxBlockBytes)) continue;
+    for (uint32_t i = 0; i < kBucketsPerBlock && first + i < buckets; ++i) {
+      count += surveyChain(heap_->at<HashBucket>(ref) + i, first + i, to, entry, same);
     }
   }
-  for (Ref ref = state_->freeOverflow; ref != kNoRef; ref = heap_->at<HashBucket>(ref)->next) {
-    block(ref, sizeof(HashBucket));
+  if (count != load(state_->count)) to.wrong("miscounted", kNoRef);
+  for (Ref ref = load(state_->freeOverflow); ref != kNoRef && to.block(ref, sizeof(HashBucket));) {
+    ref = load(heap_->at<HashBucket>(ref)->next);
+  }
+}
+
+// The references in the chain of the bucket with this number.
+template <class HashOf>
+uint32_t HashIndex<HashOf>::surveyChain(const HashBucket* chain, uint32_t number, const Surveyor& to,
+                                        const VisitEntry& entry, const VisitPair& same) const {
+  // As many as a chain mostly has: in one that is longer the rest is not compared with each other.
+  constexpr uint32_t kCompared = 64;
+  struct {
+    uint64_t hash;
+    Ref ref;
+  } known[kCompared];
+  uint32_t knownCount = 0, count = 0;
+  const uint32_t buckets = follow(state_->buckets);
+  for (;;) {
+    for (const Ref& ref : chain->refs) __builtin_prefetch(heap_->at<void>(load(ref)));
+    for (uint32_t slot = 0; slot < HashBucket::kSlots; ++slot) {
+      const Ref ref = follow(chain->refs[slot]);
+      if (ref == kNoRef) continue;
+      ++count;
+      uint64_t hash = 0;
+      if (!entry(ref, hash)) continue;
+      if (bucketOf(hash, buckets) != number) to.wrong("in the wrong bucket", ref);
+      const uint32_t tags = load(chain->tags[slot / sizeof(uint32_t)]);
+      if (((tags ^ tagPattern(hash)) >> slot % sizeof(uint32_t) * 8 & 0xFF) != 0) to.wrong("with a wrong tag", ref);
+      for (uint32_t i = 0; i < knownCount; ++i) {
+        if (known[i].hash == hash && same(known[i].ref, ref)) to.wrong("a key for the second time", ref);
+      }
+      if (knownCount < kCompared) known[knownCount++] = {hash, ref};
+    }
+    const Ref next = follow(chain->next);
+    if (next == kNoRef || !to.block(next, sizeof(HashBucket))) return count;
+    chain = heap_->at<HashBucket>(next);
   }
 }
 

@@ -209,22 +209,41 @@ Ref Heap::appendChunk() {
   return fresh;
 }
 
-void Heap::survey(VisitBlock free, VisitBlock resting, VisitBlock queue) const {
+void Heap::survey(const Surveyor& free, const Surveyor& resting, const Surveyor& queue) const {
+  uint64_t pieces = 0;
   for (uint32_t units = 1; units <= kSizeClasses; ++units) {
-    for (Ref block = state_->free[units - 1]; block != kNoRef; block = at<FreeBlock>(block)->next) {
-      free(block, units * uint32_t{kRefUnit});
+    const Ref first = load(state_->free[units - 1]);
+    const uint64_t shelves = load(state_->shelves[(units - 1) / kShelfBits]);
+    if ((shelves >> (units - 1) % kShelfBits & 1) != (first != kNoRef)) {
+      free.wrong("a size is marked wrongly", first);
+    }
+    for (Ref block = first; block != kNoRef && free.block(block, units * kRefUnit);) {
+      pieces += units / kPieceUnits;
+      block = load(at<FreeBlock>(block)->next);
     }
   }
-  free(state_->open, state_->openUnits * uint32_t{kRefUnit});
-  free(state_->tail, state_->tailUnits * uint32_t{kRefUnit});
-  if (state_->spare != kNoRef) free(state_->spare, kExtentBytes);
-  for (Ref ref = state_->oldestResting; ref != kNoRef; ref = at<Chunk>(ref)->next) {
+  if (pieces != load(state_->freePieces)) free.wrong("pieces are miscounted", kNoRef);
+  free.block(load(state_->open), load(state_->openUnits) * kRefUnit);
+  free.block(load(state_->tail), load(state_->tailUnits) * kRefUnit);
+  if (const Ref spare = load(state_->spare)) free.block(spare, kExtentBytes);
+
+  Ref newest = kNoRef;
+  uint64_t before = 0;
+  for (Ref ref = load(state_->oldestResting); ref != kNoRef && queue.block(ref, sizeof(Chunk));) {
     const Chunk& chunk = *at<Chunk>(ref);
-    queue(ref, sizeof chunk);
-    for (uint32_t i = chunk.begin; i < chunk.end; ++i) {
-      resting(chunk.entries[i].block, chunk.entries[i].units * uint32_t{kRefUnit});
+    const uint32_t end = load(chunk.end);
+    if (end > kChunkEntries) return queue.wrong("more entries than there can be", ref);
+    for (uint32_t i = load(chunk.begin); i < end; ++i) {
+      const Resting& entry = chunk.entries[i];
+      resting.block(load(entry.block), load(entry.units) * kRefUnit);
+      const uint64_t retiredAt = load(entry.retiredAt);
+      if (retiredAt < before || retiredAt > clock()) queue.wrong("times are out of order", ref);
+      before = retiredAt;
     }
+    newest = ref;
+    ref = load(chunk.next);
   }
+  if (newest != load(state_->newestResting)) queue.wrong("does not end where it must", newest);
 }
 
 // What nothing fitted serves later allocations of its size.

@@ -122,7 +122,7 @@ class Heap {
   Ref takeExtent();
 
   // Free blocks, the uncut rests of extents and the spare one; blocks that rest; the queue's own.
-  void survey(VisitBlock free, VisitBlock resting, VisitBlock queue) const;
+  void survey(const Surveyor& free, const Surveyor& resting, const Surveyor& queue) const;
 
   template <class T>
   T* at(Ref ref) const {

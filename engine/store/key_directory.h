@@ -30,7 +30,7 @@ class KeyDirectory {
     const KeyDirectory* directory;
     uint64_t operator()(Ref block) const {
       Key key;
-      directory->shape_->fromPacked(directory->keyBytes(block), key);
+      directory->keyOf(block, key);
       return key.hash;
     }
   };
@@ -55,17 +55,8 @@ class KeyDirectory {
   // The same; each is called for each bucket that is looked at.
   template <class Each>
   Ref find(const Key& key, Each&& each) const {
-    // Whole words: a key is padded with zeros here and there.
-    const auto isIt = [&](Ref block) {
-      const auto* stored = reinterpret_cast<const uint32_t*>(payload(block) + 1);
-      for (size_t at = 0; at < key.length; at += sizeof(uint32_t)) {
-        uint32_t word;
-        std::memcpy(&word, key.bytes + at, sizeof word);
-        if (load(*stored++) != word) return false;
-      }
-      return true;
-    };
-    return blocks().find(key.hash, isIt, each);
+    return blocks().find(
+        key.hash, [&](Ref block) { return hasKey(block, key); }, each);
   }
 
   uint32_t prepare() { return blocks().prepare(); }
@@ -88,18 +79,41 @@ class KeyDirectory {
 
   void grow(uint32_t keep) { blocks().grow(keep); }
 
-  // All blocks, the keys' own among them; each key's block, and whether it is found where it belongs.
-  void survey(VisitBlock block, Visit<Ref, bool> key) const {
-    blocks().survey(block, [&](Ref ref, bool inPlace) {
-      block(ref, blockBytes());
-      key(ref, inPlace);
-    });
+  // All blocks, the keys' own among them; each key's block.
+  void survey(const Surveyor& to, const Visit<void(Ref)>& key) const {
+    const auto entry = [&](Ref block, uint64_t& hash) {
+      if (!to.block(block, blockBytes())) return false;
+      hash = HashOfBlock{this}(block);
+      key(block);
+      return true;
+    };
+    const auto same = [&](Ref a, Ref b) {
+      Key key;
+      keyOf(a, key);
+      return hasKey(b, key);
+    };
+    blocks().survey(to, entry, same);
   }
-  const uint8_t* keyBytes(Ref block) const { return reinterpret_cast<const uint8_t*>(payload(block) + 1); }
+  // The key of a block.
+  void keyOf(Ref block, Key& key) const {
+    alignas(uint64_t) uint8_t packed[schema::kMaxKeyLength];
+    copyOut(packed, payload(block) + 1, shape_->length());
+    shape_->fromPacked(packed, key);
+  }
 
  private:
   Blocks blocks() const { return Blocks(*heap_, *state_, HashOfBlock{this}); }
   uint32_t blockBytes() const { return static_cast<uint32_t>(sizeof(Payload)) + shape_->length(); }
+  // Whole words: a key is padded with zeros here and there.
+  bool hasKey(Ref block, const Key& key) const {
+    const auto* stored = reinterpret_cast<const uint32_t*>(payload(block) + 1);
+    for (size_t at = 0; at < key.length; at += sizeof(uint32_t)) {
+      uint32_t word;
+      std::memcpy(&word, key.bytes + at, sizeof word);
+      if (load(*stored++) != word) return false;
+    }
+    return true;
+  }
 
   Heap* heap_;
   HashIndexState* state_;

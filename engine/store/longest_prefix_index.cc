@@ -343,25 +343,63 @@ class OrderedWalk {
   uint64_t path_ = 0;
 };
 
-// chunks: those of the levels above, as an address shifted to the right.
-void surveyNode(const Heap& heap, Ref ref, uint32_t level, uint64_t chunks, VisitBlock node,
-                Visit<uint32_t, uint8_t, uint32_t> prefix) {
-  const Node& here = *heap.at<Node>(ref);
-  node(ref, bytesOf(here));
-  for (uint32_t place = 1; place < kChunks; ++place) {
-    if ((here.prefixes & bitOf(place)) == 0) continue;
-    const uint8_t length = lengthAt(level, place);
-    const uint32_t bits = static_cast<uint32_t>(std::bit_width(place)) - 1;
-    const uint64_t known = chunks << bits | (place & bitsBelow(bits));
-    const auto addr = static_cast<uint32_t>(length == 0 ? 0 : known << (kMaxLength - length));
-    prefix(addr, length, refsOf(here)[valueRank(here.children, here.prefixes, place)]);
-  }
-  for (uint32_t chunk = 0; chunk < kChunks; ++chunk) {
-    if ((here.children & bitOf(chunk)) == 0) continue;
-    surveyNode(heap, refsOf(here)[childRank(here.children, chunk)], level + 1, chunks << kChunkBits | chunk, node,
-               prefix);
-  }
+// What a node of a level can have: the root stands before the first bits of addresses, nothing below the last.
+constexpr uint64_t childrenAt(uint32_t level) {
+  if (level == 0) return bitsBelow(1U << (kChunkBits - kLeadingBits));
+  return level == kLevels - 1 ? 0 : ~uint64_t{0};
 }
+constexpr uint64_t prefixesAt(uint32_t level) {
+  if (level == 0) return bitOf(1U << kLeadingBits);
+  return (level == kLevels - 1 ? Depth(kMaxLength).reach() : ~uint64_t{0}) & ~bitOf(0);
+}
+
+using VisitPrefix = Visit<void(uint32_t, uint8_t, uint32_t)>;
+
+// All nodes of a trie.
+class Survey {
+ public:
+  Survey(const Heap& heap, const Surveyor& to, const VisitPrefix& prefix) : heap_(heap), to_(to), prefix_(prefix) {}
+
+  // chunks: those of the levels above, as an address shifted to the right.
+  void node(Ref ref, uint32_t level, uint64_t chunks) {
+    Node maps{};
+    if (to_.holds(ref)) maps = {load(at(ref).children), load(at(ref).prefixes)};
+    if (!to_.block(ref, bytesOf(maps))) return miss();
+    const bool empty = (maps.children | maps.prefixes) == 0;
+    if (empty || (maps.children & ~childrenAt(level)) != 0 || (maps.prefixes & ~prefixesAt(level)) != 0) {
+      to_.wrong("a node as none can be", ref);
+      return miss();
+    }
+    const Ref* refs = refsOf(at(ref));
+    const uint32_t count = countOf(maps.children) + countOf(maps.prefixes);
+    for (uint32_t i = 0; i < count; ++i) __builtin_prefetch(heap_.at<void>(load(refs[i])));
+    for (uint64_t left = maps.children; left != 0; left &= left - 1) {
+      const auto chunk = static_cast<uint32_t>(std::countr_zero(left));
+      node(follow(*refs++), level + 1, chunks << kChunkBits | chunk);
+    }
+    for (uint64_t left = maps.prefixes; left != 0; left &= left - 1) {
+      const auto place = static_cast<uint32_t>(std::countr_zero(left));
+      const uint8_t length = lengthAt(level, place);
+      const uint32_t bits = highestOf(place);
+      const uint64_t known = chunks << bits | (place & bitsBelow(bits));
+      ++prefixes_;
+      prefix_(static_cast<uint32_t>(length == 0 ? 0 : known << (kMaxLength - length)), length, follow(*refs++));
+    }
+  }
+
+  uint32_t prefixes() const { return prefixes_; }
+  bool isWhole() const { return whole_; }
+
+ private:
+  const Node& at(Ref ref) const { return *heap_.at<Node>(ref); }
+  void miss() { whole_ = false; }
+
+  const Heap& heap_;
+  const Surveyor& to_;
+  const VisitPrefix& prefix_;
+  uint32_t prefixes_ = 0;
+  bool whole_ = true;
+};
 
 // Runs a lookup compiled for a machine that counts bits in one instruction, if this is one: on x86-64 all are
 // since 2008, but the baseline does not promise it. REQUIRES: lookup is always_inline.
@@ -471,10 +509,11 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
 // The node of the shortcuts' level on the way to addr, by the way from the root.
 Ref LongestPrefixIndex::nodeAbove(uint32_t addr) const {
   Ref ref = state_->root;
-  for (uint32_t level = 0; level < kShortcutLevel && ref != kNoRef; ++level) {
+  for (uint32_t level = 0; level < kShortcutLevel && ref != kNoRef && heap_->arena().readable(ref); ++level) {
     const Node& node = *heap_->at<Node>(ref);
+    const uint64_t children = load(node.children);
     const uint32_t chunk = chunkOf(addr, level);
-    ref = (node.children & bitOf(chunk)) == 0 ? kNoRef : refsOf(node)[childRank(node.children, chunk)];
+    ref = (children & bitOf(chunk)) == 0 ? kNoRef : load(refsOf(node)[childRank(children, chunk)]);
   }
   return ref;
 }
@@ -542,11 +581,18 @@ void LongestPrefixIndex::fetchThen(uint32_t addr) const {
   fetchNode(heap_->arena(), load(refsOf(node)[childRank(children, chunk)]));
 }
 
+bool LongestPrefixIndex::leadsRight(Ref block, uint32_t number) const {
+  for (uint32_t i = 0; i < kShortcutsPerBlock; ++i) {
+    const uint32_t way = (number * kShortcutsPerBlock + i) << (kMaxLength - kShortcutBits);
+    if (load(heap_->at<Ref>(block)[i]) != nodeAbove(way)) return false;
+  }
+  return true;
+}
+
 bool LongestPrefixIndex::shortcutsLeadRight() const {
-  for (uint32_t way = 0; way < 1U << kShortcutBits; ++way) {
-    const uint32_t addr = way << (kMaxLength - kShortcutBits);
-    const Ref block = state_->shortcuts[way / kShortcutsPerBlock];
-    if (block != kNoRef && heap_->at<Ref>(block)[way % kShortcutsPerBlock] != nodeAbove(addr)) return false;
+  for (uint32_t number = 0; number < kShortcutBlocks; ++number) {
+    const Ref block = state_->shortcuts[number];
+    if (block != kNoRef && !leadsRight(block, number)) return false;
   }
   return true;
 }
@@ -656,10 +702,15 @@ uint32_t LongestPrefixIndex::from(uint32_t addr, uint32_t length, PrefixEntry* o
   });
 }
 
-void LongestPrefixIndex::survey(VisitBlock block, Visit<uint32_t, uint8_t, uint32_t> prefix) const {
-  if (state_->root != kNoRef) surveyNode(*heap_, state_->root, 0, 0, block, prefix);
-  for (const Ref shortcuts : state_->shortcuts) {
-    if (shortcuts != kNoRef) block(shortcuts, kMaxBlockBytes);
+void LongestPrefixIndex::survey(const Surveyor& to, const VisitPrefix& prefix) const {
+  const Ref root = follow(state_->root);
+  Survey nodes(*heap_, to, prefix);
+  if (root != kNoRef) nodes.node(root, 0, 0);
+  if (nodes.prefixes() != load(state_->count)) to.wrong("prefixes are miscounted, the root", root);
+  for (uint32_t number = 0; number < kShortcutBlocks; ++number) {
+    const Ref block = follow(state_->shortcuts[number]);
+    if (block == kNoRef || !to.block(block, kMaxBlockBytes)) continue;
+    if (nodes.isWhole() && !leadsRight(block, number)) to.wrong("a shortcut leads astray", block);
   }
 }
 

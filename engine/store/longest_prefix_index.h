@@ -101,7 +101,7 @@ class LongestPrefixIndex {
   }
 
   // The nodes and shortcuts, and every prefix: address, length, value.
-  void survey(VisitBlock block, Visit<uint32_t, uint8_t, uint32_t> prefix) const;
+  void survey(const Surveyor& to, const Visit<void(uint32_t, uint8_t, uint32_t)>& prefix) const;
   // Whether every shortcut leads to where the way from the root leads.
   bool shortcutsLeadRight() const;
 
@@ -111,6 +111,7 @@ class LongestPrefixIndex {
   uint32_t place(uint32_t addr, uint8_t length, uint32_t value, bool replaces);
   Ref shortcutTo(uint32_t addr) const;
   Ref nodeAbove(uint32_t addr) const;
+  bool leadsRight(Ref block, uint32_t number) const;
   void lead(uint32_t addr);
   void retireShortcuts();
 

@@ -385,6 +385,54 @@ class Reader {
   Step path_[kMaxLevels];
 };
 
+// All nodes of a tree from left to right. What comes next is above the entry that was last, and not below the bound in
+// an inner node that was last.
+template <class Entry>
+class Survey {
+ public:
+  using S = Shape<Entry>;
+
+  Survey(const Heap& heap, const Surveyor& to, const Visit<void(const Entry&)>& entry)
+      : heap_(heap), to_(to), entry_(entry) {}
+
+  // above: the level of the node that led here; of the root the first that no tree has.
+  void node(Ref ref, uint32_t above, bool isRoot) {
+    if (!to_.block(ref, kNodeBytes)) return;
+    const Node& here = *heap_.at<Node>(ref);
+    const uint32_t level = load(here.level);
+    if (isRoot ? level >= above : level + 1 != above) return to_.wrong("a node of another level", ref);
+    const uint32_t count = countIn(follow(here.fill));
+    if (count == 0 || count > S::capacity(level)) return to_.wrong("a node of another size", ref);
+    for (uint32_t slot = 0; slot < count; ++slot) {
+      if (level == 0) __builtin_prefetch(heap_.at<void>(S::entryAt(here, 0, slot).record));
+    }
+    for (uint32_t slot = 0; slot < count; ++slot) {
+      const Entry entry = S::entryAt(here, level, slot);
+      if (level == 0 || slot > 0) inOrder(entry, /*isBound=*/level > 0);
+      if (level == 0) {
+        entry_(entry);
+      } else {
+        node(follow(S::childAt(here, slot)), level, /*isRoot=*/false);
+      }
+    }
+  }
+
+ private:
+  void inOrder(const Entry& entry, bool isBound) {
+    const auto order = last_ <=> entry;
+    if (any_ && (order > 0 || (order == 0 && !lastIsBound_))) to_.wrong("out of order", entry.record);
+    last_ = entry;
+    lastIsBound_ = isBound;
+    any_ = true;
+  }
+
+  const Heap& heap_;
+  const Surveyor& to_;
+  const Visit<void(const Entry&)>& entry_;
+  Entry last_{};
+  bool any_ = false, lastIsBound_ = false;
+};
+
 }  // namespace
 
 // Two fresh nodes per level and a new root; erasing takes one per level.
@@ -419,22 +467,9 @@ uint32_t OrderedIndex<Entry>::levels() const {
 }
 
 template <class Entry>
-void surveyNode(const Heap& heap, Ref ref, VisitBlock node, Visit<const Entry&> entry) {
-  using S = Shape<Entry>;
-  const Node& here = *heap.at<Node>(ref);
-  node(ref, kNodeBytes);
-  for (uint32_t slot = 0; slot < countIn(here.fill); ++slot) {
-    if (here.level > 0) {
-      surveyNode<Entry>(heap, S::childAt(here, slot), node, entry);
-    } else {
-      entry(S::entryAt(here, 0, slot));
-    }
-  }
-}
-
-template <class Entry>
-void OrderedIndex<Entry>::survey(VisitBlock node, Visit<const Entry&> entry) const {
-  if (state_->root != kNoRef) surveyNode<Entry>(*heap_, state_->root, node, entry);
+void OrderedIndex<Entry>::survey(const Surveyor& to, const Visit<void(const Entry&)>& entry) const {
+  const Ref root = follow(state_->root);
+  if (root != kNoRef) Survey<Entry>(*heap_, to, entry).node(root, kMaxLevels, /*isRoot=*/true);
 }
 
 template class OrderedIndex<PostingEntry>;

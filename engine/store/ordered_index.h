@@ -53,7 +53,7 @@ class OrderedIndex {
   uint32_t above(const Entry& bound, bool inclusive, Entry* out, uint32_t most) const;
 
   // The nodes, and the entries in ascending order.
-  void survey(VisitBlock node, Visit<const Entry&> entry) const;
+  void survey(const Surveyor& to, const Visit<void(const Entry&)>& entry) const;
 
  private:
   Heap* heap_;

@@ -105,16 +105,6 @@ void PrefixTables::findPlace(Ref block, uint32_t keep) {
   store(heap_->noted(at(block).placed), 1U);
 }
 
-bool PrefixTables::placesLeadRight() const {
-  for (const Ref neighbours : state_->places) {
-    if (neighbours == kNoRef) continue;
-    for (const Ref trie : std::span(heap_->at<Ref>(neighbours), kRefsPerBlock)) {
-      if (trie != kNoRef && findInOrder(reinterpret_cast<const uint8_t*>(at(trie).leading)) != trie) return false;
-    }
-  }
-  return true;
-}
-
 void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref record) {
   const Ref block = find(leading);
   LongestPrefixIndex trie = prefixes(block);
@@ -169,28 +159,55 @@ uint32_t PrefixTables::from(const OrderedEntry& first, OrderedEntry* out, uint32
   return count;
 }
 
-bool PrefixTables::isOf(Ref block, const uint8_t* row) const {
-  return leading_->isIn(row, reinterpret_cast<const uint8_t*>(at(block).leading));
+void PrefixTables::survey(const Surveyor& to, const VisitTrie& trie, const Visit<bool(Ref)>& isTrie,
+                          const VisitRecord& record) const {
+  tries_.survey(to, [&](const OrderedEntry& entry) {
+    const Ref block = entry.record;
+    if (!to.block(block, sizeof(Trie))) return;
+    uint8_t leading[sizeof Trie::leading];
+    copyOut(leading, at(block).leading, sizeof leading);
+    if (leading_->ordered(leading, block) != entry) to.wrong("a trie under another key", block);
+    trie(block, leading);
+    if (surveyTrie(block, to, record) == 0) to.wrong("an empty trie", block);
+  });
+  surveyPlaces(to, isTrie);
 }
 
-void PrefixTables::survey(VisitBlock block, Visit<Ref, bool> eachTrie, Visit<Ref, const Prefix&, Ref> record) const {
-  for (const Ref neighbours : state_->places) {
-    if (neighbours != kNoRef) block(neighbours, kMaxBlockBytes);
-  }
-  tries_.survey(block, [&](const OrderedEntry& entry) {
-    const Ref table = entry.record;
-    block(table, sizeof(Trie));
-    const auto* const leading = reinterpret_cast<const uint8_t*>(at(table).leading);
-    eachTrie(table, leading_->ordered(leading, table) == entry);
-    prefixes(table).survey(block, [&](uint32_t addr, uint8_t length, uint32_t word) {
-      const PrefixValue value(word);
-      if (!value.isSeveral()) return record(table, Prefix{addr, length}, value.ref());
-      block(value.ref(), sizeof(OrderedIndexState));
-      sharers(value.ref()).survey(block, [&](const PostingEntry& sharer) {
-        record(table, Prefix{sharer.key, length}, sharer.record);
-      });
+// The records in it.
+uint32_t PrefixTables::surveyTrie(Ref block, const Surveyor& to, const VisitRecord& record) const {
+  uint32_t records = 0;
+  prefixes(block).survey(to, [&](uint32_t addr, uint8_t length, uint32_t word) {
+    const Prefix prefix{addr, length};
+    const PrefixValue value(word);
+    if (!value.isSeveral()) {
+      ++records;
+      return record(prefix, /*exact=*/false, value.ref());
+    }
+    if (!to.block(value.ref(), sizeof(OrderedIndexState))) return;
+    const uint32_t before = records;
+    sharers(value.ref()).survey(to, [&](const PostingEntry& sharer) {
+      ++records;
+      if (!prefix.covers(sharer.key)) to.wrong("beside its prefix", sharer.record);
+      record({sharer.key, length}, /*exact=*/true, sharer.record);
     });
+    if (records == before) to.wrong("a shared prefix without records", value.ref());
   });
+  return records;
+}
+
+void PrefixTables::surveyPlaces(const Surveyor& to, const Visit<bool(Ref)>& isTrie) const {
+  for (uint32_t first = 0; first < kPlaces; first += kRefsPerBlock) {
+    const Ref neighbours = follow(state_->places[first / kRefsPerBlock]);
+    if (neighbours == kNoRef || !to.block(neighbours, kMaxBlockBytes)) continue;
+    for (uint32_t i = 0; i < kRefsPerBlock; ++i) {
+      const Ref trie = follow(heap_->at<Ref>(neighbours)[i]);
+      if (trie == kNoRef) continue;
+      uint32_t words[4];
+      const bool known = isTrie(trie);
+      if (known) copyOut(words, at(trie).leading, sizeof words);
+      if (!known || placeOf(words, addrWord()) != first + i) to.wrong("a place leads astray, to", trie);
+    }
+  }
 }
 
 uint32_t PrefixTables::sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out,

@@ -146,14 +146,12 @@ class PrefixTables {
     return entry;
   }
 
-  // All blocks; each trie's block, and whether it is in place; each record with its trie and its prefix, whose address
-  // has the bits below the mask only where records share it.
-  void survey(VisitBlock block, Visit<Ref, bool> trie, Visit<Ref, const Prefix&, Ref> record) const;
-  // Whether the trie is that of the row's leading columns.
-  bool isOf(Ref block, const uint8_t* row) const;
-  // Whether no place leads to a trie that is not there, or is another's.
-  bool placesLeadRight() const;
-  bool shortcutsLeadRight(Ref block) const { return prefixes(block).shortcutsLeadRight(); }
+  // All blocks; each trie's block and leading columns, and behind it its records, each with its prefix: exact says
+  // whether the address has the bits below the mask, as it has where records share it.
+  using VisitTrie = Visit<void(Ref, const uint8_t*)>;
+  using VisitRecord = Visit<void(const Prefix&, bool exact, Ref)>;
+  void survey(const Surveyor& to, const VisitTrie& trie, const Visit<bool(Ref)>& isTrie,
+              const VisitRecord& record) const;
 
  private:
   // The mask is one byte behind the address, and the rest of its word is empty.
@@ -169,6 +167,8 @@ class PrefixTables {
   Ref* placeFor(const uint32_t* words) const;
   void findPlace(Ref block, uint32_t keep);
   Ref findInOrder(const uint8_t* leading) const;
+  uint32_t surveyTrie(Ref block, const Surveyor& to, const VisitRecord& record) const;
+  void surveyPlaces(const Surveyor& to, const Visit<bool(Ref)>& isTrie) const;
 
   Heap* heap_;
   PrefixTablesState* state_;

@@ -149,17 +149,37 @@ bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
   }
 }
 
-void Records::surveyExtents(Visit<Ref> extent) const {
-  bool linked = state_->spare == kNoRef;
-  for (Ref ref = state_->firstExtent; ref != kNoRef; ref = heap_->at<ExtentHead>(ref)->next) {
-    extent(ref);
-    linked = linked || ref == state_->spare;
+void Records::survey(const Surveyor& to, const Visit<void(Ref, bool)>& slot, const Visit<bool(Ref)>& free) const {
+  const Ref last = load(state_->lastExtent), spare = load(state_->spare);
+  Ref before = kNoRef, end = kNoRef;  // the extent last seen, and the last that is not the spare one
+  for (Ref ref = follow(state_->firstExtent); ref != kNoRef && to.block(ref, kExtentBytes);) {
+    if (ref < before) to.wrong("an extent out of order", ref);
+    if (ref != spare) end = ref;
+    surveyExtent(ref, to, slot);
+    before = ref;
+    ref = follow(heap_->at<ExtentHead>(ref)->next);
   }
-  if (!linked) extent(state_->spare);
+  if (end != last) to.wrong("do not end where they must", end);
+  if (spare != kNoRef && spare != before) to.block(spare, kExtentBytes);
+  for (Ref record = load(state_->free); record != kNoRef && free(record);) {
+    record = static_cast<Ref>(load(*stamp(record)));
+  }
 }
 
-void Records::surveyFree(Visit<Ref> free) const {
-  for (Ref record = state_->free; record != kNoRef; record = static_cast<Ref>(*stamp(record))) free(record);
+void Records::surveyExtent(Ref extent, const Surveyor& to, const Visit<void(Ref, bool)>& slot) const {
+  const uint32_t cut = follow(heap_->at<ExtentHead>(extent)->cut);
+  const uint32_t least =
+      extent == load(state_->lastExtent) || extent == load(state_->spare) ? 0 : layout_->slotsPerExtent;
+  if (cut < least || cut > layout_->slotsPerExtent) to.wrong("another number of slots than there can be", extent);
+  for (uint32_t i = 0; i < layout_->slotsPerExtent; ++i) {
+    const Ref record = extent + kHeadUnits + i * layout_->slotUnits;
+    const uint32_t version = follow(versionOf(record));
+    const bool live = (version & kLive) != 0;
+    if ((version & kChanging) != 0) to.wrong("a change is under way", record);
+    if (live && i >= cut) to.wrong("live and never taken", record);
+    if (live && (load(*stamp(record)) & kTimeMask) > heap_->clock()) to.wrong("born later than now", record);
+    if (i < cut) slot(record, live);
+  }
 }
 
 RecordPosition Records::first() const { return {follow(state_->firstExtent), 0}; }

@@ -109,10 +109,9 @@ class Records {
   // Copies the row of a live record that was born at `latest` or before; false when it is not such a record.
   bool read(Ref record, uint64_t latest, uint8_t* row) const;
 
-  // Every extent, the spare one among them.
-  void surveyExtents(Visit<Ref> extent) const;
-  // Every slot that was given back.
-  void surveyFree(Visit<Ref> free) const;
+  // Every extent, the spare one among them; every slot that was ever in use, and whether it is live; every slot that
+  // was given back, to which free says whether it can be one.
+  void survey(const Surveyor& to, const Visit<void(Ref, bool)>& slot, const Visit<bool(Ref)>& free) const;
 
   RecordPosition first() const;
   // The next slot, live or not, and moves past it; kNoRef at the end.
@@ -125,6 +124,7 @@ class Records {
   static constexpr uint64_t kTimeMask = (uint64_t{1} << kTimeBits) - 1;
   uint64_t* stamp(Ref record) const;
   bool isFull(Ref extent) const;
+  void surveyExtent(Ref extent, const Surveyor& to, const Visit<void(Ref, bool)>& slot) const;
   void linkSpare();
 
   Heap* heap_;

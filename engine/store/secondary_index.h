@@ -104,12 +104,12 @@ class SecondaryIndex {
     return found;
   }
 
-  // All blocks; each key's block, and whether it is in place; each posting.
-  void survey(VisitBlock block, Visit<Ref, bool> key, Visit<const PostingEntry&> posting) const {
-    keys_.survey(block, key);
-    postings_.survey(block, posting);
+  // All blocks; each key's block; then each posting, in order.
+  void survey(const Surveyor& to, const Visit<void(Ref)>& key, const Visit<void(const PostingEntry&)>& posting) const {
+    keys_.survey(to, key);
+    postings_.survey(to, posting);
   }
-  const uint8_t* keyBytes(Ref block) const { return keys_.keyBytes(block); }
+  void keyOf(Ref block, Key& key) const { keys_.keyOf(block, key); }
 
  private:
   static constexpr uint32_t kMostAtOnce = 32;

@@ -207,7 +207,7 @@ class Table {
  private:
   friend class Store;
   friend class Cursor;
-  friend class Accounting;  // which checks every word of a store, in tests
+  friend class Check;  // which looks at every word
 
   // What the schema says about an index, worked out.
   struct Plan {

@@ -8,22 +8,26 @@
 
 namespace fibdb::store {
 
+template <class Signature>
+class Visit;
+
 // A callable, by reference: it must outlive the call.
-template <class... Args>
-class Visit {
+template <class Result, class... Args>
+class Visit<Result(Args...)> {
  public:
   template <class Callable>
-  // NOLINTNEXTLINE(google-explicit-constructor,bugprone-forwarding-reference-overload): stands for the callable.
-  Visit(Callable&& callable)
-      : callable_(const_cast<void*>(static_cast<const void*>(&callable))),
-        call_([](void* called, Args... args) { (*static_cast<std::remove_reference_t<Callable>*>(called))(args...); }) {
-  }
+  requires(!std::is_same_v<std::remove_cvref_t<Callable>, Visit>)
+      // NOLINTNEXTLINE(google-explicit-constructor,bugprone-forwarding-reference-overload): stands for the callable.
+      Visit(Callable&& callable)
+      : callable_(const_cast<void*>(static_cast<const void*>(&callable))), call_([](void* called, Args... args) {
+          return static_cast<Result>((*static_cast<std::remove_reference_t<Callable>*>(called))(args...));
+        }) {}
 
-  void operator()(Args... args) const { call_(callable_, args...); }
+  Result operator()(Args... args) const { return call_(callable_, args...); }
 
  private:
   void* callable_;
-  void (*call_)(void*, Args...);
+  Result (*call_)(void*, Args...);
 };
 
 }  // namespace fibdb::store

@@ -85,6 +85,7 @@ class Soak {
   void readSome(RandomInput& input);
   void look(RandomInput& input);
   void watchMemory();
+  void check(bool quiet);
 
   const double seconds_;
   const uint64_t seed_;
@@ -193,9 +194,25 @@ void Soak::watchMemory() {
       warm_ = most_;
       start_ = Clock::now();
     }
+    check(/*quiet=*/false);
     if (most_.engine > warm_.engine + kEngineSlack) fail("the engine's memory grows");
     if (most_.resident > warm_.resident + kResidentSlack) fail("the resident size grows");
   }
+}
+
+// quiet: nobody writes.
+void Soak::check(bool quiet) {
+  std::string found;
+  const auto keep = [](const char* table, const char* finding, void* to) {
+    if (finding == nullptr) return 0;
+    *static_cast<std::string*>(to) = std::string(table) + ": " + finding;
+    return 1;
+  };
+  FibDbEngineCheck check{};
+  const uint32_t code = fibdb_engine_check(keep, &found, &check);
+  if (code != 0) fail("a check gives " + std::to_string(code));
+  if (!found.empty()) fail(found);
+  if (quiet && check.tables != fibdb_engine_table_count()) fail("a check is overtaken by nobody");
 }
 
 int Soak::run() {
@@ -207,6 +224,7 @@ int Soak::run() {
   for (int i = 0; i < 2; ++i) threads.push_back(start([this](RandomInput& input) { read(input); }));
   watchMemory();
   for (std::thread& thread : threads) thread.join();
+  check(/*quiet=*/true);
   FibDbEngineArenaStats stats{};
   fibdb_engine_arena_stats(&stats);
   if (stats.objects != 0 || stats.connections != 0) fail("objects or connections are left");

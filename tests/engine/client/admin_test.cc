@@ -1,7 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The fibdb authors
 // SPDX-License-Identifier: Apache-2.0
 // tests/engine/client/admin_test.cc: texts, statistics, limits, walks over any table, faults, and starting afresh.
+#include <atomic>
+#include <chrono>
 #include <set>
+#include <thread>
 
 #include "engine_fixture.h"
 
@@ -278,6 +281,51 @@ TEST_F(Admin, what_a_search_costs_is_explained_for_every_index) {
   EXPECT_EQ(fibdb_engine_explain(table, kRouteKey, key.data(), nullptr), DB_ERR_NULL_ARGUMENT);
   EXPECT_EQ(fibdb_engine_explain(UINT32_MAX, kRouteKey, key.data(), &nodes), DB_ERR_WRONG_TABLE);
   EXPECT_EQ(nodes, 77u);
+}
+
+// What a check says, a line each; a table that was overtaken: its name alone.
+int keepFinding(const char* table, const char* finding, void* lines) {
+  const std::string text = finding == nullptr ? table : std::string(table) + ": " + finding;
+  static_cast<std::vector<std::string>*>(lines)->push_back(text);
+  return 0;
+}
+
+TEST_F(Admin, a_check_looks_at_every_table_and_finds_nothing) {
+  for (uint32_t i = 0; i < 5000; ++i) ASSERT_EQ(writeRoute(route(i << 8, static_cast<uint8_t>(16 + i % 17))), 0u);
+  FibDbEngineCheck check{.findings = 1};
+  std::vector<std::string> lines;
+  ASSERT_EQ(fibdb_engine_check(keepFinding, &lines, &check), 0u);
+  EXPECT_TRUE(lines.empty());
+  EXPECT_EQ(check.tables, fibdb_engine_table_count());
+  EXPECT_EQ(check.overtaken, 0u);
+  EXPECT_EQ(check.records, countRoutes());
+  EXPECT_GT(check.blocks, 0u);
+  EXPECT_EQ(check.findings, 0u);
+  EXPECT_EQ(fibdb_engine_check(nullptr, nullptr, &check), DB_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(fibdb_engine_check(keepFinding, &lines, nullptr), DB_ERR_NULL_ARGUMENT);
+}
+
+TEST_F(Admin, a_check_names_the_table_that_a_writer_does_not_leave_alone_and_ends_when_it_is_told) {
+  std::atomic<bool> done{false};
+  std::thread writer([&] {
+    for (uint32_t i = 0; !done; ++i) writeRoute(route(i % 2000 << 8, 24));
+  });
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  FibDbEngineCheck check{};
+  std::vector<std::string> lines;
+  const auto oneLine = [](const char* table, const char* finding, void* to) {
+    keepFinding(table, finding, to);
+    return 1;
+  };
+  while (lines.empty() && std::chrono::steady_clock::now() < end) {
+    ASSERT_EQ(fibdb_engine_check(oneLine, &lines, &check), 0u);
+  }
+  done = true;
+  writer.join();
+  ASSERT_EQ(lines, std::vector<std::string>{"ip4forward"});
+  EXPECT_EQ(check.overtaken, 1u);
+  EXPECT_EQ(check.tables, numberOf(TableId::ip4forward));
+  EXPECT_EQ(check.findings, 0u);
 }
 
 TEST_F(Admin, to_clear_a_table_removes_its_records_and_leaves_its_limits) {

@@ -120,7 +120,7 @@ TEST_F(Replace, of_a_process_that_died_is_taken_over) {
   for (uint32_t addr = 0; addr < 10; ++addr) write(row(1, addr, 0));
   ASSERT_EQ(table_.beginReplace(kEveryVr), 0U);
   write(row(1, 0, 0));
-  store::Accounting::stateOf(table_).replace.pid = UINT32_MAX;
+  store::Check::stateOf(table_).replace.pid = UINT32_MAX;
   ReplaceCounts counts{};
   EXPECT_EQ(table_.endReplace(counts), uint32_t{DB_ERR_REPLACE_BUSY});
   EXPECT_FALSE(table_.isReplaceAlive());

@@ -456,6 +456,19 @@ TEST(ShowEngine, is_lists_that_name_themselves) {
   EXPECT_THAT(lists, testing::ElementsAre("", "tables", "arena", "connection"));
 }
 
+TEST(CheckEngine, finds_a_database_in_order) {
+  const auto answers = jsonAnswers({"add route 1.0.0.0/8", "add nexthop 1", "check engine"});
+  const nlohmann::json& check = answers.back();
+  EXPECT_EQ(check.at("tables"), 28);
+  EXPECT_EQ(check.at("records"), 2);
+  EXPECT_GT(check.at("blocks"), 2);
+  EXPECT_EQ(check.at("overtaken"), 0);
+  EXPECT_EQ(check.at("findings"), 0);
+  const Outcome outcome = runProgram(commands({"check engine"}));
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.out, "28 tables checked, 0 records in 0 blocks of memory: 0 findings\n");
+}
+
 TEST(ShowErrors, is_a_matrix_of_19_tables_and_7_operations) {
   const auto answers = jsonAnswers({"show errors"});
   ASSERT_EQ(answers.size(), 24u);
