@@ -76,6 +76,8 @@ int readEverything(const std::string& arena, uint64_t seed) {
   fibdb_engine_lookup_each(table, kRouteLongest, low.data(), addrs.data(), static_cast<uint32_t>(addrs.size()),
                            answers.data(), reinterpret_cast<uint8_t*>(found.data()));
   routesStored();
+  FibDbEngineCheck check{};
+  fibdb_engine_check([](const char*, const char*, void*) { return 0; }, nullptr, &check);
   FibDbEngineShared shared{};
   fibdb_engine_shared(&shared);
   std::string metrics(1 << 16, '\0');
