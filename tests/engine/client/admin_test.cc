@@ -305,29 +305,6 @@ TEST_F(Admin, a_check_looks_at_every_table_and_finds_nothing) {
   EXPECT_EQ(fibdb_engine_check(keepFinding, &lines, nullptr), DB_ERR_NULL_ARGUMENT);
 }
 
-TEST_F(Admin, a_check_names_the_table_that_a_writer_does_not_leave_alone_and_ends_when_it_is_told) {
-  std::atomic<bool> done{false};
-  std::thread writer([&] {
-    for (uint32_t i = 0; !done; ++i) writeRoute(route(i % 2000 << 8, 24));
-  });
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  FibDbEngineCheck check{};
-  std::vector<std::string> lines;
-  const auto oneLine = [](const char* table, const char* finding, void* to) {
-    keepFinding(table, finding, to);
-    return 1;
-  };
-  while (lines.empty() && std::chrono::steady_clock::now() < end) {
-    ASSERT_EQ(fibdb_engine_check(oneLine, &lines, &check), 0u);
-  }
-  done = true;
-  writer.join();
-  ASSERT_EQ(lines, std::vector<std::string>{"ip4forward"});
-  EXPECT_EQ(check.overtaken, 1u);
-  EXPECT_EQ(check.tables, numberOf(TableId::ip4forward));
-  EXPECT_EQ(check.findings, 0u);
-}
-
 TEST_F(Admin, to_clear_a_table_removes_its_records_and_leaves_its_limits) {
   const uint32_t table = numberOf(TableId::ip4forward);
   ASSERT_EQ(fibdb_engine_set_limits(table, 1000, 0), 0u);

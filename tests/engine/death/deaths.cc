@@ -5,7 +5,6 @@
 
 #include <csetjmp>
 #include <cstring>
-#include <filesystem>
 
 namespace fibdb::death {
 namespace {
@@ -33,12 +32,9 @@ bool Tape::run(const std::function<void()>& writer, uint64_t death) {
   return !died;
 }
 
-std::set<SiteName> Tape::sites() const {
-  std::set<std::pair<const char*, int>> seen;
-  for (const Store& store : stores_) seen.emplace(store.site.file, store.site.line);
-  std::set<SiteName> named;
-  for (const auto& [file, line] : seen) named.emplace(std::filesystem::path(file).filename().string(), line);
-  return named;
+SiteName Tape::siteOf(uint64_t store) const {
+  const Site& site = stores_[store].site;
+  return {std::string_view(site.file).substr(std::string_view(site.file).rfind('/') + 1), site.line};
 }
 
 void Tape::rewind() {

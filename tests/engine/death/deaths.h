@@ -6,15 +6,15 @@
 
 #include <cstdint>
 #include <functional>
-#include <set>
-#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tests/engine/death/dying_word.h"
 
 namespace fibdb::death {
 
-using SiteName = std::pair<std::string, int>;  // file, without folders; line
+using SiteName = std::pair<std::string_view, int>;  // file, without folders; line
 
 // What was stored while it ran.
 class Tape {
@@ -24,9 +24,7 @@ class Tape {
   // Runs the writer up to its store number `death` (0: the first), or to its end: whether it came to that.
   bool run(const std::function<void()>& writer, uint64_t death = kNever);
   uint64_t stores() const { return stores_.size(); }
-  int line(uint64_t store) const { return stores_[store].site.line; }
-  // The places of the stores that were carried out.
-  std::set<SiteName> sites() const;
+  SiteName siteOf(uint64_t store) const;
   // Makes memory what it was before the run.
   void rewind();
 

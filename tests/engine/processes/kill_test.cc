@@ -197,7 +197,7 @@ int killOn(Board& board, const std::string& arena, uint32_t kills, uint64_t seed
 TEST(Kill, a_writer_killed_at_any_moment_harms_nobody) {
   if (!emulation::deathsAreTold()) GTEST_SKIP() << emulation::kNoDeathsTold;
   const char* given = std::getenv("FIBDB_KILLS");
-  const uint32_t kills = given != nullptr ? static_cast<uint32_t>(std::strtoul(given, nullptr, 0)) : 400;
+  const uint32_t kills = given != nullptr ? static_cast<uint32_t>(std::strtoul(given, nullptr, 0)) : 300;
   const uint64_t seed = testSeed();
   const ArenaFolder folder;
   auto* const board =

@@ -67,9 +67,9 @@ TEST_F(ProgramArena, is_listed_and_not_removed_while_somebody_is_in_it) {
 }
 
 TEST_F(ProgramArena, a_file_that_replaces_removes_what_it_does_not_have) {
-  EXPECT_EQ(inArena({"add route 10.0.0.0/8 group 1", "add route 11.0.0.0/8 group 1", "add route 12.0.0.0/8 group 1"})
-                .status,
-            0);
+  EXPECT_EQ(
+      inArena({"add route 10.0.0.0/8 group 1", "add route 11.0.0.0/8 group 1", "add route 12.0.0.0/8 group 1"}).status,
+      0);
   const std::string routes = "10.0.0.0/8 group 1\n11.0.0.0/8 group 2\n13.0.0.0/8 group 1\n";
   const Args load = {"--json", "--arena", name_, "-c", "load routes - replace"};
   const auto answer = jsonLines(runProgram(load, routes).out).at(0);

@@ -31,6 +31,10 @@ int showProcess(const FibDbEngineProcess* process, void* context) {
 
 Status showProcesses(Session& session, Arguments& arguments) {
   arguments.end();
+  FibDbEngineShared shared{};
+  if (call<fibdb_engine_shared>(&shared) == DB_ERR_NO_DATA) {
+    throw Failure(Status::kFailed, "the tables are this process's own: --arena NAME joins");
+  }
   session.output.beginList({"processes",
                             {{"pid"},
                              {"program"},
@@ -40,7 +44,6 @@ Status showProcesses(Session& session, Arguments& arguments) {
                              {"last_write", Format::kPlain, 0, true}}});
   const uint32_t code = call<fibdb_engine_processes>(nullptr, showProcess, &session.output);
   session.output.endList();
-  if (code == DB_ERR_NO_DATA) throw Failure(Status::kFailed, "the tables are this process's own: --arena NAME joins");
   if (code != 0) throw Failure(Status::kFailed, codeText(code));
   return Status::kOk;
 }
