@@ -45,6 +45,15 @@ TEST(Watch, runs_a_command_as_often_as_it_is_told) {
   EXPECT_EQ(answers[4], answers[2]);
 }
 
+TEST(Watch, marks_on_a_terminal_what_differs_from_the_answer_before) {
+  const Args args = {"watch", "add", "route", "10.0.0.0/8", "every", "1", "times", "2"};
+  RunningProgram program(RunningProgram::On::kTerminal, args);
+  const Outcome outcome = program.finish();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("added 10.0.0.0/8 group 0"));
+  EXPECT_THAT(outcome.out, HasSubstr("\033[7mreplaced\033[27m 10.0.0.0/8 group 0"));
+}
+
 TEST(Watch, ends_with_the_failure_of_its_command) {
   const Outcome outcome = runProgram({"watch", "show", "route", "8.8.8.8", "every", "1"});
   EXPECT_EQ(outcome.status, 1);

@@ -57,7 +57,7 @@ TEST_F(ProgramArena, is_listed_and_not_removed_while_somebody_is_in_it) {
   ASSERT_TRUE(other.waitFor("added 10.0.0.0/8"));
   const Outcome refused = runProgram({"arena", "remove", name_});
   EXPECT_EQ(refused.status, 1);
-  EXPECT_THAT(refused.err, HasSubstr("processes are in arena " + name_));
+  EXPECT_THAT(refused.err, HasSubstr("processes are in arena " + name_ + ": "));
   EXPECT_THAT(runProgram({"arena", "list"}).out, HasSubstr(name_));
   other.closeInput();
   EXPECT_EQ(other.finish().status, 0);

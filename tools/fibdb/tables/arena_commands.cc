@@ -71,12 +71,25 @@ Status listArenas(Session& session, Arguments& arguments) {
   return Status::kOk;
 }
 
+// The numbers of the processes in an arena.
+std::string whoIsIn(const std::string& arena) {
+  std::string pids;
+  const auto add = [](const FibDbEngineProcess* process, void* context) {
+    auto& all = *static_cast<std::string*>(context);
+    all += (all.empty() ? "" : ", ") + std::to_string(process->pid);
+    return 0;
+  };
+  call<fibdb_engine_processes>(arena.c_str(), static_cast<FibDbEngineProcessVisit>(add), &pids);
+  return pids;
+}
+
 Status removeArena(Session& session, Arguments& arguments) {
   const std::string name = arguments.word("an arena");
   const bool force = arguments.lastKeyword("force");
   const uint32_t code = call<fibdb_engine_arena_remove>(name.c_str(), force ? 1U : 0U);
   if (code == DB_ERR_ARENA_BUSY) {
-    throw Failure(Status::kFailed, "processes are in arena " + name, "force removes its name; they go on without it");
+    throw Failure(Status::kFailed, "processes are in arena " + name + ": " + whoIsIn(name),
+                  "force removes its name; they go on without it");
   }
   if (code != 0) throw Failure(Status::kFailed, "arena " + name + ": " + codeText(code));
   session.output.done("removed arena " + name, {{"removed", name}});
