@@ -211,6 +211,9 @@ Batch* nextBatch(Connection& connection) {
   return batch;
 }
 
+// In a shared arena the others see how many batches of this process wait.
+void tellWaiting() { store::Store::instance().arena().noteWaiting(batchTotals().waiting); }
+
 // REQUIRES: the connection's mutex is held.
 void countApplied(Connection& connection, const FibDbBatchResult& result) {
   ++connection.batchesDone;
@@ -220,6 +223,7 @@ void countApplied(Connection& connection, const FibDbBatchResult& result) {
   count(totals.operations, result.operations);
   count(totals.failed, result.failed);
   count(totals.batches, 1);
+  tellWaiting();
 }
 
 void finish(Connection& connection, Batch* batch, const FibDbBatchResult& result) {
@@ -544,6 +548,7 @@ uint32_t db_batch_exec_async(uint64_t obj, uint64_t argument) {
   }
   ++connection.batchesTaken;
   count(totals.taken, 1);
+  tellWaiting();
   if (connection.batchesTaken == connection.batchesDone + 1 && isAppliedAtOnce(*building.batch)) {
     countApplied(connection, applyAll(*building.batch));
     building.batch->count = 0;

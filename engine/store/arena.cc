@@ -160,6 +160,7 @@ Ref Arena::takeExtent(uint8_t owner, Ref& claimed) {
   for (uint64_t number = taken; (number + 2) * kExtentBytes <= bytes_; ++number) {
     if (file_ != nullptr && !file_->allocateTo((number + 2) * kExtentBytes)) break;
     store(claimed, extentAt(number));
+    keepOrder();
     uint8_t nobody = 0;
     if (!header->owners[number].compare_exchange_strong(nobody, owner, std::memory_order_relaxed)) continue;
     while (taken <= number &&

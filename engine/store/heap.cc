@@ -40,6 +40,11 @@ static_assert(sizeof(Chunk) == kPieceBytes);
 constexpr uint32_t kQueueBytes = (kMaxRetiredPerWrite / kChunkEntries + 2) * kPieceBytes;
 static_assert(kMaxEnsureBytes + kQueueBytes <= kExtentBytes);
 
+// However many blocks have rested, the log keeps room for what the step does behind that: at most it puts the rest of an
+// extent on shelves, in blocks of the largest size.
+constexpr uint32_t kNotesKept = kMostNotes / 2;
+static_assert(kExtentUnits / kSizeClasses * 8 < kNotesKept);
+
 constexpr uint32_t kShelfBits = 64;
 static_assert(kSizeClasses % kShelfBits == 0);
 
@@ -63,7 +68,6 @@ void Heap::tick(uint64_t writes) {
 }
 
 void Heap::shelveRested() {
-  constexpr uint32_t kNotesEach = 8;  // more than one block asks for, or the end of a chunk
   const uint64_t now = load(state_->clock);
   while (state_->oldestResting != kNoRef) {
     const Ref oldest = state_->oldestResting;
@@ -71,11 +75,11 @@ void Heap::shelveRested() {
     while (chunk->begin < chunk->end) {
       const Resting& resting = chunk->entries[chunk->begin];
       if (now - resting.retiredAt < kRestingWrites) return;
-      if (!log().hasRoom(kNotesEach)) log().stand();
+      if (!log().hasRoom(kNotesKept)) log().stand();
       store(noted(chunk->begin), chunk->begin + 1);
       shelve(resting.block, resting.units);
     }
-    if (!log().hasRoom(kNotesEach)) log().stand();
+    if (!log().hasRoom(kNotesKept)) log().stand();
     if (chunk->next == kNoRef) store(noted(state_->newestResting), kNoRef);
     // The link gives way to that of the list of free blocks.
     store(noted(state_->oldestResting), noted(chunk->next));
@@ -142,9 +146,7 @@ Ref Heap::takeExtentBeyondLimit() {
     if (log().doing() == Doing::kStep) log().stand();
     const Ref fresh = arena_->takeExtent(owner(), state_->claimed);
     if (fresh == kNoRef) return kNoRef;
-    store(state_->spareUsed, 0U);
-    store(state_->spare, fresh);
-    store(state_->claimed, kNoRef);
+    own(fresh);
   }
   const Ref extent = state_->spare;
   store(noted(state_->heldBytes), state_->heldBytes + kExtentBytes);
@@ -155,10 +157,17 @@ Ref Heap::takeExtentBeyondLimit() {
 void Heap::settleClaim() {
   const Ref claimed = state_->claimed;
   if (claimed == kNoRef) return;
-  if (arena_->isOwn(claimed, owner())) {
-    store(state_->spareUsed, 0U);
-    store(state_->spare, claimed);
-  }
+  if (arena_->isOwn(claimed, owner())) return own(claimed);
+  store(state_->claimed, kNoRef);
+}
+
+// The extent that was claimed is spare now. To do so twice does no harm.
+void Heap::own(Ref claimed) {
+  keepOrder();
+  store(state_->spareUsed, 0U);
+  keepOrder();
+  store(state_->spare, claimed);
+  keepOrder();
   store(state_->claimed, kNoRef);
 }
 

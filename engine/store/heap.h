@@ -135,6 +135,7 @@ class Heap {
   void shelveRested();
   uint8_t owner() const { return static_cast<uint8_t>(state_->owner + 1); }
   Ref takeExtentBeyondLimit();
+  void own(Ref claimed);
   void shelve(Ref block, uint32_t units);
   void shelveTail();
   Ref takeShelved(uint32_t units);

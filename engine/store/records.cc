@@ -86,7 +86,7 @@ Ref Records::take(const uint8_t* row, Generation generation) {
 
 void Records::setGeneration(Ref record, Generation generation) {
   uint64_t& own = *stamp(record);
-  store(own, (own & kTimeMask) | uint64_t{generation} << kTimeBits);
+  store(heap_->noted(own), (own & kTimeMask) | uint64_t{generation} << kTimeBits);
 }
 
 uint32_t Records::versionAlive(Ref record) const { return (versionOf(record) + kOneChange) | kLive; }

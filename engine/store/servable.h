@@ -78,6 +78,30 @@ constexpr bool writesFit(const schema::Table& table) {
          moveBytes(static_cast<size_t>(secondary)) + keptBytes(table) <= kMaxEnsureBytes;
 }
 
+// What a write notes in the log at most (undo_log.h), reckoned from what it allocates: the smallest blocks that are
+// many are a trie's, of which it makes no more than pieces; of every block that it takes or gives back it notes no more
+// than kNotesPerBlock words, the links to it among them. What it overwrites beside blocks are a few words per index.
+inline constexpr uint32_t kNotesPerBlock = 12;
+inline constexpr uint32_t kNotesPerIndex = 64;
+constexpr uint32_t mostNotes(const schema::Table& table) {
+  uint32_t blocks = 0;
+  for (const schema::Index& index : table.indexes) {
+    switch (index.kind) {
+      case schema::IndexKind::kPrimary:
+        blocks += 1;
+        break;
+      case schema::IndexKind::kSecondary:
+      case schema::IndexKind::kOrdered:
+        blocks += (enterBytes(index.kind) + leaveBytes(index.kind)) / kPieceBytes + 2;
+        break;
+      case schema::IndexKind::kLongest:
+        blocks += PrefixTables::kMaxEnterPieces + PrefixTables::kMaxLeavePieces + kShortcutBlocks;
+        break;
+    }
+  }
+  return blocks * kNotesPerBlock + static_cast<uint32_t>(table.indexes.size()) * kNotesPerIndex;
+}
+
 // Ordered and longest-prefix keys must be made of columns of the primary key: they then never change while a
 // record lives. If they did, a walk in their order could meet a record twice, or never.
 constexpr bool neverChanges(const schema::Table& table, const schema::Index& index) {
@@ -133,7 +157,7 @@ constexpr bool servable(const schema::Table& table, const schema::Index& index) 
 constexpr bool isServable(const schema::Table& table) {
   return !table.indexes.empty() && table.indexes.size() <= kMaxIndexes &&
          table.primary().kind == schema::IndexKind::kPrimary && table.rowLength <= schema::kMaxRowLength &&
-         table.fields.size() <= schema::kMaxFields && writesFit(table) &&
+         table.fields.size() <= schema::kMaxFields && writesFit(table) && mostNotes(table) <= kMostNotes &&
          std::ranges::all_of(table.indexes, [&](const schema::Index& index) { return servable(table, index); });
 }
 

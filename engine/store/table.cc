@@ -379,11 +379,9 @@ void Table::attach(const schema::Table& layout, Arena& arena, TableState& state)
   removeBytes_ = sumOver(layout, leaveBytes);
   keptBytes_ = keptBytes(layout);
   planCount_ = layout.indexes.size();
-  for (const schema::Field& field : layout.fields) {
-    if (field.name != "vr_id" || field.size() != sizeof(uint32_t)) continue;
-    vrOffset_ = field.offset;
-    hasVr_ = true;
-  }
+  const schema::Field* const vr = schema::findField(layout.fields, "vr_id");
+  hasVr_ = vr != nullptr && vr->size() == sizeof(uint32_t);
+  if (hasVr_) vrOffset_ = vr->offset;
   for (size_t i = 0; i < planCount_; ++i) {
     const auto columns = layout.indexes[i].parts();
     plans_[i].id = layout.indexes[i].id();

@@ -94,8 +94,6 @@ class UndoLog {
   static constexpr unsigned kCountBits = 32;
   static constexpr uint64_t kWide = 1;  // of eight bytes, not four
 
-  // Of the compiler's stores; the machine keeps that of a thread that is stopped.
-  static void keepOrder() { __atomic_signal_fence(__ATOMIC_SEQ_CST); }
   void setProgress(Doing what, uint32_t notes) {
     keepOrder();
     store(state_->progress, uint64_t{static_cast<uint32_t>(what)} << kCountBits | notes);

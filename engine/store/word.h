@@ -52,6 +52,10 @@ inline void acquireFence() { __atomic_thread_fence(__ATOMIC_ACQUIRE); }
 
 namespace fibdb::store {
 
+// For whoever finds what this thread had stored when it died: the compiler keeps the stores before this before those
+// behind it. The machine does so for a thread that is stopped.
+inline void keepOrder() { __atomic_signal_fence(__ATOMIC_SEQ_CST); }
+
 // Copies out of and into shared memory, word by word. REQUIRES: the shared side is 4-byte aligned; bytes may be any
 // number, the shared side has room up to the next multiple of four.
 inline void copyOut(void* to, const void* shared, size_t bytes) {

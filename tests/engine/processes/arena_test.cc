@@ -318,6 +318,50 @@ TEST(Arena, who_is_there_is_known_and_the_dead_are_swept) {
   EXPECT_FALSE(std::filesystem::exists(arena));
 }
 
+int firstWaiting(const FibDbEngineProcess* process, void* context) {
+  *static_cast<uint64_t*>(context) = process->waiting;
+  return 1;
+}
+
+// Stops the connection's thread until it is let go.
+struct Gate {
+  std::atomic<bool> entered{false}, open{false};
+};
+void waitAtGate(void* context, const FibDbBatchResult*) {
+  auto& gate = *static_cast<Gate*>(context);
+  gate.entered = true;
+  while (!gate.open) usleep(100);
+}
+
+TEST(Arena, the_batches_that_wait_are_told) {
+  if (!emulation::childrenMayStartThreads()) GTEST_SKIP() << emulation::kNoThreadsInChildren;
+  const ArenaFolder folder;
+  EXPECT_EQ(inChild([&] {
+              CHECK_IN_CHILD(join(folder.arena()) == 0);
+              uint64_t connection = 0, batch = 0, waiting = 99;
+              CHECK_IN_CHILD(db_connect(0, 0, &connection) == 0);
+              CHECK_IN_CHILD(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, connection, &batch) == 0);
+              Gate gate;
+              FibDbBatchCompletion completion{waitAtGate, &gate};
+              for (uint32_t i = 0; i < 3; ++i) {
+                const Row row = numbered(i);
+                CHECK_IN_CHILD(db_reset_ip4forward_batch_object(batch, FIB_DB_OBJ_OP_WRITE) == 0);
+                CHECK_IN_CHILD(db_set_ip4forward_all_fields(batch, row.data(), row.length()) == 0);
+                CHECK_IN_CHILD(db_batch_add_oper(batch, nullptr, nullptr) == 0);
+                CHECK_IN_CHILD(db_batch_exec_async(batch, reinterpret_cast<uint64_t>(&completion)) == 0);
+              }
+              while (!gate.entered) usleep(100);
+              fibdb_engine_processes(nullptr, firstWaiting, &waiting);
+              CHECK_IN_CHILD(waiting == 3);
+              gate.open = true;
+              CHECK_IN_CHILD(fibdb_engine_drain(connection) == 0);
+              fibdb_engine_processes(nullptr, firstWaiting, &waiting);
+              CHECK_IN_CHILD(waiting == 0);
+              return 0;
+            }),
+            0);
+}
+
 TEST(Arena, a_child_of_fork_goes_on_and_its_copies_of_handles_are_stale) {
   const ArenaFolder folder;
   EXPECT_EQ(inChild([&] {

@@ -4,7 +4,7 @@
 //
 // Each writer says on a board, in memory of its own kind, what it is about to write and when it is done. After its
 // death each of its records is as the board says, before or after the write that was under way; the next write of
-// another process goes through at once, and readers never wait and never see what no writer wrote.
+// another process goes through at once, and readers do not wait and never see what no writer wrote.
 #include <sys/mman.h>
 #include <time.h>
 
@@ -189,6 +189,7 @@ int killOn(Board& board, const std::string& arena, uint32_t kills, uint64_t seed
       static_cast<unsigned long long>(board.longestRead), static_cast<unsigned long long>(longestWrite));
   CHECK_IN_CHILD(shared.repairs > kills / 100);
   CHECK_IN_CHILD(longestWrite < 10'000);
+  CHECK_IN_CHILD(board.reads > 0 && board.longestRead < 10'000);
   CHECK_IN_CHILD(board.falseRecords == 0);
   std::fflush(stdout);
   return 0;

@@ -130,6 +130,16 @@ TEST(Completions, behind_a_tables_command_offer_the_properties_it_takes) {
               ElementsAre("all", "backup", "columns", "group", "primary", "vr"));
 }
 
+TEST(Commands, are_all_known_to_read_to_write_or_to_look_at_no_table) {
+  for (const Command* command : allCommands()) {
+    EXPECT_NE(tableUseOf(command->words), TableUse::kUnknown) << command->words;
+  }
+  EXPECT_EQ(tableUseOf("load routes"), TableUse::kWrites);
+  EXPECT_EQ(tableUseOf("show route"), TableUse::kReads);
+  EXPECT_EQ(tableUseOf("format"), TableUse::kNone);
+  EXPECT_EQ(tableUseOf("loads"), TableUse::kUnknown);
+}
+
 TEST(Completions, offer_files_where_a_file_is_meant) {
   EXPECT_THAT(completions(Words{"load", "routes", "/dev/nul"}), ElementsAre("/dev/null"));
   EXPECT_THAT(completions(Words{"load", "routes", "/de"}), Contains("/dev/"));

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <span>
 #include <utility>
 
 #include "fibdb/engine.h"
@@ -18,14 +17,10 @@ namespace {
 
 constexpr const char* kVariable = "FIBDB_ARENA";
 
-// What changes records begins with one of these, what looks at no table with one of those.
-constexpr std::array<std::string_view, 7> kChanging{"add", "set", "delete", "load", "clear", "limit", "tour"};
-constexpr std::array<std::string_view, 6> kAside{"help", "quit", "trace", "timing", "watch", "arena"};
-
-bool isAmong(std::string_view command, std::span<const std::string_view> verbs) {
-  const std::string_view verb = command.substr(0, command.find(' '));
-  return std::ranges::find(verbs, verb) != verbs.end();
-}
+// How commands begin that change records, look at some, or at none.
+constexpr std::array<std::string_view, 6> kWriting{"add", "set", "delete", "load", "clear", "tour"};
+constexpr std::array<std::string_view, 6> kReading{"show", "count", "explain", "save", "bench", "check"};
+constexpr std::array<std::string_view, 8> kAside{"help", "quit", "exit", "format", "timing", "trace", "watch", "arena"};
 
 }  // namespace
 
@@ -36,8 +31,17 @@ Arena::Arena(std::string name) : name_(std::move(name)) {
   if (!name_.empty()) setenv(kVariable, name_.c_str(), 1);
 }
 
+TableUse tableUseOf(std::string_view command) {
+  const std::string_view verb = command.substr(0, command.find(' '));
+  const auto isAmong = [&](const auto& verbs) { return std::ranges::find(verbs, verb) != verbs.end(); };
+  if (isAmong(kWriting)) return TableUse::kWrites;
+  if (isAmong(kReading)) return TableUse::kReads;
+  return isAmong(kAside) ? TableUse::kNone : TableUse::kUnknown;
+}
+
 void Arena::enterFor(std::string_view command) {
-  if (!isAmong(command, kAside)) enter(isAmong(command, kChanging));
+  const TableUse use = tableUseOf(command);
+  if (use != TableUse::kNone) enter(use == TableUse::kWrites);
 }
 
 void Arena::enter(bool writes) {

@@ -10,6 +10,10 @@
 
 namespace fibdb::program {
 
+// What a command does with the tables; kUnknown: its verb is in no list.
+enum class TableUse : uint8_t { kUnknown, kNone, kReads, kWrites };
+TableUse tableUseOf(std::string_view command);
+
 class Arena {
  public:
   Arena() = default;
