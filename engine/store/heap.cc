@@ -40,8 +40,8 @@ static_assert(sizeof(Chunk) == kPieceBytes);
 constexpr uint32_t kQueueBytes = (kMaxRetiredPerWrite / kChunkEntries + 2) * kPieceBytes;
 static_assert(kMaxEnsureBytes + kQueueBytes <= kExtentBytes);
 
-// However many blocks have rested, the log keeps room for what the step does behind that: at most it puts the rest of an
-// extent on shelves, in blocks of the largest size.
+// However many blocks have rested, the log keeps room for what the step does behind that: at most it puts the rest of
+// an extent on shelves, in blocks of the largest size.
 constexpr uint32_t kNotesKept = kMostNotes / 2;
 static_assert(kExtentUnits / kSizeClasses * 8 < kNotesKept);
 

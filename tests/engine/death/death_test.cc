@@ -370,6 +370,25 @@ TEST(Death, an_extent_that_comes_back_used_reads_as_zero_to_records) {
   }
 }
 
+// Who died before the arena gave it the extent that it had named.
+TEST(Death, a_claim_that_was_not_granted_is_dropped) {
+  store::Arena arena(test::kSmallArena);
+  store::HeapState state{};
+  store::Heap heap(arena, state);
+  state.claimed = store::Arena::extentAt(5);
+  Tape tape;
+  const auto settle = [&] { heap.settleClaim(); };
+  ASSERT_TRUE(tape.run(settle));
+  EXPECT_EQ(state.claimed, store::kNoRef);
+  EXPECT_EQ(state.spare, store::kNoRef);
+  ASSERT_EQ(tape.stores(), 1U);
+  placesOfDeath().insert(tape.siteOf(0));
+  tape.rewind();
+  ASSERT_FALSE(tape.run(settle, 0));
+  ASSERT_TRUE(tape.run(settle));
+  EXPECT_EQ(state.claimed, store::kNoRef);
+}
+
 // The lines of the store's sources in which words are stored.
 std::set<std::pair<std::string, int>> placesInSources() {
   const std::regex stores(R"((^|[^\w.>])(store|publish)\()");
