@@ -15,10 +15,11 @@ std::jmp_buf outOfLife;
 
 }  // namespace
 
-void beforeStore(void* at, unsigned bytes, uint64_t held, Site site) {
-  if (theTape == nullptr) return;
+void Tape::beforeStore(void* at, unsigned bytes, uint64_t, Site site) {
   // Who dies runs no destructor: nothing is put in order, and no lock is given back.
   if (storesLeft-- == 0) std::longjmp(outOfLife, 1);
+  uint64_t held = 0;
+  std::memcpy(&held, at, bytes);
   theTape->stores_.push_back({at, bytes, held, site});
 }
 
@@ -26,9 +27,10 @@ bool Tape::run(const std::function<void()>& writer, uint64_t death) {
   stores_.clear();
   storesLeft = death;
   theTape = this;
+  watched::watcher.store = beforeStore;
   const bool died = setjmp(outOfLife) != 0;
   if (!died) writer();
-  theTape = nullptr;
+  watched::watcher = {};
   return !died;
 }
 

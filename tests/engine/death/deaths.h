@@ -10,9 +10,11 @@
 #include <utility>
 #include <vector>
 
-#include "tests/engine/death/dying_word.h"
+#include "tests/engine/watched/watched_word.h"
 
 namespace fibdb::death {
+
+using watched::Site;
 
 using SiteName = std::pair<std::string_view, int>;  // file, without folders; line
 
@@ -29,7 +31,7 @@ class Tape {
   void rewind();
 
  private:
-  friend void beforeStore(void* at, unsigned bytes, uint64_t held, Site site);
+  static void beforeStore(void* at, unsigned bytes, uint64_t value, Site site);
   struct Store {
     void* at;
     unsigned bytes;

@@ -27,9 +27,6 @@ std::string functionOf(Site site) {
   return whole.substr(0, whole.find('<'));
 }
 
-bool isRecording() { return theModel != nullptr && theModel->recording_; }
-bool isReplaying() { return theModel != nullptr && theModel->replaying_; }
-
 MemoryModel::MemoryModel(const store::Arena& arena, const Mutation& mutation)
     : base_(arena.at<unsigned char>(0)), bytes_(arena.reservedBytes()), mutation_(mutation) {
   const size_t words = (bytes_ + store::kExtentBytes) / kWordBytes;
@@ -68,9 +65,12 @@ std::vector<Site> MemoryModel::sites() const {
 }
 
 void MemoryModel::record(const std::function<void()>& write) {
-  recording_ = true;
+  watched::watcher.store = [](void* at, unsigned bytes, uint64_t value, Site site) {
+    theModel->recordStore(at, bytes, value, site);
+  };
+  watched::watcher.releaseFence = [](Site site) { theModel->recordFence(site); };
   write();
-  recording_ = false;
+  watched::watcher = {};
   writeEnds_.push_back(stores_);
   endDelays(/*all=*/true);
 }
@@ -94,23 +94,21 @@ void MemoryModel::endDelays(bool all) {
   std::erase_if(delayed_, [](const Delayed& store) { return store.after == 0; });
 }
 
-void recordStore(const void* at, unsigned bytes, uint64_t value, Site site) {
-  MemoryModel& model = *theModel;
-  if (!model.inArena(at)) return;
-  const auto word = static_cast<uint32_t>((static_cast<const unsigned char*>(at) - model.base_) / kWordBytes);
-  Time released = model.lastFence_;
+void MemoryModel::recordStore(const void* at, unsigned bytes, uint64_t value, Site site) {
+  if (!inArena(at)) return;
+  const auto word = static_cast<uint32_t>((static_cast<const unsigned char*>(at) - base_) / kWordBytes);
+  Time released = lastFence_;
   if (site.access == Access::kPublish) {
-    const MemoryModel::Passed& passed = model.pass(site);
-    if (passed.delay > 0) return model.delayed_.push_back({word, bytes, value, model.stores_, passed.delay});
-    if (!passed.weakened) released = model.stores_ + 1;
+    const Passed& passed = pass(site);
+    if (passed.delay > 0) return delayed_.push_back({word, bytes, value, stores_, passed.delay});
+    if (!passed.weakened) released = stores_ + 1;
   }
-  model.append(word, bytes, value, released);
-  model.endDelays(/*all=*/false);
+  append(word, bytes, value, released);
+  endDelays(/*all=*/false);
 }
 
-void recordFence(Site site) {
-  MemoryModel& model = *theModel;
-  if (!model.pass(site).weakened) model.lastFence_ = model.stores_;
+void MemoryModel::recordFence(Site site) {
+  if (!pass(site).weakened) lastFence_ = stores_;
 }
 
 size_t MemoryModel::endedBy(Time time) const {
@@ -131,9 +129,12 @@ void MemoryModel::replay(size_t write, uint64_t seed, const std::function<void()
   known_ = pending_ = now_ = begin;
   // It may have synchronised long ago.
   if (random_() % 4 == 0) now_ = std::min(stores_, begin + static_cast<Time>(random_() % 3000));
-  replaying_ = true;
+  watched::watcher.load = [](const void* at, unsigned bytes, Site site) {
+    return theModel->replayLoad(at, bytes, site);
+  };
+  watched::watcher.acquireFence = [](Site site) { theModel->replayFence(site); };
   read();
-  replaying_ = false;
+  watched::watcher = {};
 }
 
 // How readers walk through time: by stores, by writes, through long sleeps, and by just as long a sleep as blocks rest.
@@ -212,41 +213,39 @@ uint32_t MemoryModel::loadWord(uint32_t word, bool acquire) {
   return histories_[historyOf_[word]][message].value;
 }
 
-uint64_t replayLoad(const void* at, unsigned bytes, Site site) {
-  MemoryModel& model = *theModel;
-  if (!model.inArena(at)) {
+uint64_t MemoryModel::replayLoad(const void* at, unsigned bytes, Site site) {
+  if (!inArena(at)) {
     uint64_t value = 0;
     std::memcpy(&value, at, bytes);
     return value;
   }
-  model.passTime();
-  const bool acquire = site.access == Access::kFollow && !model.pass(site).weakened;
-  const auto offset = static_cast<uint64_t>(static_cast<const unsigned char*>(at) - model.base_);
+  passTime();
+  const bool acquire = site.access == Access::kFollow && !pass(site).weakened;
+  const auto offset = static_cast<uint64_t>(static_cast<const unsigned char*>(at) - base_);
   const auto word = static_cast<uint32_t>(offset / kWordBytes);
   if (bytes <= kWordBytes) {
-    const uint64_t value = model.loadWord(word, acquire);
+    const uint64_t value = loadWord(word, acquire);
     return bytes == kWordBytes ? value : value >> (8 * (offset % kWordBytes)) & ((1U << 8 * bytes) - 1);
   }
   // Eight bytes that were stored at once are seen at once.
-  if (model.historyOf_[word] != 0 && model.historyOf_[word + 1] != 0) {
-    const auto& low = model.histories_[model.historyOf_[word]];
-    const auto& high = model.histories_[model.historyOf_[word + 1]];
-    const size_t message = model.pick(word);
+  if (historyOf_[word] != 0 && historyOf_[word + 1] != 0) {
+    const auto& low = histories_[historyOf_[word]];
+    const auto& high = histories_[historyOf_[word + 1]];
+    const size_t message = pick(word);
     const auto other =
         std::find_if(high.begin(), high.end(), [&](const auto& half) { return half.time == low[message].time; });
     if (low[message].halfOfWide && other != high.end()) {
-      model.take(word, message, acquire);
-      model.take(word + 1, static_cast<size_t>(other - high.begin()), acquire);
+      take(word, message, acquire);
+      take(word + 1, static_cast<size_t>(other - high.begin()), acquire);
       return low[message].value | uint64_t{other->value} << 32;
     }
   }
-  const uint64_t low = model.loadWord(word, acquire);
-  return low | uint64_t{model.loadWord(word + 1, acquire)} << 32;
+  const uint64_t low = loadWord(word, acquire);
+  return low | uint64_t{loadWord(word + 1, acquire)} << 32;
 }
 
-void replayFence(Site site) {
-  MemoryModel& model = *theModel;
-  if (!model.pass(site).weakened) model.known_ = std::max(model.known_, model.pending_);
+void MemoryModel::replayFence(Site site) {
+  if (!pass(site).weakened) known_ = std::max(known_, pending_);
 }
 
 }  // namespace fibdb::replay

@@ -21,9 +21,12 @@
 #include <vector>
 
 #include "engine/store/arena.h"
-#include "tests/engine/replay/replayed_word.h"
+#include "tests/engine/watched/watched_word.h"
 
 namespace fibdb::replay {
+
+using watched::Access;
+using watched::Site;
 
 // A place in the sequence of stores; 0 is before the first.
 using Time = uint32_t;
@@ -75,13 +78,6 @@ class MemoryModel {
   uint64_t unrecordedReads() const { return unrecordedReads_; }
 
  private:
-  friend bool isRecording();
-  friend bool isReplaying();
-  friend void recordStore(const void*, unsigned, uint64_t, Site);
-  friend uint64_t replayLoad(const void*, unsigned, Site);
-  friend void recordFence(Site);
-  friend void replayFence(Site);
-
   // One store to one 32-bit word. released: what whoever acquires it has synchronised with.
   struct Message {
     Time time;
@@ -96,6 +92,11 @@ class MemoryModel {
     Time released;
     uint32_t after;  // so many stores
   };
+
+  void recordStore(const void* at, unsigned bytes, uint64_t value, Site site);
+  uint64_t replayLoad(const void* at, unsigned bytes, Site site);
+  void recordFence(Site site);
+  void replayFence(Site site);
 
   bool inArena(const void* at) const;
   const Passed& pass(Site site);
@@ -113,7 +114,6 @@ class MemoryModel {
   Mutation mutation_;
   std::unordered_map<uint64_t, Passed> passed_;
 
-  bool recording_ = false;
   std::vector<uint32_t> historyOf_;  // of a word; 0: never stored while recording
   std::vector<std::vector<Message>> histories_;
   std::vector<uint32_t> before_;  // every word as it was before
@@ -121,7 +121,6 @@ class MemoryModel {
   Time stores_ = 0, lastFence_ = 0;
   std::vector<Time> writeEnds_;
 
-  bool replaying_ = false;
   std::mt19937_64 random_;
   unsigned taste_ = 0, gait_ = 0;
   Time known_ = 0, pending_ = 0, now_ = 0;
