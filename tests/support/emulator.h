@@ -4,14 +4,18 @@
 #ifndef FIBDB_TESTS_SUPPORT_EMULATOR_H
 #define FIBDB_TESTS_SUPPORT_EMULATOR_H
 
-#include <cstdlib>
-
 namespace fibdb::emulation {
 
+#ifdef FIBDB_EMULATED
+inline constexpr bool kIsEmulated = true;
+#else
+inline constexpr bool kIsEmulated = false;
+#endif
+
 // qemu-user 7.2 takes the threads that a parent had for its child's, and aborts the child when that starts one.
-inline bool childrenMayStartThreads() { return std::getenv("FIBDB_EMULATED") == nullptr; }
+constexpr bool childrenMayStartThreads() { return !kIsEmulated; }
 // Nor does it hand the kernel the list of locks that a thread holds, so nobody learns that their owner died.
-inline bool deathsAreTold() { return std::getenv("FIBDB_EMULATED") == nullptr; }
+constexpr bool deathsAreTold() { return !kIsEmulated; }
 inline constexpr const char* kNoDeathsTold = "the emulator does not tell that the owner of a lock died";
 inline constexpr const char* kNoThreadsInChildren = "the emulator ends a child of fork() that starts a thread";
 
