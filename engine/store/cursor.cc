@@ -242,18 +242,31 @@ bool Cursor::stepPrefixes(uint8_t* row) {
   return true;
 }
 
-PostingEntry Cursor::entryOf(const uint8_t* row, Ref record) const {
+inline PostingEntry Cursor::entryOf(const uint8_t* row, Ref record) const {
   return {table_->plans_[index_].prefixIn(row).addr, record};
 }
 
+// Whether the record is one with a prefix of this length that covers the address, and is still to come.
+inline bool Cursor::readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const {
+  const Table::Plan& plan = table_->plans_[index_];
+  if (!records.canBe(record) || !records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes))
+    return false;
+  const Prefix prefix = plan.prefixIn(row);
+  return prefix.length == length && prefix.covers(addr_) && position_.isBefore(length, entryOf(row, record));
+}
+
 // The first record of the trie that is still to come.
-Ref Cursor::findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const {
-  const Records records = table_->records(heap);
+inline Ref Cursor::findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const {
   const PrefixMatch longest = tables.longest(trie, addr_, position_.length);
-  if (longest.value == 0) return kNoRef;
-  if (const PrefixValue value(longest.value); !value.isSeveral()) {
-    if (readPrefix(records, longest.length, value.ref(), row)) return value.ref();
-  }
+  const PrefixValue value(longest.value);
+  if (value.none()) return kNoRef;
+  if (!value.isSeveral() && readPrefix(table_->records(heap), longest.length, value.ref(), row)) return value.ref();
+  return findAmongMatches(heap, tables, trie, row);
+}
+
+// The same where the longest prefix has several records, or one that is past.
+Ref Cursor::findAmongMatches(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const {
+  const Records records = table_->records(heap);
   const uint64_t begun = heap.clock();
   PrefixMatches matches;
   tables.match(trie, addr_, position_.length, matches);
@@ -276,15 +289,6 @@ Ref Cursor::findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t
     }
   }
   return kNoRef;
-}
-
-// Whether the record is one with a prefix of this length that covers the address, and is still to come.
-bool Cursor::readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const {
-  const Table::Plan& plan = table_->plans_[index_];
-  if (!records.canBe(record) || !records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes))
-    return false;
-  const Prefix prefix = plan.prefixIn(row);
-  return prefix.length == length && prefix.covers(addr_) && position_.isBefore(length, entryOf(row, record));
 }
 
 }  // namespace fibdb::store

@@ -109,7 +109,7 @@ void KeyShape::fromRow(const uint8_t* row, Key& key) const {
   seal(key, length_);
 }
 
-bool KeyShape::isIn(const uint8_t* row, const uint8_t* packed) const {
+bool KeyShape::areIn(const uint8_t* row, const uint8_t* packed) const {
   for (uint8_t i = 0; i < runCount_; packed += runs_[i++].size) {
     if (!sameRun(row + runs_[i].offset, packed, runs_[i].size)) return false;
   }

@@ -41,7 +41,13 @@ class KeyShape {
   void pack(const uint8_t* row, uint8_t* packed) const;
 
   // Whether the row has this packed key.
-  bool isIn(const uint8_t* row, const uint8_t* packed) const;
+  bool isIn(const uint8_t* row, const uint8_t* packed) const {
+    if (runCount_ != 1 || length_ != sizeof(uint64_t)) return areIn(row, packed);
+    uint64_t words[2];
+    std::memcpy(&words[0], row + runs_[0].offset, sizeof words[0]);
+    std::memcpy(&words[1], packed, sizeof words[1]);
+    return words[0] == words[1];
+  }
   // The same of a row in the arena, which may be changing: the answer is then worth nothing, but no race.
   bool isInStored(const uint8_t* row, const uint8_t* packed) const;
   // Whether both rows have the same key.
@@ -62,6 +68,8 @@ class KeyShape {
   struct Run {
     uint16_t offset = 0, size = 0;
   };
+
+  bool areIn(const uint8_t* row, const uint8_t* packed) const;
 
   std::span<const schema::Column> columns_;
   Run runs_[schema::kMaxColumns];

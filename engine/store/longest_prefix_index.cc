@@ -206,6 +206,7 @@ template <class Visit>
                                         Visit&& visit) {
   for (Ref ref = from; ref != kNoRef && arena.readable(ref); ++level) {
     const Node& node = *arena.at<Node>(ref);
+    __builtin_prefetch(reinterpret_cast<const uint8_t*>(&node) + kCacheLine);
     const uint32_t chunk = chunkOf(addr, level);
     const uint64_t children = load(node.children);
     const uint64_t covering = load(node.prefixes) & kAncestors[chunk];

@@ -16,7 +16,7 @@ constexpr uint32_t kRefsPerBlock = kMaxBlockBytes / sizeof(Ref);
 constexpr uint32_t kPlaces = kPlaceBlocks * kRefsPerBlock;
 
 // VRFs of one virtual router stand side by side, those of different ones anywhere.
-uint32_t placeOf(const uint32_t* words, uint32_t count) {
+[[gnu::always_inline]] inline uint32_t placeOf(const uint32_t* words, uint32_t count) {
   uint32_t place = 0;
   for (uint32_t i = 0; i < count; ++i) place = place * 0x9E3779B1U + words[i];
   return place % kPlaces;
@@ -41,13 +41,6 @@ Ref PrefixTables::makeSharers() {
   return block;
 }
 
-bool PrefixTables::isOfLeading(const Trie& trie, const uint32_t* words) const {
-  for (uint32_t i = 0; i * sizeof(uint32_t) < leading_->length(); ++i) {
-    if (load(trie.leading[i]) != words[i]) return false;
-  }
-  return true;
-}
-
 // nullptr when its block does not exist.
 Ref* PrefixTables::placeFor(const uint32_t* words) const {
   const uint32_t place = placeOf(words, leading_->length() / uint32_t{sizeof(uint32_t)});
@@ -55,18 +48,31 @@ Ref* PrefixTables::placeFor(const uint32_t* words) const {
   return block == kNoRef ? nullptr : &heap_->at<Ref>(block)[place % kRefsPerBlock];
 }
 
+// The trie in the place of these words, if it is theirs.
+[[gnu::always_inline]] inline Ref PrefixTables::findPlaced(const uint32_t* words, uint32_t count) const {
+  const uint32_t place = placeOf(words, count);
+  const Ref neighbours = follow(state_->places[place / kRefsPerBlock]);
+  if (neighbours == kNoRef) return kNoRef;
+  const Ref block = follow(heap_->at<Ref>(neighbours)[place % kRefsPerBlock]);
+  if (block == kNoRef) return kNoRef;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (load(at(block).leading[i]) != words[i]) return kNoRef;
+  }
+  return block;
+}
+
 Ref PrefixTables::find(const uint8_t* leading) const {
+  constexpr uint32_t kVrAndVrf = 2;  // as nearly always: no loop, and no call
   uint32_t words[4] = {};
-  if (leading_->length() == 2 * sizeof(uint32_t)) {
-    std::memcpy(words, leading, 2 * sizeof(uint32_t));  // as nearly always, without a call
+  Ref placed;
+  if (addrWord() == kVrAndVrf) {
+    std::memcpy(words, leading, kVrAndVrf * sizeof(uint32_t));
+    placed = findPlaced(words, kVrAndVrf);
   } else {
     std::memcpy(words, leading, leading_->length());
+    placed = findPlaced(words, addrWord());
   }
-  if (const Ref* const place = placeFor(words)) {
-    const Ref block = follow(*place);
-    if (block != kNoRef && isOfLeading(at(block), words)) return block;
-  }
-  return findInOrder(leading);
+  return placed != kNoRef ? placed : findInOrder(leading);
 }
 
 Ref PrefixTables::findInOrder(const uint8_t* leading) const {

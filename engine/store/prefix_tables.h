@@ -163,7 +163,7 @@ class PrefixTables {
   uint32_t addrWord() const { return leading_->length() / uint32_t{sizeof(uint32_t)}; }
   Ref makeTrie(const uint8_t* leading);
   Ref makeSharers();
-  bool isOfLeading(const Trie& trie, const uint32_t* words) const;
+  Ref findPlaced(const uint32_t* words, uint32_t count) const;
   Ref* placeFor(const uint32_t* words) const;
   void findPlace(Ref block, uint32_t keep);
   Ref findInOrder(const uint8_t* leading) const;

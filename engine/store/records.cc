@@ -11,8 +11,6 @@ namespace fibdb::store {
 
 namespace {
 
-constexpr uint32_t kExtentUnits = kExtentBytes / kRefUnit;
-
 // An extent of records: this head, the slots, then a birth stamp for each slot.
 struct ExtentHead {
   Ref next;
@@ -20,7 +18,6 @@ struct ExtentHead {
   uint8_t unused[120];
 };
 static_assert(sizeof(ExtentHead) == 128, "slots of two cache lines stay on pairs, which are fetched together");
-constexpr uint32_t kHeadUnits = sizeof(ExtentHead) / kRefUnit;
 
 // Bits of a version; the rest counts changes.
 constexpr uint32_t kChanging = 1;
@@ -37,12 +34,14 @@ RecordLayout::RecordLayout(uint16_t length)
   slotUnits = static_cast<uint32_t>(((versionWord + 1) * sizeof(uint32_t) + kRefUnit - 1) / kRefUnit);
   slotsPerExtent =
       static_cast<uint32_t>((kExtentBytes - sizeof(ExtentHead)) / (slotUnits * kRefUnit + sizeof(uint64_t)));
+  unitsPerExtent = slotsPerExtent * slotUnits;
 }
 
 uint64_t* Records::stamp(Ref record) const {
+  static_assert(kHeadUnits * kRefUnit == sizeof(ExtentHead));
   const Ref extent = record & ~(kExtentUnits - 1);
   const uint32_t slot = (record - extent - kHeadUnits) / layout_->slotUnits;
-  return heap_->at<uint64_t>(extent + kHeadUnits + layout_->slotsPerExtent * layout_->slotUnits) + slot;
+  return heap_->at<uint64_t>(extent + kHeadUnits + layout_->unitsPerExtent) + slot;
 }
 
 bool Records::isFull(Ref extent) const {
@@ -124,12 +123,6 @@ void Records::bury(Ref record) {
 void Records::giveBack(Ref record) {
   store(*stamp(record), uint64_t{state_->free});
   store(heap_->noted(state_->free), record);
-}
-
-bool Records::canBe(Ref record) const {
-  const uint32_t unit = record & (kExtentUnits - 1);
-  return heap_->arena().readable(record) && unit >= kHeadUnits &&
-         unit - kHeadUnits < layout_->slotsPerExtent * layout_->slotUnits;
 }
 
 bool Records::isLive(Ref record) const { return (follow(versionOf(record)) & kLive) != 0; }

@@ -50,6 +50,7 @@ struct RecordLayout {
   uint16_t versionWord = 0;  // of a slot
   uint32_t slotUnits = 0;
   uint32_t slotsPerExtent = 0;
+  uint32_t unitsPerExtent = 0;  // of all slots
 
   RecordLayout() = default;
   explicit RecordLayout(uint16_t rowLength);
@@ -98,7 +99,10 @@ class Records {
   void giveBack(Ref record);
 
   // Whether there can be a slot: a reader that may have been overtaken asks before it takes a word for a reference.
-  bool canBe(Ref record) const;
+  bool canBe(Ref record) const {
+    const uint32_t unit = record & (kExtentUnits - 1);
+    return heap_->arena().readable(record) && unit >= kHeadUnits && unit - kHeadUnits < layout_->unitsPerExtent;
+  }
   // The row, which may be changing or dead: for looking at keys before read() decides.
   const uint8_t* row(Ref record) const { return heap_->at<uint8_t>(record); }
   bool isLive(Ref record) const;
@@ -118,6 +122,9 @@ class Records {
   Ref next(RecordPosition& position) const;
 
  private:
+  static constexpr uint32_t kExtentUnits = kExtentBytes / kRefUnit;
+  static constexpr uint32_t kHeadUnits = 128 / kRefUnit;  // of what stands before the slots of an extent
+
   uint32_t& versionOf(Ref record) const { return heap_->at<uint32_t>(record)[layout_->versionWord]; }
   // Births are times of the heap's clock, which would take nine years of a million writes a second to come round.
   static constexpr unsigned kTimeBits = 48;

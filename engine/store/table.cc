@@ -406,10 +406,6 @@ const schema::Index* Table::findIndex(uint32_t indexId) const {
   return nullptr;
 }
 
-size_t Table::numberOf(const schema::Index& index) const {
-  return static_cast<size_t>(&index - layout_->indexes.data());
-}
-
 bool Table::masksAreValid(const uint8_t* row) const {
   for (size_t i = 1; i < planCount_; ++i) {
     if (plans_[i].kind == IndexKind::kLongest && row[plans_[i].maskOffset] > kMaxPrefixLength) return false;
@@ -427,10 +423,6 @@ SecondaryIndex Table::secondary(Heap& heap, size_t index) const {
 
 OrderedIndex<OrderedEntry> Table::ordered(Heap& heap, size_t index) const {
   return OrderedIndex<OrderedEntry>(heap, state_->indexes[index].order);
-}
-
-PrefixTables Table::prefixes(Heap& heap, size_t index) const {
-  return PrefixTables(heap, state_->indexes[index].prefixes, plans_[index].leading);
 }
 
 bool Table::isOrderedApart(size_t index, const uint8_t* row) const {
@@ -452,6 +444,7 @@ bool Table::readOne(Heap& heap, const Key& key, uint64_t latest, uint8_t* row) c
   const Records rows = records(heap);
   return readStable(heap, [&] {
            return primary(heap).find(key.hash, [&](Ref record) {
+             rows.fetch(record);
              return shape.isInStored(rows.row(record), key.bytes) && rows.read(record, latest, row) &&
                     shape.isIn(row, key.bytes);
            });

@@ -239,7 +239,7 @@ class Table {
   void attach(const schema::Table& layout, Arena& arena, TableState& state);
 
   uint32_t checkWritable() const;
-  size_t numberOf(const schema::Index& index) const;
+  size_t numberOf(const schema::Index& index) const { return static_cast<size_t>(&index - layout_->indexes.data()); }
   bool masksAreValid(const uint8_t* row) const;
 
   // Views of the stored parts.
@@ -248,7 +248,9 @@ class Table {
   PrimaryIndex primary(Heap& heap) const;
   SecondaryIndex secondary(Heap& heap, size_t index) const;
   OrderedIndex<OrderedEntry> ordered(Heap& heap, size_t index) const;
-  PrefixTables prefixes(Heap& heap, size_t index) const;
+  PrefixTables prefixes(Heap& heap, size_t index) const {
+    return PrefixTables(heap, state_->indexes[index].prefixes, plans_[index].leading);
+  }
   // Whether an ordered index has an entry of its own for the row.
   bool isOrderedApart(size_t index, const uint8_t* row) const;
   bool isLeftOver(const Records& rows, Ref record) const;
@@ -314,6 +316,7 @@ class Cursor {
   bool stepRun(uint8_t* row);
   bool stepPrefixes(uint8_t* row);
   Ref findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const;
+  Ref findAmongMatches(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const;
   bool readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const;
   PostingEntry entryOf(const uint8_t* row, Ref record) const;
   uint32_t refillUnderKey();
