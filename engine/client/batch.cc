@@ -183,6 +183,20 @@ void fetchAhead(Batch& batch, uint32_t at) {
   }
 }
 
+// What a flapping prefix makes: so few operations take less time than waking a thread.
+constexpr uint32_t kFewOperations = 4;
+
+// Of few operations memory is asked for what they will look at as they are added, and again as they are handed over.
+void fetchFirst(const Batch& batch, const store::Table& table, const Operation& added) {
+  if (batch.count <= kFewOperations && isByPrimaryKey(added)) table.fetchFirst(added.key);
+}
+void fetchThen(Batch& batch) {
+  if (batch.count > kFewOperations) return;
+  for (const Operation& operation : std::span(batch.operations(), batch.count)) {
+    if (isByPrimaryKey(operation)) batch.table->fetchThen(operation.key);
+  }
+}
+
 FibDbBatchResult applyAll(Batch& batch) {
   FibDbBatchResult result{};
   result.operations = batch.count;
@@ -233,10 +247,7 @@ void finish(Connection& connection, Batch* batch, const FibDbBatchResult& result
   connection.applied.wakeAll();
 }
 
-// What a flapping prefix makes: so few operations take less time than waking a thread. A removal under a secondary key
-// may be of many records.
-constexpr uint32_t kFewOperations = 4;
-
+// A removal under a secondary key may be of many records.
 bool isAppliedAtOnce(Batch& batch) {
   if (batch.count > kFewOperations || batch.argument != 0) return false;
   const std::span operations(batch.operations(), batch.count);
@@ -522,7 +533,9 @@ uint32_t db_batch_add_oper(uint64_t obj, const FibDbKeyDesc* desc, const void* k
   if (const uint32_t code = findOperationIndex(*object, desc, key, index)) return code;
   if (isFull(building)) return DB_ERR_RETRY;
   if (const uint32_t code = ensureBatch(building)) return code;
-  fill(building.batch->operations()[building.batch->count++], *object, index, key);
+  Operation& operation = building.batch->operations()[building.batch->count++];
+  fill(operation, *object, index, key);
+  fetchFirst(*building.batch, *object->table, operation);
   building.operation = kNoOperation;
   object->staged = 0;
   return 0;
@@ -537,6 +550,7 @@ uint32_t db_batch_exec_async(uint64_t obj, uint64_t argument) {
   building.batch->table = object->table;
   building.batch->argument = argument;
   building.batch->next = nullptr;
+  fetchThen(*building.batch);
 
   const Lock lock(connection.mutex);
   if (const uint32_t code = checkConnection(*object)) return code;

@@ -8,6 +8,7 @@
 #include "engine/store/ordered_index.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -25,6 +26,7 @@ struct Node {
   uint32_t items[kItemWords];
 };
 static_assert(sizeof(Node) == kNodeBytes && kNodeBytes <= kMaxBlockBytes);
+static_assert(offsetof(Node, items) % sizeof(uint64_t) == 0, "items are copied in eights");
 
 constexpr uint32_t kNoSlot = 0xffff;
 constexpr uint32_t fillOf(uint32_t count, uint32_t latest) { return count | latest << 16; }
@@ -182,7 +184,13 @@ class Writer {
       const uint32_t slot = S::childSlot(here, level, count, entry);
       path_[level] = {ref, count, slot};
       ref = S::childAt(here, slot);
+      if (level == 1) fetch(ref);
     }
+  }
+
+  // All of a leaf, which is searched and, as a rule, copied.
+  void fetch(Ref leaf) {
+    for (uint32_t at = 0; at < kNodeBytes; at += kCacheLine) __builtin_prefetch(heap_.at<uint8_t>(leaf) + at);
   }
 
   void place(const Entry& entry) {
@@ -302,7 +310,7 @@ class Writer {
     Node& fresh = node(ref);
     store(fresh.fill, fillOf(end - begin, latest));
     store(fresh.level, draft.level);
-    copyIn(fresh.items, draft.items + begin * stride, (end - begin) * stride * sizeof(uint32_t));
+    copyInWide(fresh.items, draft.items + begin * stride, (end - begin) * stride * sizeof(uint32_t));
     return ref;
   }
 
