@@ -65,6 +65,7 @@ constexpr ErrorText kErrorTexts[] = {
     {DB_ERR_ARENA_BUSY, "processes are in the arena"},
     {DB_ERR_REPLACE_BUSY, "a process is telling the table anew"},
     {DB_ERR_NO_REPLACE, "nobody is telling the table anew"},
+    {DB_ERR_OVERTAKEN, "writes to the table came between again and again"},
 };
 
 // 0 and the table, or DB_ERR_WRONG_TABLE for a number that no table has.
@@ -271,6 +272,18 @@ uint32_t fibdb_engine_check(FibDbEngineFinding visit, void* context, FibDbEngine
           .blocks = result.blocks,
           .findings = result.findings};
   // What was lost meanwhile was not what was checked.
+  return code != 0 ? code : store.code();
+}
+
+uint32_t fibdb_engine_structures(uint32_t table, FibDbEngineStructure visit, void* context) {
+  if (visit == nullptr) return DB_ERR_NULL_ARGUMENT;
+  store::Table* found = nullptr;
+  if (const uint32_t code = findTable(table, found)) return code;
+  store::Store& store = store::Store::instance();
+  const auto each = [&](const char* structure, uint32_t index, uint64_t bytes) {
+    return visit(structure, index, bytes, context) == 0;
+  };
+  const uint32_t code = store::Check::measure(store, table, each);
   return code != 0 ? code : store.code();
 }
 

@@ -7,11 +7,13 @@
 #include <time.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <span>
+#include <utility>
 
 #include "engine/store/word.h"
 #include "fibdb/engine.h"
@@ -42,6 +44,19 @@ constexpr const char* kOwnerNames[] = {"nobody",  "free block", "resting block",
                                        "index 0", "index 1",    "index 2",       "index 3", "index 4",
                                        "index 5", "index 6",    "index 7"};
 static_assert(std::size(kOwnerNames) == kFirstIndex + kMaxIndexes);
+
+constexpr const char* nameOf(IndexKind kind) {
+  switch (kind) {
+    case IndexKind::kPrimary:
+      return "primary index";
+    case IndexKind::kOrdered:
+      return "ordered index";
+    case IndexKind::kLongest:
+      return "longest-prefix index";
+    default:
+      return "secondary index";
+  }
+}
 
 constexpr uint8_t ownerOf(size_t index) { return static_cast<uint8_t>(kFirstIndex + index); }
 
@@ -173,6 +188,9 @@ class Check::Look {
 
   bool isOvertaken() const { return overtaken_; }
   const Findings& findings() const { return findings_; }
+  // By owner, in kRefUnit.
+  using Units = std::array<uint64_t, kOwner + 1>;
+  Units units() const;
   uint64_t records() const { return live_; }
   uint64_t blocks() const { return blocks_; }
 
@@ -420,6 +438,14 @@ void Check::Look::checkPrefixes(size_t index) {
   surveyAs(owner, [&](const Surveyor& to) { table_.prefixes(heap_, index).survey(to, eachTrie, isTrie, eachRecord); });
 }
 
+Check::Look::Units Check::Look::units() const {
+  Units units{};
+  marks_.eachExtent([&](const uint8_t* marks, Ref) {
+    for (uint32_t unit = 0; unit < kExtentUnits; ++unit) ++units[marks[unit] & kOwner];
+  });
+  return units;
+}
+
 void Check::Look::checkUnits() {
   uint64_t lost = 0;
   Ref place = kNoRef;
@@ -432,31 +458,37 @@ void Check::Look::checkUnits() {
   findings_.add({"lost"}, "%llu units belong to nobody, the first at %u", number(lost), place);
 }
 
-// A table that something is found in is looked at once more: of a write that had just ended, the last stores may not
-// all have been seen.
-uint32_t Check::checkTable(Table& table, uint8_t owner, uint32_t* places, const VisitFinding& visit,
-                           CheckResult& result, bool& goOn) {
-  const char* const name = table.layout().name.data();
-  bool again = false;
+uint32_t Check::lookAt(Table& table, uint8_t owner, uint32_t* places, const Visit<bool(const Look&)>& done) {
   for (uint32_t overtakings = 0; overtakings < kMostLooks;) {
     Look look(table, owner, places);
     if (!look.valid()) return DB_ERR_NO_MEMORY;
     if (!look.isOvertaken()) look.all();
     if (look.isOvertaken()) {
       ++overtakings;
-      again = false;
       pause();
-    } else if (look.findings().count() > 0 && !again) {
-      again = true;
-    } else {
-      ++result.checked;
-      result.records += look.records();
-      result.blocks += look.blocks();
-      result.findings += look.findings().count();
-      goOn = look.findings().tell(name, visit);
+    } else if (done(look)) {
       return 0;
     }
   }
+  return DB_ERR_OVERTAKEN;
+}
+
+// A table that something is found in is looked at once more: of a write that had just ended, the last stores may not
+// all have been seen.
+uint32_t Check::checkTable(Table& table, uint8_t owner, uint32_t* places, const VisitFinding& visit,
+                           CheckResult& result, bool& goOn) {
+  const char* const name = table.layout().name.data();
+  bool again = false;
+  const uint32_t code = lookAt(table, owner, places, [&](const Look& look) {
+    if (look.findings().count() > 0 && !std::exchange(again, true)) return false;
+    ++result.checked;
+    result.records += look.records();
+    result.blocks += look.blocks();
+    result.findings += look.findings().count();
+    goOn = look.findings().tell(name, visit);
+    return true;
+  });
+  if (code != DB_ERR_OVERTAKEN) return code;
   ++result.overtaken;
   goOn = visit(name, nullptr);
   return 0;
@@ -491,6 +523,31 @@ uint32_t Check::run(Store& store, const VisitFinding& visit, CheckResult& result
   }
   result.findings += findings.count();
   findings.tell("arena", visit);
+  return 0;
+}
+
+uint32_t Check::measure(Store& store, size_t table, const VisitStructure& visit) {
+  auto* const places =
+      static_cast<uint32_t*>(std::calloc(store.arena().reservedBytes() / kExtentBytes, sizeof(uint32_t)));
+  if (places == nullptr) return DB_ERR_NO_MEMORY;
+  Look::Units units{};
+  const uint32_t code = lookAt(store.table(table), static_cast<uint8_t>(table + 1), places, [&](const Look& look) {
+    units = look.units();
+    return true;
+  });
+  std::free(places);
+  if (code != 0) return code;
+
+  const auto tell = [&](const char* structure, uint32_t index, uint8_t owner) {
+    return units[owner] == 0 || visit(structure, index, units[owner] * kRefUnit);
+  };
+  if (!tell("records", 0, kRecords)) return 0;
+  const std::span<const schema::Index> indexes = store.table(table).layout().indexes;
+  for (size_t i = 0; i < indexes.size(); ++i) {
+    if (!tell(nameOf(indexes[i].kind), indexes[i].id(), ownerOf(i))) return 0;
+  }
+  if (!tell("free", 0, kFree) || !tell("resting", 0, kResting) || !tell("queue of what rests", 0, kQueue)) return 0;
+  tell("lost", 0, kNobody);
   return 0;
 }
 

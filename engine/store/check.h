@@ -38,12 +38,19 @@ class Check {
   // 0, or DB_ERR_NO_MEMORY. REQUIRES: the store is valid, and none of its heaps gave an extent to anyone but its table.
   static uint32_t run(Store& store, const VisitFinding& visit, CheckResult& result);
 
+  // What a part of a table's memory is for, the id of the index if it is one, and its bytes; false ends the visits.
+  using VisitStructure = Visit<bool(const char*, uint32_t, uint64_t)>;
+  // Where the memory of one table went: 0, DB_ERR_OVERTAKEN or DB_ERR_NO_MEMORY. REQUIRES: as run.
+  static uint32_t measure(Store& store, size_t table, const VisitStructure& visit);
+
   // The stored part of a table.
   static TableState& stateOf(const Table& table) { return *table.state_; }
 
  private:
   class Look;
 
+  // Looks until no write came between and `done` is content: 0, DB_ERR_OVERTAKEN or DB_ERR_NO_MEMORY.
+  static uint32_t lookAt(Table& table, uint8_t owner, uint32_t* places, const Visit<bool(const Look&)>& done);
   static uint32_t checkTable(Table& table, uint8_t owner, uint32_t* places, const VisitFinding& visit,
                              CheckResult& result, bool& goOn);
 };

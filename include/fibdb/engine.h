@@ -66,7 +66,8 @@ enum {
   DB_ERR_ARENA_JOINED = 20028,       /* the process is in an arena already, its own or another */
   DB_ERR_ARENA_BUSY = 20029,         /* processes are in the arena */
   DB_ERR_REPLACE_BUSY = 20030,       /* a process is telling the table anew */
-  DB_ERR_NO_REPLACE = 20031          /* nobody is telling the table anew */
+  DB_ERR_NO_REPLACE = 20031,         /* nobody is telling the table anew */
+  DB_ERR_OVERTAKEN = 20032           /* a look at a whole table: writes came between again and again */
 };
 
 /* One set of tables for all processes of a device. By default a process's tables are its own and end with it. In an
@@ -231,6 +232,16 @@ typedef int (*FibDbEngineFinding)(const char* table, const char* finding, void* 
  * holds. A table is checked as it stands between two writes: a look that a write overtakes begins again, some times.
  * Costs about a quarter of the time that the records took to write, and memory: a sixteenth of the largest table. */
 FIBDB_API uint32_t fibdb_engine_check(FibDbEngineFinding visit, void* context, FibDbEngineCheck* out);
+
+/* What a part of a table's memory is for, in words; the index, if it is one (its id, else 0); and the bytes. Non-zero
+ * ends the visits. */
+typedef int (*FibDbEngineStructure)(const char* structure, uint32_t index, uint64_t bytes, void* context);
+
+/* Where the memory of a table went: its records, each of its indexes, free blocks, blocks that rest because readers may
+ * still look at them, and the queue in which they do. Together that is all that the table has taken of the arena; the
+ * parts that have nothing are left out. A look at the whole table, as fibdb_engine_check takes it, and as costly.
+ * DB_ERR_OVERTAKEN, DB_ERR_NO_MEMORY, DB_ERR_WRONG_TABLE. */
+FIBDB_API uint32_t fibdb_engine_structures(uint32_t table, FibDbEngineStructure visit, void* context);
 
 typedef struct FibDbEngineArenaStats {
   uint64_t reserved; /* bytes of address space */

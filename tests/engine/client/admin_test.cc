@@ -3,6 +3,7 @@
 // tests/engine/client/admin_test.cc: texts, statistics, limits, walks over any table, faults, and starting afresh.
 #include <atomic>
 #include <chrono>
+#include <map>
 #include <set>
 #include <thread>
 
@@ -23,14 +24,14 @@ TEST_F(Admin, every_code_has_a_text_of_its_own) {
   std::vector<uint32_t> codes = {FIB_DB_OK,      DB_ERR_FIELD_ABSENT,     DB_ERR_RETRY,      DB_RET_PUB_STATUS,
                                  DB_ERR_NO_DATA, DB_ERR_BATCH_QUEUE_FULL, DB_ERR_BATCH_BUSY, DB_ERR_ITER_END,
                                  FIB_DB_ERR,     FIB_DB_NOT_FOUND,        FIB_DB_NO_ROUTE,   FIB_DB_BATCH_NOT_EXECUTED};
-  for (uint32_t code = DB_ERR_BAD_HANDLE; code <= DB_ERR_NO_REPLACE; ++code) codes.push_back(code);
+  for (uint32_t code = DB_ERR_BAD_HANDLE; code <= DB_ERR_OVERTAKEN; ++code) codes.push_back(code);
   for (const uint32_t code : codes) {
     const std::string text = fibdb_engine_error_text(code);
     EXPECT_NE(text, "unknown code") << code;
     EXPECT_EQ(text.find('\n'), std::string::npos);
     EXPECT_TRUE(texts.insert(text).second) << text;
   }
-  for (const uint32_t code : {2u, 61u, uint32_t{DB_ERR_NO_REPLACE} + 1, UINT32_MAX}) {
+  for (const uint32_t code : {2u, 61u, uint32_t{DB_ERR_OVERTAKEN} + 1, UINT32_MAX}) {
     EXPECT_STREQ(fibdb_engine_error_text(code), "unknown code");
   }
 }
@@ -303,6 +304,58 @@ TEST_F(Admin, a_check_looks_at_every_table_and_finds_nothing) {
   EXPECT_EQ(check.findings, 0u);
   EXPECT_EQ(fibdb_engine_check(nullptr, nullptr, &check), DB_ERR_NULL_ARGUMENT);
   EXPECT_EQ(fibdb_engine_check(keepFinding, &lines, nullptr), DB_ERR_NULL_ARGUMENT);
+}
+
+struct Structure {
+  std::string name;
+  uint32_t index;
+  uint64_t bytes;
+};
+
+std::vector<Structure> structuresOf(TableId table) {
+  std::vector<Structure> structures;
+  const auto keep = [](const char* name, uint32_t index, uint64_t bytes, void* to) {
+    static_cast<std::vector<Structure>*>(to)->push_back({name, index, bytes});
+    return 0;
+  };
+  EXPECT_EQ(fibdb_engine_structures(numberOf(table), keep, &structures), 0u);
+  return structures;
+}
+
+TEST_F(Admin, the_memory_of_a_table_is_told_by_structure) {
+  constexpr uint32_t kRoutes = 20'000;
+  for (uint32_t i = 0; i < kRoutes; ++i) ASSERT_EQ(writeRoute(route(i << 10, 24)), 0u);
+  uint64_t all = 0;
+  std::map<std::string, uint64_t> bytesOf;
+  std::set<uint32_t> indexes;
+  for (const Structure& structure : structuresOf(TableId::ip4forward)) {
+    EXPECT_GT(structure.bytes, 0u) << structure.name;
+    all += structure.bytes;
+    bytesOf[structure.name] += structure.bytes;
+    if (structure.index != 0) indexes.insert(structure.index);
+  }
+  EXPECT_EQ(all, statsOf(TableId::ip4forward).bytes);
+  // The order is that of the tries: there is no ordered index but for prefixes with bits below their masks.
+  EXPECT_EQ(indexes, (std::set<uint32_t>{kRouteKey, kRouteByGroup, kRouteByVrf, kRouteLongest}));
+  EXPECT_GE(bytesOf["records"], kRoutes * 136u) << "row, version, stamp";
+  EXPECT_GE(bytesOf["primary index"], kRoutes * 4u);
+  EXPECT_GE(bytesOf["secondary index"], kRoutes * 8u * 2);
+  EXPECT_GE(bytesOf["longest-prefix index"], kRoutes * 4u);
+  EXPECT_EQ(bytesOf.count("lost"), 0u);
+}
+
+TEST_F(Admin, the_structures_of_a_table_are_told_until_it_is_enough) {
+  ASSERT_EQ(writeRoute(route(10 << 24, 8)), 0u);
+  uint32_t visits = 0;
+  const auto once = [](const char*, uint32_t, uint64_t, void* to) {
+    ++*static_cast<uint32_t*>(to);
+    return 1;
+  };
+  EXPECT_EQ(fibdb_engine_structures(numberOf(TableId::ip4forward), once, &visits), 0u);
+  EXPECT_EQ(visits, 1u);
+  EXPECT_TRUE(structuresOf(TableId::vrf).empty());
+  EXPECT_EQ(fibdb_engine_structures(UINT32_MAX, once, &visits), DB_ERR_WRONG_TABLE);
+  EXPECT_EQ(fibdb_engine_structures(numberOf(TableId::vrf), nullptr, nullptr), DB_ERR_NULL_ARGUMENT);
 }
 
 TEST_F(Admin, to_clear_a_table_removes_its_records_and_leaves_its_limits) {

@@ -388,6 +388,8 @@ TEST_F(Damaged, what_is_found_again_and_again_is_one_line_with_its_number) {
 TEST_F(Damaged, a_table_whose_writer_stands_amid_a_write_counts_as_overtaken) {
   store::Heap(store_.arena(), state().heap).log().begin(store::Doing::kStep);
   EXPECT_EQ(accountOf(store_), "route: overtaken\n");
+  const auto none = [](const char*, uint32_t, uint64_t) { return true; };
+  EXPECT_EQ(store::Check::measure(store_, kRouteTable, none), DB_ERR_OVERTAKEN);
 }
 
 // Bytes, words and pages of an arena that is then put right again.

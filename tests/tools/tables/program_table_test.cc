@@ -447,6 +447,25 @@ TEST(ShowEngine, counts_what_was_done) {
   EXPECT_EQ(answers.back().at("waiting"), 0);
 }
 
+TEST(ShowEngine, says_by_structure_what_the_memory_of_a_table_is_for) {
+  uint64_t all = 0, table = 0;
+  std::set<std::string> structures;
+  for (const auto& row : jsonAnswers({"add route 1.0.0.0/8", "show engine structures", "show engine"})) {
+    if (row.value("table", "") != "ip4forward") continue;
+    if (!row.contains("structure")) {
+      table = row.at("bytes");
+      continue;
+    }
+    structures.insert(row.at("structure"));
+    all += row.at("bytes").get<uint64_t>();
+    EXPECT_EQ(row.at("bytes_per_record"), row.at("bytes")) << "of one record";
+  }
+  EXPECT_GT(table, 0U);
+  EXPECT_EQ(all, table);
+  EXPECT_TRUE(structures.contains("records") && structures.contains("longest-prefix index 0x0305000D"));
+  EXPECT_THAT(answer({"show engine structure-less"}).err, HasSubstr("\"structure-less\""));
+}
+
 TEST(ShowEngine, is_lists_that_name_themselves) {
   std::vector<std::string> lists;
   for (const auto& row : jsonAnswers({"add route 1.0.0.0/8", "show engine"})) {

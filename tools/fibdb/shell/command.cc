@@ -191,6 +191,7 @@ constexpr WordHelp kWordHelps[] = {
     {"prefix", "[in | covering] PREFIX"},
     {"replace", "routes that the file does not have go"},
     {"skip-bad", "bad lines are no failure"},
+    {"structures", "what the memory of each table is for"},
     {"table", "rows below headings"},
     {"vertical", "a line for each value"},
 };

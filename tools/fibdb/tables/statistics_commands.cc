@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // tools/fibdb/tables/statistics_commands.cc: what the engine and the library counted, for people and for collectors.
 #include <array>
+#include <cstdio>
 #include <optional>
 
 #include "fibdb/fibdb.h"
@@ -68,8 +69,48 @@ std::optional<FibDbEngineConnectionStats> connectionStats() {
   return stats;
 }
 
+struct Structure {
+  std::string name;
+  uint32_t index;
+  uint64_t bytes;
+};
+
+// An index by its id.
+std::string nameOf(const Structure& structure) {
+  if (structure.index == 0) return structure.name;
+  char id[16];
+  std::snprintf(id, sizeof id, " 0x%08X", structure.index);
+  return structure.name + id;
+}
+
+void showStructuresOf(Session& session, uint32_t table) {
+  std::vector<Structure> structures;
+  const auto keep = [](const char* name, uint32_t index, uint64_t bytes, void* to) {
+    static_cast<std::vector<Structure>*>(to)->push_back({name, index, bytes});
+    return 0;
+  };
+  const FibDbEngineTableStats stats = statsOf(table);
+  const uint32_t code = call<fibdb_engine_structures>(table, keep, &structures);
+  if (code == DB_ERR_OVERTAKEN) return session.output.row({std::string(stats.name), codeText(code), {}, {}});
+  if (code != FIB_DB_OK) throw Failure(Status::kFailed, std::string(stats.name) + ": " + codeText(code));
+  for (const Structure& structure : structures) {
+    Value perRecord;
+    if (stats.records > 0) perRecord = static_cast<double>(structure.bytes) / static_cast<double>(stats.records);
+    session.output.row({std::string(stats.name), nameOf(structure), structure.bytes, perRecord});
+  }
+}
+
+// Each table is walked through from end to end, so it takes a while.
+Status showStructures(Session& session) {
+  session.output.beginList(
+      {"structures", {{"table"}, {"structure"}, {"bytes", Format::kBytes}, {"bytes_per_record", Format::kCount}}});
+  for (uint32_t table = 0; table < call<fibdb_engine_table_count>(); ++table) showStructuresOf(session, table);
+  session.output.endList();
+  return Status::kOk;
+}
+
 Status showEngine(Session& session, Arguments& arguments) {
-  arguments.end();
+  if (arguments.lastKeyword("structures")) return showStructures(session);
   showTableStats(session);
   FibDbEngineArenaStats arena{};
   const uint32_t code = call<fibdb_engine_arena_stats>(&arena);
@@ -214,7 +255,10 @@ Status showMetrics(Session& session, Arguments& arguments) {
 }
 
 constexpr Command kCommands[] = {
-    {"show engine", "", "memory, limits and counters of the database", "", showEngine},
+    {"show engine", "[structures]", "memory, limits and counters of the database",
+     "structures: where the memory of each table went, to its records, to each index by its id, and to what is free\n"
+     "or rests until no reader can look at it any more. Every word is looked at, as by check engine.",
+     showEngine},
     {"show errors", "", "failures that the library counted, and where others are counted",
      "The library counts by table and operation. It does not learn of what the engine refuses inside a batch;\n"
      "the second list says how much that was, and where it is counted.",
