@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "engine/client/object.h"
+#include "engine/store/wall_time.h"
 #include "fibdb/engine.h"
 
 namespace fibdb {
@@ -17,8 +18,6 @@ namespace {
 
 using store::ArenaFile;
 using store::Store;
-
-constexpr uint64_t kMicro = 1'000'000;
 
 // Opens an arena's file to look at it.
 uint32_t lookInto(const char* name, ArenaFile& out) {
@@ -55,7 +54,7 @@ class Census {
     FibDbEngineProcess process{};
     process.pid = present.pid;
     process.writes = present.writes;
-    process.joinedAt = present.joinedAt * kMicro;
+    process.joinedAt = present.joinedAt * store::kMicrosPerSecond;
     if (arena_ != nullptr && present.writes) {
       arena_->eachWriter([&](const store::ArenaWriter& writer) {
         if (writer.pid == present.pid) tell(process, writer);

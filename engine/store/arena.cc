@@ -4,7 +4,6 @@
 #include "engine/store/arena.h"
 
 #include <sys/mman.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 
 #include "engine/store/arena_file.h"
 #include "engine/store/bus_guard.h"
+#include "engine/store/wall_time.h"
 #include "engine/store/word.h"
 
 namespace fibdb::store {
@@ -127,12 +127,8 @@ void Arena::leave() {
   if (self_ != nullptr) self_->pid.store(0, std::memory_order_relaxed);
 }
 
-// To some milliseconds, which costs next to nothing.
 void Arena::noteTimeOfWrite() {
-  timespec now;
-  clock_gettime(CLOCK_REALTIME_COARSE, &now);
-  self_->lastWriteAt.store(static_cast<uint64_t>(now.tv_sec) * 1'000'000 + static_cast<uint64_t>(now.tv_nsec) / 1000,
-                           std::memory_order_relaxed);
+  self_->lastWriteAt.store(microsecondsNow(CLOCK_REALTIME_COARSE), std::memory_order_relaxed);
 }
 
 void Arena::noteWaiting(uint64_t batches) {

@@ -6,7 +6,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +15,7 @@
 #include <utility>
 
 #include "engine/store/arena.h"
+#include "engine/store/wall_time.h"
 #include "fibdb/engine.h"
 
 namespace fibdb::store {
@@ -31,14 +31,6 @@ constexpr uint64_t kStep = uint64_t{2} << 20;
 constexpr unsigned kPidBits = 22;  // the most that the kernel gives out
 constexpr unsigned kPidShift = 1;
 constexpr unsigned kTimeShift = kPidShift + kPidBits;
-
-constexpr uint64_t kMicro = 1'000'000;
-
-uint64_t now() {
-  timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  return static_cast<uint64_t>(now.tv_sec) * kMicro + static_cast<uint64_t>(now.tv_nsec) / 1000;
-}
 
 // False when the name is too long.
 bool findPath(const char* name, char (&path)[PATH_MAX]) {
@@ -93,7 +85,7 @@ uint32_t ArenaFile::create(const ArenaRequest& request, const ArenaIdentity& ide
   for (size_t i = 0; i < identity.sizes.size(); ++i) head_.sizes[i] = identity.sizes[i].bytes;
   head_.schema = identity.schema;
   head_.bytes = std::clamp(request.bytes, 2 * kStep, kMaxArenaBytes) / kStep * kStep;
-  head_.createdAt = now();
+  head_.createdAt = microsecondsNow();
   // The mode as asked for, whatever the umask of who comes first.
   if (fchmod(descriptor_, request.mode) != 0 || ftruncate(descriptor_, static_cast<off_t>(head_.bytes)) != 0) {
     return fail(DB_ERR_ARENA_ACCESS, "cannot have %llu bytes: %s", static_cast<unsigned long long>(head_.bytes),
@@ -203,7 +195,8 @@ bool ArenaFile::isCut() const {
 }
 
 void ArenaFile::enter() {
-  ownLock_ = (now() / kMicro) << kTimeShift | static_cast<uint64_t>(getpid()) << kPidShift | (readOnly_ ? 0 : 1);
+  ownLock_ = (microsecondsNow() / kMicrosPerSecond) << kTimeShift | static_cast<uint64_t>(getpid()) << kPidShift |
+             (readOnly_ ? 0 : 1);
   struct flock lock {};
   lock.l_type = F_RDLCK;
   lock.l_whence = SEEK_SET;

@@ -5,22 +5,16 @@
 // A table has a generation, and every record that of the write that wrote it last, kept only while somebody tells the
 // table anew. To begin is to begin a generation; to end is to remove the records of earlier ones, each by a write of
 // its own that looks once more. Whatever ends in between, the records are all there.
-#include <time.h>
 #include <unistd.h>
 
 #include <cstring>
 
 #include "engine/store/table.h"
 #include "engine/store/table_writer.h"
+#include "engine/store/wall_time.h"
 
 namespace fibdb::store {
 namespace {
-
-uint64_t microsecondsNow() {
-  timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  return static_cast<uint64_t>(now.tv_sec) * 1'000'000 + static_cast<uint64_t>(now.tv_nsec) / 1000;
-}
 
 uint32_t ownPid() { return static_cast<uint32_t>(getpid()); }
 
