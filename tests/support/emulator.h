@@ -17,7 +17,7 @@ constexpr bool childrenMayStartThreads() { return !kIsEmulated; }
 // Nor does it hand the kernel the list of locks that a thread holds, so nobody learns that their owner died.
 constexpr bool deathsAreTold() { return !kIsEmulated; }
 // What the system calls a process of this name.
-constexpr const char* nameInSystem(const char* name) { return kIsEmulated ? "qemu" : name; }
+constexpr const char* nameInSystem(const char* name) { return kIsEmulated ? "qemu-aarch64" : name; }
 inline constexpr const char* kNoDeathsTold = "the emulator does not tell that the owner of a lock died";
 inline constexpr const char* kNoThreadsInChildren = "the emulator ends a child of fork() that starts a thread";
 

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 
+#include "tests/support/emulator.h"
 #include "tests/tools/run_program.h"
 
 namespace fibdb::program {
@@ -48,7 +49,7 @@ TEST_F(ProgramArena, is_joined_for_reading_until_a_command_writes) {
   const auto answers = jsonInArena(asked);
   EXPECT_EQ(answers.at(0).at("mode"), "reads");
   EXPECT_EQ(answers.at(2).at("mode"), "writes");
-  EXPECT_EQ(answers.at(2).at("program"), "fibdb");
+  EXPECT_EQ(answers.at(2).at("program"), emulation::nameInSystem("fibdb"));
 }
 
 TEST_F(ProgramArena, is_listed_and_not_removed_while_somebody_is_in_it) {
