@@ -148,7 +148,7 @@ void ArenaFile::explain(uint32_t code) {
   if (code == DB_ERR_ARENA_FOREIGN) {
     fail(code, "has a head but no tables");
   } else {
-    fail(code, "no address space for its %llu bytes", static_cast<unsigned long long>(head_.bytes));
+    fail(code, "no address space, or huge pages, for its %llu bytes", static_cast<unsigned long long>(head_.bytes));
   }
 }
 
