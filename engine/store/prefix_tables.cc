@@ -42,18 +42,16 @@ Ref PrefixTables::makeSharers() {
 }
 
 // nullptr when its block does not exist.
-Ref* PrefixTables::placeFor(const uint32_t* words) const {
-  const uint32_t place = placeOf(words, leading_->length() / uint32_t{sizeof(uint32_t)});
+[[gnu::always_inline]] inline Ref* PrefixTables::placeFor(const uint32_t* words, uint32_t count) const {
+  const uint32_t place = placeOf(words, count);
   const Ref block = follow(state_->places[place / kRefsPerBlock]);
   return block == kNoRef ? nullptr : &heap_->at<Ref>(block)[place % kRefsPerBlock];
 }
 
 // The trie in the place of these words, if it is theirs.
 [[gnu::always_inline]] inline Ref PrefixTables::findPlaced(const uint32_t* words, uint32_t count) const {
-  const uint32_t place = placeOf(words, count);
-  const Ref neighbours = follow(state_->places[place / kRefsPerBlock]);
-  if (neighbours == kNoRef) return kNoRef;
-  const Ref block = follow(heap_->at<Ref>(neighbours)[place % kRefsPerBlock]);
+  const Ref* const place = placeFor(words, count);
+  const Ref block = place == nullptr ? kNoRef : follow(*place);
   if (block == kNoRef) return kNoRef;
   for (uint32_t i = 0; i < count; ++i) {
     if (load(at(block).leading[i]) != words[i]) return kNoRef;
@@ -128,7 +126,7 @@ void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref recor
   if (at(block).prefixes.root != kNoRef) return;
   // Who still looks into this trie must not take it for one that stands still.
   settle(block);
-  Ref* const place = placeFor(at(block).leading);
+  Ref* const place = placeFor(at(block).leading, addrWord());
   if (place != nullptr && *place == block) publish(heap_->noted(*place), kNoRef);
   tries_.erase(leading_->ordered(leading, block));
   heap_->retire(block, sizeof(Trie));

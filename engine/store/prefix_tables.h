@@ -164,7 +164,7 @@ class PrefixTables {
   Ref makeTrie(const uint8_t* leading);
   Ref makeSharers();
   Ref findPlaced(const uint32_t* words, uint32_t count) const;
-  Ref* placeFor(const uint32_t* words) const;
+  Ref* placeFor(const uint32_t* words, uint32_t count) const;
   void findPlace(Ref block, uint32_t keep);
   Ref findInOrder(const uint8_t* leading) const;
   uint32_t surveyTrie(Ref block, const Surveyor& to, const VisitRecord& record) const;
