@@ -7,9 +7,9 @@ include_guard(GLOBAL)
 
 find_program(FIBDB_CLANG_TIDY NAMES clang-tidy-14 clang-tidy REQUIRED)
 # A changed list of checks has another name, so everything is read anew.
-file(SHA256 .clang-tidy checks)
+file(SHA256 ${PROJECT_SOURCE_DIR}/.clang-tidy checks)
 string(PREPEND checks ${PROJECT_BINARY_DIR}/clang-tidy-)
-configure_file(.clang-tidy ${checks} COPYONLY)
+configure_file(${PROJECT_SOURCE_DIR}/.clang-tidy ${checks} COPYONLY)
 set(CMAKE_CXX_CLANG_TIDY ${FIBDB_CLANG_TIDY} --quiet --config-file=${checks})
 set(reads "$<IF:$<BOOL:$<TARGET_PROPERTY:CXX_CLANG_TIDY>>,-E,-fsyntax-only>")
 add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:SHELL:-Xclang ${reads}>")
