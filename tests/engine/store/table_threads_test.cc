@@ -80,7 +80,7 @@ class Threads : public testing::Test {
   void write(uint32_t number, uint32_t stamp) {
     const Row row = rowOf(number, groupOf(number, stamp), stamp);
     Change change;
-    if (table_.write(bytes(row), change) != 0) ++failures_;
+    expectThat(table_.write(bytes(row), change) == 0);
   }
   void remove(uint32_t number) {
     const Row row = rowOf(number, 0, 0);
@@ -89,10 +89,16 @@ class Threads : public testing::Test {
   }
   static const uint8_t* bytes(const Row& row) { return reinterpret_cast<const uint8_t*>(&row); }
   static uint8_t* bytes(Row& row) { return reinterpret_cast<uint8_t*>(&row); }
-  void expectThat(bool holds) { failures_ += holds ? 0 : 1; }
+  void expectThat(bool holds, int line = __builtin_LINE()) {
+    if (holds) return;
+    int none = 0;
+    firstFailure_.compare_exchange_strong(none, line);
+    ++failures_;
+  }
 
   void scribble(uint64_t seed, uint32_t writes) {
     std::mt19937_64 random(seed);
+    while (reads_ == 0) std::this_thread::yield();  // on a busy machine readers may come late
     for (uint32_t i = 0; i < writes; ++i) {
       const auto number = static_cast<uint32_t>(random() % (kStaying + kPassing));
       const auto stamp = static_cast<uint32_t>(random());
@@ -164,6 +170,7 @@ class Threads : public testing::Test {
   Table& table_ = store_.table(0);
   std::atomic<int> writers_{0};
   std::atomic<uint64_t> failures_{0}, reads_{0};
+  std::atomic<int> firstFailure_{0};  // its line
 };
 
 TEST_F(Threads, readers_beside_two_writers_see_whole_rows_and_every_record_that_stays) {
@@ -180,7 +187,7 @@ TEST_F(Threads, readers_beside_two_writers_see_whole_rows_and_every_record_that_
   threads.emplace_back([&] { walk(); });
   for (std::thread& thread : threads) thread.join();
   EXPECT_GT(reads_, 0U);
-  EXPECT_EQ(failures_, 0U);
+  EXPECT_EQ(failures_, 0U) << "the first in line " << firstFailure_;
 
   Cursor cursor;
   cursor.openAll(table_);
@@ -243,7 +250,7 @@ TEST_F(Threads, a_single_read_beside_an_exchange_never_answers_what_was_never_tr
   }
   writer.join();
   EXPECT_GT(reads_, 0U);
-  EXPECT_EQ(failures_, 0U);
+  EXPECT_EQ(failures_, 0U) << "the first in line " << firstFailure_;
 }
 
 // Two records whose keys meet in one bucket with one tag; one comes and goes, the other is not touched.
@@ -275,7 +282,7 @@ TEST_F(Threads, a_record_that_nobody_touches_is_always_there) {
     expectThat(table_.read(kIndexes[0], bytes(kept), bytes(row)) == 0 && isWhole(row));
   }
   writer.join();
-  EXPECT_EQ(failures_, 0U);
+  EXPECT_EQ(failures_, 0U) << "the first in line " << firstFailure_;
 }
 
 TEST_F(Threads, one_row_changed_over_and_over_is_always_read_whole) {
@@ -291,7 +298,7 @@ TEST_F(Threads, one_row_changed_over_and_over_is_always_read_whole) {
     expectThat(table_.read(kIndexes[0], bytes(key), bytes(row)) == 0 && isWhole(row));
   }
   writer.join();
-  EXPECT_EQ(failures_, 0U);
+  EXPECT_EQ(failures_, 0U) << "the first in line " << firstFailure_;
 }
 
 }  // namespace
