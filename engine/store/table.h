@@ -165,7 +165,8 @@ class Table {
   uint32_t remove(const schema::Index& index, const uint8_t* key, uint64_t& removed);
 
   // Asks memory for what a write with this primary key will look at, without waiting for it: fetchFirst a dozen writes
-  // before, and fetchThen, which looks at what that brought, half as many before.
+  // before, and fetchThen, which looks at what that brought, half as many before. Any thread may: overtaken by writes,
+  // it asks for the wrong memory, which does no harm.
   void fetchFirst(const Key& primaryKey) const;
   void fetchThen(const Key& primaryKey) const;
 

@@ -392,6 +392,23 @@ TEST_F(Damaged, a_table_whose_writer_stands_amid_a_write_counts_as_overtaken) {
   EXPECT_EQ(store::Check::measure(store_, kRouteTable, none), DB_ERR_OVERTAKEN);
 }
 
+TEST_F(Damaged, a_check_ends_when_it_is_told_and_counts_the_tables_before) {
+  static_assert(kRouteTable + 1 < std::size(kToyTables), "there are tables behind");
+  store::Heap(store_.arena(), state().heap).log().begin(store::Doing::kStep);
+  uint32_t visits = 0;
+  store::CheckResult result;
+  const auto endAtOnce = [&](const char* table, const char* finding) {
+    EXPECT_STREQ(table, "route");
+    EXPECT_EQ(finding, nullptr);
+    ++visits;
+    return false;
+  };
+  ASSERT_EQ(store::Check::run(store_, endAtOnce, result), 0U);
+  EXPECT_EQ(visits, 1U);
+  EXPECT_EQ(result.overtaken, 1U);
+  EXPECT_EQ(result.checked, kRouteTable);
+}
+
 // Bytes, words and pages of an arena that is then put right again.
 class Vandal {
  public:
