@@ -2,10 +2,10 @@
 # SPDX-FileCopyrightText: 2026 The fibdb authors
 # SPDX-License-Identifier: Apache-2.0
 # Asks the completion of both shells what it offers, and compares it with what the program knows.
-#   completion.sh FOLDER-OF-FIBDB ROOT-OF-SOURCES
+#   completion.sh FIBDB ROOT-OF-SOURCES
 set -eu
 scripts=$(cd "$2" && pwd)/packaging/completion
-PATH=$(cd "$1" && pwd):$PATH
+PATH=$(cd "$(dirname "$1")" && pwd):$PATH
 export PATH
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

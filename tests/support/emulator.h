@@ -4,6 +4,8 @@
 #ifndef FIBDB_TESTS_SUPPORT_EMULATOR_H
 #define FIBDB_TESTS_SUPPORT_EMULATOR_H
 
+#include <cstdint>
+
 namespace fibdb::emulation {
 
 #ifdef FIBDB_EMULATED
@@ -12,13 +14,15 @@ inline constexpr bool kIsEmulated = true;
 inline constexpr bool kIsEmulated = false;
 #endif
 
+// Everything takes ten to twenty times as long there: of random work a part is done.
+constexpr uint32_t shareOf(uint32_t work) { return kIsEmulated ? work / 8 : work; }
+
 // qemu-user 7.2 takes the threads that a parent had for its child's, and aborts the child when that starts one.
 constexpr bool childrenMayStartThreads() { return !kIsEmulated; }
-// Nor does it hand the kernel the list of locks that a thread holds, so nobody learns that their owner died.
+// Nor does it hand the kernel the list of locks that a thread holds, so nobody is told that their owner died.
 constexpr bool deathsAreTold() { return !kIsEmulated; }
 // What the system calls a process of this name.
 constexpr const char* nameInSystem(const char* name) { return kIsEmulated ? "qemu-aarch64" : name; }
-inline constexpr const char* kNoDeathsTold = "the emulator does not tell that the owner of a lock died";
 inline constexpr const char* kNoThreadsInChildren = "the emulator ends a child of fork() that starts a thread";
 
 }  // namespace fibdb::emulation

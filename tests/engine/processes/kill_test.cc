@@ -12,8 +12,8 @@
 #include <random>
 #include <vector>
 
+#include "dead_owners.h"
 #include "in_arena.h"
-#include "tests/support/emulator.h"
 
 namespace fibdb::testing {
 namespace {
@@ -133,6 +133,12 @@ int checkAll() {
   return 0;
 }
 
+// Kills it, and waits until the locks that it held are told to be without an owner.
+bool killNow(pid_t process, const std::string& arena) {
+  kill(process, SIGKILL);
+  return await(process) == -SIGKILL && tellDeathOf(process, arena);
+}
+
 int killOn(Board& board, const std::string& arena, uint32_t kills, uint64_t seed) {
   CHECK_IN_CHILD(join(arena) == 0);
   std::mt19937_64 random(seed);
@@ -149,8 +155,7 @@ int killOn(Board& board, const std::string& arena, uint32_t kills, uint64_t seed
     // It has begun, and is somewhere in one of its next writes.
     while (board.writes[writer].load() == before) sched_yield();
     for (uint64_t spins = random() % 20000; spins > 0; --spins) __asm__ volatile("");
-    kill(writers[writer], SIGKILL);
-    CHECK_IN_CHILD(await(writers[writer]) == -SIGKILL);
+    CHECK_IN_CHILD(killNow(writers[writer], arena));
     const uint64_t began = ownMicroseconds(CLOCK_THREAD_CPUTIME_ID);
     CHECK_IN_CHILD(writeRow(route(0x01000000, 32, i)) == 0);
     longestWrite = std::max(longestWrite, ownMicroseconds(CLOCK_THREAD_CPUTIME_ID) - began);
@@ -158,8 +163,7 @@ int killOn(Board& board, const std::string& arena, uint32_t kills, uint64_t seed
     if (i % 20 == 0) {
       // The other, too, so that nobody writes.
       const uint32_t other = 1 - writer;
-      kill(writers[other], SIGKILL);
-      CHECK_IN_CHILD(await(writers[other]) == -SIGKILL);
+      CHECK_IN_CHILD(killNow(writers[other], arena));
       CHECK_IN_CHILD(writeRow(route(0x01000000, 32, i)) == 0);
       if (const int wrong = settle(board, other)) return wrong;
       if (const int wrong = checkAll()) return wrong;
@@ -167,7 +171,7 @@ int killOn(Board& board, const std::string& arena, uint32_t kills, uint64_t seed
     }
     begin(writer, i);
   }
-  for (const pid_t writer : writers) kill(writer, SIGKILL), await(writer);
+  for (const pid_t writer : writers) CHECK_IN_CHILD(killNow(writer, arena));
   board.over.store(true);
   for (const pid_t reader : readers) CHECK_IN_CHILD(await(reader) == 0);
   for (uint32_t writer = 0; writer < kWriters; ++writer) {
@@ -196,7 +200,6 @@ int killOn(Board& board, const std::string& arena, uint32_t kills, uint64_t seed
 }
 
 TEST(Kill, a_writer_killed_at_any_moment_harms_nobody) {
-  if (!emulation::deathsAreTold()) GTEST_SKIP() << emulation::kNoDeathsTold;
   const char* given = std::getenv("FIBDB_KILLS");
   const uint32_t kills = given != nullptr ? static_cast<uint32_t>(std::strtoul(given, nullptr, 0)) : 300;
   const uint64_t seed = testSeed();
