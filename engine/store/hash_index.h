@@ -248,7 +248,8 @@ void HashIndex<HashOf>::place(HashBucket* chain, uint64_t hash, Ref ref) {
       if (chain->refs[slot] != kNoRef) continue;
       const uint32_t shift = slot % sizeof(uint32_t) * 8;
       uint32_t& tags = chain->tags[slot / sizeof(uint32_t)];
-      store(heap_->noted(tags), (tags & ~(0xFFU << shift)) | (tagPattern(hash) & 0xFFU << shift));
+      // Not noted: the tag of a hole means nothing.
+      store(tags, (tags & ~(0xFFU << shift)) | (tagPattern(hash) & 0xFFU << shift));
       publish(heap_->noted(chain->refs[slot]), ref);
       return;
     }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -15,10 +16,11 @@ namespace {
 
 constexpr uint32_t kExtentUnits = kExtentBytes / kRefUnit;
 
+// Its first word, as the log wants it to be.
 struct FreeBlock {
   Ref next;
 };
-static_assert(sizeof(FreeBlock) <= kRefUnit);
+static_assert(sizeof(FreeBlock) <= kRefUnit && offsetof(FreeBlock, next) == 0);
 
 struct Resting {
   uint64_t retiredAt;
@@ -161,6 +163,14 @@ void Heap::settleClaim() {
   store(state_->claimed, kNoRef);
 }
 
+void Heap::markShelves() {
+  for (uint32_t first = 0; first < kSizeClasses; first += kShelfBits) {
+    uint64_t bits = 0;
+    for (uint32_t i = 0; i < kShelfBits; ++i) bits |= uint64_t{state_->free[first + i] != kNoRef} << i;
+    store(state_->shelves[first / kShelfBits], bits);
+  }
+}
+
 // The extent that was claimed is spare now. To do so twice does no harm.
 void Heap::own(Ref claimed) {
   keepOrder();
@@ -174,7 +184,7 @@ void Heap::own(Ref claimed) {
 void Heap::shelve(Ref block, uint32_t units) {
   Ref& shelf = state_->free[units - 1];
   uint64_t& shelves = state_->shelves[(units - 1) / kShelfBits];
-  if (shelf == kNoRef) store(noted(shelves), shelves | uint64_t{1} << (units - 1) % kShelfBits);
+  if (shelf == kNoRef) store(shelves, shelves | uint64_t{1} << (units - 1) % kShelfBits);
   store(at<FreeBlock>(block)->next, shelf);
   store(noted(shelf), block);
   if (units >= kPieceUnits) store(noted(state_->freePieces), state_->freePieces + units / kPieceUnits);
@@ -185,9 +195,8 @@ Ref Heap::takeShelved(uint32_t units) {
   Ref& shelf = state_->free[units - 1];
   uint64_t& shelves = state_->shelves[(units - 1) / kShelfBits];
   const Ref block = shelf;
-  // The link will be content.
-  store(noted(shelf), noted(at<FreeBlock>(block)->next));
-  if (shelf == kNoRef) store(noted(shelves), shelves & ~(uint64_t{1} << (units - 1) % kShelfBits));
+  store(log().notedHead(shelf), at<FreeBlock>(block)->next);
+  if (shelf == kNoRef) store(shelves, shelves & ~(uint64_t{1} << (units - 1) % kShelfBits));
   if (units >= kPieceUnits) store(noted(state_->freePieces), state_->freePieces - units / kPieceUnits);
   return block;
 }

@@ -57,7 +57,7 @@ struct HeapState {
   uint64_t clock;                       // writes begun
   uint64_t heldBytes;                   // extents taken, but for the spare one
   uint64_t limitBytes;                  // 0: none
-  uint64_t shelves[kSizeClasses / 64];  // a bit for each size of which there are free blocks
+  uint64_t shelves[kSizeClasses / 64];  // a bit for each size of which there are free blocks; not noted: markShelves
   Ref free[kSizeClasses];               // lists of free blocks by size
   uint32_t freePieces;                  // how many pieces can be cut from the free blocks
   Ref open;                             // rest of the newest extent: what ensure vouches for
@@ -106,6 +106,8 @@ class Heap {
   void overtakeReaders() { tick(kRestingWrites); }
   // What an owner that died may have begun beside its log.
   void settleClaim();
+  // Marks anew of which sizes there are free blocks, once all else of the heap is as it was.
+  void markShelves();
   // How many blocks of up to kPieceBytes can be allocated without a new extent, chunks of the queue included.
   uint32_t pieces() const {
     return state_->freePieces + state_->openUnits / kPieceUnits + state_->tailUnits / kPieceUnits;

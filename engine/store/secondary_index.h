@@ -56,9 +56,9 @@ class SecondaryIndex {
     keys_.payload(block)->tally.announceArrival(heap_->log(), record);
     return block;
   }
-  void settle(Ref block) {
+  void settle(Ref block, Ref record) {
     KeyEntry& entry = *keys_.payload(block);
-    entry.tally.settleArrival(heap_->log());
+    entry.tally.settleArrival(record);
     publish(entry.arrivedAt, heap_->clock());
   }
 
@@ -70,7 +70,7 @@ class SecondaryIndex {
   }
   void leave(const Key& key, Ref block, Ref record) {
     KeyEntry& entry = *keys_.payload(block);
-    entry.tally.settleDeparture(heap_->log());
+    entry.tally.settleDeparture(record);
     postings_.erase({block, record});
     if (entry.tally.settled() != 0) return;
     // Who still reads through this block must not take it for one that stands still.

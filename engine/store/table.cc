@@ -148,8 +148,8 @@ Ref Table::Writer::enter(size_t index, const uint8_t* row, Ref record) {
 }
 
 // The record is live now under what it was entered.
-void Table::Writer::settle(size_t index, Ref block) {
-  if (table_.plans_[index].kind == IndexKind::kSecondary) table_.secondary(heap_, index).settle(block);
+void Table::Writer::settle(size_t index, Ref block, Ref record) {
+  if (table_.plans_[index].kind == IndexKind::kSecondary) table_.secondary(heap_, index).settle(block, record);
   if (table_.plans_[index].kind == IndexKind::kLongest) table_.prefixes(heap_, index).settle(block);
 }
 
@@ -219,10 +219,10 @@ uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
 }
 
 void Table::Writer::completeInsert() {
-  state_.count.settleArrival(log_);
-  for (size_t i = 1; i < table_.planCount_; ++i) settle(i, state_.intent.entered[i]);
+  state_.count.settleArrival(state_.intent.record);
+  for (size_t i = 1; i < table_.planCount_; ++i) settle(i, state_.intent.entered[i], state_.intent.record);
   const uint64_t count = state_.count.settled();
-  if (count > state_.peak) store(log_.noted(state_.peak), count);
+  if (count > state_.peak) store(state_.peak, count);
   if (state_.replace.active != 0) addOne(log_.noted(state_.replace.counts.added));
 }
 
@@ -262,7 +262,7 @@ void Table::Writer::completeChange() {
   const auto eachMoved = [&](auto&& visit) {
     for (uint32_t left = intent.moved; left != 0; left &= left - 1) visit(static_cast<size_t>(std::countr_zero(left)));
   };
-  eachMoved([&](size_t i) { settle(i, intent.entered[i]); });
+  eachMoved([&](size_t i) { settle(i, intent.entered[i], intent.record); });
   eachMoved([&](size_t i) { leave(i, records_.rowBefore(), intent.left[i], intent.record); });
   if (intent.isFirst == 0) return;
   records_.setGeneration(intent.record, generation());
@@ -299,7 +299,7 @@ void Table::Writer::completeRemoval() {
   const Intent& intent = state_.intent;
   // The row stays as it is until the slot is taken again.
   const uint8_t* const row = records_.row(intent.record);
-  state_.count.settleDeparture(log_);
+  state_.count.settleDeparture(intent.record);
   for (size_t i = 1; i < table_.planCount_; ++i) leave(i, row, intent.left[i], intent.record);
   table_.primary(heap_).erase(intent.hash, intent.record);
   records_.giveBack(intent.record);
@@ -361,6 +361,7 @@ void Table::Writer::repair() {
   } else {
     log_.takeBack();
   }
+  heap_.markShelves();
   heap_.overtakeReaders();
   if (visible) complete();
   log_.end();

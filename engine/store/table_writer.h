@@ -64,7 +64,7 @@ class Table::Writer {
   uint32_t piecesToLeave();
   bool canHave(uint32_t pieces);
   Ref enter(size_t index, const uint8_t* row, Ref record);
-  void settle(size_t index, Ref block);
+  void settle(size_t index, Ref block, Ref record);
   void leave(size_t index, const uint8_t* row, Ref block, Ref record);
   void grow();
   void growTries(const uint8_t* row);

@@ -36,13 +36,17 @@ struct Tally {
   void announceArrival(UndoLog log, Ref record) { put(log, settled(), record); }
   // The record is about to be taken away: it still counts.
   void announceDeparture(UndoLog log, Ref record) { put(log, settled() - 1, record); }
-  void settleArrival(UndoLog log) { put(log, settled() + 1, kNoRef); }
-  void settleDeparture(UndoLog log) { put(log, settled(), kNoRef); }
+  // Of the record that was announced; once it is settled, to do so again does nothing. So nothing is noted: a write
+  // that is completed anew settles what its dead writer had not.
+  void settleArrival(Ref record) { settle(record, settled() + 1); }
+  void settleDeparture(Ref record) { settle(record, settled()); }
 
  private:
   static Reading unpack(uint64_t word) { return {static_cast<uint32_t>(word >> 32), static_cast<Ref>(word)}; }
-  void put(UndoLog log, uint32_t settled, Ref underWay) {
-    publish(log.noted(word), uint64_t{settled} << 32 | underWay);
+  static uint64_t pack(uint32_t settled, Ref underWay) { return uint64_t{settled} << 32 | underWay; }
+  void put(UndoLog log, uint32_t settled, Ref underWay) { publish(log.noted(word), pack(settled, underWay)); }
+  void settle(Ref record, uint32_t settled) {
+    if (unpack(load(word)).underWay == record) publish(word, pack(settled, kNoRef));
   }
 };
 

@@ -21,6 +21,9 @@
 // Some words are never taken back, because readers may have gone by them: the clock of the heap, versions of records,
 // the times of arrival of keys and tries. To store one of these twice does no harm.
 //
+// Nor is noted what can be told from the rest: whether a tally is settled (tally.h), of which sizes there are free
+// blocks, the tag of a place that holds nothing, the most records there ever were.
+//
 // COST     A note: two stores and a count, to memory that stays in the first-level cache.
 // THREADS  One writer (REQUIRES the table's lock).
 #ifndef FIBDB_ENGINE_STORE_UNDO_LOG_H
@@ -75,15 +78,15 @@ class UndoLog {
   template <class Word>
   Word& noted(Word& word) {
     static_assert(std::is_unsigned_v<Word> && (sizeof word == sizeof(uint32_t) || sizeof word == sizeof(uint64_t)));
-    const uint64_t progress = state_->progress;
-    if (progress == 0) return word;
-    UndoLogState::Note& note = state_->notes[static_cast<uint32_t>(progress)];
-    store(note.where, arena_->distanceTo(&word) | (sizeof word == sizeof(uint64_t) ? kWide : 0));
-    store(note.before, uint64_t{word});
-    keepOrder();
-    store(state_->progress, progress + 1);
-    keepOrder();
+    note(word, sizeof word == sizeof(uint64_t) ? kWide : 0);
     return word;
+  }
+
+  // Notes the head of a list whose first block the caller then takes out. The block's link, its first word, will be
+  // content: taken back, the block is linked again.
+  Ref& notedHead(Ref& head) {
+    note(head, kHead);
+    return head;
   }
 
   // Gives noted words back what they held: all of them, or those noted since commit(). May itself be cut short.
@@ -92,7 +95,22 @@ class UndoLog {
 
  private:
   static constexpr unsigned kCountBits = 32;
+  // What kind of word it is; words lie at multiples of four.
   static constexpr uint64_t kWide = 1;  // of eight bytes, not four
+  static constexpr uint64_t kHead = 2;  // of a list that lost its first block
+  static constexpr uint64_t kKinds = kWide | kHead;
+
+  template <class Word>
+  void note(Word& word, uint64_t kind) {
+    const uint64_t progress = state_->progress;
+    if (progress == 0) return;
+    UndoLogState::Note& note = state_->notes[static_cast<uint32_t>(progress)];
+    store(note.where, arena_->distanceTo(&word) | kind);
+    store(note.before, uint64_t{word});
+    keepOrder();
+    store(state_->progress, progress + 1);
+    keepOrder();
+  }
 
   void setProgress(Doing what, uint32_t notes) {
     keepOrder();
@@ -102,15 +120,25 @@ class UndoLog {
   void takeBackTo(uint32_t first) {
     for (uint32_t i = notes(); i-- > first;) {
       const UndoLogState::Note& note = state_->notes[i];
-      auto* const word = arena_->atDistance(note.where & ~kWide);
+      auto* const word = arena_->atDistance(note.where & ~kKinds);
       // Who sees one of these stores sees those before it.
       if ((note.where & kWide) != 0) {
         publish(*reinterpret_cast<uint64_t*>(word), note.before);
       } else {
-        publish(*reinterpret_cast<uint32_t*>(word), static_cast<uint32_t>(note.before));
+        auto& narrow = *reinterpret_cast<uint32_t*>(word);
+        const auto before = static_cast<uint32_t>(note.before);
+        if ((note.where & kHead) != 0) linkAgain(before, narrow);
+        publish(narrow, before);
       }
+      // One at a time: a link is made of what the head holds now.
+      setProgress(doing(), i);
     }
-    setProgress(doing(), first);
+  }
+  // Unless the block was not yet taken out, or is back already.
+  void linkAgain(Ref block, Ref head) const {
+    if (head == block) return;
+    store(*arena_->at<Ref>(block), head);
+    keepOrder();
   }
 
   const Arena* arena_;
