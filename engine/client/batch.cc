@@ -4,6 +4,7 @@
 #include "engine/client/batch.h"
 
 #include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 
 #include "engine/client/mutex.h"
 #include "engine/store/probes.h"
+#include "engine/store/wall_time.h"
 #include "platform/objdb.h"
 
 namespace fibdb::client {
@@ -61,10 +63,10 @@ struct Connection {
   Mutex mutex;
   Condition work;     // a batch was handed over, or the connection closes
   Condition applied;  // a batch was applied
-  // All under mutex. Both counts run on from one connection in this slot to the next, so that no one who
-  // waits for a count is ever left behind.
-  uint64_t batchesTaken = 0;
-  uint64_t batchesDone = 0;
+  // All under mutex, but that the counts are looked at without it, too. Both run on from one connection in this slot to
+  // the next, so that no one who waits for a count is ever left behind.
+  std::atomic<uint64_t> batchesTaken{0};
+  std::atomic<uint64_t> batchesDone{0};
   Batch* first = nullptr;  // handed over, oldest first
   Batch* last = nullptr;
   Batch* spare = nullptr;
@@ -76,6 +78,7 @@ struct Connection {
 
   bool isOpenAs(uint64_t expected) const { return handle.load(std::memory_order_acquire) == expected; }
   bool isClosing() const { return isOpenAs(kNoHandle); }
+  uint64_t waiting() const { return batchesTaken.load() - batchesDone.load(); }
 };
 
 namespace {
@@ -89,7 +92,14 @@ struct Totals {
 };
 Totals totals;
 
-void count(std::atomic<uint64_t>& total, uint64_t more) { total.fetch_add(more, std::memory_order_relaxed); }
+void count(std::atomic<uint64_t>& total, uint64_t more) {
+  if (more != 0) total.fetch_add(more, std::memory_order_relaxed);
+}
+
+// REQUIRES: the mutex of the count's connection is held.
+void addOne(std::atomic<uint64_t>& count) {
+  count.store(count.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+}
 
 // The slot that a handle names, to be locked and then checked.
 Connection* slotFor(uint64_t handle) {
@@ -216,8 +226,31 @@ void complete(const Batch& batch, const FibDbBatchResult& result) {
   if (completion != nullptr && completion->done != nullptr) completion->done(completion->context, &result);
 }
 
+// Whether the threads of this process may run on more than one processor; asked when a connection opens.
+std::atomic<bool> hasProcessors;
+bool mayUseProcessors() {
+  cpu_set_t usable;
+  return sched_getaffinity(0, sizeof usable, &usable) == 0 && CPU_COUNT(&usable) > 1;
+}
+
+// To put a thread to sleep and wake it takes longer than most batches: who waits for another looks out for it first, a
+// moment long. It looks again under the mutex.
+constexpr uint64_t kMomentMicroseconds = 50;
+constexpr int kLooksPerTime = 50;  // as long as it takes to tell the time
+template <class Happened>
+void lookOut(Happened&& happened) {
+  if (!hasProcessors.load(std::memory_order_relaxed)) return;
+  const uint64_t began = store::microsecondsNow(CLOCK_MONOTONIC);
+  do {
+    for (int i = 0; i < kLooksPerTime; ++i) {
+      if (happened()) return;
+    }
+  } while (store::microsecondsNow(CLOCK_MONOTONIC) - began < kMomentMicroseconds);
+}
+
 // The oldest batch, waiting for one; nullptr when the connection closes and all are applied.
 Batch* nextBatch(Connection& connection) {
+  lookOut([&] { return connection.waiting() != 0 || connection.isClosing(); });
   Lock lock(connection.mutex);
   while (connection.first == nullptr && !connection.isClosing()) connection.work.wait(lock);
   Batch* batch = connection.first;
@@ -230,7 +263,7 @@ void tellWaiting() { store::Store::instance().arena().noteWaiting(batchTotals().
 
 // REQUIRES: the connection's mutex is held.
 void countApplied(Connection& connection, const FibDbBatchResult& result) {
-  ++connection.batchesDone;
+  addOne(connection.batchesDone);
   ++connection.stats.batches;
   connection.stats.operations += result.operations;
   connection.stats.failed += result.failed;
@@ -299,6 +332,7 @@ bool onOwnThread(const Connection& connection) { return pthread_equal(connection
 
 uint32_t openConnection(Connection& connection, uint64_t batchLimit, uint64_t queueLimit) {
   const auto slot = static_cast<uint32_t>(&connection - connections);
+  hasProcessors.store(mayUseProcessors(), std::memory_order_relaxed);
   const Lock lock(connection.mutex);
   connection.stats = {};
   connection.stats.batchLimit = batchLimit;
@@ -331,7 +365,7 @@ void forget(Connection& connection) {
   connection.applied.makeAnew();
   freeAll(std::exchange(connection.first, nullptr));
   freeAll(std::exchange(connection.spare, nullptr));
-  connection.batchesDone = connection.batchesTaken;
+  connection.batchesDone = connection.batchesTaken.load();
   ++connection.generation;
   connection.slotTaken = false;
 }
@@ -436,17 +470,22 @@ uint32_t connectionStats(uint64_t handle, FibDbEngineConnectionStats& out) {
   const Lock lock(connection->mutex);
   if (!connection->isOpenAs(handle)) return DB_ERR_BAD_HANDLE;
   out = connection->stats;
-  out.waiting = connection->batchesTaken - connection->batchesDone;
+  out.waiting = connection->waiting();
   return 0;
 }
 
 uint32_t drain(uint64_t handle) {
   Connection* connection = slotFor(handle);
   if (connection == nullptr) return DB_ERR_BAD_HANDLE;
+  uint64_t taken = 0;
+  {
+    const Lock lock(connection->mutex);
+    if (!connection->isOpenAs(handle)) return DB_ERR_BAD_HANDLE;
+    if (onOwnThread(*connection)) return DB_ERR_BATCH_BUSY;
+    taken = connection->batchesTaken;
+  }
+  lookOut([&] { return connection->batchesDone >= taken; });
   Lock lock(connection->mutex);
-  if (!connection->isOpenAs(handle)) return DB_ERR_BAD_HANDLE;
-  if (onOwnThread(*connection)) return DB_ERR_BATCH_BUSY;
-  const uint64_t taken = connection->batchesTaken;
   while (connection->batchesDone < taken) connection->applied.wait(lock);
   return 0;
 }
@@ -554,23 +593,23 @@ uint32_t db_batch_exec_async(uint64_t obj, uint64_t argument) {
 
   const Lock lock(connection.mutex);
   if (const uint32_t code = checkConnection(*object)) return code;
-  if (connection.batchesTaken - connection.batchesDone >= connection.stats.queueLimit) {
+  if (connection.waiting() >= connection.stats.queueLimit) {
     ++connection.stats.refusedBatches;
     count(totals.refusedBatches, 1);
     FIBDB_PROBE(batch_refused, building.batch->count, connection.stats.queueLimit);
     return DB_ERR_BATCH_QUEUE_FULL;
   }
-  ++connection.batchesTaken;
+  addOne(connection.batchesTaken);
   count(totals.taken, 1);
   tellWaiting();
-  if (connection.batchesTaken == connection.batchesDone + 1 && isAppliedAtOnce(*building.batch)) {
+  if (connection.waiting() == 1 && isAppliedAtOnce(*building.batch)) {
     countApplied(connection, applyAll(*building.batch));
     building.batch->count = 0;
     return 0;
   }
   (connection.first == nullptr ? connection.first : connection.last->next) = building.batch;
   connection.last = building.batch;
-  FIBDB_PROBE(batch_handed_over, connection.last->count, connection.batchesTaken - connection.batchesDone);
+  FIBDB_PROBE(batch_handed_over, connection.last->count, connection.waiting());
   building.batch = takeSpare(connection);
   connection.work.wakeOne();
   return 0;
