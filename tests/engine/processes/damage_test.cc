@@ -168,5 +168,36 @@ TEST(Damage, of_an_arena_ends_every_call_of_a_reader_with_an_answer_or_a_code) {
   }
 }
 
+int countFinding(const char*, const char* finding, void* context) {
+  *static_cast<uint32_t*>(context) += finding != nullptr;
+  return 0;
+}
+
+int takeFirst(const char*, const char*, void* context) {
+  ++*static_cast<uint32_t*>(context);
+  return 1;
+}
+
+int checkToFirstFinding(const std::string& arena) {
+  alarm(20);
+  CHECK_IN_CHILD(join(arena, /*readOnly=*/true) == 0);
+  uint32_t all = 0, first = 0;
+  FibDbEngineCheck whole{}, ended{};
+  CHECK_IN_CHILD(fibdb_engine_check(countFinding, &all, &whole) == 0);
+  CHECK_IN_CHILD(all > 1 && whole.findings >= all);
+  CHECK_IN_CHILD(fibdb_engine_check(takeFirst, &first, &ended) == 0);
+  CHECK_IN_CHILD(first == 1 && ended.tables < whole.tables);
+  return 0;
+}
+
+TEST(Damage, is_told_finding_by_finding_until_who_asked_has_enough) {
+  const uint64_t seed = testSeed();
+  const ArenaFolder folder;
+  ASSERT_EQ(inChild([&] { return fill(folder.arena()); }), 0);
+  Damage damage(folder.arena(), seed);
+  for (int i = 0; i < 50; ++i) damage.inflict();
+  EXPECT_EQ(inChild([&] { return checkToFirstFinding(folder.arena()); }), 0) << "FIBDB_SEED=" << seed;
+}
+
 }  // namespace
 }  // namespace fibdb::testing
