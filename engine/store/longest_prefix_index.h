@@ -85,7 +85,7 @@ class LongestPrefixIndex {
   PrefixMatch longest(uint32_t addr, uint8_t maxLength, uint32_t& nodes) const;
   // Of many addresses, by prefixes of any length. They go down the levels together: what one of them wants to
   // look at next is asked for while the others look.
-  static constexpr uint32_t kTogether = 32;
+  static constexpr uint32_t kTogether = 64;
   void longestOfEach(const uint32_t* addrs, uint32_t count, PrefixMatch* out) const;  // REQUIRES: count <= kTogether
   // All prefixes that cover addr and are no longer than maxLength, longest first.
   void match(uint32_t addr, uint8_t maxLength, PrefixMatches& out) const;
