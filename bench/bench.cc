@@ -353,7 +353,8 @@ void Bench::single(Figures& figures, const Workload& work, const Candidates& can
       Record record{};
       const bool isFound = candidate.reader().answer(route.key.addr, record);
       const bool isOther = record.mask_len != route.key.length;  // a longer prefix of this address
-      require(isFound && (isOther || record.table_smooth_id == route.generation), "an overwrite is not there");
+      const bool isThere = isFound && (isOther || record.table_smooth_id == route.generation);
+      require(isThere, (candidate.name() + ": an overwrite is not there").c_str());
     }
   });
 }
