@@ -16,7 +16,7 @@ namespace {
 
 constexpr uint32_t kExtentUnits = kExtentBytes / kRefUnit;
 
-// Its first word, as the log wants it to be.
+// The link is the first word: the log gives it back (UndoLog::notedHead).
 struct FreeBlock {
   Ref next;
 };
