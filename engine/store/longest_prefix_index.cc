@@ -75,13 +75,19 @@ struct Depth {
 static_assert(Depth(0).level == 0 && Depth(0).bits == 5 && Depth(24).bits == 5 && Depth(25).level == 5);
 static_assert(Depth(kMaxLength).level == kLevels - 1);
 
-constexpr uint8_t lengthAt(uint32_t level, uint32_t place) {
-  return static_cast<uint8_t>(level * kChunkBits + static_cast<uint32_t>(std::bit_width(place)) - 1 - kLeadingBits);
+// REQUIRES: one is set. std::bit_width would look for it, and be a call.
+[[gnu::always_inline]] constexpr uint32_t highestOf(uint64_t bits) {
+  return static_cast<uint32_t>(__builtin_clzll(bits)) ^ 63U;
+}
+
+[[gnu::always_inline]] constexpr uint8_t lengthAt(uint32_t level, uint32_t place) {
+  return static_cast<uint8_t>(level * kChunkBits + highestOf(place) - kLeadingBits);
 }
 
 // The number of bits set. Spelt out because the baseline x86-64 has no instruction for it and the compiler
-// would call its own library; where the target has one (see counting below) it recognises the idiom.
-constexpr uint32_t countOf(uint64_t bits) {
+// would call its own library; where the target has one (see counting below) it recognises the idiom, in what is
+// inlined there.
+[[gnu::always_inline]] constexpr uint32_t countOf(uint64_t bits) {
   bits -= bits >> 1 & 0x5555555555555555;
   bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
   bits = (bits + (bits >> 4)) & 0x0f0f0f0f0f0f0f0f;
@@ -89,11 +95,11 @@ constexpr uint32_t countOf(uint64_t bits) {
 }
 static_assert(countOf(0) == 0 && countOf(~uint64_t{0}) == 64 && countOf(0x8000000000000101) == 3);
 
-constexpr uint32_t highestOf(uint64_t bits) { return static_cast<uint32_t>(std::bit_width(bits)) - 1; }
-
 // Which of the Refs behind a node belongs to a child or a prefix that is there.
-constexpr uint32_t childRank(uint64_t children, uint32_t chunk) { return countOf(children & bitsBelow(chunk)); }
-constexpr uint32_t valueRank(uint64_t children, uint64_t prefixes, uint32_t place) {
+[[gnu::always_inline]] constexpr uint32_t childRank(uint64_t children, uint32_t chunk) {
+  return countOf(children & bitsBelow(chunk));
+}
+[[gnu::always_inline]] constexpr uint32_t valueRank(uint64_t children, uint64_t prefixes, uint32_t place) {
   return countOf(children) + countOf(prefixes & bitsBelow(place));
 }
 
@@ -186,6 +192,8 @@ Ref branch(Heap& heap, uint32_t level, uint32_t addr, Depth depth, uint32_t valu
 // Shortcuts lead to the nodes of this level; there is one for every way to them.
 constexpr uint32_t kShortcutLevel = 3;
 constexpr uint32_t kShortcutBits = kShortcutLevel * kChunkBits - kLeadingBits;
+constexpr Depth kAboveShortcuts(kShortcutBits - 1);
+static_assert(kAboveShortcuts.level == kShortcutLevel - 1 && kAboveShortcuts.bits == kChunkBits - 1);
 constexpr uint32_t kShortcutsPerBlock = kMaxBlockBytes / sizeof(Ref);
 static_assert(kShortcutsPerBlock * kShortcutBlocks == 1U << kShortcutBits);
 
@@ -240,23 +248,48 @@ constexpr uint64_t startsOf(uint64_t prefixes) {
 }
 static_assert(startsOf(bitOf(1)) == bitOf(0) && startsOf(bitOf(3)) == bitOf(32) && startsOf(bitOf(63)) == bitOf(62));
 
-// Of the nodes on the way from one of them to addr the last that has a prefix which covers it; each is called for each.
-template <class Each>
-[[gnu::always_inline]] inline PrefixMatch longestFrom(const Arena& arena, Ref from, uint32_t level, uint32_t addr,
-                                                      Depth depth, Each&& each) {
-  const Node* best = nullptr;
-  uint64_t bestCovering = 0;
-  uint32_t bestLevel = 0;
-  walk(arena, from, level, addr, depth, [&](uint32_t here, const Node& node, uint64_t covering) {
-    each();
-    best = covering != 0 ? &node : best;
-    bestCovering = covering != 0 ? covering : bestCovering;
-    bestLevel = covering != 0 ? here : bestLevel;
-  });
-  if (best == nullptr) return {0, 0};
-  const uint32_t place = highestOf(bestCovering);
-  return {valueAt(*best, place), lengthAt(bestLevel, place)};
+// The depth of those who take every prefix.
+struct AnyDepth {
+  static constexpr uint32_t level = kLevels - 1;
+  static constexpr uint64_t reach() { return ~uint64_t{0}; }
+};
+
+// The longest prefix that covers addr in a node of this level and those below it; each is called for each node. The
+// levels are unrolled: what differs between them is known when they are compiled.
+template <uint32_t kLevel, class Most, class Each>
+[[gnu::always_inline]] inline PrefixMatch longestFrom(const Arena& arena, Ref from, uint32_t addr, Most depth,
+                                                      Each each) {
+  if (from == kNoRef || !arena.readable(from)) return {0, 0};
+  const Node& node = *arena.at<Node>(from);
+  __builtin_prefetch(reinterpret_cast<const uint8_t*>(&node) + kCacheLine);
+  each();
+  const uint32_t chunk = chunkOf(addr, kLevel);
+  const uint64_t children = load(node.children);
+  const uint64_t prefixes = load(node.prefixes);
+  uint64_t covering = prefixes & kAncestors[chunk];
+  if (kLevel == depth.level) {
+    covering &= depth.reach();
+  } else if constexpr (kLevel + 1 < kLevels) {
+    if ((children & bitOf(chunk)) != 0) {
+      const Ref child = follow(refsOf(node)[childRank(children, chunk)]);
+      const PrefixMatch below = longestFrom<kLevel + 1>(arena, child, addr, depth, each);
+      if (below.value != 0) return below;
+    }
+  }
+  if (covering == 0) return {0, 0};
+  const uint32_t place = highestOf(covering);
+  return {follow(refsOf(node)[valueRank(children, prefixes, place)]), lengthAt(kLevel, place)};
 }
+
+// The same to hand on.
+template <uint32_t kLevel>
+struct LookUp {
+  template <class Most, class Each>
+  [[gnu::always_inline]] PrefixMatch operator()(const Arena* arena, Ref from, uint32_t addr, Most depth,
+                                                Each each) const {
+    return longestFrom<kLevel>(*arena, from, addr, depth, each);
+  }
+};
 
 // A walk in the order of addresses, of one address the shorter prefix first: in a node chunk by chunk, first the
 // prefixes that begin with the chunk, then its child. What a reader meets may be garbage if it was overtaken; the walk
@@ -403,20 +436,21 @@ class Survey {
 };
 
 // Runs a lookup compiled for a machine that counts bits in one instruction, if this is one: on x86-64 all are
-// since 2008, but the baseline does not promise it. REQUIRES: lookup is always_inline.
+// since 2008, but the baseline does not promise it. REQUIRES: lookup is always_inline. What it captures goes through
+// memory; arguments do not.
 #if defined(__x86_64__)
-template <class Lookup>
-[[gnu::target("popcnt")]] auto runCounting(Lookup& lookup) {
-  return lookup();
+template <class Lookup, class... Args>
+[[gnu::target("popcnt")]] auto runCounting(Lookup lookup, Args... args) {
+  return lookup(args...);
 }
-template <class Lookup>
-auto counting(Lookup lookup) {
-  return __builtin_cpu_supports("popcnt") ? runCounting(lookup) : lookup();
+template <class Lookup, class... Args>
+[[gnu::always_inline]] inline auto counting(Lookup lookup, Args... args) {
+  return __builtin_cpu_supports("popcnt") ? runCounting(lookup, args...) : lookup(args...);
 }
 #else
-template <class Lookup>
-auto counting(Lookup lookup) {
-  return lookup();
+template <class Lookup, class... Args>
+[[gnu::always_inline]] inline auto counting(Lookup lookup, Args... args) {
+  return lookup(args...);
 }
 #endif
 
@@ -552,11 +586,17 @@ void LongestPrefixIndex::retireShortcuts() {
   }
 }
 
-// A reader's: kNoRef when there is no shortcut, or no node. What it was overtaken by may have left garbage.
-inline Ref LongestPrefixIndex::shortcutTo(uint32_t addr) const {
+// A reader's: nullptr when there is no shortcut. What it was overtaken by may have left garbage.
+inline const Ref* LongestPrefixIndex::shortcutFor(uint32_t addr) const {
   const Ref block = follow(state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock]);
-  if (block == kNoRef || !heap_->arena().readable(block)) return kNoRef;
-  return follow(heap_->at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock]);
+  if (block == kNoRef || !heap_->arena().readable(block)) return nullptr;
+  return heap_->at<Ref>(block) + shortcutOf(addr) % kShortcutsPerBlock;
+}
+
+// The node that it leads to; kNoRef when there is none.
+inline Ref LongestPrefixIndex::shortcutTo(uint32_t addr) const {
+  const Ref* const shortcut = shortcutFor(addr);
+  return shortcut != nullptr ? follow(*shortcut) : kNoRef;
 }
 
 namespace {
@@ -612,27 +652,30 @@ uint32_t LongestPrefixIndex::find(uint32_t addr, uint8_t length) const {
   });
 }
 
+template <class Most, class Each>
+[[gnu::always_inline]] inline PrefixMatch LongestPrefixIndex::longestDownTo(uint32_t addr, Most depth,
+                                                                            Each each) const {
+  const Arena* const arena = &heap_->arena();
+  const Ref* const shortcut = depth.level < kShortcutLevel ? nullptr : shortcutFor(addr);
+  if (shortcut == nullptr) return counting(LookUp<0>{}, arena, follow(state_->root), addr, depth, each);
+  const PrefixMatch below = counting(LookUp<kShortcutLevel>{}, arena, follow(*shortcut), addr, depth, each);
+  if (below.value != 0) return below;
+  return counting(LookUp<0>{}, arena, follow(state_->root), addr, kAboveShortcuts, each);
+}
+
 template <class Each>
 [[gnu::always_inline]] inline PrefixMatch LongestPrefixIndex::longestOf(uint32_t addr, uint8_t maxLength,
-                                                                        Each&& each) const {
-  return counting([&]() __attribute__((always_inline))->PrefixMatch {
-    const Depth depth(maxLength);
-    if (depth.level >= kShortcutLevel) {
-      const PrefixMatch below = longestFrom(heap_->arena(), shortcutTo(addr), kShortcutLevel, addr, depth, each);
-      if (below.value != 0) return below;
-    }
-    return longestFrom(heap_->arena(), follow(state_->root), 0, addr, depth, each);
-  });
+                                                                        Each each) const {
+  return maxLength == kMaxLength ? longestDownTo(addr, AnyDepth(), each) : longestDownTo(addr, Depth(maxLength), each);
 }
 
 PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const {
-  return longestOf(addr, maxLength, []() __attribute__((always_inline)){});
+  return longestOf(addr, maxLength, [] {});
 }
 
 PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength, uint32_t& nodes) const {
   nodes = 0;
-  return longestOf(
-      addr, maxLength, [&]() __attribute__((always_inline)) { ++nodes; });
+  return longestOf(addr, maxLength, [&nodes] { ++nodes; });
 }
 
 namespace {
@@ -688,9 +731,12 @@ void LongestPrefixIndex::longestOfEach(const uint32_t* addrs, uint32_t count, Pr
     }
     for (uint32_t i = 0; i < count; ++i) {
       const Descent& descent = descents[i];
-      out[i] = descent.best != nullptr
-                   ? PrefixMatch{follow(*descent.best), descent.bestLength}
-                   : longestFrom(arena, follow(state_->root), 0, addrs[i], Depth(kMaxLength), [] {});
+      if (descent.best != nullptr) {
+        out[i] = {follow(*descent.best), descent.bestLength};
+      } else {
+        const Depth depth = shortcutFor(addrs[i]) != nullptr ? kAboveShortcuts : Depth(kMaxLength);
+        out[i] = longestFrom<0>(arena, follow(state_->root), addrs[i], depth, [] {});
+      }
     }
   });
 }

@@ -9,7 +9,7 @@
 // store and retire the original; changing a value is one store.
 //
 // Beside a large trie stand shortcuts: for each thirteen bits with which an address can begin, the node that the way
-// from the root leads to. Nearly every lookup begins there, and only one that finds nothing below begins again above.
+// from the root leads to. Nearly every lookup begins there, and only one that finds nothing below looks above, too.
 //
 // COST     match: at most seven nodes, one for every six bits. insert, erase: one node copied, plus new nodes on
 //          the way to a prefix that nothing shared before. from: the nodes between, each once.
@@ -107,8 +107,11 @@ class LongestPrefixIndex {
 
  private:
   template <class Each>
-  PrefixMatch longestOf(uint32_t addr, uint8_t maxLength, Each&& each) const;
+  PrefixMatch longestOf(uint32_t addr, uint8_t maxLength, Each each) const;
+  template <class Most, class Each>
+  PrefixMatch longestDownTo(uint32_t addr, Most depth, Each each) const;
   uint32_t place(uint32_t addr, uint8_t length, uint32_t value, bool replaces);
+  const Ref* shortcutFor(uint32_t addr) const;
   Ref shortcutTo(uint32_t addr) const;
   Ref nodeAbove(uint32_t addr) const;
   bool leadsRight(Ref block, uint32_t number) const;

@@ -21,23 +21,23 @@
 namespace fibdb::store {
 
 template <class Word>
-Word load(const Word& word) {
+[[gnu::always_inline]] inline Word load(const Word& word) {
   return __atomic_load_n(&word, __ATOMIC_RELAXED);
 }
 
 template <class Word>
-void store(Word& word, Word value) {
+[[gnu::always_inline]] inline void store(Word& word, Word value) {
   __atomic_store_n(&word, value, __ATOMIC_RELAXED);
 }
 
 // Everything stored before is seen by whoever follows the word.
 template <class Word>
-void publish(Word& word, Word value) {
+[[gnu::always_inline]] inline void publish(Word& word, Word value) {
   __atomic_store_n(&word, value, __ATOMIC_RELEASE);
 }
 
 template <class Word>
-Word follow(const Word& word) {
+[[gnu::always_inline]] inline Word follow(const Word& word) {
   return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
 }
 
