@@ -30,7 +30,7 @@ union Kept {
 };
 constinit Kept kept;
 ArenaFile& theFile = kept.file;
-char environmentText[128];
+char ownText[128];
 
 const char* setting(const char* variable) {
   const char* value = std::getenv(variable);
@@ -50,7 +50,7 @@ bool parseSize(const char* text, uint64_t& bytes) {
 }
 
 uint32_t refuse(const char* variable, const char* value) {
-  std::snprintf(environmentText, sizeof environmentText, "%s: \"%s\" is not what stands there", variable, value);
+  std::snprintf(ownText, sizeof ownText, "%s: \"%s\" is not what stands there", variable, value);
   return DB_ERR_ARENA_ACCESS;
 }
 
@@ -83,13 +83,20 @@ uint32_t joinFile(const ArenaRequest& request) {
   }
 }
 
-uint32_t joinOwn() { return putStore(schema::kTables, kReserveBytes).code(); }
+uint32_t joinOwn(uint64_t bytes) {
+  const uint32_t code = putStore(schema::kTables, bytes).code();
+  if (code != 0) {
+    std::snprintf(ownText, sizeof ownText, "no address space, or too little, for tables in %llu bytes",
+                  static_cast<unsigned long long>(bytes));
+  }
+  return code;
+}
 
 uint32_t joinAs(const ArenaRequest& request) {
-  environmentText[0] = '\0';
-  if (request.name == nullptr || *request.name == '\0') return joinOwn();
+  ownText[0] = '\0';
   ArenaRequest whole = request;
   if (whole.bytes == 0) whole.bytes = kReserveBytes;
+  if (whole.name == nullptr || *whole.name == '\0') return joinOwn(whole.bytes);
   if (whole.mode == 0) whole.mode = kMode;
   return joinFile(whole);
 }
@@ -168,6 +175,6 @@ void Store::remakeStore() {
   pthread_mutex_unlock(&joining);
 }
 
-const char* Store::joinText() { return environmentText[0] != '\0' ? environmentText : theFile.text(); }
+const char* Store::joinText() { return ownText[0] != '\0' ? ownText : theFile.text(); }
 
 }  // namespace fibdb::store

@@ -78,9 +78,10 @@ enum {
  * An unmodified program joins when the environment variable FIBDB_ARENA names an arena; FIBDB_ARENA_MODE (octal),
  * FIBDB_ARENA_SIZE (bytes, or with K, M, G) and FIBDB_ARENA_READ_ONLY (not empty) stand for the other fields. */
 typedef struct FibDbEngineArena {
-  const char* name; /* a file fibdb.NAME in /dev/shm, or with a slash a path; NULL or "": tables of its own */
-  uint64_t bytes; /* address space, of which memory is taken as it is used; 0: 32 GiB. Who joins takes what is there */
-  uint32_t mode;  /* of the file, when it is made; 0: 0660 */
+  const char* name;  /* a file fibdb.NAME in /dev/shm, or with a slash a path; NULL or "": tables of its own */
+  uint64_t bytes;    /* address space, of which memory is taken as it is used; 0: 32 GiB. Who joins takes what is there;
+                     tables of its own halve it until the system has as much */
+  uint32_t mode;     /* of the file, when it is made; 0: 0660 */
   uint32_t readOnly; /* not 0: the arena is there or it is not, the process cannot change it, and every call that would
                         write answers DB_ERR_READ_ONLY */
 } FibDbEngineArena;

@@ -76,6 +76,25 @@ TEST(Arena, the_environment_alone_makes_a_program_join) {
       0);
 }
 
+TEST(Arena, tables_of_a_process_have_the_address_space_that_it_asks_for) {
+  EXPECT_EQ(inChild([] {
+              setenv("FIBDB_ARENA_SIZE", "8M", 1);
+              uint32_t i = 0;
+              while (writeRow(numbered(i)) == 0) ++i;
+              CHECK_IN_CHILD(writeRow(numbered(i)) == DB_ERR_NO_MEMORY);
+              CHECK_IN_CHILD(i > 0 && i == routesStored());
+              return 0;
+            }),
+            0);
+  EXPECT_EQ(inChild([] {
+              setenv("FIBDB_ARENA_SIZE", "1K", 1);
+              CHECK_IN_CHILD(writeRow(numbered(1)) == DB_ERR_NO_MEMORY);
+              CHECK_IN_CHILD(std::strstr(fibdb_engine_join_text(), "for tables in 1024 bytes") != nullptr);
+              return 0;
+            }),
+            0);
+}
+
 TEST(Arena, of_many_that_come_at_the_same_time_one_makes_it_and_all_join) {
   const ArenaFolder folder;
   constexpr uint32_t kProcesses = 8;
