@@ -3,6 +3,7 @@
 // tests/fuzz/routes_file_fuzz.cc: any file is read to its end or refused; a plain one as its lines are, one by one.
 #include "tests/fuzz/program_input.h"
 #include "tools/fibdb/base/failure.h"
+#include "tools/fibdb/base/words.h"
 #include "tools/fibdb/routes/routes_file.h"
 
 namespace {
@@ -30,7 +31,7 @@ Expected readLineByLine(std::string_view bytes) {
     const size_t newline = bytes.find('\n');
     const std::string_view line = bytes.substr(0, newline);
     bytes.remove_prefix(newline == std::string_view::npos ? bytes.size() : newline + 1);
-    auto parsed = program::parseRouteLine(line);
+    auto parsed = program::parseRouteLine(number == 1 ? program::withoutByteOrderMark(line) : line);
     auto* const route = std::get_if<Route>(&parsed);
     if (line.size() > program::kMaxLineLength || std::holds_alternative<program::LineFault>(parsed)) {
       ++expected.badLines;
