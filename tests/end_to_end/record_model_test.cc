@@ -7,8 +7,8 @@
 #include <ostream>
 
 #include "tests/end_to_end/engine_fixture.h"
-#include "tests/support/emulator.h"
 #include "tests/support/input.h"
+#include "tests/support/pace.h"
 #include "tests/support/route_model.h"
 
 namespace fibdb::program {
@@ -27,7 +27,7 @@ TEST_P(AnyTable, agrees_with_its_model) {
   RandomInput input(seedOfToday());
   RecordModel model(*GetParam());
   try {
-    for (uint32_t i = 0; i < emulation::shareOf(1000); ++i) model.step(input);
+    for (uint32_t i = 0; i < pace::shareOf(1000); ++i) model.step(input);
     model.readAll();
     model.removeAll();
   } catch (const Disagreement& disagreement) {
@@ -40,7 +40,7 @@ TEST_F(EngineTest, routes_agree_with_their_model) {
   RandomInput input(seedOfToday());
   try {
     RouteModel model;
-    for (uint32_t i = 0; i < emulation::shareOf(10000); ++i) model.step(input);
+    for (uint32_t i = 0; i < pace::shareOf(10000); ++i) model.step(input);
     model.removeAll();
   } catch (const Disagreement& disagreement) {
     FAIL() << disagreement.text;

@@ -49,6 +49,11 @@ never "$library" '\bnew\b [A-Za-z]|\bdelete\b [a-z]' 'library code that allocate
 never "$library" '\bstd::(vector|map|string|unordered_map|function|shared_ptr)\b' 'standard containers in library code'
 never 'engine/store' '\bvirtual\b' 'stored state has no virtual tables'
 
+unnamed=$(awk '/^(TYPED_)?TEST/ { test = $0 } /std::j?thread/ && test !~ /Threads/ { print FILENAME ": " test }' \
+  tests/engine/store/*_test.cc)
+[ -z "$unnamed" ] ||
+  { echo "suites with threads that are not called so, which ./dev tsan misses:" && echo "$unnamed" && failed=1; }
+
 plain='FIB_DB_(GetDbErrOprStr|SetIp4forwardKey|GetIp4forwardItem|LogFuncInit|GetAsyncConn|SetNhp4ExtSrv6TeKeyField'
 plain="$plain|TableRegisterInit)|fibdb_engine_error_text"
 past=$(grep -rnE --include='*.h' --include='*.cc' '\b(FIB6?_DB_[A-Z][a-z]|VRF_(DB|INTF)_|fibdb_engine_)\w*\(' tools |

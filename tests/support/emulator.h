@@ -14,9 +14,6 @@ inline constexpr bool kIsEmulated = true;
 inline constexpr bool kIsEmulated = false;
 #endif
 
-// Everything takes ten to twenty times as long there: of random work a part is done.
-constexpr uint32_t shareOf(uint32_t work) { return kIsEmulated ? work / 8 : work; }
-
 // qemu-user 7.2 takes the threads that a parent had for its child's, and aborts the child when that starts one.
 constexpr bool childrenMayStartThreads() { return !kIsEmulated; }
 // Nor does it hand the kernel the list of locks that a thread holds, so nobody is told that their owner died.

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "in_arena.h"
-#include "tests/support/emulator.h"
+#include "tests/support/pace.h"
 
 namespace fibdb::testing {
 namespace {
@@ -155,7 +155,7 @@ class Damage {
 
 TEST(Damage, of_an_arena_ends_every_call_of_a_reader_with_an_answer_or_a_code) {
   const char* given = std::getenv("FIBDB_DAMAGES");
-  const uint64_t damages = given != nullptr ? std::strtoull(given, nullptr, 0) : emulation::shareOf(300);
+  const uint64_t damages = given != nullptr ? std::strtoull(given, nullptr, 0) : pace::shareOf(300);
   const uint64_t seed = testSeed();
   const ArenaFolder folder;
   ASSERT_EQ(inChild([&] { return fill(folder.arena()); }), 0);

@@ -498,7 +498,8 @@ TEST_F(Account, of_an_arena_damaged_at_random_ends_changes_nothing_and_stays_in_
   EXPECT_GT(named, kRounds / 10);
 }
 
-TEST_F(Account, beside_a_writer_finds_nothing_and_says_when_it_was_overtaken) {
+using AccountThreads = Account;
+TEST_F(AccountThreads, beside_a_writer_finds_nothing_and_says_when_it_was_overtaken) {
   using namespace std::chrono_literals;
   Store store(kToyTables, kSmallArena);
   std::atomic<bool> done{false};

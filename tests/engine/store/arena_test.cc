@@ -63,7 +63,7 @@ TEST(Arena, takeExtent_of_an_exhausted_arena_returns_kNoRef_for_ever) {
   EXPECT_EQ(arena.usedBytes(), extents * kExtentBytes);
 }
 
-TEST(Arena, takeExtent_from_many_threads_gives_every_extent_once) {
+TEST(ArenaThreads, takeExtent_from_many_gives_every_extent_once) {
   Arena arena(256 * kExtentBytes);
   std::vector<std::vector<Ref>> taken(4);
   std::vector<std::thread> threads;

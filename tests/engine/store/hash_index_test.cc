@@ -171,7 +171,7 @@ TEST(HashIndex, a_reference_that_a_split_moves_during_a_find_is_found) {
   EXPECT_EQ(found, kMoves);
 }
 
-TEST(HashIndex, read_beside_a_writer_that_splits_misses_nothing_that_is_there) {
+TEST(HashIndexThreads, read_beside_a_writer_that_splits_misses_nothing_that_is_there) {
   Ground ground;
   Index index = ground.index(~uint64_t{0});
   const HashOfRef hashOf{~uint64_t{0}};

@@ -235,7 +235,7 @@ TEST(ReadStable, a_reader_overtaken_by_one_write_less_keeps_what_it_read) {
   EXPECT_EQ(number, 1u);
 }
 
-TEST(ReadStable, readers_beside_a_fast_writer_never_return_a_mixture) {
+TEST(ReadStableThreads, readers_beside_a_fast_writer_never_return_a_mixture) {
   Replaced block;
   std::jthread writer([&](std::stop_token stop) {
     for (uint32_t number = 2; !stop.stop_requested(); ++number) block.replace(number);

@@ -318,7 +318,7 @@ TEST(OrderedIndex, reading_garbage_ends_within_bounds) {
 }
 
 // Multiples of three stay; the others come and go. A walk beside that sees every multiple of three, once, in order.
-TEST(OrderedIndex, a_walk_beside_a_writer_sees_what_stays_and_nothing_twice) {
+TEST(OrderedIndexThreads, a_walk_beside_a_writer_sees_what_stays_and_nothing_twice) {
   constexpr uint32_t kSize = 3000;
   const uint32_t seed = testSeed();
   StoredOrdered<PostingEntry> index;

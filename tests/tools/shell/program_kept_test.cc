@@ -4,8 +4,8 @@
 //
 // DESCRIPTION: kept/commands.txt has the commands, each of which is run by a program of its own that has loaded the
 // kept configuration and routes before. What differs from run to run is masked. `./dev kept` writes the answers anew;
-// what they are then goes in with the change that made them so. Where the program is emulated it takes half a second to
-// start: there each command is run in one of the forms, in turn.
+// what they are then goes in with the change that made them so. Where everything takes many times as long, each command
+// is run in one of the forms, in turn.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "tests/support/emulator.h"
+#include "tests/support/pace.h"
 #include "tests/tools/masked.h"
 #include "tests/tools/run_program.h"
 #include "tests/tools/scratch_folder.h"
@@ -72,7 +72,7 @@ class Kept : public testing::TestWithParam<size_t> {
  protected:
   static const Mode& mode() { return kModes[GetParam()]; }
   // Whether the command with this number is run in this mode.
-  static bool isAsked(size_t command) { return !emulation::kIsEmulated || command % std::size(kModes) == GetParam(); }
+  static bool isAsked(size_t command) { return !pace::kIsSlow || command % std::size(kModes) == GetParam(); }
 
   Kept() {
     for (const char* file : {"setup.conf", "setup.routes"}) fs::copy(kKept / file, folder_.path(file));

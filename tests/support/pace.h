@@ -1,0 +1,32 @@
+// SPDX-FileCopyrightText: 2026 The fibdb authors
+// SPDX-License-Identifier: Apache-2.0
+// tests/support/pace.h: how much is done where everything takes many times as long.
+#ifndef FIBDB_TESTS_SUPPORT_PACE_H
+#define FIBDB_TESTS_SUPPORT_PACE_H
+
+#include <cstdint>
+
+#include "tests/support/emulator.h"
+
+namespace fibdb::pace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kIsInstrumented = true;
+#elif defined(__has_feature)
+inline constexpr bool kIsInstrumented = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+inline constexpr bool kIsInstrumented = false;
+#endif
+
+// Other machines are here by an emulator, ten to twenty times as slow.
+inline constexpr bool kIsSlow = emulation::kIsEmulated || kIsInstrumented;
+
+// Of random work a part is done; where it goes at full speed, all.
+constexpr uint32_t shareOf(uint32_t work) {
+  if (emulation::kIsEmulated) return work / 8;
+  return kIsInstrumented ? work / 4 : work;
+}
+
+}  // namespace fibdb::pace
+
+#endif
