@@ -25,6 +25,10 @@ uint32_t addressIn(const Key& key, Random& random) {
   return key.addr | (static_cast<uint32_t>(random()) & ~maskOf(key.length));
 }
 
+// Where one prefix lies in another one and both end the address space, rte_fib (22.11) takes the outer one for all of
+// the space.
+bool endsTheSpace(const Key& key) { return (key.addr | ~maskOf(key.length)) == ~uint32_t{0}; }
+
 // What makes routes until enough were new.
 class Copies {
  public:
@@ -39,7 +43,7 @@ class Copies {
         if (out.size() == count) return;
         Route copy = route;
         copy.key.addr = (route.key.addr ^ shift) & maskOf(route.key.length);
-        if (known_.insert(wordOf(copy.key)).second) out.push_back(copy);
+        if (!endsTheSpace(copy.key) && known_.insert(wordOf(copy.key)).second) out.push_back(copy);
       }
     }
   }
