@@ -238,12 +238,9 @@ bool Cursor::stepPrefixes(uint8_t* row) {
   while (!readStable(heap, lookUndisturbed)) {
   }
   if (found == kNoRef) return false;
-  position_ = {row[table_->plans_[index_].maskOffset], entryOf(row, found)};
+  const Prefix prefix = table_->plans_[index_].prefixIn(row);
+  position_ = {prefix.length, {prefix.addr, found}};
   return true;
-}
-
-inline PostingEntry Cursor::entryOf(const uint8_t* row, Ref record) const {
-  return {table_->plans_[index_].prefixIn(row).addr, record};
 }
 
 // Whether the record is one with a prefix of this length that covers the address, and is still to come.
@@ -252,7 +249,7 @@ inline bool Cursor::readPrefix(const Records& records, uint8_t length, Ref recor
   if (!records.canBe(record) || !records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes))
     return false;
   const Prefix prefix = plan.prefixIn(row);
-  return prefix.length == length && prefix.covers(addr_) && position_.isBefore(length, entryOf(row, record));
+  return prefix.length == length && prefix.covers(addr_) && position_.isBefore(length, {prefix.addr, record});
 }
 
 // The first record of the trie that is still to come.

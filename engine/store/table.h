@@ -319,7 +319,6 @@ class Cursor {
   Ref findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const;
   Ref findAmongMatches(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const;
   bool readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const;
-  PostingEntry entryOf(const uint8_t* row, Ref record) const;
   uint32_t refillUnderKey();
   uint32_t refillRange();
   uint32_t refillAlongTries();
