@@ -38,21 +38,6 @@ uint32_t committed(const Object& object) {
   return 0;
 }
 
-constexpr uint16_t kNoColumn = UINT16_MAX;
-
-// Where the rows of a table hold vr_id, which property 0 looks at, or kNoColumn.
-consteval uint16_t vrOffsetOf(const schema::Table& layout) {
-  for (const schema::Field& field : layout.fields) {
-    if (field.name == "vr_id" && field.size() == sizeof(uint32_t)) return field.offset;
-  }
-  return kNoColumn;
-}
-
-constexpr uint16_t kVrOffsets[] = {
-#define TABLE(t) vrOffsetOf(schema::kTables[static_cast<size_t>(TableId::t)]),
-#include "platform/schema/tables.def"
-};
-
 uint32_t readInto(Object& object, const FibDbKeyDesc* desc, const void* key) {
   const schema::Index* index = nullptr;
   if (const uint32_t code = findIndex(object, desc, key, index)) return code;
@@ -216,11 +201,10 @@ uint32_t db_set_root_iterator_property(uint64_t iter, uint32_t propertyId, const
   Object* object = nullptr;
   if (const uint32_t code = findIterator(iter, object)) return code;
   if (value == nullptr) return DB_ERR_NULL_ARGUMENT;
-  const uint16_t offset = kVrOffsets[static_cast<size_t>(object->tableId)];
   uint32_t vr = 0;
-  if (propertyId != kVrProperty || len != sizeof vr || offset == kNoColumn) return DB_ERR_BAD_PROPERTY;
+  if (propertyId != kVrProperty || len != sizeof vr || !object->table->hasVr()) return DB_ERR_BAD_PROPERTY;
   std::memcpy(&vr, value, sizeof vr);
-  object->cursor.keepOnly(offset, vr);
+  object->cursor.keepOnly(object->table->vrOffset(), vr);
   return 0;
 }
 

@@ -30,7 +30,7 @@ union Kept {
 };
 constinit Kept kept;
 ArenaFile& theFile = kept.file;
-char ownText[128];
+char ownText[128];  // why the process has no tables, where no file is to blame
 
 const char* setting(const char* variable) {
   const char* value = std::getenv(variable);

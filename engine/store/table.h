@@ -140,6 +140,9 @@ class Table {
   const schema::Table& layout() const { return *layout_; }
   // The index with this id, or nullptr.
   const schema::Index* findIndex(uint32_t indexId) const;
+  // Where rows have the virtual router that they belong to, if they say.
+  bool hasVr() const { return hasVr_; }
+  uint16_t vrOffset() const { return vrOffset_; }
 
   // The primary key of a row; the key of an index as it was handed in, packed.
   void keyOf(const uint8_t* row, Key& key) const { plans_[0].shape.fromRow(row, key); }
