@@ -145,25 +145,27 @@ TEST_F(RouteTest, A_process_that_reconnects_with_the_old_batch_object_is_told_so
 
 // A child sets both handles to 0 and connects: the parent's connection goes on beside it.
 TEST_F(RouteTest, A_child_of_fork_connects_anew_and_the_parents_connection_goes_on) {
-  if (!emulation::childrenMayStartThreads()) GTEST_SKIP() << emulation::kNoThreadsInChildren;
   {
     Batch batch;
     ASSERT_EQ(batch.write(routeOf(0x0A000000, 8)), 0u);
     batch.execute();
-    const pid_t child = fork();
-    if (child == 0) {
+    const auto connectAnew = [] {
       g_fibDbAsyncConn = 0;
       g_fibAsyncBatchObject = 0;
       uint64_t object = 0, argument = 0;
       const FibDbIp4forwardItem item = routeOf(0x0B000000, 8);
-      if (FIB_DB_CreateAsyncConnect(0, 0) != 0 || FIB_DB_GetIp4forwardBatchAsyncObject(&object) != 0) _exit(1);
-      if (FIB_DB_BatchAddOperWriteIp4forward(&object, &item, 0) != 0) _exit(2);
-      if (FIB_DB_BatchExecuteAsync(&object, &argument) != 0) _exit(3);
+      if (FIB_DB_CreateAsyncConnect(0, 0) != 0 || FIB_DB_GetIp4forwardBatchAsyncObject(&object) != 0) return 1;
+      if (FIB_DB_BatchAddOperWriteIp4forward(&object, &item, 0) != 0) return 2;
+      if (FIB_DB_BatchExecuteAsync(&object, &argument) != 0) return 3;
       FIB_DB_DestroyAsyncConnect();
-      _exit(countAll() == 2 && logged.empty() ? 0 : 4);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
+      return countAll() == 2 && logged.empty() ? 0 : 4;
+    };
+    const int status = emulation::onLastThread([&] {
+      const pid_t child = fork();
+      if (child == 0) _exit(connectAnew());
+      int ended = 0;
+      return waitpid(child, &ended, 0) == child ? ended : -1;
+    });
     EXPECT_EQ(status, 0);
     ASSERT_EQ(batch.write(routeOf(0x0C000000, 8)), 0u);
   }

@@ -5,6 +5,7 @@
 #define FIBDB_TESTS_SUPPORT_EMULATOR_H
 
 #include <cstdint>
+#include <thread>
 
 namespace fibdb::emulation {
 
@@ -14,13 +15,22 @@ inline constexpr bool kIsEmulated = true;
 inline constexpr bool kIsEmulated = false;
 #endif
 
-// qemu-user 7.2 takes the threads that a parent had for its child's, and aborts the child when that starts one.
-constexpr bool childrenMayStartThreads() { return !kIsEmulated; }
-// Nor does it hand the kernel the list of locks that a thread holds, so nobody is told that their owner died.
+// In qemu-user 7.2 the threads of a child of fork() get the numbers behind that of the thread which called it, and the
+// child is aborted when its parent had one of that number: fork() is called on the thread that came last, and no other
+// may come meanwhile.
+constexpr bool threadsMayComeBesideFork() { return !kIsEmulated; }
+template <class Work>
+int onLastThread(Work&& work) {
+  if (!kIsEmulated) return work();
+  int result = 0;
+  std::thread([&] { result = work(); }).join();
+  return result;
+}
+
+// It does not hand the kernel the list of locks that a thread holds, so nobody is told that their owner died.
 constexpr bool deathsAreTold() { return !kIsEmulated; }
 // What the system calls a process of this name.
 constexpr const char* nameInSystem(const char* name) { return kIsEmulated ? "qemu-aarch64" : name; }
-inline constexpr const char* kNoThreadsInChildren = "the emulator ends a child of fork() that starts a thread";
 
 }  // namespace fibdb::emulation
 

@@ -36,9 +36,11 @@ int awaitChild(pid_t process) {
 
 template <class Work>
 int inChild(Work work) {
-  const pid_t process = forkChild();
-  if (process == 0) _exit(work());
-  return awaitChild(process);
+  return emulation::onLastThread([&] {
+    const pid_t process = forkChild();
+    if (process == 0) _exit(work());
+    return awaitChild(process);
+  });
 }
 
 uint32_t createGroup(uint32_t word1, uint8_t byte) {
@@ -176,7 +178,6 @@ int writeThroughOwnConnection(uint64_t parents) {
 }
 
 TEST_F(Fork, lets_the_child_open_a_connection_of_its_own_while_the_parents_is_busy) {
-  if (!emulation::childrenMayStartThreads()) GTEST_SKIP() << emulation::kNoThreadsInChildren;
   uint64_t connection = 0, batch = 0;
   ASSERT_EQ(db_connect(0, 1000, &connection), 0u);
   ASSERT_EQ(db_create_ip4forward_obj_specific_conn(FIB_DB_OBJ_OP_BATCH, connection, &batch), 0u);
@@ -234,7 +235,6 @@ TEST_F(Fork, in_a_completion_gives_a_child_whose_own_connections_work_and_that_l
 
 // Everything that takes a lock, in threads of the parent, while it forks; each child does the same things once.
 TEST_F(Fork, beside_busy_threads_gives_children_that_never_hang) {
-  if (!emulation::childrenMayStartThreads()) GTEST_SKIP() << emulation::kNoThreadsInChildren;
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
   GTEST_SKIP() << "the sanitizer's own allocator hangs in a child whose parent was allocating in another thread";
@@ -246,7 +246,7 @@ TEST_F(Fork, beside_busy_threads_gives_children_that_never_hang) {
   threads.emplace_back([&] {
     for (uint32_t i = 0; !done; ++i) ASSERT_EQ(writeRoute(route(i % 1000, 32)), 0u);
   });
-  threads.emplace_back([&] {
+  const auto startThreads = [&] {
     while (!done) {  // an own thread each time: its slots come from and go to the common pool
       std::thread([] {
         std::array<uint64_t, 100> objects{};
@@ -254,8 +254,8 @@ TEST_F(Fork, beside_busy_threads_gives_children_that_never_hang) {
         for (const uint64_t object : objects) ASSERT_EQ(db_release_nhp_object(object), 0u);
       }).join();
     }
-  });
-  threads.emplace_back([&] {
+  };
+  const auto connect = [&] {
     while (!done) {
       uint64_t connection = 0, batch = 0;
       ASSERT_EQ(db_connect(16, 4, &connection), 0u);
@@ -268,7 +268,11 @@ TEST_F(Fork, beside_busy_threads_gives_children_that_never_hang) {
       ASSERT_EQ(db_disconnect(connection), 0u);
       ASSERT_EQ(db_release_ip4forward_object(batch), 0u);
     }
-  });
+  };
+  if (emulation::threadsMayComeBesideFork()) {
+    threads.emplace_back(startThreads);
+    threads.emplace_back(connect);
+  }
   threads.emplace_back([&] {
     for (uint32_t i = 0; !done; ++i) {
       const uint32_t code = createGroup(i % 5000, 1);

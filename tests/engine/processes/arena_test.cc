@@ -356,7 +356,6 @@ void waitAtGate(void* context, const FibDbBatchResult*) {
 }
 
 TEST(Arena, the_batches_that_wait_are_told) {
-  if (!emulation::childrenMayStartThreads()) GTEST_SKIP() << emulation::kNoThreadsInChildren;
   const ArenaFolder folder;
   EXPECT_EQ(inChild([&] {
               CHECK_IN_CHILD(join(folder.arena()) == 0);

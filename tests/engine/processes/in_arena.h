@@ -14,6 +14,7 @@
 #include <string>
 
 #include "tests/engine/client/engine_fixture.h"
+#include "tests/support/emulator.h"
 
 namespace fibdb::testing {
 
@@ -42,7 +43,7 @@ inline int await(pid_t process) {
 
 template <class Work>
 int inChild(Work&& work) {
-  return await(start(std::forward<Work>(work)));
+  return emulation::onLastThread([&] { return await(start(work)); });
 }
 
 // A folder of its own for the arena's file, in memory, which goes with the test.
