@@ -10,10 +10,9 @@
 
 namespace fibdb::pace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// For a sanitizer, or to see which lines were reached.
+#ifdef FIBDB_INSTRUMENTED
 inline constexpr bool kIsInstrumented = true;
-#elif defined(__has_feature)
-inline constexpr bool kIsInstrumented = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
 inline constexpr bool kIsInstrumented = false;
 #endif
