@@ -75,6 +75,17 @@ struct Depth {
 static_assert(Depth(0).level == 0 && Depth(0).bits == 5 && Depth(24).bits == 5 && Depth(25).level == 5);
 static_assert(Depth(kMaxLength).level == kLevels - 1);
 
+// What a node of a level can have: the root stands before the first bits of addresses, nothing below the last.
+constexpr uint64_t childrenAt(uint32_t level) {
+  if (level == 0) return bitsBelow(1U << (kChunkBits - kLeadingBits));
+  return level == kLevels - 1 ? 0 : ~uint64_t{0};
+}
+// Readers of garbage look at no others: a prefix is no longer than an address.
+constexpr uint64_t prefixesAt(uint32_t level) {
+  if (level == 0) return bitOf(1U << kLeadingBits);
+  return (level == kLevels - 1 ? Depth(kMaxLength).reach() : ~uint64_t{0}) & ~bitOf(0);
+}
+
 // REQUIRES: one is set. std::bit_width would look for it, and be a call.
 [[gnu::always_inline]] constexpr uint32_t highestOf(uint64_t bits) {
   return static_cast<uint32_t>(__builtin_clzll(bits)) ^ 63U;
@@ -217,7 +228,7 @@ template <class Visit>
     __builtin_prefetch(reinterpret_cast<const uint8_t*>(&node) + kCacheLine);
     const uint32_t chunk = chunkOf(addr, level);
     const uint64_t children = load(node.children);
-    const uint64_t covering = load(node.prefixes) & kAncestors[chunk];
+    const uint64_t covering = load(node.prefixes) & kAncestors[chunk] & prefixesAt(level);
     if (level == depth.level) return visit(level, node, covering & depth.reach());
     visit(level, node, covering);
     if ((children & bitOf(chunk)) == 0) return;
@@ -266,7 +277,7 @@ template <uint32_t kLevel, class Most, class Each>
   const uint32_t chunk = chunkOf(addr, kLevel);
   const uint64_t children = load(node.children);
   const uint64_t prefixes = load(node.prefixes);
-  uint64_t covering = prefixes & kAncestors[chunk];
+  uint64_t covering = prefixes & kAncestors[chunk] & prefixesAt(kLevel);
   if (kLevel == depth.level) {
     covering &= depth.reach();
   } else if constexpr (kLevel + 1 < kLevels) {
@@ -347,7 +358,7 @@ class OrderedWalk {
     Stop& stop = stops_[level];
     stop.node = arena_.at<Node>(ref);
     stop.children = load(stop.node->children);
-    stop.prefixes = load(stop.node->prefixes);
+    stop.prefixes = load(stop.node->prefixes) & prefixesAt(level);
     stop.starts = startsOf(stop.prefixes);
     stop.left = stop.children | stop.starts;
     if (amid) stop.left &= ~bitsBelow(chunkOf(addr_, level));
@@ -376,16 +387,6 @@ class OrderedWalk {
   uint32_t level_ = 0;
   uint64_t path_ = 0;
 };
-
-// What a node of a level can have: the root stands before the first bits of addresses, nothing below the last.
-constexpr uint64_t childrenAt(uint32_t level) {
-  if (level == 0) return bitsBelow(1U << (kChunkBits - kLeadingBits));
-  return level == kLevels - 1 ? 0 : ~uint64_t{0};
-}
-constexpr uint64_t prefixesAt(uint32_t level) {
-  if (level == 0) return bitOf(1U << kLeadingBits);
-  return (level == kLevels - 1 ? Depth(kMaxLength).reach() : ~uint64_t{0}) & ~bitOf(0);
-}
 
 using VisitPrefix = Visit<void(uint32_t, uint8_t, uint32_t)>;
 
@@ -694,7 +695,7 @@ struct Descent {
   const uint32_t chunk = chunkOf(addr, level);
   const uint64_t children = load(node.children);
   const uint64_t prefixes = load(node.prefixes);
-  if (const uint64_t covering = prefixes & kAncestors[chunk]) {
+  if (const uint64_t covering = prefixes & kAncestors[chunk] & prefixesAt(level)) {
     const uint32_t place = highestOf(covering);
     descent.best = refsOf(node) + valueRank(children, prefixes, place);
     descent.bestLength = lengthAt(level, place);

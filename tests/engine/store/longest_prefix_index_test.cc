@@ -381,11 +381,18 @@ TEST(LongestPrefixIndex, reading_garbage_ends_within_bounds) {
     PrefixMatches matches;
     index.match(random(), static_cast<uint8_t>(random() % 33), matches);
     ASSERT_LE(matches.count, kMaxMatches);
-    answers += index.longest(random(), 32).value != 0;
+    const PrefixMatch longest = index.longest(random(), 32);
+    ASSERT_LE(longest.length, 32) << "readers count bits with it";
+    answers += longest.value != 0;
+    const uint32_t addrs[] = {random(), random(), random()};
+    PrefixMatch each[std::size(addrs)];
+    index.longestOfEach(addrs, std::size(addrs), each);
+    for (const PrefixMatch& match : each) ASSERT_LE(match.length, 32);
     answers += index.find(random(), static_cast<uint8_t>(random() % 33)) != 0;
     PrefixEntry entries[8];
     const uint32_t got = index.from(random(), random() % 34, entries, 8);
     ASSERT_LE(got, 8u);
+    for (uint32_t i = 0; i < got; ++i) ASSERT_LE(entries[i].length, 32);
     answers += got;
   }
   EXPECT_GT(answers, 0u) << "the garbage was not interesting enough to be followed";
