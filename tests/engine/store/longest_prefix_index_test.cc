@@ -381,6 +381,7 @@ TEST(LongestPrefixIndex, reading_garbage_ends_within_bounds) {
     PrefixMatches matches;
     index.match(random(), static_cast<uint8_t>(random() % 33), matches);
     ASSERT_LE(matches.count, kMaxMatches);
+    for (uint32_t i = 0; i < matches.count; ++i) ASSERT_LE(matches.lengths[i], 32);
     const PrefixMatch longest = index.longest(random(), 32);
     ASSERT_LE(longest.length, 32) << "readers count bits with it";
     answers += longest.value != 0;
