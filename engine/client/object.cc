@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "engine/client/batch.h"
 #include "engine/client/mutex.h"
@@ -18,58 +19,63 @@ std::atomic<Object*> objectChunks[kMaxChunks];
 
 namespace {
 
-constexpr Kinds kDirectKinds = only(FIB_DB_OBJ_OP_WRITE) | only(FIB_DB_OBJ_OP_UPDATE) | only(FIB_DB_OBJ_OP_READ) |
-                               only(FIB_DB_OBJ_OP_REMOVE) | only(FIB_DB_OBJ_OP_SCAN) | only(FIB_DB_OBJ_OP_COUNT);
-
-constexpr bool isDirect(uint32_t kind) { return kind < 32 && (only(kind) & kDirectKinds) != 0; }
-
-// How many slots move between a thread's list and the common one at a time.
-constexpr uint32_t kTransfer = 32;
-static_assert(kObjectsPerChunk % kTransfer == 0);
-
-class FreeList {
- public:
-  uint32_t size() const { return size_; }
-  void push(Object* object) {
-    object->nextFree = head_;
-    head_ = object;
-    ++size_;
-  }
-  Object* pop() {
-    Object* object = head_;
-    head_ = object->nextFree;
-    --size_;
-    return object;
-  }
-  void moveTo(FreeList& other, uint32_t most) {
-    for (; most > 0 && size_ > 0; --most) other.push(pop());
-  }
-
- private:
-  Object* head_ = nullptr;
-  uint32_t size_ = 0;
-};
-
 Mutex poolMutex;
 FreeList commonFree;   // under poolMutex
 uint32_t chunksInUse;  // under poolMutex
 
-struct ThreadPool {
-  FreeList free;
-  bool watched = false;  // the list is handed on when the thread ends
-};
-
-// Initial-exec: the address costs one instruction, not a call. It takes 24 bytes of a reserve that every process has.
-[[gnu::tls_model("initial-exec")]] thread_local constinit ThreadPool threadPool;
-
 pthread_key_t threadEnd;
 pthread_once_t threadEndOnce = PTHREAD_ONCE_INIT;
 
-void handOn(void* pool) {
-  auto* ending = static_cast<ThreadPool*>(pool);
+// Under poolMutex, as all that moves slots between lists.
+void pushCommon(Object* object) {
+  object->owner.store(nullptr, std::memory_order_relaxed);
+  commonFree.push(object);
+}
+
+void handOnFree(FreeList& free, uint32_t most) {
+  for (; most > 0 && free.size() > 0; --most) pushCommon(free.pop());
+}
+
+// Of a slot that another than its owner released: the owner looks at it when it wants more.
+void returnToOwner(Object& object) {
+  ThreadPool* const owner = object.owner.load(std::memory_order_relaxed);
+  if (owner == nullptr) return pushCommon(&object);
+  if (std::exchange(object.isReturned, true)) return;
+  object.nextReturned = std::exchange(owner->returned, &object);
+}
+
+// Unless the owner released it itself at the same time, and has perhaps created another since, or let it go.
+void takeBackReturned(ThreadPool& pool) {
+  for (Object* next = std::exchange(pool.returned, nullptr); next != nullptr;) {
+    Object& object = *std::exchange(next, next->nextReturned);
+    object.isReturned = false;
+    const bool isSame = makeHandle(HandleTag::kObject, object.generation, object.slot) == object.returnedAs;
+    if (!isSame || object.isFree) continue;
+    if (object.owner.load(std::memory_order_relaxed) == &pool) {
+      pool.free.push(&object);
+    } else {
+      returnToOwner(object);
+    }
+  }
+}
+
+template <class Each>
+void eachSlot(Each&& each) {
+  for (uint32_t i = chunksInUse * kObjectsPerChunk; i-- > 0;) {
+    each(objectChunks[i / kObjectsPerChunk].load(std::memory_order_relaxed)[i % kObjectsPerChunk]);
+  }
+}
+
+void handOn(void* ended) {
+  auto* const pool = static_cast<ThreadPool*>(ended);
   const Lock lock(poolMutex);
-  ending->free.moveTo(commonFree, kMaxObjects);
-  ending->watched = false;
+  takeBackReturned(*pool);
+  handOnFree(pool->free, kMaxObjects);
+  // Objects that outlive the thread are nobody's.
+  eachSlot([&](Object& object) {
+    if (object.owner.load(std::memory_order_relaxed) == pool) object.owner.store(nullptr, std::memory_order_relaxed);
+  });
+  pool->watched = false;
 }
 
 void watchThread() {
@@ -89,78 +95,55 @@ uint32_t addChunk() {
     object->slot = chunksInUse * kObjectsPerChunk + i;
     object->generation = 0;
     object->iterations = 0;
-    commonFree.push(object);
+    object->isReturned = false;
+    pushCommon(object);
   }
   objectChunks[chunksInUse].store(memory, std::memory_order_release);
   ++chunksInUse;
   return 0;
 }
 
-uint32_t refill(FreeList& list) {
+}  // namespace
+
+[[gnu::tls_model("initial-exec")]] thread_local constinit ThreadPool threadPool;
+
+uint32_t refillPool() {
+  if (!threadPool.watched) watchThread();
   const Lock lock(poolMutex);
+  takeBackReturned(threadPool);
+  if (threadPool.free.size() > 0) return 0;
   if (commonFree.size() == 0) {
     if (const uint32_t code = addChunk()) return code;
   }
-  commonFree.moveTo(list, kTransfer);
-  return 0;
-}
-
-void giveBack(Object* object) {
-  FreeList& list = threadPool.free;
-  if (!threadPool.watched) watchThread();
-  list.push(object);
-  if (list.size() < 2 * kTransfer) return;
-  const Lock lock(poolMutex);
-  list.moveTo(commonFree, kTransfer);
-}
-
-void clearStaging(Object& object, uint32_t kind) {
-  object.kind = static_cast<uint8_t>(kind);
-  object.staged = 0;
-  object.statement = StatementState::kNone;
-  endIteration(object);
-}
-
-}  // namespace
-
-uint32_t takeObject(TableId table, uint32_t kind, Object*& out) {
-  store::Store& store = store::Store::instance();
-  if (const uint32_t code = store.code()) return code;
-  FreeList& list = threadPool.free;
-  if (list.size() == 0) {
-    if (!threadPool.watched) watchThread();
-    if (const uint32_t code = refill(list)) return code;
+  for (uint32_t most = kTransfer; most > 0 && commonFree.size() > 0; --most) {
+    Object* const object = commonFree.pop();
+    object->owner.store(&threadPool, std::memory_order_relaxed);
+    threadPool.free.push(object);
   }
-  Object* object = list.pop();
-  object->table = &store.table(static_cast<size_t>(table));
-  object->tableId = table;
-  clearStaging(*object, kind);
-  ++object->generation;
-  object->handle.store(makeHandle(HandleTag::kObject, object->generation, object->slot), std::memory_order_relaxed);
-  out = object;
   return 0;
 }
 
-uint32_t createObject(TableId table, uint32_t kind, uint64_t* out) {
-  if (!isDirect(kind)) return DB_ERR_WRONG_KIND;
-  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
-  Object* object = nullptr;
-  if (const uint32_t code = takeObject(table, kind, object)) return code;
-  *out = object->handle.load(std::memory_order_relaxed);
-  return 0;
+void thinPool() {
+  const Lock lock(poolMutex);
+  handOnFree(threadPool.free, kTransfer);
 }
 
-uint32_t releaseObject(uint64_t handle, TableId table) {
-  Object* object = nullptr;
-  if (const uint32_t code = findObject(handle, table, kAnyKind, object)) return code;
-  // Of two releases at the same time one must lose, or the slot would be free twice.
+uint32_t releaseFor(Object& object, uint64_t handle) {
+  uint64_t iterator = object.iterator.load(std::memory_order_acquire);
   uint64_t expected = handle;
-  if (!object->handle.compare_exchange_strong(expected, kNoHandle, std::memory_order_relaxed)) {
+  if (!object.handle.compare_exchange_strong(expected, kNoHandle, std::memory_order_relaxed)) {
     return DB_ERR_BAD_HANDLE;
   }
-  endIteration(*object);
-  if (object->kind == FIB_DB_OBJ_OP_BATCH) dropBatch(*object);
-  giveBack(object);
+  // The owner may have released it, too, and be iterating again.
+  object.iterator.compare_exchange_strong(iterator, kNoHandle, std::memory_order_relaxed);
+  if (object.kind == FIB_DB_OBJ_OP_BATCH) dropBatch(object);
+  if (object.owner.load(std::memory_order_relaxed) == &threadPool) {
+    freeOwn(object);
+    return 0;
+  }
+  const Lock lock(poolMutex);
+  object.returnedAs = handle;
+  returnToOwner(object);
   return 0;
 }
 
@@ -171,7 +154,7 @@ uint32_t resetObject(uint64_t handle, TableId table, uint32_t kind) {
     return kind == FIB_DB_OBJ_OP_BATCH ? emptyBatch(*object) : uint32_t{DB_ERR_WRONG_KIND};
   }
   if (!isDirect(kind)) return DB_ERR_WRONG_KIND;
-  clearStaging(*object, kind);
+  beginKind(*object, kind);
   return 0;
 }
 
@@ -185,12 +168,13 @@ void forgetObjects() {
   poolMutex.makeAnew();
   commonFree = {};
   threadPool.free = {};
-  for (uint32_t i = chunksInUse * kObjectsPerChunk; i-- > 0;) {
-    Object& object = objectChunks[i / kObjectsPerChunk].load(std::memory_order_relaxed)[i % kObjectsPerChunk];
+  threadPool.returned = nullptr;
+  eachSlot([](Object& object) {
     object.handle.store(kNoHandle, std::memory_order_relaxed);
     endIteration(object);
-    commonFree.push(&object);
-  }
+    object.isReturned = false;
+    pushCommon(&object);
+  });
 }
 
 uint64_t countObjects() {

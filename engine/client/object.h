@@ -7,6 +7,12 @@
 // batch object also builds a batch (batch.h). Slots come in chunks that are never given back, so a lookup
 // needs no lock; free slots wait in a list per thread, filled from and emptied to a common one.
 //
+// A slot is its owner's: the thread that took it from the common list, until it goes back there. The owner creates and
+// releases without a lock and without an atomic read-modify-write, before which a processor finishes all that it has
+// begun: so the next lookup may begin while the record of the one before is still on its way. Who is not the owner
+// releases under a lock, and leaves the slot to the owner; if the owner releases the same handle at that very moment,
+// both are told 0, and the owner, who sees which of its slots are free, does not take it for free twice.
+//
 // COST        create, find, reset, release: O(1), and no allocation once as many objects existed together.
 // THREADS     Any thread may create, find and release. An object belongs to one thread at a time; a handle
 //             that is used after its release, from any thread, is refused.
@@ -32,6 +38,7 @@ using schema::TableId;
 
 struct Batch;
 struct Connection;
+struct ThreadPool;
 
 // Sets of operation kinds.
 using Kinds = uint32_t;
@@ -64,7 +71,12 @@ struct alignas(64) Object {
   bool standing;  // row is a record
   StatementState statement;
   BatchBuilding building;  // of batch objects
-  Object* nextFree;
+
+  bool isFree;                     // in a list of free slots; the owner's, or under the pool's lock
+  bool isReturned;                 // in its owner's list of those that others released; under the lock
+  std::atomic<ThreadPool*> owner;  // nullptr: nobody's; changes under the lock
+  uint64_t returnedAs;             // the handle by which others released it; under the lock
+  Object *nextFree, *nextReturned;
 
   alignas(8) uint8_t row[schema::kMaxRowLength];
   store::Cursor cursor;  // of the live root iterator
@@ -116,12 +128,88 @@ inline uint32_t findIterator(uint64_t handle, Object*& out) {
   return 0;
 }
 
+class FreeList {
+ public:
+  uint32_t size() const { return size_; }
+  void push(Object* object) {
+    object->isFree = true;
+    object->nextFree = head_;
+    head_ = object;
+    ++size_;
+  }
+  Object* pop() {
+    Object* object = head_;
+    object->isFree = false;
+    head_ = object->nextFree;
+    --size_;
+    return object;
+  }
+
+ private:
+  Object* head_ = nullptr;
+  uint32_t size_ = 0;
+};
+
+// The slots that are free to one thread.
+struct ThreadPool {
+  FreeList free;
+  Object* returned = nullptr;  // slots that others released; under the pool's lock
+  bool watched = false;        // they are handed on when the thread ends
+};
+
+// Initial-exec: the address costs one instruction, not a call. It takes 32 bytes of a reserve that every process has.
+[[gnu::tls_model("initial-exec")]] extern thread_local constinit ThreadPool threadPool;
+
+// How many slots move between a thread's list and the common one at a time.
+inline constexpr uint32_t kTransfer = 32;
+static_assert(kObjectsPerChunk % kTransfer == 0);
+
+// Slots for a thread that has none: 0, DB_ERR_OBJECT_LIMIT or DB_ERR_NO_MEMORY.
+uint32_t refillPool();
+// Some of a thread's many, for others.
+void thinPool();
+// A release where there is more to do than to free one's own slot. REQUIRES: the handle was found alive.
+uint32_t releaseFor(Object& object, uint64_t handle);
+
+inline constexpr Kinds kDirectKinds = only(FIB_DB_OBJ_OP_WRITE) | only(FIB_DB_OBJ_OP_UPDATE) |
+                                      only(FIB_DB_OBJ_OP_READ) | only(FIB_DB_OBJ_OP_REMOVE) | only(FIB_DB_OBJ_OP_SCAN) |
+                                      only(FIB_DB_OBJ_OP_COUNT);
+constexpr bool isDirect(uint32_t kind) { return kind < 32 && (only(kind) & kDirectKinds) != 0; }
+
+inline void beginKind(Object& object, uint32_t kind);
+// To the list of its owner, which calls.
+inline void freeOwn(Object& object) {
+  threadPool.free.push(&object);
+  if (threadPool.free.size() == 2 * kTransfer) thinPool();
+}
+
 // An object of any kind, batch objects included: 0, DB_ERR_OBJECT_LIMIT or DB_ERR_NO_MEMORY.
-uint32_t takeObject(TableId table, uint32_t kind, Object*& out);
+inline uint32_t takeObject(TableId table, uint32_t kind, Object*& out) {
+  store::Store& store = store::Store::instance();
+  if (const uint32_t code = store.code()) return code;
+  if (threadPool.free.size() == 0) {
+    if (const uint32_t code = refillPool()) return code;
+  }
+  Object* const object = threadPool.free.pop();
+  object->table = &store.table(static_cast<size_t>(table));
+  object->tableId = table;
+  beginKind(*object, kind);
+  ++object->generation;
+  object->handle.store(makeHandle(HandleTag::kObject, object->generation, object->slot), std::memory_order_relaxed);
+  out = object;
+  return 0;
+}
 
 // db_create_<t>_obj, db_release_<t>_object, db_reset_<t>_object.
-uint32_t createObject(TableId table, uint32_t kind, uint64_t* out);
-uint32_t releaseObject(uint64_t handle, TableId table);
+inline uint32_t createObject(TableId table, uint32_t kind, uint64_t* out) {
+  if (!isDirect(kind)) return DB_ERR_WRONG_KIND;
+  if (out == nullptr) return DB_ERR_NULL_ARGUMENT;
+  Object* object = nullptr;
+  if (const uint32_t code = takeObject(table, kind, object)) return code;
+  *out = object->handle.load(std::memory_order_relaxed);
+  return 0;
+}
+inline uint32_t releaseObject(uint64_t handle, TableId table);
 uint32_t resetObject(uint64_t handle, TableId table, uint32_t kind);
 
 // Around fork(), of the pool: held before, let go in the parent. In the child every object of the parent is stale, and
@@ -137,6 +225,24 @@ uint64_t countObjects();
 inline void endIteration(Object& object) {
   object.iterator.store(kNoHandle, std::memory_order_relaxed);
   object.standing = false;
+}
+
+inline void beginKind(Object& object, uint32_t kind) {
+  object.kind = static_cast<uint8_t>(kind);
+  object.staged = 0;
+  object.statement = StatementState::kNone;
+  endIteration(object);
+}
+
+inline uint32_t releaseObject(uint64_t handle, TableId table) {
+  Object* object = nullptr;
+  if (const uint32_t code = findObject(handle, table, kAnyKind, object)) return code;
+  const bool isOwn = object->owner.load(std::memory_order_relaxed) == &threadPool;
+  if (!isOwn || object->kind == FIB_DB_OBJ_OP_BATCH) return releaseFor(*object, handle);
+  object->handle.store(kNoHandle, std::memory_order_relaxed);
+  endIteration(*object);
+  freeOwn(*object);
+  return 0;
 }
 
 // The index that a key descriptor names, with the key's presence checked: 0, DB_ERR_NULL_ARGUMENT or

@@ -94,6 +94,62 @@ TEST_F(Threads, of_two_releases_of_one_handle_one_is_refused) {
   }
 }
 
+// Its owner takes no lock, and may be told the same as the other thread; the slot is free once all the same.
+TEST_F(Threads, a_slot_that_its_owner_and_another_release_together_is_free_once) {
+  constexpr size_t kTaken = 200;  // more than what is free to a thread at a time
+  std::atomic<uint64_t> shared{0};
+  std::atomic<int> done{0};
+  std::atomic<bool> ended{false};
+  std::thread other([&] {
+    while (!ended) {
+      const uint64_t object = shared.exchange(0);
+      if (object == 0) continue;
+      const uint32_t code = db_release_nhp_object(object);
+      EXPECT_TRUE(code == 0 || code == DB_ERR_BAD_HANDLE) << code;
+      ++done;
+    }
+  });
+  for (int round = 0; round < 2000; ++round) {
+    uint64_t object = 0;
+    ASSERT_EQ(db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &object), 0u);
+    shared = object;
+    const uint32_t code = db_release_nhp_object(object);
+    EXPECT_TRUE(code == 0 || code == DB_ERR_BAD_HANDLE) << code;
+    while (done != round + 1) std::this_thread::yield();
+    ASSERT_EQ(db_release_nhp_object(object), DB_ERR_BAD_HANDLE);
+    if (round % 100 != 0) continue;
+    std::vector<uint64_t> objects(kTaken);
+    for (uint64_t& taken : objects) ASSERT_EQ(db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &taken), 0u);
+    for (const uint64_t taken : objects) ASSERT_EQ(db_release_nhp_object(taken), 0u);
+  }
+  ended = true;
+  other.join();
+  FibDbEngineArenaStats stats{};
+  ASSERT_EQ(fibdb_engine_arena_stats(&stats), 0u);
+  EXPECT_EQ(stats.objects, 0u);
+}
+
+// However many: none is lost with the thread that made it, or that released it.
+TEST_F(Threads, objects_that_outlive_their_thread_are_released_by_others) {
+  std::vector<uint64_t> objects(500);
+  for (int round = 0; round < 200; ++round) {
+    std::thread([&] {
+      for (uint64_t& object : objects) ASSERT_EQ(db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &object), 0u);
+    }).join();
+    for (const uint64_t object : objects) ASSERT_EQ(db_release_nhp_object(object), 0u);
+    for (const uint64_t object : objects) ASSERT_EQ(db_release_nhp_object(object), DB_ERR_BAD_HANDLE);
+  }
+}
+
+// An iterator ends with its object, whoever releases that.
+TEST_F(Threads, the_iterator_of_an_object_that_another_thread_released_is_refused) {
+  uint64_t object = 0, iterator = 0;
+  ASSERT_EQ(db_create_nhp_obj(FIB_DB_OBJ_OP_SCAN, 0, &object), 0u);
+  ASSERT_EQ(db_create_root_iter(object, nullptr, nullptr, &iterator), 0u);
+  std::thread([&] { ASSERT_EQ(db_release_nhp_object(object), 0u); }).join();
+  EXPECT_EQ(db_root_iterator_next(iterator), DB_ERR_BAD_HANDLE);
+}
+
 TEST_F(Threads, readers_beside_a_batch_writer_see_whole_records_and_every_route_that_stays) {
   constexpr uint32_t kStaying = 64;
   constexpr uint32_t kChanging = 64;
