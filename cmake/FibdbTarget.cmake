@@ -25,6 +25,8 @@ endfunction()
 function(fibdb_library_code target)
   fibdb_target(${target})
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti>)
+  # What the libraries export they also call, and nobody else's function of that name: GCC may inline it, as Clang does.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
                                              POSITION_INDEPENDENT_CODE ON)
 endfunction()

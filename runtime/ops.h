@@ -100,7 +100,7 @@ uint32_t fetchFields(uint64_t obj, const FibDbKeyDesc* desc, const void* key, It
 // Table::fetch of a table that is read as a flat row.
 template <class Item, class Row, void (*Unpack)(const Row*, Item*)>
 uint32_t fetchRow(uint64_t obj, const FibDbKeyDesc* desc, const void* key, Item* item) {
-  Row row{};
+  Row row;  // filled by a success, and looked at only then
   const uint32_t code = db_read_obj_with_buf(obj, desc, key, &row, sizeof row);
   if (code == FIB_DB_OK) Unpack(&row, item);
   return code;

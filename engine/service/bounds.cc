@@ -12,6 +12,9 @@ namespace {
 // Larger sizes are taken for negative numbers gone astray, and refused.
 constexpr size_t kMostBytes = INT32_MAX;
 
+// Most blocks that records have are of this size.
+constexpr size_t kBlockBytes = 16;
+
 bool overlap(const void* a, size_t aBytes, const void* b, size_t bBytes) {
   const auto aStart = reinterpret_cast<uintptr_t>(a);
   const auto bStart = reinterpret_cast<uintptr_t>(b);
@@ -39,7 +42,9 @@ int stringViolation(const char* dst, size_t dstMax, const char* src, size_t coun
 
 int memcpy_s(void* dst, size_t dstMax, const void* src, size_t count) {
   const int violation = copyViolation(dst, dstMax, src, count);
-  if (violation == 0) {
+  if (violation == 0 && count == kBlockBytes) {
+    std::memcpy(dst, src, kBlockBytes);  // no call
+  } else if (violation == 0) {
     std::memcpy(dst, src, count);
   } else if (dst != nullptr && dstMax <= kMostBytes) {
     std::memset(dst, 0, dstMax);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <span>
 
+#include "engine/store/prefix_lookup.h"
 #include "engine/store/table.h"
 #include "engine/store/word.h"
 #include "fibdb/engine.h"
@@ -49,8 +50,12 @@ uint32_t Cursor::openKey(const Table& table, const schema::Index& index, const u
     case IndexKind::kLongest:
       const uint8_t* addr = key + plan.leading.length();
       if (addr[sizeof addr_] > kMaxPrefixLength) return DB_ERR_BAD_KEY;
-      open(table, Kind::kPrefixes, number);
-      std::memcpy(key_.bytes, key, plan.leading.length());
+      open(table, Kind::kLookUp, number);
+      if (plan.leading.length() == sizeof(uint64_t)) {
+        std::memcpy(key_.bytes, key, sizeof(uint64_t));  // as nearly always: no call
+      } else {
+        std::memcpy(key_.bytes, key, plan.leading.length());
+      }
       std::memcpy(&addr_, addr, sizeof addr_);
       position_ = {addr[sizeof addr_], {0, kNoRef}};
       // A lookup is a cursor's first step, and right for the moment in which it is made.
@@ -72,6 +77,7 @@ uint32_t Cursor::openRange(const Table& table, const schema::Index& index, const
 
 void Cursor::keepOnly(uint16_t offset, uint32_t value) {
   filtered_ = true;
+  if (kind_ == Kind::kLookUp) kind_ = Kind::kPrefixes;
   filterOffset_ = offset;
   filterValue_ = value;
 }
@@ -80,7 +86,23 @@ bool Cursor::keeps(const uint8_t* row) const {
   return !filtered_ || std::memcmp(row + filterOffset_, &filterValue_, sizeof filterValue_) == 0;
 }
 
-uint32_t Cursor::next(uint8_t* row) {
+// The first step under a longest-prefix key, which is nearly always the only one.
+uint32_t Cursor::lookUp(uint8_t* row) {
+  kind_ = Kind::kPrefixes;
+  Ref record;
+  const auto answer = Table::PrefixLookup(*table_, index_).one(key_.bytes, addr_, position_.length, row, record);
+  if (answer == Table::PrefixLookup::kOpen) return nextFrom(row);
+  if (answer == Table::PrefixLookup::kNone) {
+    kind_ = Kind::kEnded;
+    return DB_ERR_ITER_END;
+  }
+  const Prefix prefix = table_->plans_[index_].prefixIn(row);
+  position_ = {prefix.length, {prefix.addr, record}};
+  latest_ = openedAt_;
+  return 0;
+}
+
+uint32_t Cursor::nextFrom(uint8_t* row) {
   while (step(row)) {
     if (!keeps(row)) continue;
     latest_ = openedAt_;
@@ -103,6 +125,8 @@ bool Cursor::step(uint8_t* row) {
       return stepRun(row);
     case Kind::kPrefixes:
       return stepPrefixes(row);
+    case Kind::kLookUp:
+      break;
   }
   return false;
 }
@@ -223,6 +247,7 @@ void Cursor::putOwnRecords(Heap& heap, const PrefixTables& tables, OrderedEntry*
 bool Cursor::stepPrefixes(uint8_t* row) {
   Heap heap = table_->heap();
   const PrefixTables tables = table_->prefixes(heap, index_);
+  const Records records = table_->records(heap);
   Ref found = kNoRef;
   const auto lookUndisturbed = [&] {
     const Ref trie = tables.find(key_.bytes);
@@ -231,7 +256,7 @@ bool Cursor::stepPrefixes(uint8_t* row) {
       return true;
     }
     const uint64_t began = tables.arrivedAt(trie);
-    found = findPrefix(heap, tables, trie, row);
+    found = findPrefix(records, tables, trie, row);
     acquireFence();
     return tables.arrivedAt(trie) == began;
   };
@@ -244,25 +269,30 @@ bool Cursor::stepPrefixes(uint8_t* row) {
 }
 
 // Whether the record is one with a prefix of this length that covers the address, and is still to come.
-inline bool Cursor::readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const {
+[[gnu::always_inline]] inline bool Cursor::readPrefix(const Records& records, uint8_t length, Ref record,
+                                                      uint8_t* row) const {
   const Table::Plan& plan = table_->plans_[index_];
-  if (!records.canBe(record) || !records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes))
+  if (!records.canBe(record) || !records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes)) {
     return false;
+  }
   const Prefix prefix = plan.prefixIn(row);
   return prefix.length == length && prefix.covers(addr_) && position_.isBefore(length, {prefix.addr, record});
 }
 
 // The first record of the trie that is still to come.
-inline Ref Cursor::findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const {
+[[gnu::always_inline]] inline Ref Cursor::findPrefix(const Records& records, const PrefixTables& tables, Ref trie,
+                                                     uint8_t* row) const {
   const PrefixMatch longest = tables.longest(trie, addr_, position_.length);
   const PrefixValue value(longest.value);
   if (value.none()) return kNoRef;
-  if (!value.isSeveral() && readPrefix(table_->records(heap), longest.length, value.ref(), row)) return value.ref();
-  return findAmongMatches(heap, tables, trie, row);
+  if (!value.isSeveral() && readPrefix(records, longest.length, value.ref(), row)) return value.ref();
+  return findAmongMatches(trie, row);
 }
 
 // The same where the longest prefix has several records, or one that is past.
-Ref Cursor::findAmongMatches(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const {
+Ref Cursor::findAmongMatches(Ref trie, uint8_t* row) const {
+  Heap heap = table_->heap();
+  const PrefixTables tables = table_->prefixes(heap, index_);
   const Records records = table_->records(heap);
   const uint64_t begun = heap.clock();
   PrefixMatches matches;

@@ -55,7 +55,7 @@ class HashIndex {
   // The most that one insert allocates. prepare() and grow() ask the heap themselves.
   static constexpr uint32_t kMaxWriteBytes = sizeof(HashBucket);
 
-  HashIndex(Heap& heap, HashIndexState& state, HashOf hashOf) : heap_(&heap), state_(&state), hashOf_(hashOf) {}
+  HashIndex(Heap heap, HashIndexState& state, HashOf hashOf) : heap_(heap), state_(&state), hashOf_(hashOf) {}
 
   // The reference inserted under hash that isIt accepts, or kNoRef. isIt may be asked about references with
   // other hashes, and about references that are being erased.
@@ -121,7 +121,7 @@ class HashIndex {
   template <class IsIt, class Each>
   Ref findIn(const HashBucket* chain, uint64_t hash, IsIt&& isIt, Each&& each) const;
 
-  Heap* heap_;
+  Heap heap_;
   HashIndexState* state_;
   HashOf hashOf_;
 };
@@ -143,9 +143,9 @@ uint32_t HashIndex<HashOf>::equalBytes(uint32_t word, uint32_t pattern) {
 template <class HashOf>
 HashBucket* HashIndex<HashOf>::bucketAt(uint32_t number) const {
   const uint32_t block = number / kBucketsPerBlock;
-  const Ref* root = heap_->at<Ref>(follow(state_->directory));
-  const Ref* leaf = heap_->at<Ref>(follow(root[block / kRefsPerBlock]));
-  return heap_->at<HashBucket>(follow(leaf[block % kRefsPerBlock])) + number % kBucketsPerBlock;
+  const Ref* root = heap_.at<Ref>(follow(state_->directory));
+  const Ref* leaf = heap_.at<Ref>(follow(root[block / kRefsPerBlock]));
+  return heap_.at<HashBucket>(follow(leaf[block % kRefsPerBlock])) + number % kBucketsPerBlock;
 }
 
 template <class HashOf>
@@ -163,7 +163,7 @@ Ref HashIndex<HashOf>::findIn(const HashBucket* chain, uint64_t hash, IsIt&& isI
     }
     const Ref next = follow(chain->next);
     if (next == kNoRef) break;
-    chain = heap_->at<HashBucket>(next);
+    chain = heap_.at<HashBucket>(next);
   }
   return kNoRef;
 }
@@ -199,7 +199,7 @@ void HashIndex<HashOf>::fetchEntries(uint64_t hash) const {
   for (uint32_t word = 0; word < HashBucket::kTagWords; ++word) {
     for (uint32_t hits = equalBytes(load(bucket->tags[word]), tagPattern(hash)); hits != 0; hits &= hits - 1) {
       const uint32_t byte = static_cast<uint32_t>(std::countr_zero(hits)) / 8;
-      const auto* const entry = heap_->at<uint8_t>(load(bucket->refs[word * sizeof(uint32_t) + byte]));
+      const auto* const entry = heap_.at<uint8_t>(load(bucket->refs[word * sizeof(uint32_t) + byte]));
       __builtin_prefetch(entry);
       __builtin_prefetch(entry + kCacheLine);
     }
@@ -208,8 +208,8 @@ void HashIndex<HashOf>::fetchEntries(uint64_t hash) const {
 
 template <class HashOf>
 Ref HashIndex<HashOf>::zeroedBlock() {
-  const Ref block = heap_->allocate(kMaxBlockBytes);
-  auto* words = heap_->at<uint32_t>(block);
+  const Ref block = heap_.allocate(kMaxBlockBytes);
+  auto* words = heap_.at<uint32_t>(block);
   for (uint32_t i = 0; i < kMaxBlockBytes / sizeof(uint32_t); ++i) store(words[i], 0U);
   return block;
 }
@@ -219,25 +219,25 @@ template <class HashOf>
 void HashIndex<HashOf>::makeBucket(uint32_t number) {
   if (number % kBucketsPerBlock != 0) return;  // the block came with its first bucket
   const uint32_t block = number / kBucketsPerBlock;
-  if (state_->directory == kNoRef) publish(heap_->noted(state_->directory), zeroedBlock());
-  Ref& leaf = heap_->at<Ref>(state_->directory)[block / kRefsPerBlock];
-  if (leaf == kNoRef) publish(heap_->noted(leaf), zeroedBlock());
-  publish(heap_->noted(heap_->at<Ref>(leaf)[block % kRefsPerBlock]), zeroedBlock());
+  if (state_->directory == kNoRef) publish(heap_.noted(state_->directory), zeroedBlock());
+  Ref& leaf = heap_.at<Ref>(state_->directory)[block / kRefsPerBlock];
+  if (leaf == kNoRef) publish(heap_.noted(leaf), zeroedBlock());
+  publish(heap_.noted(heap_.at<Ref>(leaf)[block % kRefsPerBlock]), zeroedBlock());
 }
 
 template <class HashOf>
 HashBucket* HashIndex<HashOf>::appendOverflow(HashBucket* last) {
   Ref ref = state_->freeOverflow;
   if (ref == kNoRef) {
-    ref = heap_->allocate(sizeof(HashBucket));
+    ref = heap_.allocate(sizeof(HashBucket));
   } else {
-    store(heap_->noted(state_->freeOverflow), heap_->noted(heap_->at<HashBucket>(ref)->next));
+    store(heap_.noted(state_->freeOverflow), heap_.noted(heap_.at<HashBucket>(ref)->next));
   }
-  auto* bucket = heap_->at<HashBucket>(ref);
+  auto* bucket = heap_.at<HashBucket>(ref);
   for (uint32_t& tags : bucket->tags) store(tags, 0U);
   for (Ref& hole : bucket->refs) store(hole, kNoRef);
   publish(bucket->next, kNoRef);
-  publish(heap_->noted(last->next), ref);
+  publish(heap_.noted(last->next), ref);
   return bucket;
 }
 
@@ -250,37 +250,37 @@ void HashIndex<HashOf>::place(HashBucket* chain, uint64_t hash, Ref ref) {
       uint32_t& tags = chain->tags[slot / sizeof(uint32_t)];
       // Not noted: the tag of a hole means nothing.
       store(tags, (tags & ~(0xFFU << shift)) | (tagPattern(hash) & 0xFFU << shift));
-      publish(heap_->noted(chain->refs[slot]), ref);
+      publish(heap_.noted(chain->refs[slot]), ref);
       return;
     }
-    chain = chain->next == kNoRef ? appendOverflow(chain) : heap_->at<HashBucket>(chain->next);
+    chain = chain->next == kNoRef ? appendOverflow(chain) : heap_.at<HashBucket>(chain->next);
   }
 }
 
 template <class HashOf>
 uint32_t HashIndex<HashOf>::prepare() {
   if (state_->buckets != 0) return 0;
-  if (const uint32_t code = heap_->ensure(kMaxNewBucketBytes)) return code;
+  if (const uint32_t code = heap_.ensure(kMaxNewBucketBytes)) return code;
   makeBucket(0);
-  publish(heap_->noted(state_->buckets), kBucketsPerBlock);
+  publish(heap_.noted(state_->buckets), kBucketsPerBlock);
   return 0;
 }
 
 template <class HashOf>
 void HashIndex<HashOf>::insert(uint64_t hash, Ref ref) {
   place(bucketAt(bucketOf(hash, state_->buckets)), hash, ref);
-  store(heap_->noted(state_->count), state_->count + 1);
+  store(heap_.noted(state_->count), state_->count + 1);
 }
 
 template <class HashOf>
 bool HashIndex<HashOf>::erase(uint64_t hash, Ref ref) {
   if (state_->buckets == 0) return false;
   HashBucket* const chain = bucketAt(bucketOf(hash, state_->buckets));
-  for (HashBucket* bucket = chain;; bucket = heap_->at<HashBucket>(bucket->next)) {
+  for (HashBucket* bucket = chain;; bucket = heap_.at<HashBucket>(bucket->next)) {
     for (Ref& held : bucket->refs) {
       if (held != ref) continue;
-      publish(heap_->noted(held), kNoRef);
-      store(heap_->noted(state_->count), state_->count - 1);
+      publish(heap_.noted(held), kNoRef);
+      store(heap_.noted(state_->count), state_->count - 1);
       trim(chain);
       return true;
     }
@@ -293,14 +293,14 @@ template <class HashOf>
 void HashIndex<HashOf>::trim(HashBucket* chain) {
   while (chain->next != kNoRef) {
     HashBucket* before = chain;
-    while (heap_->at<HashBucket>(before->next)->next != kNoRef) before = heap_->at<HashBucket>(before->next);
+    while (heap_.at<HashBucket>(before->next)->next != kNoRef) before = heap_.at<HashBucket>(before->next);
     const Ref last = before->next;
-    for (const Ref held : heap_->at<HashBucket>(last)->refs) {
+    for (const Ref held : heap_.at<HashBucket>(last)->refs) {
       if (held != kNoRef) return;
     }
-    publish(heap_->noted(before->next), kNoRef);
-    store(heap_->noted(heap_->at<HashBucket>(last)->next), state_->freeOverflow);
-    store(heap_->noted(state_->freeOverflow), last);
+    publish(heap_.noted(before->next), kNoRef);
+    store(heap_.noted(heap_.at<HashBucket>(last)->next), state_->freeOverflow);
+    store(heap_.noted(state_->freeOverflow), last);
   }
 }
 
@@ -310,16 +310,16 @@ void HashIndex<HashOf>::grow(uint32_t keep) {
   if (state_->count <= uint64_t{buckets} * kCrowded || buckets >= kMaxBuckets) return;
   const uint32_t from = bucketOf(buckets, buckets);
   uint32_t bytes = kMaxNewBucketBytes, length = 1;
-  for (const HashBucket* bucket = bucketAt(from);; bucket = heap_->at<HashBucket>(bucket->next)) {
+  for (const HashBucket* bucket = bucketAt(from);; bucket = heap_.at<HashBucket>(bucket->next)) {
     if (length++ > kMostToSplit) return;
     bytes += sizeof(HashBucket);
-    for (const Ref ref : bucket->refs) __builtin_prefetch(heap_->at<void>(ref));
+    for (const Ref ref : bucket->refs) __builtin_prefetch(heap_.at<void>(ref));
     if (bucket->next == kNoRef) break;
   }
-  if (heap_->ensure(bytes + keep) != 0) return;
+  if (heap_.ensure(bytes + keep) != 0) return;
   FIBDB_PROBE(index_grown, buckets + 1, state_->count);
   split(from);
-  heap_->log().stand();
+  heap_.log().stand();
 }
 
 template <class HashOf>
@@ -333,19 +333,19 @@ void HashIndex<HashOf>::survey(const Surveyor& to, const VisitEntry& entry, cons
   for (uint32_t first = 0; first < buckets; first += kBucketsPerBlock) {
     const uint32_t block = first / kBucketsPerBlock;
     if (block % kRefsPerBlock == 0) {
-      leaf = follow(heap_->at<Ref>(directory)[block / kRefsPerBlock]);
+      leaf = follow(heap_.at<Ref>(directory)[block / kRefsPerBlock]);
       if (!to.block(leaf, kMaxBlockBytes)) leaf = kNoRef;
     }
     if (leaf == kNoRef) continue;
-    const Ref ref = follow(heap_->at<Ref>(leaf)[block % kRefsPerBlock]);
+    const Ref ref = follow(heap_.at<Ref>(leaf)[block % kRefsPerBlock]);
     if (!to.block(ref, kMaxBlockBytes)) continue;
     for (uint32_t i = 0; i < kBucketsPerBlock && first + i < buckets; ++i) {
-      count += surveyChain(heap_->at<HashBucket>(ref) + i, first + i, to, entry, same);
+      count += surveyChain(heap_.at<HashBucket>(ref) + i, first + i, to, entry, same);
     }
   }
   if (count != load(state_->count)) to.wrong("miscounted", kNoRef);
   for (Ref ref = load(state_->freeOverflow); ref != kNoRef && to.block(ref, sizeof(HashBucket));) {
-    ref = load(heap_->at<HashBucket>(ref)->next);
+    ref = load(heap_.at<HashBucket>(ref)->next);
   }
 }
 
@@ -362,7 +362,7 @@ uint32_t HashIndex<HashOf>::surveyChain(const HashBucket* chain, uint32_t number
   uint32_t knownCount = 0, count = 0;
   const uint32_t buckets = follow(state_->buckets);
   for (;;) {
-    for (const Ref& ref : chain->refs) __builtin_prefetch(heap_->at<void>(load(ref)));
+    for (const Ref& ref : chain->refs) __builtin_prefetch(heap_.at<void>(load(ref)));
     for (uint32_t slot = 0; slot < HashBucket::kSlots; ++slot) {
       const Ref ref = follow(chain->refs[slot]);
       if (ref == kNoRef) continue;
@@ -379,7 +379,7 @@ uint32_t HashIndex<HashOf>::surveyChain(const HashBucket* chain, uint32_t number
     }
     const Ref next = follow(chain->next);
     if (next == kNoRef || !to.block(next, sizeof(HashBucket))) return count;
-    chain = heap_->at<HashBucket>(next);
+    chain = heap_.at<HashBucket>(next);
   }
 }
 
@@ -395,7 +395,7 @@ void HashIndex<HashOf>::split(uint32_t from) {
   uint64_t moving = 0;
   const auto eachRef = [&](auto&& visit) {
     uint32_t place = 0;
-    for (HashBucket* bucket = chain;; bucket = heap_->at<HashBucket>(bucket->next)) {
+    for (HashBucket* bucket = chain;; bucket = heap_.at<HashBucket>(bucket->next)) {
       for (Ref& ref : bucket->refs) {
         if (ref != kNoRef) visit(place, ref);
         ++place;
@@ -409,10 +409,10 @@ void HashIndex<HashOf>::split(uint32_t from) {
     if (place < kRemembered) moving |= uint64_t{1} << place;
     this->place(fresh, hash, ref);
   });
-  publish(heap_->noted(state_->buckets), to + 1);
+  publish(heap_.noted(state_->buckets), to + 1);
   eachRef([&](uint32_t place, Ref& ref) {
     const bool moved = place < kRemembered ? (moving >> place & 1) != 0 : bucketOf(hashOf_(ref), to + 1) == to;
-    if (moved) publish(heap_->noted(ref), kNoRef);
+    if (moved) publish(heap_.noted(ref), kNoRef);
   });
   trim(chain);
 }

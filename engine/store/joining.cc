@@ -12,6 +12,9 @@
 #include "engine/store/table.h"
 
 namespace fibdb::store {
+
+std::atomic<Store*> theStore;
+
 namespace {
 
 // Address space only; memory is taken as it is used.
@@ -22,7 +25,6 @@ constexpr uint32_t kMode = 0660;
 pthread_mutex_t joining = PTHREAD_MUTEX_INITIALIZER;
 // Never destroyed: threads of the process may still be in it while it exits.
 alignas(Store) unsigned char room[sizeof(Store)];
-std::atomic<Store*> theStore;
 union Kept {
   constexpr Kept() : file() {}
   ~Kept() {}
@@ -134,16 +136,12 @@ Store* ownStore() {
 
 }  // namespace
 
-Store& Store::instance() {
-  Store* const known = theStore.load(std::memory_order_acquire);
-  if (known != nullptr) return *known;
+Store& Store::makeInstance() {
   pthread_mutex_lock(&joining);
   if (theStore.load(std::memory_order_relaxed) == nullptr) joinAsEnvironmentSays();
   pthread_mutex_unlock(&joining);
   return *theStore.load(std::memory_order_acquire);
 }
-
-Store* Store::known() { return theStore.load(std::memory_order_acquire); }
 
 uint32_t Store::join(const ArenaRequest* request) {
   pthread_mutex_lock(&joining);

@@ -120,6 +120,13 @@ bool KeyShape::isInStored(const uint8_t* row, const uint8_t* packed) const {
   for (uint8_t i = 0; i < runCount_; ++i) {
     const uint8_t* from = row + runs_[i].offset;
     uint16_t left = runs_[i].size;
+    if (runs_[i].offset % sizeof(uint64_t) == 0) {
+      for (; left >= sizeof(uint64_t); left = static_cast<uint16_t>(left - sizeof(uint64_t))) {
+        if (load(*reinterpret_cast<const uint64_t*>(from)) != wordAt(packed)) return false;
+        from += sizeof(uint64_t);
+        packed += sizeof(uint64_t);
+      }
+    }
     if (runs_[i].offset % sizeof(uint32_t) == 0) {
       for (; left >= sizeof(uint32_t); left = static_cast<uint16_t>(left - sizeof(uint32_t))) {
         uint32_t word;

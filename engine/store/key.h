@@ -42,11 +42,11 @@ class KeyShape {
 
   // Whether the row has this packed key.
   bool isIn(const uint8_t* row, const uint8_t* packed) const {
-    if (runCount_ != 1 || length_ != sizeof(uint64_t)) return areIn(row, packed);
-    uint64_t words[2];
-    std::memcpy(&words[0], row + runs_[0].offset, sizeof words[0]);
-    std::memcpy(&words[1], packed, sizeof words[1]);
-    return words[0] == words[1];
+    constexpr uint16_t kWord = sizeof(uint64_t);
+    if (runCount_ != 1 || length_ < kWord || length_ > 2 * kWord) return areIn(row, packed);
+    // As most are: the first eight bytes and the last eight.
+    const uint8_t* const own = row + runs_[0].offset;
+    return wordAt(own) == wordAt(packed) && wordAt(own + length_ - kWord) == wordAt(packed + length_ - kWord);
   }
   // The same of a row in the arena, which may be changing: the answer is then worth nothing, but no race.
   bool isInStored(const uint8_t* row, const uint8_t* packed) const;
@@ -69,6 +69,11 @@ class KeyShape {
     uint16_t offset = 0, size = 0;
   };
 
+  static uint64_t wordAt(const uint8_t* bytes) {
+    uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+  }
   bool areIn(const uint8_t* row, const uint8_t* packed) const;
 
   std::span<const schema::Column> columns_;

@@ -43,10 +43,9 @@ class KeyDirectory {
   static constexpr uint32_t kMaxWritePieces = 2;
   static_assert(sizeof(Payload) + schema::kMaxKeyLength <= kPieceBytes);
 
-  KeyDirectory(Heap& heap, HashIndexState& state, const KeyShape& shape)
-      : heap_(&heap), state_(&state), shape_(&shape) {}
+  KeyDirectory(Heap heap, HashIndexState& state, const KeyShape& shape) : heap_(heap), state_(&state), shape_(&shape) {}
 
-  Payload* payload(Ref block) const { return heap_->at<Payload>(block); }
+  Payload* payload(Ref block) const { return heap_.at<Payload>(block); }
 
   // The block of this key, or kNoRef.
   Ref find(const Key& key) const {
@@ -64,7 +63,7 @@ class KeyDirectory {
   Ref enter(const Key& key) {
     const Ref known = find(key);
     if (known != kNoRef) return known;
-    const Ref block = heap_->allocate(blockBytes());
+    const Ref block = heap_.allocate(blockBytes());
     const Payload start{};
     copyIn(payload(block), &start, sizeof start);
     copyIn(payload(block) + 1, key.bytes, key.length);
@@ -74,7 +73,7 @@ class KeyDirectory {
 
   void remove(const Key& key, Ref block) {
     blocks().erase(key.hash, block);
-    heap_->retire(block, blockBytes());
+    heap_.retire(block, blockBytes());
   }
 
   void grow(uint32_t keep) { blocks().grow(keep); }
@@ -102,7 +101,7 @@ class KeyDirectory {
   }
 
  private:
-  Blocks blocks() const { return Blocks(*heap_, *state_, HashOfBlock{this}); }
+  Blocks blocks() const { return Blocks(heap_, *state_, HashOfBlock{this}); }
   uint32_t blockBytes() const { return static_cast<uint32_t>(sizeof(Payload)) + shape_->length(); }
   // Whole words: a key is padded with zeros here and there.
   bool hasKey(Ref block, const Key& key) const {
@@ -115,7 +114,7 @@ class KeyDirectory {
     return true;
   }
 
-  Heap* heap_;
+  Heap heap_;
   HashIndexState* state_;
   const KeyShape* shape_;
 };

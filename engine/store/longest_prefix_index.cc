@@ -292,13 +292,24 @@ template <uint32_t kLevel, class Most, class Each>
   return {follow(refsOf(node)[valueRank(children, prefixes, place)]), lengthAt(kLevel, place)};
 }
 
-// The same to hand on.
-template <uint32_t kLevel>
-struct LookUp {
+// A reader's: nullptr when there is no shortcut. What it was overtaken by may have left garbage.
+[[gnu::always_inline]] inline const Ref* shortcutFor(const Arena& arena, const LongestPrefixState& state,
+                                                     uint32_t addr) {
+  const Ref block = follow(state.shortcuts[shortcutOf(addr) / kShortcutsPerBlock]);
+  if (block == kNoRef || !arena.readable(block)) return nullptr;
+  return arena.at<Ref>(block) + shortcutOf(addr) % kShortcutsPerBlock;
+}
+
+// A whole lookup, to hand on.
+struct LookUpAll {
   template <class Most, class Each>
-  [[gnu::always_inline]] PrefixMatch operator()(const Arena* arena, Ref from, uint32_t addr, Most depth,
-                                                Each each) const {
-    return longestFrom<kLevel>(*arena, from, addr, depth, each);
+  [[gnu::always_inline]] PrefixMatch operator()(const Arena* arena, const LongestPrefixState* state, uint32_t addr,
+                                                Most depth, Each each) const {
+    const Ref* const shortcut = depth.level < kShortcutLevel ? nullptr : shortcutFor(*arena, *state, addr);
+    if (shortcut == nullptr) return longestFrom<0>(*arena, follow(state->root), addr, depth, each);
+    const PrefixMatch below = longestFrom<kShortcutLevel>(*arena, follow(*shortcut), addr, depth, each);
+    if (below.value != 0) return below;
+    return longestFrom<0>(*arena, follow(state->root), addr, kAboveShortcuts, each);
   }
 };
 
@@ -436,17 +447,21 @@ class Survey {
   bool whole_ = true;
 };
 
-// Runs a lookup compiled for a machine that counts bits in one instruction, if this is one: on x86-64 all are
-// since 2008, but the baseline does not promise it. REQUIRES: lookup is always_inline. What it captures goes through
-// memory; arguments do not.
+// Runs a lookup compiled for a machine that counts bits in one instruction and cuts them off in another, if this is
+// one: on x86-64 all are since 2013 or so, but the baseline does not promise it. Whichever has the second has the
+// first. REQUIRES: lookup is always_inline. What it captures goes through memory; arguments do not.
 #if defined(__x86_64__)
 template <class Lookup, class... Args>
-[[gnu::target("popcnt")]] auto runCounting(Lookup lookup, Args... args) {
+[[gnu::target("popcnt,bmi2"), gnu::noinline]] auto runCounting(Lookup lookup, Args... args) {
+  return lookup(args...);
+}
+template <class Lookup, class... Args>
+[[gnu::noinline]] auto runPlainly(Lookup lookup, Args... args) {
   return lookup(args...);
 }
 template <class Lookup, class... Args>
 [[gnu::always_inline]] inline auto counting(Lookup lookup, Args... args) {
-  return __builtin_cpu_supports("popcnt") ? runCounting(lookup, args...) : lookup(args...);
+  return __builtin_cpu_supports("bmi2") ? runCounting(lookup, args...) : runPlainly(lookup, args...);
 }
 #else
 template <class Lookup, class... Args>
@@ -454,6 +469,51 @@ template <class Lookup, class... Args>
   return lookup(args...);
 }
 #endif
+
+// The longest prefix of all, quickly where it stands in the node that a shortcut leads to or in the one below, as most
+// do. Nothing of the first node is kept while the second is looked at, so there is little to remember, and a processor
+// has room to begin the next lookups meanwhile.
+struct LookUpShort {
+  [[gnu::always_inline]] PrefixMatch operator()(const Arena* arena, const LongestPrefixState* state,
+                                                uint32_t addr) const {
+    const PrefixMatch match = tryShort(arena, state, addr);
+    return match.value != 0 ? match : counting(LookUpAll{}, arena, state, addr, AnyDepth(), [] {});
+  }
+
+ private:
+  // value 0: the answer may be elsewhere.
+  [[gnu::always_inline]] static PrefixMatch tryShort(const Arena* arena, const LongestPrefixState* state,
+                                                     uint32_t addr) {
+    const Ref* const shortcut = shortcutFor(*arena, *state, addr);
+    if (shortcut == nullptr) return {0, 0};
+    const Ref upper = follow(*shortcut);
+    if (upper == kNoRef || !arena->readable(upper)) return {0, 0};
+    const Node& above = nodeAt(*arena, upper);
+    const uint32_t chunk = chunkOf(addr, kShortcutLevel);
+    const uint64_t children = load(above.children);
+    if ((children & bitOf(chunk)) == 0) return answerOf<kShortcutLevel>(above, children, addr);
+    const Ref lower = follow(refsOf(above)[childRank(children, chunk)]);
+    if (lower == kNoRef || !arena->readable(lower)) return {0, 0};
+    const Node& below = nodeAt(*arena, lower);
+    const uint64_t others = load(below.children);
+    if ((others & bitOf(chunkOf(addr, kShortcutLevel + 1))) != 0) return {0, 0};
+    return answerOf<kShortcutLevel + 1>(below, others, addr);
+  }
+
+  [[gnu::always_inline]] static const Node& nodeAt(const Arena& arena, Ref ref) {
+    const Node& node = *arena.at<Node>(ref);
+    __builtin_prefetch(reinterpret_cast<const uint8_t*>(&node) + kCacheLine);
+    return node;
+  }
+  template <uint32_t kLevel>
+  [[gnu::always_inline]] static PrefixMatch answerOf(const Node& node, uint64_t children, uint32_t addr) {
+    const uint64_t prefixes = load(node.prefixes);
+    const uint64_t covering = prefixes & kAncestors[chunkOf(addr, kLevel)] & prefixesAt(kLevel);
+    if (covering == 0) return {0, 0};
+    const uint32_t place = highestOf(covering);
+    return {follow(refsOf(node)[valueRank(children, prefixes, place)]), lengthAt(kLevel, place)};
+  }
+};
 
 }  // namespace
 
@@ -471,13 +531,13 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
   uint32_t level = 0;
   const uint32_t known = counting([&]() __attribute__((always_inline)) {
     for (; *link != kNoRef; ++level) {
-      Node& node = *heap_->at<Node>(*link);
+      Node& node = *heap_.at<Node>(*link);
       const uint32_t chunk = chunkOf(addr, level);
       if (level == depth.level) {
         const uint32_t place = depth.placeOf(addr);
         if ((node.prefixes & bitOf(place)) == 0) return 0U;
         uint32_t& own = valueOf(node, place);
-        return replaces ? exchange(*heap_, own, value) : own;
+        return replaces ? exchange(heap_, own, value) : own;
       }
       if ((node.children & bitOf(chunk)) == 0) return 0U;
       link = &childOf(node, chunk);
@@ -487,19 +547,19 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
   if (known != 0) return known;
   Ref replaced = kNoRef;
   if (*link == kNoRef) {
-    publish(heap_->noted(*link), branch(*heap_, 0, addr, depth, value));
+    publish(heap_.noted(*link), branch(heap_, 0, addr, depth, value));
   } else {
-    Draft draft(*heap_->at<Node>(*link));
+    Draft draft(*heap_.at<Node>(*link));
     if (level == depth.level) {
       draft.addPrefix(depth.placeOf(addr), value);
     } else {
-      draft.addChild(chunkOf(addr, level), branch(*heap_, level + 1, addr, depth, value));
+      draft.addChild(chunkOf(addr, level), branch(heap_, level + 1, addr, depth, value));
     }
-    replaced = replace(*heap_, *link, draft);
+    replaced = replace(heap_, *link, draft);
   }
-  store(heap_->noted(state_->count), state_->count + 1);
+  store(heap_.noted(state_->count), state_->count + 1);
   if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
-  if (replaced != kNoRef) retire(*heap_, replaced);
+  if (replaced != kNoRef) retire(heap_, replaced);
   return 0;
 }
 
@@ -509,14 +569,14 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
   Ref* link = &state_->root;
   for (uint32_t level = 0; level < depth.level; ++level) {
     if (*link == kNoRef) return 0;
-    Node& node = *heap_->at<Node>(*link);
+    Node& node = *heap_.at<Node>(*link);
     const uint32_t chunk = chunkOf(addr, level);
     if ((node.children & bitOf(chunk)) == 0) return 0;
     links[level] = link;
     link = &childOf(node, chunk);
   }
   if (*link == kNoRef) return 0;
-  Node& node = *heap_->at<Node>(*link);
+  Node& node = *heap_.at<Node>(*link);
   const uint32_t place = depth.placeOf(addr);
   if ((node.prefixes & bitOf(place)) == 0) return 0;
   const uint32_t value = valueOf(node, place);
@@ -530,14 +590,14 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
   for (; draft.empty() && level > 0; --level) {
     emptied[emptiedCount++] = *link;
     link = links[level - 1];
-    draft = Draft(*heap_->at<Node>(*link));
+    draft = Draft(*heap_.at<Node>(*link));
     draft.removeChild(chunkOf(addr, level - 1));
   }
-  const Ref replaced = replace(*heap_, *link, draft);
+  const Ref replaced = replace(heap_, *link, draft);
   if (level <= kShortcutLevel && depth.level >= kShortcutLevel) lead(addr);
-  retire(*heap_, replaced);
-  while (emptiedCount > 0) retire(*heap_, emptied[--emptiedCount]);
-  store(heap_->noted(state_->count), state_->count - 1);
+  retire(heap_, replaced);
+  while (emptiedCount > 0) retire(heap_, emptied[--emptiedCount]);
+  store(heap_.noted(state_->count), state_->count - 1);
   if (state_->root == kNoRef) retireShortcuts();
   return value;
 }
@@ -545,8 +605,8 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
 // The node of the shortcuts' level on the way to addr, by the way from the root.
 Ref LongestPrefixIndex::nodeAbove(uint32_t addr) const {
   Ref ref = state_->root;
-  for (uint32_t level = 0; level < kShortcutLevel && ref != kNoRef && heap_->arena().readable(ref); ++level) {
-    const Node& node = *heap_->at<Node>(ref);
+  for (uint32_t level = 0; level < kShortcutLevel && ref != kNoRef && heap_.arena().readable(ref); ++level) {
+    const Node& node = *heap_.at<Node>(ref);
     const uint64_t children = load(node.children);
     const uint32_t chunk = chunkOf(addr, level);
     ref = (children & bitOf(chunk)) == 0 ? kNoRef : load(refsOf(node)[childRank(children, chunk)]);
@@ -558,7 +618,7 @@ Ref LongestPrefixIndex::nodeAbove(uint32_t addr) const {
 void LongestPrefixIndex::lead(uint32_t addr) {
   const Ref block = state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock];
   if (block == kNoRef) return;
-  publish(heap_->noted(heap_->at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock]), nodeAbove(addr));
+  publish(heap_.noted(heap_.at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock]), nodeAbove(addr));
 }
 
 void LongestPrefixIndex::grow(uint32_t addr, uint32_t keep) {
@@ -569,34 +629,27 @@ void LongestPrefixIndex::grow(uint32_t addr, uint32_t keep) {
 
 void LongestPrefixIndex::makeShortcuts(uint32_t addr, uint32_t keep) {
   const uint32_t number = shortcutOf(addr) / kShortcutsPerBlock;
-  if (heap_->ensure(kMaxBlockBytes + keep) != 0) return;
-  const Ref block = heap_->allocate(kMaxBlockBytes);
+  if (heap_.ensure(kMaxBlockBytes + keep) != 0) return;
+  const Ref block = heap_.allocate(kMaxBlockBytes);
   for (uint32_t i = 0; i < kShortcutsPerBlock; ++i) {
     const uint32_t way = (number * kShortcutsPerBlock + i) << (kMaxLength - kShortcutBits);
-    store(heap_->at<Ref>(block)[i], nodeAbove(way));
+    store(heap_.at<Ref>(block)[i], nodeAbove(way));
   }
-  publish(heap_->noted(state_->shortcuts[number]), block);
+  publish(heap_.noted(state_->shortcuts[number]), block);
 }
 
 void LongestPrefixIndex::retireShortcuts() {
   for (Ref& shortcuts : state_->shortcuts) {
     if (shortcuts == kNoRef) continue;
     const Ref block = shortcuts;
-    publish(heap_->noted(shortcuts), kNoRef);
-    heap_->retire(block, kMaxBlockBytes);
+    publish(heap_.noted(shortcuts), kNoRef);
+    heap_.retire(block, kMaxBlockBytes);
   }
 }
 
-// A reader's: nullptr when there is no shortcut. What it was overtaken by may have left garbage.
-inline const Ref* LongestPrefixIndex::shortcutFor(uint32_t addr) const {
-  const Ref block = follow(state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock]);
-  if (block == kNoRef || !heap_->arena().readable(block)) return nullptr;
-  return heap_->at<Ref>(block) + shortcutOf(addr) % kShortcutsPerBlock;
-}
-
-// The node that it leads to; kNoRef when there is none.
+// The node that the shortcut leads to; kNoRef when there is none.
 inline Ref LongestPrefixIndex::shortcutTo(uint32_t addr) const {
-  const Ref* const shortcut = shortcutFor(addr);
+  const Ref* const shortcut = shortcutFor(heap_.arena(), *state_, addr);
   return shortcut != nullptr ? follow(*shortcut) : kNoRef;
 }
 
@@ -610,23 +663,23 @@ void fetchNode(const Arena& arena, Ref ref) {
 }  // namespace
 
 void LongestPrefixIndex::fetchFirst(uint32_t addr) const {
-  if (const Ref ref = shortcutTo(addr)) fetchNode(heap_->arena(), ref);
+  if (const Ref ref = shortcutTo(addr)) fetchNode(heap_.arena(), ref);
 }
 
 void LongestPrefixIndex::fetchThen(uint32_t addr) const {
   const Ref ref = shortcutTo(addr);
-  if (ref == kNoRef || !heap_->arena().readable(ref)) return;
-  const Node& node = *heap_->at<Node>(ref);
+  if (ref == kNoRef || !heap_.arena().readable(ref)) return;
+  const Node& node = *heap_.at<Node>(ref);
   const uint64_t children = load(node.children);
   const uint32_t chunk = chunkOf(addr, kShortcutLevel);
   if ((children & bitOf(chunk)) == 0) return;
-  fetchNode(heap_->arena(), load(refsOf(node)[childRank(children, chunk)]));
+  fetchNode(heap_.arena(), load(refsOf(node)[childRank(children, chunk)]));
 }
 
 bool LongestPrefixIndex::leadsRight(Ref block, uint32_t number) const {
   for (uint32_t i = 0; i < kShortcutsPerBlock; ++i) {
     const uint32_t way = (number * kShortcutsPerBlock + i) << (kMaxLength - kShortcutBits);
-    if (load(heap_->at<Ref>(block)[i]) != nodeAbove(way)) return false;
+    if (load(heap_.at<Ref>(block)[i]) != nodeAbove(way)) return false;
   }
   return true;
 }
@@ -644,7 +697,7 @@ uint32_t LongestPrefixIndex::find(uint32_t addr, uint8_t length) const {
     const Depth depth(length);
     const Ref below = depth.level < kShortcutLevel ? kNoRef : shortcutTo(addr);
     uint32_t value = 0;
-    walk(heap_->arena(), below != kNoRef ? below : follow(state_->root), below != kNoRef ? kShortcutLevel : 0, addr,
+    walk(heap_.arena(), below != kNoRef ? below : follow(state_->root), below != kNoRef ? kShortcutLevel : 0, addr,
          depth, [&](uint32_t level, const Node& node, uint64_t covering) {
            const uint32_t place = depth.placeOf(addr);
            if (level == depth.level && (covering & bitOf(place)) != 0) value = valueAt(node, place);
@@ -653,30 +706,18 @@ uint32_t LongestPrefixIndex::find(uint32_t addr, uint8_t length) const {
   });
 }
 
-template <class Most, class Each>
-[[gnu::always_inline]] inline PrefixMatch LongestPrefixIndex::longestDownTo(uint32_t addr, Most depth,
-                                                                            Each each) const {
-  const Arena* const arena = &heap_->arena();
-  const Ref* const shortcut = depth.level < kShortcutLevel ? nullptr : shortcutFor(addr);
-  if (shortcut == nullptr) return counting(LookUp<0>{}, arena, follow(state_->root), addr, depth, each);
-  const PrefixMatch below = counting(LookUp<kShortcutLevel>{}, arena, follow(*shortcut), addr, depth, each);
-  if (below.value != 0) return below;
-  return counting(LookUp<0>{}, arena, follow(state_->root), addr, kAboveShortcuts, each);
+PrefixMatch LongestPrefixIndex::longestOfAll(const Arena& arena, const LongestPrefixState& state, uint32_t addr) {
+  return counting(LookUpShort{}, &arena, &state, addr);
 }
 
-template <class Each>
-[[gnu::always_inline]] inline PrefixMatch LongestPrefixIndex::longestOf(uint32_t addr, uint8_t maxLength,
-                                                                        Each each) const {
-  return maxLength == kMaxLength ? longestDownTo(addr, AnyDepth(), each) : longestDownTo(addr, Depth(maxLength), each);
-}
-
-PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength) const {
-  return longestOf(addr, maxLength, [] {});
+PrefixMatch LongestPrefixIndex::longestUpTo(const Arena& arena, const LongestPrefixState& state, uint32_t addr,
+                                            uint8_t maxLength) {
+  return counting(LookUpAll{}, &arena, &state, addr, Depth(maxLength), [] {});
 }
 
 PrefixMatch LongestPrefixIndex::longest(uint32_t addr, uint8_t maxLength, uint32_t& nodes) const {
   nodes = 0;
-  return longestOf(addr, maxLength, [&nodes] { ++nodes; });
+  return counting(LookUpAll{}, &heap_.arena(), state_, addr, Depth(maxLength), [&nodes] { ++nodes; });
 }
 
 namespace {
@@ -711,7 +752,7 @@ struct Descent {
 
 void LongestPrefixIndex::longestOfEach(const uint32_t* addrs, uint32_t count, PrefixMatch* out) const {
   counting([&]() __attribute__((always_inline)) {
-    const Arena& arena = heap_->arena();
+    const Arena& arena = heap_.arena();
     Descent descents[kTogether];
     const auto enter = [&](Descent& descent, Ref node) {
       descent.node = node != kNoRef && arena.readable(node) ? node : kNoRef;
@@ -735,7 +776,8 @@ void LongestPrefixIndex::longestOfEach(const uint32_t* addrs, uint32_t count, Pr
       if (descent.best != nullptr) {
         out[i] = {follow(*descent.best), descent.bestLength};
       } else {
-        const Depth depth = shortcutFor(addrs[i]) != nullptr ? kAboveShortcuts : Depth(kMaxLength);
+        const bool isShort = shortcutFor(arena, *state_, addrs[i]) != nullptr;
+        const Depth depth = isShort ? kAboveShortcuts : Depth(kMaxLength);
         out[i] = longestFrom<0>(arena, follow(state_->root), addrs[i], depth, [] {});
       }
     }
@@ -746,13 +788,13 @@ uint32_t LongestPrefixIndex::from(uint32_t addr, uint32_t length, PrefixEntry* o
                                   uint32_t& nodes) const {
   const Ref root = follow(state_->root);
   return counting([&]() __attribute__((always_inline)) {
-    return OrderedWalk(heap_->arena(), addr, length).copy(root, out, most, nodes);
+    return OrderedWalk(heap_.arena(), addr, length).copy(root, out, most, nodes);
   });
 }
 
 void LongestPrefixIndex::survey(const Surveyor& to, const VisitPrefix& prefix) const {
   const Ref root = follow(state_->root);
-  Survey nodes(*heap_, to, prefix);
+  Survey nodes(heap_, to, prefix);
   if (root != kNoRef) nodes.node(root, 0, 0);
   if (nodes.prefixes() != load(state_->count)) to.wrong("prefixes are miscounted, the root", root);
   for (uint32_t number = 0; number < kShortcutBlocks; ++number) {
@@ -770,7 +812,7 @@ void LongestPrefixIndex::match(uint32_t addr, uint8_t maxLength, PrefixMatches& 
   out.count = counting([&]() __attribute__((always_inline)) {
     Stop stops[kLevels];
     uint32_t levels = 0;
-    walk(heap_->arena(), follow(state_->root), 0, addr, Depth(maxLength),
+    walk(heap_.arena(), follow(state_->root), 0, addr, Depth(maxLength),
          [&](uint32_t level, const Node& node, uint64_t covering) {
            stops[level] = {&node, covering};
            levels = level + 1;

@@ -62,7 +62,7 @@ class LongestPrefixIndex {
   static constexpr uint32_t kMaxInsertPieces = 8;
   static constexpr uint32_t kMaxErasePieces = 1;
 
-  LongestPrefixIndex(Heap& heap, LongestPrefixState& state) : heap_(&heap), state_(&state) {}
+  LongestPrefixIndex(Heap heap, LongestPrefixState& state) : heap_(heap), state_(&state) {}
 
   // Prefixes are addr with bits below length ignored; length is at most 32, a value is not 0.
   // Sets the value of a prefix and returns the one it had, or 0.
@@ -80,7 +80,10 @@ class LongestPrefixIndex {
   // The value of exactly this prefix, or 0.
   uint32_t find(uint32_t addr, uint8_t length) const;
   // The longest prefix that covers addr and is no longer than maxLength.
-  PrefixMatch longest(uint32_t addr, uint8_t maxLength) const;
+  PrefixMatch longest(uint32_t addr, uint8_t maxLength) const {
+    return maxLength == kAddrBits ? longestOfAll(heap_.arena(), *state_, addr)
+                                  : longestUpTo(heap_.arena(), *state_, addr, maxLength);
+  }
   // The same; nodes: how many it looks at.
   PrefixMatch longest(uint32_t addr, uint8_t maxLength, uint32_t& nodes) const;
   // Of many addresses, by prefixes of any length. They go down the levels together: what one of them wants to
@@ -106,19 +109,19 @@ class LongestPrefixIndex {
   bool shortcutsLeadRight() const;
 
  private:
-  template <class Each>
-  PrefixMatch longestOf(uint32_t addr, uint8_t maxLength, Each each) const;
-  template <class Most, class Each>
-  PrefixMatch longestDownTo(uint32_t addr, Most depth, Each each) const;
+  static constexpr uint8_t kAddrBits = 32;
+
+  // What they need comes in registers.
+  static PrefixMatch longestOfAll(const Arena& arena, const LongestPrefixState& state, uint32_t addr);
+  static PrefixMatch longestUpTo(const Arena& arena, const LongestPrefixState& state, uint32_t addr, uint8_t maxLength);
   uint32_t place(uint32_t addr, uint8_t length, uint32_t value, bool replaces);
-  const Ref* shortcutFor(uint32_t addr) const;
   Ref shortcutTo(uint32_t addr) const;
   Ref nodeAbove(uint32_t addr) const;
   bool leadsRight(Ref block, uint32_t number) const;
   void lead(uint32_t addr);
   void retireShortcuts();
 
-  Heap* heap_;
+  Heap heap_;
   LongestPrefixState* state_;
 };
 

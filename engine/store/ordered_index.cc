@@ -449,12 +449,12 @@ static_assert(kMaxLevels * kNodeBytes <= OrderedIndex<PostingEntry>::kMaxEraseBy
 
 template <class Entry>
 bool OrderedIndex<Entry>::insert(const Entry& entry) {
-  return Writer<Entry>(*heap_, state_->root).insert(entry);
+  return Writer<Entry>(heap_, state_->root).insert(entry);
 }
 
 template <class Entry>
 bool OrderedIndex<Entry>::erase(const Entry& entry) {
-  return Writer<Entry>(*heap_, state_->root).erase(entry);
+  return Writer<Entry>(heap_, state_->root).erase(entry);
 }
 
 template <class Entry>
@@ -465,19 +465,19 @@ bool OrderedIndex<Entry>::contains(const Entry& entry) const {
 
 template <class Entry>
 uint32_t OrderedIndex<Entry>::above(const Entry& bound, bool inclusive, Entry* out, uint32_t most) const {
-  return Reader<Entry>(heap_->arena()).above(follow(state_->root), bound, inclusive, out, most);
+  return Reader<Entry>(heap_.arena()).above(follow(state_->root), bound, inclusive, out, most);
 }
 
 template <class Entry>
 uint32_t OrderedIndex<Entry>::levels() const {
   const Ref root = follow(state_->root);
-  return root == kNoRef || !heap_->arena().readable(root) ? 0 : load(heap_->at<Node>(root)->level) + 1;
+  return root == kNoRef || !heap_.arena().readable(root) ? 0 : load(heap_.at<Node>(root)->level) + 1;
 }
 
 template <class Entry>
 void OrderedIndex<Entry>::survey(const Surveyor& to, const Visit<void(const Entry&)>& entry) const {
   const Ref root = follow(state_->root);
-  if (root != kNoRef) Survey<Entry>(*heap_, to, entry).node(root, kMaxLevels, /*isRoot=*/true);
+  if (root != kNoRef) Survey<Entry>(heap_, to, entry).node(root, kMaxLevels, /*isRoot=*/true);
 }
 
 template class OrderedIndex<PostingEntry>;

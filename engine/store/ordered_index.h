@@ -34,7 +34,7 @@ class OrderedIndex {
   static constexpr uint32_t kMaxInsertBytes = 25 * kPieceBytes;
   static constexpr uint32_t kMaxEraseBytes = 12 * kPieceBytes;
 
-  OrderedIndex(Heap& heap, OrderedIndexState& state) : heap_(&heap), state_(&state) {}
+  OrderedIndex(Heap heap, OrderedIndexState& state) : heap_(heap), state_(&state) {}
 
   // The same for this tree as it stands, in pieces.
   uint32_t piecesToInsert() const { return 2 * levels() + 1; }
@@ -56,7 +56,7 @@ class OrderedIndex {
   void survey(const Surveyor& to, const Visit<void(const Entry&)>& entry) const;
 
  private:
-  Heap* heap_;
+  Heap heap_;
   OrderedIndexState* state_;
 };
 

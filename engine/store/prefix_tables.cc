@@ -10,76 +10,34 @@
 #include "engine/store/word.h"
 
 namespace fibdb::store {
-namespace {
-
-constexpr uint32_t kRefsPerBlock = kMaxBlockBytes / sizeof(Ref);
-constexpr uint32_t kPlaces = kPlaceBlocks * kRefsPerBlock;
-
-// VRFs of one virtual router stand side by side, those of different ones anywhere.
-[[gnu::always_inline]] inline uint32_t placeOf(const uint32_t* words, uint32_t count) {
-  uint32_t place = 0;
-  for (uint32_t i = 0; i < count; ++i) place = place * 0x9E3779B1U + words[i];
-  return place % kPlaces;
-}
-
-}  // namespace
-
 Ref PrefixTables::makeTrie(const uint8_t* leading) {
   OrderedEntry entry = leading_->ordered(leading, kNoRef);
   Trie empty{};
   std::memcpy(empty.leading, leading, leading_->length());
-  entry.record = heap_->allocate(sizeof(Trie));
-  copyIn(heap_->at<void>(entry.record), &empty, sizeof empty);
+  entry.record = heap_.allocate(sizeof(Trie));
+  copyIn(heap_.at<void>(entry.record), &empty, sizeof empty);
   tries_.insert(entry);
   return entry.record;
 }
 
 Ref PrefixTables::makeSharers() {
-  const Ref block = heap_->allocate(sizeof(OrderedIndexState));
+  const Ref block = heap_.allocate(sizeof(OrderedIndexState));
   const OrderedIndexState empty{};
-  copyIn(heap_->at<void>(block), &empty, sizeof empty);
+  copyIn(heap_.at<void>(block), &empty, sizeof empty);
   return block;
 }
 
-// nullptr when its block does not exist.
-[[gnu::always_inline]] inline Ref* PrefixTables::placeFor(const uint32_t* words, uint32_t count) const {
-  const uint32_t place = placeOf(words, count);
-  const Ref block = follow(state_->places[place / kRefsPerBlock]);
-  return block == kNoRef ? nullptr : &heap_->at<Ref>(block)[place % kRefsPerBlock];
-}
-
-// The trie in the place of these words, if it is theirs.
-[[gnu::always_inline]] inline Ref PrefixTables::findPlaced(const uint32_t* words, uint32_t count) const {
-  const Ref* const place = placeFor(words, count);
-  const Ref block = place == nullptr ? kNoRef : follow(*place);
-  if (block == kNoRef) return kNoRef;
-  for (uint32_t i = 0; i < count; ++i) {
-    if (load(at(block).leading[i]) != words[i]) return kNoRef;
-  }
-  return block;
-}
-
-Ref PrefixTables::find(const uint8_t* leading) const {
-  constexpr uint32_t kVrAndVrf = 2;  // as nearly always: no loop, and no call
+Ref PrefixTables::findAnyway(Heap heap, PrefixTablesState& state, const KeyShape& leading, const uint8_t* key) {
+  const PrefixTables tables(heap, state, leading);
   uint32_t words[4] = {};
-  Ref placed;
-  if (addrWord() == kVrAndVrf) {
-    std::memcpy(words, leading, kVrAndVrf * sizeof(uint32_t));
-    placed = findPlaced(words, kVrAndVrf);
-  } else {
-    std::memcpy(words, leading, leading_->length());
-    placed = findPlaced(words, addrWord());
-  }
-  return placed != kNoRef ? placed : findInOrder(leading);
-}
-
-Ref PrefixTables::findInOrder(const uint8_t* leading) const {
-  const OrderedEntry wanted = leading_->ordered(leading, kNoRef);
+  std::memcpy(words, key, leading.length());
+  if (const Ref placed = tables.findPlaced(words, tables.addrWord())) return placed;
+  const OrderedEntry wanted = leading.ordered(key, kNoRef);
   OrderedEntry found;
-  if (tries_.above(wanted, /*inclusive=*/true, &found, 1) == 0) return kNoRef;
+  if (tables.tries_.above(wanted, /*inclusive=*/true, &found, 1) == 0) return kNoRef;
   const bool isIt = std::memcmp(found.words, wanted.words, sizeof wanted.words) == 0;
   // Overtaken, we may hold any word; the arena must be readable there all the same.
-  return isIt && heap_->arena().readable(found.record) ? found.record : kNoRef;
+  return isIt && heap.arena().readable(found.record) ? found.record : kNoRef;
 }
 
 void PrefixTables::fetchFirst(const uint8_t* key) const {
@@ -99,14 +57,14 @@ void PrefixTables::findPlace(Ref block, uint32_t keep) {
   const uint32_t place = placeOf(at(block).leading, leading_->length() / uint32_t{sizeof(uint32_t)});
   Ref& neighbours = state_->places[place / kRefsPerBlock];
   if (neighbours == kNoRef) {
-    if (heap_->ensure(kMaxBlockBytes + keep) != 0) return;
-    const Ref fresh = heap_->allocate(kMaxBlockBytes);
-    for (uint32_t i = 0; i < kRefsPerBlock; ++i) store(heap_->at<Ref>(fresh)[i], kNoRef);
-    publish(heap_->noted(neighbours), fresh);
+    if (heap_.ensure(kMaxBlockBytes + keep) != 0) return;
+    const Ref fresh = heap_.allocate(kMaxBlockBytes);
+    for (uint32_t i = 0; i < kRefsPerBlock; ++i) store(heap_.at<Ref>(fresh)[i], kNoRef);
+    publish(heap_.noted(neighbours), fresh);
   }
-  Ref& own = heap_->at<Ref>(neighbours)[place % kRefsPerBlock];
-  if (own == kNoRef) publish(heap_->noted(own), block);
-  store(heap_->noted(at(block).placed), 1U);
+  Ref& own = heap_.at<Ref>(neighbours)[place % kRefsPerBlock];
+  if (own == kNoRef) publish(heap_.noted(own), block);
+  store(heap_.noted(at(block).placed), 1U);
 }
 
 void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref record) {
@@ -119,7 +77,7 @@ void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref recor
     PostingEntry any;
     if (others.above({0, kNoRef}, true, &any, 1) > 0) return;
     trie.erase(prefix.addr, prefix.length);
-    heap_->retire(value.ref(), sizeof(OrderedIndexState));
+    heap_.retire(value.ref(), sizeof(OrderedIndexState));
   } else {
     trie.erase(prefix.addr, prefix.length);
   }
@@ -127,9 +85,9 @@ void PrefixTables::leave(const uint8_t* leading, const Prefix& prefix, Ref recor
   // Who still looks into this trie must not take it for one that stands still.
   settle(block);
   Ref* const place = placeFor(at(block).leading, addrWord());
-  if (place != nullptr && *place == block) publish(heap_->noted(*place), kNoRef);
+  if (place != nullptr && *place == block) publish(heap_.noted(*place), kNoRef);
   tries_.erase(leading_->ordered(leading, block));
-  heap_->retire(block, sizeof(Trie));
+  heap_.retire(block, sizeof(Trie));
 }
 
 uint32_t PrefixTables::from(const OrderedEntry& first, OrderedEntry* out, uint32_t most, uint32_t& nodes) const {
@@ -144,7 +102,7 @@ uint32_t PrefixTables::from(const OrderedEntry& first, OrderedEntry* out, uint32
   for (uint32_t tries = most + 2; count < most && tries > 0; --tries) {
     OrderedEntry trie;
     if (tries_.above(wanted, /*inclusive=*/wanted.record == kNoRef, &trie, 1) == 0) break;
-    if (!heap_->arena().readable(trie.record)) break;
+    if (!heap_.arena().readable(trie.record)) break;
     const bool amid = std::memcmp(trie.words, first.words, addrWord * sizeof(uint32_t)) == 0;
     uint32_t nodesHere;
     const uint32_t got =
@@ -204,7 +162,7 @@ void PrefixTables::surveyPlaces(const Surveyor& to, const Visit<bool(Ref)>& isTr
     const Ref neighbours = follow(state_->places[first / kRefsPerBlock]);
     if (neighbours == kNoRef || !to.block(neighbours, kMaxBlockBytes)) continue;
     for (uint32_t i = 0; i < kRefsPerBlock; ++i) {
-      const Ref trie = follow(heap_->at<Ref>(neighbours)[i]);
+      const Ref trie = follow(heap_.at<Ref>(neighbours)[i]);
       if (trie == kNoRef) continue;
       uint32_t words[4];
       const bool known = isTrie(trie);
@@ -216,7 +174,7 @@ void PrefixTables::surveyPlaces(const Surveyor& to, const Visit<bool(Ref)>& isTr
 
 uint32_t PrefixTables::sharersAfter(PrefixValue value, const PostingEntry& after, PostingEntry* out,
                                     uint32_t most) const {
-  if (!heap_->arena().readable(value.ref())) return 0;
+  if (!heap_.arena().readable(value.ref())) return 0;
   return sharers(value.ref()).above(after, false, out, most);
 }
 

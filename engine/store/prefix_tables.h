@@ -22,6 +22,7 @@
 #define FIBDB_ENGINE_STORE_PREFIX_TABLES_H
 
 #include <cstdint>
+#include <cstring>
 
 #include "engine/store/key.h"
 #include "engine/store/longest_prefix_index.h"
@@ -89,14 +90,14 @@ class PrefixTables {
   static constexpr uint32_t kMaxLeavePieces =
       LongestPrefixIndex::kMaxErasePieces + Sharers::kMaxEraseBytes / kPieceBytes + Tries::kMaxEraseBytes / kPieceBytes;
 
-  PrefixTables(Heap& heap, PrefixTablesState& state, const KeyShape& leading)
-      : heap_(&heap), state_(&state), tries_(heap, state.order), leading_(&leading) {}
+  PrefixTables(Heap heap, PrefixTablesState& state, const KeyShape& leading)
+      : heap_(heap), state_(&state), tries_(heap, state.order), leading_(&leading) {}
 
   // A record that becomes live: entered before, settled after. The block of its trie.
   // leading: the packed leading columns. addrOf: callable as uint32_t(Ref), the address of a record entered earlier.
   template <class AddrOf>
   Ref enter(const uint8_t* leading, const Prefix& prefix, Ref record, AddrOf&& addrOf);
-  void settle(Ref block) { publish(at(block).arrivedAt, heap_->clock()); }
+  void settle(Ref block) { publish(at(block).arrivedAt, heap_.clock()); }
   // A record that is dead.
   void leave(const uint8_t* leading, const Prefix& prefix, Ref record);
   // keep: bytes that others must still be able to allocate.
@@ -157,24 +158,63 @@ class PrefixTables {
   // The mask is one byte behind the address, and the rest of its word is empty.
   static constexpr unsigned kLengthShift = 24;
 
-  Trie& at(Ref block) const { return *heap_->at<Trie>(block); }
-  LongestPrefixIndex prefixes(Ref block) const { return LongestPrefixIndex(*heap_, at(block).prefixes); }
-  Sharers sharers(Ref block) const { return Sharers(*heap_, *heap_->at<OrderedIndexState>(block)); }
+  static constexpr uint32_t kRefsPerBlock = kMaxBlockBytes / sizeof(Ref);
+  static constexpr uint32_t kPlaces = kPlaceBlocks * kRefsPerBlock;
+
+  Trie& at(Ref block) const { return *heap_.at<Trie>(block); }
+  LongestPrefixIndex prefixes(Ref block) const { return LongestPrefixIndex(heap_, at(block).prefixes); }
+  Sharers sharers(Ref block) const { return Sharers(heap_, *heap_.at<OrderedIndexState>(block)); }
   uint32_t addrWord() const { return leading_->length() / uint32_t{sizeof(uint32_t)}; }
   Ref makeTrie(const uint8_t* leading);
   Ref makeSharers();
+  static uint32_t placeOf(const uint32_t* words, uint32_t count);
   Ref findPlaced(const uint32_t* words, uint32_t count) const;
   Ref* placeFor(const uint32_t* words, uint32_t count) const;
   void findPlace(Ref block, uint32_t keep);
-  Ref findInOrder(const uint8_t* leading) const;
+  static Ref findAnyway(Heap heap, PrefixTablesState& state, const KeyShape& leading, const uint8_t* key);
   uint32_t surveyTrie(Ref block, const Surveyor& to, const VisitRecord& record) const;
   void surveyPlaces(const Surveyor& to, const Visit<bool(Ref)>& isTrie) const;
 
-  Heap* heap_;
+  Heap heap_;
   PrefixTablesState* state_;
   Tries tries_;
   const KeyShape* leading_;
 };
+
+// VRFs of one virtual router stand side by side, those of different ones anywhere.
+[[gnu::always_inline]] inline uint32_t PrefixTables::placeOf(const uint32_t* words, uint32_t count) {
+  uint32_t place = 0;
+  for (uint32_t i = 0; i < count; ++i) place = place * 0x9E3779B1U + words[i];
+  return place % kPlaces;
+}
+
+// nullptr when its block does not exist.
+[[gnu::always_inline]] inline Ref* PrefixTables::placeFor(const uint32_t* words, uint32_t count) const {
+  const uint32_t place = placeOf(words, count);
+  const Ref block = follow(state_->places[place / kRefsPerBlock]);
+  return block == kNoRef ? nullptr : &heap_.at<Ref>(block)[place % kRefsPerBlock];
+}
+
+// The trie in the place of these words, if it is theirs.
+[[gnu::always_inline]] inline Ref PrefixTables::findPlaced(const uint32_t* words, uint32_t count) const {
+  const Ref* const place = placeFor(words, count);
+  const Ref block = place == nullptr ? kNoRef : follow(*place);
+  if (block == kNoRef) return kNoRef;
+  for (uint32_t i = 0; i < count; ++i) {
+    if (load(at(block).leading[i]) != words[i]) return kNoRef;
+  }
+  return block;
+}
+
+[[gnu::always_inline]] inline Ref PrefixTables::find(const uint8_t* leading) const {
+  constexpr uint32_t kVrAndVrf = 2;  // as nearly always: no loop, and no call
+  if (addrWord() == kVrAndVrf) {
+    uint32_t words[kVrAndVrf];
+    std::memcpy(words, leading, sizeof words);
+    if (const Ref placed = findPlaced(words, kVrAndVrf)) return placed;
+  }
+  return findAnyway(heap_, *state_, *leading_, leading);
+}
 
 template <class AddrOf>
 Ref PrefixTables::enter(const uint8_t* leading, const Prefix& prefix, Ref record, AddrOf&& addrOf) {

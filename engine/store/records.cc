@@ -17,11 +17,9 @@ struct ExtentHead {
   uint32_t cut;  // slots in use so far
   uint8_t unused[120];
 };
-static_assert(sizeof(ExtentHead) == 128, "slots of two cache lines stay on pairs, which are fetched together");
+static_assert(sizeof(ExtentHead) == Records::kHeadBytes);
 
-// Bits of a version; the rest counts changes.
-constexpr uint32_t kChanging = 1;
-constexpr uint32_t kLive = 2;
+// Of a version, beside its bits.
 constexpr uint32_t kOneChange = 4;
 
 // Rows are copied in eights.
@@ -37,55 +35,48 @@ RecordLayout::RecordLayout(uint16_t length)
   unitsPerExtent = slotsPerExtent * slotUnits;
 }
 
-uint64_t* Records::stamp(Ref record) const {
-  static_assert(kHeadUnits * kRefUnit == sizeof(ExtentHead));
-  const Ref extent = record & ~(kExtentUnits - 1);
-  const uint32_t slot = (record - extent - kHeadUnits) / layout_->slotUnits;
-  return heap_->at<uint64_t>(extent + kHeadUnits + layout_->unitsPerExtent) + slot;
-}
-
 bool Records::isFull(Ref extent) const {
-  return extent == kNoRef || heap_->at<ExtentHead>(extent)->cut == layout_->slotsPerExtent;
+  return extent == kNoRef || heap_.at<ExtentHead>(extent)->cut == layout_->slotsPerExtent;
 }
 
 // An extent is the spare one until it is the last: whatever is taken back, nothing but records comes to stand in it.
 bool Records::prepare() {
   if (state_->free != kNoRef || !isFull(state_->lastExtent)) return true;
   if (state_->spare == kNoRef) {
-    const Ref fresh = heap_->takeExtent();
+    const Ref fresh = heap_.takeExtent();
     if (fresh == kNoRef) return false;
-    store(heap_->noted(state_->spare), fresh);
+    store(heap_.noted(state_->spare), fresh);
   }
-  heap_->log().stand();
+  heap_.log().stand();
   linkSpare();
   return true;
 }
 
 void Records::linkSpare() {
   const Ref last = state_->lastExtent;
-  publish(last == kNoRef ? state_->firstExtent : heap_->at<ExtentHead>(last)->next, state_->spare);
-  store(heap_->noted(state_->lastExtent), state_->spare);
-  store(heap_->noted(state_->spare), kNoRef);
+  publish(last == kNoRef ? state_->firstExtent : heap_.at<ExtentHead>(last)->next, state_->spare);
+  store(heap_.noted(state_->lastExtent), state_->spare);
+  store(heap_.noted(state_->spare), kNoRef);
 }
 
 Ref Records::take(const uint8_t* row, Generation generation) {
   Ref record = state_->free;
   if (record != kNoRef) {
     // The link will be a birth stamp.
-    store(heap_->noted(state_->free), static_cast<Ref>(heap_->noted(*stamp(record))));
+    store(heap_.noted(state_->free), static_cast<Ref>(heap_.noted(*stamp(record))));
   } else {
-    auto* head = heap_->at<ExtentHead>(state_->lastExtent);
+    auto* head = heap_.at<ExtentHead>(state_->lastExtent);
     record = state_->lastExtent + kHeadUnits + head->cut * layout_->slotUnits;
-    publish(heap_->noted(head->cut), head->cut + 1);
+    publish(heap_.noted(head->cut), head->cut + 1);
   }
-  store(*stamp(record), (heap_->clock() & kTimeMask) | uint64_t{generation} << kTimeBits);
-  copyInWide(heap_->at<void>(record), row, layout_->rowLength);
+  store(*stamp(record), (heap_.clock() & kTimeMask) | uint64_t{generation} << kTimeBits);
+  copyInWide(heap_.at<void>(record), row, layout_->rowLength);
   return record;
 }
 
 void Records::setGeneration(Ref record, Generation generation) {
   uint64_t& own = *stamp(record);
-  store(heap_->noted(own), (own & kTimeMask) | uint64_t{generation} << kTimeBits);
+  store(heap_.noted(own), (own & kTimeMask) | uint64_t{generation} << kTimeBits);
 }
 
 uint32_t Records::versionAlive(Ref record) const { return (versionOf(record) + kOneChange) | kLive; }
@@ -96,7 +87,7 @@ void Records::enliven(Ref record) { publish(versionOf(record), versionAlive(reco
 
 void Records::change(Ref record, const uint8_t* row) {
   uint32_t& version = versionOf(record);
-  auto* const slot = heap_->at<void>(record);
+  auto* const slot = heap_.at<void>(record);
   // Fences keep each step behind the version that announces it, for readers, who look at the version last.
   releaseFence();
   copyInWide(state_->shadow, slot, layout_->rowLength);
@@ -110,7 +101,7 @@ void Records::change(Ref record, const uint8_t* row) {
 void Records::restore(Ref record) {
   uint32_t& version = versionOf(record);
   if ((version & kChanging) == 0) return;
-  copyInWide(heap_->at<void>(record), state_->shadow, layout_->rowLength);
+  copyInWide(heap_.at<void>(record), state_->shadow, layout_->rowLength);
   publish(version, (version + 2 * kOneChange) & ~kChanging);
 }
 
@@ -122,25 +113,10 @@ void Records::bury(Ref record) {
 
 void Records::giveBack(Ref record) {
   store(*stamp(record), uint64_t{state_->free});
-  store(heap_->noted(state_->free), record);
+  store(heap_.noted(state_->free), record);
 }
 
 bool Records::isLive(Ref record) const { return (follow(versionOf(record)) & kLive) != 0; }
-
-bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
-  const auto* const slot = heap_->at<uint8_t>(record);
-  __builtin_prefetch(slot);
-  const uint32_t& current = versionOf(record);
-  for (;;) {
-    const uint32_t version = follow(current);
-    if ((version & kLive) == 0) return false;
-    // While no write has begun since, nothing can be younger, and the stamp need not be fetched.
-    const bool inTime = heap_->clock() <= latest || (load(*stamp(record)) & kTimeMask) <= latest;
-    if (inTime) copyOutWide(row, (version & kChanging) != 0 ? state_->shadow : slot, layout_->rowLength);
-    acquireFence();
-    if (load(current) == version) return inTime;
-  }
-}
 
 void Records::survey(const Surveyor& to, const Visit<void(Ref, bool)>& slot, const Visit<bool(Ref)>& free) const {
   const Ref last = load(state_->lastExtent), spare = load(state_->spare);
@@ -150,7 +126,7 @@ void Records::survey(const Surveyor& to, const Visit<void(Ref, bool)>& slot, con
     if (ref != spare) end = ref;
     surveyExtent(ref, to, slot);
     before = ref;
-    ref = follow(heap_->at<ExtentHead>(ref)->next);
+    ref = follow(heap_.at<ExtentHead>(ref)->next);
   }
   if (end != last) to.wrong("do not end where they must", end);
   if (spare != kNoRef && spare != before) to.block(spare, kExtentBytes);
@@ -160,7 +136,7 @@ void Records::survey(const Surveyor& to, const Visit<void(Ref, bool)>& slot, con
 }
 
 void Records::surveyExtent(Ref extent, const Surveyor& to, const Visit<void(Ref, bool)>& slot) const {
-  const uint32_t cut = follow(heap_->at<ExtentHead>(extent)->cut);
+  const uint32_t cut = follow(heap_.at<ExtentHead>(extent)->cut);
   const uint32_t least =
       extent == load(state_->lastExtent) || extent == load(state_->spare) ? 0 : layout_->slotsPerExtent;
   if (cut < least || cut > layout_->slotsPerExtent) to.wrong("another number of slots than there can be", extent);
@@ -170,7 +146,7 @@ void Records::surveyExtent(Ref extent, const Surveyor& to, const Visit<void(Ref,
     const bool live = (version & kLive) != 0;
     if ((version & kChanging) != 0) to.wrong("a change is under way", record);
     if (live && i >= cut) to.wrong("live and never taken", record);
-    if (live && (load(*stamp(record)) & kTimeMask) > heap_->clock()) to.wrong("born later than now", record);
+    if (live && (load(*stamp(record)) & kTimeMask) > heap_.clock()) to.wrong("born later than now", record);
     if (i < cut) slot(record, live);
   }
 }
@@ -179,7 +155,7 @@ RecordPosition Records::first() const { return {follow(state_->firstExtent), 0};
 
 Ref Records::next(RecordPosition& position) const {
   while (position.extent != kNoRef) {
-    const auto* head = heap_->at<ExtentHead>(position.extent);
+    const auto* head = heap_.at<ExtentHead>(position.extent);
     if (position.slot < std::min(follow(head->cut), layout_->slotsPerExtent)) {
       return position.extent + kHeadUnits + position.slot++ * layout_->slotUnits;
     }

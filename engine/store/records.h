@@ -28,6 +28,7 @@
 #include <cstdint>
 
 #include "engine/store/heap.h"
+#include "engine/store/word.h"
 #include "platform/schema/catalog.h"
 
 namespace fibdb::store {
@@ -66,9 +67,10 @@ class Records {
  public:
   // Any birth.
   static constexpr uint64_t kAnyTime = ~uint64_t{0};
+  // Of what stands before the slots of an extent: slots of two cache lines stay on pairs, which are fetched together.
+  static constexpr uint32_t kHeadBytes = 128;
 
-  Records(Heap& heap, RecordsState& state, const RecordLayout& layout)
-      : heap_(&heap), state_(&state), layout_(&layout) {}
+  Records(Heap heap, RecordsState& state, const RecordLayout& layout) : heap_(heap), state_(&state), layout_(&layout) {}
 
   // Makes sure that there is a slot to take, as a step; false when memory is short.
   bool prepare();
@@ -101,10 +103,10 @@ class Records {
   // Whether there can be a slot: a reader that may have been overtaken asks before it takes a word for a reference.
   bool canBe(Ref record) const {
     const uint32_t unit = record & (kExtentUnits - 1);
-    return heap_->arena().readable(record) && unit >= kHeadUnits && unit - kHeadUnits < layout_->unitsPerExtent;
+    return heap_.arena().readable(record) && unit >= kHeadUnits && unit - kHeadUnits < layout_->unitsPerExtent;
   }
   // The row, which may be changing or dead: for looking at keys before read() decides.
-  const uint8_t* row(Ref record) const { return heap_->at<uint8_t>(record); }
+  const uint8_t* row(Ref record) const { return heap_.at<uint8_t>(record); }
   bool isLive(Ref record) const;
   // Asks memory for all of a slot.
   void fetch(Ref record) const {
@@ -112,6 +114,8 @@ class Records {
   }
   // Copies the row of a live record that was born at `latest` or before; false when it is not such a record.
   bool read(Ref record, uint64_t latest, uint8_t* row) const;
+  // The same of any birth; false, too, when its row is being changed.
+  bool readAtOnce(Ref record, uint8_t* row) const;
 
   // Every extent, the spare one among them; every slot that was ever in use, and whether it is live; every slot that
   // was given back, to which free says whether it can be one.
@@ -123,10 +127,13 @@ class Records {
 
  private:
   static constexpr uint32_t kExtentUnits = kExtentBytes / kRefUnit;
-  static constexpr uint32_t kHeadUnits = 128 / kRefUnit;  // of what stands before the slots of an extent
+  static constexpr uint32_t kHeadUnits = kHeadBytes / kRefUnit;
 
-  uint32_t& versionOf(Ref record) const { return heap_->at<uint32_t>(record)[layout_->versionWord]; }
+  uint32_t& versionOf(Ref record) const { return heap_.at<uint32_t>(record)[layout_->versionWord]; }
   // Births are times of the heap's clock, which would take nine years of a million writes a second to come round.
+  // Bits of a version; the rest counts changes.
+  static constexpr uint32_t kChanging = 1;
+  static constexpr uint32_t kLive = 2;
   static constexpr unsigned kTimeBits = 48;
   static constexpr uint64_t kTimeMask = (uint64_t{1} << kTimeBits) - 1;
   uint64_t* stamp(Ref record) const;
@@ -134,10 +141,42 @@ class Records {
   void surveyExtent(Ref extent, const Surveyor& to, const Visit<void(Ref, bool)>& slot) const;
   void linkSpare();
 
-  Heap* heap_;
+  Heap heap_;
   RecordsState* state_;
   const RecordLayout* layout_;
 };
+
+inline uint64_t* Records::stamp(Ref record) const {
+  const Ref extent = record & ~(kExtentUnits - 1);
+  const uint32_t slot = (record - extent - kHeadUnits) / layout_->slotUnits;
+  return heap_.at<uint64_t>(extent + kHeadUnits + layout_->unitsPerExtent) + slot;
+}
+
+inline bool Records::readAtOnce(Ref record, uint8_t* row) const {
+  const auto* const slot = heap_.at<uint8_t>(record);
+  __builtin_prefetch(slot);
+  const uint32_t& current = versionOf(record);
+  const uint32_t version = follow(current);
+  if ((version & (kLive | kChanging)) != kLive) return false;
+  copyOutWide(row, slot, layout_->rowLength);
+  acquireFence();
+  return load(current) == version;
+}
+
+inline bool Records::read(Ref record, uint64_t latest, uint8_t* row) const {
+  const auto* const slot = heap_.at<uint8_t>(record);
+  __builtin_prefetch(slot);
+  const uint32_t& current = versionOf(record);
+  for (;;) {
+    const uint32_t version = follow(current);
+    if ((version & kLive) == 0) return false;
+    // While no write has begun since, nothing can be younger, and the stamp need not be fetched.
+    const bool inTime = heap_.clock() <= latest || (load(*stamp(record)) & kTimeMask) <= latest;
+    if (inTime) copyOutWide(row, (version & kChanging) != 0 ? state_->shadow : slot, layout_->rowLength);
+    acquireFence();
+    if (load(current) == version) return inTime;
+  }
+}
 
 }  // namespace fibdb::store
 

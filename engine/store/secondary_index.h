@@ -41,8 +41,8 @@ class SecondaryIndex {
   static constexpr uint32_t kMaxEnterBytes = Keys::kMaxWriteBytes + Postings::kMaxInsertBytes;
   static constexpr uint32_t kMaxLeaveBytes = Postings::kMaxEraseBytes;
 
-  SecondaryIndex(Heap& heap, HashIndexState& keys, OrderedIndexState& postings, const KeyShape& shape)
-      : heap_(&heap), keys_(heap, keys, shape), postings_(heap, postings) {}
+  SecondaryIndex(Heap heap, HashIndexState& keys, OrderedIndexState& postings, const KeyShape& shape)
+      : heap_(heap), keys_(heap, keys, shape), postings_(heap, postings) {}
 
   // What a write calls before it changes anything: 0, or the heap's code.
   uint32_t prepare() { return keys_.prepare(); }
@@ -53,19 +53,19 @@ class SecondaryIndex {
   Ref enter(const Key& key, Ref record) {
     const Ref block = keys_.enter(key);
     postings_.insert({block, record});
-    keys_.payload(block)->tally.announceArrival(heap_->log(), record);
+    keys_.payload(block)->tally.announceArrival(heap_.log(), record);
     return block;
   }
   void settle(Ref block, Ref record) {
     KeyEntry& entry = *keys_.payload(block);
     entry.tally.settleArrival(record);
-    publish(entry.arrivedAt, heap_->clock());
+    publish(entry.arrivedAt, heap_.clock());
   }
 
   // A record that leaves the key: announced before, taken out after. A key without records is forgotten.
   Ref announceLeaving(const Key& key, Ref record) {
     const Ref block = keys_.find(key);
-    keys_.payload(block)->tally.announceDeparture(heap_->log(), record);
+    keys_.payload(block)->tally.announceDeparture(heap_.log(), record);
     return block;
   }
   void leave(const Key& key, Ref block, Ref record) {
@@ -74,7 +74,7 @@ class SecondaryIndex {
     postings_.erase({block, record});
     if (entry.tally.settled() != 0) return;
     // Who still reads through this block must not take it for one that stands still.
-    publish(entry.arrivedAt, heap_->clock());
+    publish(entry.arrivedAt, heap_.clock());
     keys_.remove(key, block);
   }
 
@@ -114,7 +114,7 @@ class SecondaryIndex {
  private:
   static constexpr uint32_t kMostAtOnce = 32;
 
-  Heap* heap_;
+  Heap heap_;
   Keys keys_;
   Postings postings_;
 };

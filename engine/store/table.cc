@@ -400,7 +400,7 @@ void Table::attach(const schema::Table& layout, Arena& arena, TableState& state)
   }
 }
 
-const schema::Index* Table::findIndex(uint32_t indexId) const {
+const schema::Index* Table::findIndexAmong(uint32_t indexId) const {
   for (size_t i = 0; i < planCount_; ++i) {
     if (plans_[i].id == indexId) return &layout_->indexes[i];
   }

@@ -37,6 +37,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -139,7 +140,12 @@ class Table {
  public:
   const schema::Table& layout() const { return *layout_; }
   // The index with this id, or nullptr.
-  const schema::Index* findIndex(uint32_t indexId) const;
+  const schema::Index* findIndex(uint32_t indexId) const {
+    // Nearly every id begins with the number of the index.
+    const size_t likely = indexId >> 24;
+    if (likely < planCount_ && plans_[likely].id == indexId) return &layout_->indexes[likely];
+    return findIndexAmong(indexId);
+  }
   // Where rows have the virtual router that they belong to, if they say.
   bool hasVr() const { return hasVr_; }
   uint16_t vrOffset() const { return vrOffset_; }
@@ -238,10 +244,11 @@ class Table {
   };
   using PrimaryIndex = HashIndex<HashOfRecord>;
   class Writer;
-  class BulkLookup;
+  class PrefixLookup;
 
   void attach(const schema::Table& layout, Arena& arena, TableState& state);
 
+  const schema::Index* findIndexAmong(uint32_t indexId) const;
   uint32_t checkWritable() const;
   size_t numberOf(const schema::Index& index) const { return static_cast<size_t>(&index - layout_->indexes.data()); }
   bool masksAreValid(const uint8_t* row) const;
@@ -308,19 +315,22 @@ class Cursor {
   void keepOnly(uint16_t offset, uint32_t value);
 
   // Copies the next record to row: 0, or DB_ERR_ITER_END, then and for ever after.
-  uint32_t next(uint8_t* row);
+  uint32_t next(uint8_t* row) { return kind_ == Kind::kLookUp ? lookUp(row) : nextFrom(row); }
 
  private:
-  enum class Kind : uint8_t { kEnded, kAll, kOne, kUnderKey, kRange, kPrefixes };
+  // kLookUp: kPrefixes before the first step.
+  enum class Kind : uint8_t { kEnded, kAll, kOne, kUnderKey, kRange, kPrefixes, kLookUp };
 
   void open(const Table& table, Kind kind, size_t index);
   bool step(uint8_t* row);
   bool stepAll(uint8_t* row);
   bool stepOne(uint8_t* row);
   bool stepRun(uint8_t* row);
+  uint32_t lookUp(uint8_t* row);
+  uint32_t nextFrom(uint8_t* row);
   bool stepPrefixes(uint8_t* row);
-  Ref findPrefix(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const;
-  Ref findAmongMatches(Heap& heap, const PrefixTables& tables, Ref trie, uint8_t* row) const;
+  Ref findPrefix(const Records& records, const PrefixTables& tables, Ref trie, uint8_t* row) const;
+  Ref findAmongMatches(Ref trie, uint8_t* row) const;
   bool readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const;
   uint32_t refillUnderKey();
   uint32_t refillRange();
@@ -351,14 +361,21 @@ class Cursor {
   OrderedEntry last_, high_;
 };
 
+class Store;
+// The engine's own, once it has come to be; joining.cc's.
+extern std::atomic<Store*> theStore;
+
 // All tables of a schema in one arena.
 class Store {
  public:
   // The engine's own store, over schema::kTables: in an arena of the process's own, or in the one that it joined
   // (joining.cc).
-  static Store& instance();
+  static Store& instance() {
+    Store* const made = known();
+    return made != nullptr ? *made : makeInstance();
+  }
   // The same if it has come to be, or nullptr.
-  static Store* known();
+  static Store* known() { return theStore.load(std::memory_order_acquire); }
   // What fibdb_engine_join does. nullptr: as the environment says. text(): why it failed.
   static uint32_t join(const ArenaRequest* request);
   static const char* joinText();
@@ -401,6 +418,7 @@ class Store {
   void remakeLocks();
 
  private:
+  static Store& makeInstance();
   void takeUp();
   bool makeStates();
   bool findStates();

@@ -71,33 +71,47 @@ inline void copyOut(void* to, const void* shared, size_t bytes) {
   }
 }
 
-// The same where the shared side is 8-byte aligned: eight bytes at a time, and what is left. Few branches: rows are
-// short.
-template <class CopyWide, class CopyNarrow>
-[[gnu::always_inline]] inline void inParts(size_t bytes, CopyWide&& copyWide, CopyNarrow&& copyNarrow) {
-  constexpr size_t kWide = sizeof(uint64_t), kNarrow = sizeof(uint32_t);
+#if defined(FIBDB_WORD_HOOKS) || defined(__SANITIZE_THREAD__)
+#define FIBDB_WORDS_ARE_WATCHED
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define FIBDB_WORDS_ARE_WATCHED
+#endif
+#endif
+
+// Where each word is watched, none is copied with another, or twice.
+#ifdef FIBDB_WORDS_ARE_WATCHED
+inline constexpr bool kInPairs = false;
+#else
+inline constexpr bool kInPairs = true;
+#endif
+
+// Two words at once. Whoever copies content finds out by a version whether it stayed as it was, so a pair may be torn
+// as any two words may. The language has no such access; this is one to every compiler.
+using WordPair [[gnu::vector_size(16), gnu::aligned(4), gnu::may_alias]] = uint64_t;
+
+// The same where the shared side is 8-byte aligned and the content sixteen bytes or more, as rows are but for a few:
+// sixteen at a time, the last ones up to the end, whatever was copied before. Few branches: rows are short.
+template <class CopyPair>
+[[gnu::always_inline]] inline void inPairs(size_t bytes, CopyPair&& copyPair) {
+  constexpr size_t kPair = sizeof(WordPair);
   size_t at = 0;
-  for (; at + 4 * kWide <= bytes; at += 4 * kWide) {
-    copyWide(at), copyWide(at + kWide), copyWide(at + 2 * kWide), copyWide(at + 3 * kWide);
+  for (; at + 4 * kPair <= bytes; at += 4 * kPair) {
+    copyPair(at), copyPair(at + kPair), copyPair(at + 2 * kPair), copyPair(at + 3 * kPair);
   }
-  if ((bytes & 2 * kWide) != 0) copyWide(at), copyWide(at + kWide), at += 2 * kWide;
-  if ((bytes & kWide) != 0) copyWide(at), at += kWide;
-  if ((bytes & kNarrow) != 0) copyNarrow(at, kNarrow), at += kNarrow;
-  if (const size_t left = bytes % kNarrow) copyNarrow(at, left);
+  if ((bytes & 2 * kPair) != 0) copyPair(at), copyPair(at + kPair), at += 2 * kPair;
+  if ((bytes & kPair) != 0) copyPair(at);
+  if (bytes % kPair != 0) copyPair(bytes - kPair);
 }
 
 inline void copyOutWide(void* to, const void* shared, size_t bytes) {
+  if (!kInPairs || bytes < sizeof(WordPair)) return copyOut(to, shared, bytes);
   const auto* const from = static_cast<const unsigned char*>(shared);
   auto* const out = static_cast<unsigned char*>(to);
-  const auto copyWide = [&](size_t at) {
-    const uint64_t word = load(*reinterpret_cast<const uint64_t*>(from + at));
-    std::memcpy(out + at, &word, sizeof word);
-  };
-  const auto copyNarrow = [&](size_t at, size_t size) {
-    const uint32_t word = load(*reinterpret_cast<const uint32_t*>(from + at));
-    std::memcpy(out + at, &word, size);
-  };
-  inParts(bytes, copyWide, copyNarrow);
+  inPairs(bytes, [&](size_t at) {
+    const WordPair pair = *reinterpret_cast<const volatile WordPair*>(from + at);
+    std::memcpy(out + at, &pair, sizeof pair);
+  });
 }
 
 inline void copyIn(void* shared, const void* from, size_t bytes) {
@@ -116,19 +130,14 @@ inline void copyIn(void* shared, const void* from, size_t bytes) {
 }
 
 inline void copyInWide(void* shared, const void* from, size_t bytes) {
+  if (!kInPairs || bytes < sizeof(WordPair)) return copyIn(shared, from, bytes);
   auto* const to = static_cast<unsigned char*>(shared);
   const auto* const in = static_cast<const unsigned char*>(from);
-  const auto copyWide = [&](size_t at) {
-    uint64_t word;
-    std::memcpy(&word, in + at, sizeof word);
-    store(*reinterpret_cast<uint64_t*>(to + at), word);
-  };
-  const auto copyNarrow = [&](size_t at, size_t size) {
-    uint32_t word = 0;
-    std::memcpy(&word, in + at, size);
-    store(*reinterpret_cast<uint32_t*>(to + at), word);
-  };
-  inParts(bytes, copyWide, copyNarrow);
+  inPairs(bytes, [&](size_t at) {
+    WordPair pair;
+    std::memcpy(&pair, in + at, sizeof pair);
+    *reinterpret_cast<volatile WordPair*>(to + at) = pair;
+  });
 }
 
 }  // namespace fibdb::store
