@@ -42,11 +42,11 @@ class KeyShape {
 
   // Whether the row has this packed key.
   bool isIn(const uint8_t* row, const uint8_t* packed) const {
-    constexpr uint16_t kWord = sizeof(uint64_t);
-    if (runCount_ != 1 || length_ < kWord || length_ > 2 * kWord) return areIn(row, packed);
-    // As most are: the first eight bytes and the last eight.
+    if (!isShortRun()) return areIn(row, packed);
+    // The first eight bytes and the last eight.
     const uint8_t* const own = row + runs_[0].offset;
-    return wordAt(own) == wordAt(packed) && wordAt(own + length_ - kWord) == wordAt(packed + length_ - kWord);
+    const size_t tail = length_ - sizeof(uint64_t);
+    return wordAt(own) == wordAt(packed) && wordAt(own + tail) == wordAt(packed + tail);
   }
   // The same of a row in the arena, which may be changing: the answer is then worth nothing, but no race.
   bool isInStored(const uint8_t* row, const uint8_t* packed) const;
@@ -74,6 +74,9 @@ class KeyShape {
     std::memcpy(&word, bytes, sizeof word);
     return word;
   }
+  // Whether the key is eight to sixteen bytes that stand side by side in a row.
+  bool isShortRun() const { return runCount_ == 1 && length_ >= sizeof(uint64_t) && length_ <= 2 * sizeof(uint64_t); }
+  void fromRun(const uint8_t* from, Key& key) const;
   bool areIn(const uint8_t* row, const uint8_t* packed) const;
 
   std::span<const schema::Column> columns_;

@@ -114,33 +114,40 @@ static_assert(countOf(0) == 0 && countOf(~uint64_t{0}) == 64 && countOf(0x800000
   return countOf(children) + countOf(prefixes & bitsBelow(place));
 }
 
-uint32_t bytesOf(const Node& node) { return bytesFor(countOf(node.children) + countOf(node.prefixes)); }
+[[gnu::always_inline]] inline uint32_t bytesOf(const Node& node) {
+  return bytesFor(countOf(node.children) + countOf(node.prefixes));
+}
 
-Ref& childOf(Node& node, uint32_t chunk) { return refsOf(node)[childRank(node.children, chunk)]; }
-uint32_t& valueOf(Node& node, uint32_t place) { return refsOf(node)[valueRank(node.children, node.prefixes, place)]; }
+[[gnu::always_inline]] inline Ref& childOf(Node& node, uint32_t chunk) {
+  return refsOf(node)[childRank(node.children, chunk)];
+}
+[[gnu::always_inline]] inline uint32_t& valueOf(Node& node, uint32_t place) {
+  return refsOf(node)[valueRank(node.children, node.prefixes, place)];
+}
 
-// A node in the making.
+// A node in the making. What counts bits is inlined where it is called (see counting below).
 class Draft {
  public:
   Draft() : maps_{0, 0}, count_(0) {}
-  explicit Draft(const Node& node) : maps_(node), count_(countOf(node.children) + countOf(node.prefixes)) {
+  [[gnu::always_inline]] explicit Draft(const Node& node)
+      : maps_(node), count_(countOf(node.children) + countOf(node.prefixes)) {
     std::memcpy(refs_, refsOf(node), count_ * sizeof(Ref));
   }
 
   bool empty() const { return count_ == 0; }
-  void addChild(uint32_t chunk, Ref child) {
+  [[gnu::always_inline]] void addChild(uint32_t chunk, Ref child) {
     add(childRank(maps_.children, chunk), child);
     maps_.children |= bitOf(chunk);
   }
-  void removeChild(uint32_t chunk) {
+  [[gnu::always_inline]] void removeChild(uint32_t chunk) {
     remove(childRank(maps_.children, chunk));
     maps_.children &= ~bitOf(chunk);
   }
-  void addPrefix(uint32_t place, uint32_t value) {
+  [[gnu::always_inline]] void addPrefix(uint32_t place, uint32_t value) {
     add(valueRank(maps_.children, maps_.prefixes, place), value);
     maps_.prefixes |= bitOf(place);
   }
-  void removePrefix(uint32_t place) {
+  [[gnu::always_inline]] void removePrefix(uint32_t place) {
     remove(valueRank(maps_.children, maps_.prefixes, place));
     maps_.prefixes &= ~bitOf(place);
   }
@@ -178,7 +185,7 @@ class Draft {
   return replaced;
 }
 
-void retire(Heap& heap, Ref node) { heap.retire(node, bytesOf(*heap.at<Node>(node))); }
+[[gnu::always_inline]] inline void retire(Heap& heap, Ref node) { heap.retire(node, bytesOf(*heap.at<Node>(node))); }
 
 // Sets a value that readers may be looking at and returns the one before.
 uint32_t exchange(Heap& heap, uint32_t& value, uint32_t to) {
@@ -517,6 +524,25 @@ struct LookUpShort {
 
 }  // namespace
 
+// The node of the shortcuts' level on the way to addr, by the way from the root.
+[[gnu::always_inline]] inline Ref LongestPrefixIndex::nodeAbove(uint32_t addr) const {
+  Ref ref = state_->root;
+  for (uint32_t level = 0; level < kShortcutLevel && ref != kNoRef && heap_.arena().readable(ref); ++level) {
+    const Node& node = *heap_.at<Node>(ref);
+    const uint64_t children = load(node.children);
+    const uint32_t chunk = chunkOf(addr, level);
+    ref = (children & bitOf(chunk)) == 0 ? kNoRef : load(refsOf(node)[childRank(children, chunk)]);
+  }
+  return ref;
+}
+
+// Sets the shortcut to what the way from the root leads to now.
+[[gnu::always_inline]] inline void LongestPrefixIndex::lead(uint32_t addr) {
+  const Ref block = state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock];
+  if (block == kNoRef) return;
+  publish(heap_.noted(heap_.at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock]), nodeAbove(addr));
+}
+
 uint32_t LongestPrefixIndex::insert(uint32_t addr, uint8_t length, uint32_t value) {
   return place(addr, length, value, /*replaces=*/true);
 }
@@ -526,25 +552,26 @@ uint32_t LongestPrefixIndex::insertNew(uint32_t addr, uint8_t length, uint32_t v
 }
 
 uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value, bool replaces) {
+  return counting([&]() __attribute__((always_inline)) { return placeHere(addr, length, value, replaces); });
+}
+
+[[gnu::always_inline]] inline uint32_t LongestPrefixIndex::placeHere(uint32_t addr, uint8_t length, uint32_t value,
+                                                                     bool replaces) {
   const Depth depth(length);
   Ref* link = &state_->root;
   uint32_t level = 0;
-  const uint32_t known = counting([&]() __attribute__((always_inline)) {
-    for (; *link != kNoRef; ++level) {
-      Node& node = *heap_.at<Node>(*link);
-      const uint32_t chunk = chunkOf(addr, level);
-      if (level == depth.level) {
-        const uint32_t place = depth.placeOf(addr);
-        if ((node.prefixes & bitOf(place)) == 0) return 0U;
-        uint32_t& own = valueOf(node, place);
-        return replaces ? exchange(heap_, own, value) : own;
-      }
-      if ((node.children & bitOf(chunk)) == 0) return 0U;
-      link = &childOf(node, chunk);
+  for (; *link != kNoRef; ++level) {
+    Node& node = *heap_.at<Node>(*link);
+    const uint32_t chunk = chunkOf(addr, level);
+    if (level == depth.level) {
+      const uint32_t place = depth.placeOf(addr);
+      if ((node.prefixes & bitOf(place)) == 0) break;
+      uint32_t& own = valueOf(node, place);
+      return replaces ? exchange(heap_, own, value) : own;
     }
-    return 0U;
-  });
-  if (known != 0) return known;
+    if ((node.children & bitOf(chunk)) == 0) break;
+    link = &childOf(node, chunk);
+  }
   Ref replaced = kNoRef;
   if (*link == kNoRef) {
     publish(heap_.noted(*link), branch(heap_, 0, addr, depth, value));
@@ -564,6 +591,10 @@ uint32_t LongestPrefixIndex::place(uint32_t addr, uint8_t length, uint32_t value
 }
 
 uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
+  return counting([&]() __attribute__((always_inline)) { return eraseHere(addr, length); });
+}
+
+[[gnu::always_inline]] inline uint32_t LongestPrefixIndex::eraseHere(uint32_t addr, uint8_t length) {
   const Depth depth(length);
   Ref* links[kLevels];
   Ref* link = &state_->root;
@@ -600,25 +631,6 @@ uint32_t LongestPrefixIndex::erase(uint32_t addr, uint8_t length) {
   store(heap_.noted(state_->count), state_->count - 1);
   if (state_->root == kNoRef) retireShortcuts();
   return value;
-}
-
-// The node of the shortcuts' level on the way to addr, by the way from the root.
-Ref LongestPrefixIndex::nodeAbove(uint32_t addr) const {
-  Ref ref = state_->root;
-  for (uint32_t level = 0; level < kShortcutLevel && ref != kNoRef && heap_.arena().readable(ref); ++level) {
-    const Node& node = *heap_.at<Node>(ref);
-    const uint64_t children = load(node.children);
-    const uint32_t chunk = chunkOf(addr, level);
-    ref = (children & bitOf(chunk)) == 0 ? kNoRef : load(refsOf(node)[childRank(children, chunk)]);
-  }
-  return ref;
-}
-
-// Sets the shortcut to what the way from the root leads to now.
-void LongestPrefixIndex::lead(uint32_t addr) {
-  const Ref block = state_->shortcuts[shortcutOf(addr) / kShortcutsPerBlock];
-  if (block == kNoRef) return;
-  publish(heap_.noted(heap_.at<Ref>(block)[shortcutOf(addr) % kShortcutsPerBlock]), nodeAbove(addr));
 }
 
 void LongestPrefixIndex::grow(uint32_t addr, uint32_t keep) {

@@ -115,6 +115,8 @@ class LongestPrefixIndex {
   static PrefixMatch longestOfAll(const Arena& arena, const LongestPrefixState& state, uint32_t addr);
   static PrefixMatch longestUpTo(const Arena& arena, const LongestPrefixState& state, uint32_t addr, uint8_t maxLength);
   uint32_t place(uint32_t addr, uint8_t length, uint32_t value, bool replaces);
+  uint32_t placeHere(uint32_t addr, uint8_t length, uint32_t value, bool replaces);
+  uint32_t eraseHere(uint32_t addr, uint8_t length);
   Ref shortcutTo(uint32_t addr) const;
   Ref nodeAbove(uint32_t addr) const;
   bool leadsRight(Ref block, uint32_t number) const;

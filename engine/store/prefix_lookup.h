@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // engine/store/prefix_lookup.h: the longest prefix of an address, with its record, in one attempt.
 //
-// DESCRIPTION  What is found live is the answer if no record became live in the trie meanwhile. What a write came in the
-// way of, and what is not simply a prefix with one record, is left open, to a cursor, which can do everything: so the
-// way of nearly every lookup has no loop, and little to remember.
+// DESCRIPTION  What is found live is the answer if no record became live in the trie meanwhile. What a write came in
+// the way of, and what is not simply a prefix with one record, is left open, to a cursor, which can do everything: so
+// the way of nearly every lookup has no loop, and little to remember.
 #ifndef FIBDB_ENGINE_STORE_PREFIX_LOOKUP_H
 #define FIBDB_ENGINE_STORE_PREFIX_LOOKUP_H
 
