@@ -44,19 +44,25 @@ void returnToOwner(Object& object) {
   object.nextReturned = std::exchange(owner->returned, &object);
 }
 
-// Unless the owner released it itself at the same time, and has perhaps created another since, or let it go.
-void takeBackReturned(ThreadPool& pool) {
+// Calls keep for each that is still the thread's: unless the owner released it itself at the same time, and has perhaps
+// created another since, or let it go.
+template <class Keep>
+void takeReturned(ThreadPool& pool, Keep&& keep) {
   for (Object* next = std::exchange(pool.returned, nullptr); next != nullptr;) {
     Object& object = *std::exchange(next, next->nextReturned);
     object.isReturned = false;
     const bool isSame = makeHandle(HandleTag::kObject, object.generation, object.slot) == object.returnedAs;
     if (!isSame || object.isFree) continue;
     if (object.owner.load(std::memory_order_relaxed) == &pool) {
-      pool.free.push(&object);
+      keep(&object);
     } else {
       returnToOwner(object);
     }
   }
+}
+
+void takeBackReturned(ThreadPool& pool) {
+  takeReturned(pool, [&](Object* object) { pool.free.push(object); });
 }
 
 template <class Each>
@@ -64,6 +70,14 @@ void eachSlot(Each&& each) {
   for (uint32_t i = chunksInUse * kObjectsPerChunk; i-- > 0;) {
     each(objectChunks[i / kObjectsPerChunk].load(std::memory_order_relaxed)[i % kObjectsPerChunk]);
   }
+}
+
+// When there is nothing else: what threads that create no more have not taken back.
+void gatherReturned() {
+  eachSlot([](Object& object) {
+    ThreadPool* const owner = object.owner.load(std::memory_order_relaxed);
+    if (object.isReturned && owner != nullptr) takeReturned(*owner, pushCommon);
+  });
 }
 
 void handOn(void* ended) {
@@ -113,7 +127,9 @@ uint32_t refillPool() {
   takeBackReturned(threadPool);
   if (threadPool.free.size() > 0) return 0;
   if (commonFree.size() == 0) {
-    if (const uint32_t code = addChunk()) return code;
+    const uint32_t code = addChunk();
+    if (code != 0) gatherReturned();
+    if (commonFree.size() == 0) return code;
   }
   for (uint32_t most = kTransfer; most > 0 && commonFree.size() > 0; --most) {
     Object* const object = commonFree.pop();

@@ -180,7 +180,7 @@ inline void beginKind(Object& object, uint32_t kind);
 // To the list of its owner, which calls.
 inline void freeOwn(Object& object) {
   threadPool.free.push(&object);
-  if (threadPool.free.size() == 2 * kTransfer) thinPool();
+  if (threadPool.free.size() >= 2 * kTransfer) thinPool();
 }
 
 // An object of any kind, batch objects included: 0, DB_ERR_OBJECT_LIMIT or DB_ERR_NO_MEMORY.

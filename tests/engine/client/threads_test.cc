@@ -141,6 +141,20 @@ TEST_F(Threads, objects_that_outlive_their_thread_are_released_by_others) {
   }
 }
 
+TEST_F(Threads, what_others_released_is_not_kept_from_them_by_an_owner_that_creates_no_more) {
+  std::vector<uint64_t> objects;
+  uint64_t object = 0;
+  while (db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &object) == 0) objects.push_back(object);
+  ASSERT_GT(objects.size(), 65'000u);
+  std::thread([&] {
+    for (const uint64_t each : objects) ASSERT_EQ(db_release_nhp_object(each), 0u);
+    for (uint64_t& each : objects) ASSERT_EQ(db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &each), 0u);
+    for (const uint64_t each : objects) ASSERT_EQ(db_release_nhp_object(each), 0u);
+  }).join();
+  ASSERT_EQ(db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &object), 0u);
+  EXPECT_EQ(db_release_nhp_object(object), 0u);
+}
+
 // An iterator ends with its object, whoever releases that.
 TEST_F(Threads, the_iterator_of_an_object_that_another_thread_released_is_refused) {
   uint64_t object = 0, iterator = 0;
