@@ -7,12 +7,6 @@
 // batch object also builds a batch (batch.h). Slots come in chunks that are never given back, so a lookup
 // needs no lock; free slots wait in a list per thread, filled from and emptied to a common one.
 //
-// A slot is its owner's: the thread that took it from the common list, until it goes back there. The owner creates and
-// releases without a lock and without an atomic read-modify-write, before which a processor finishes all that it has
-// begun: so the next lookup may begin while the record of the one before is still on its way. Who is not the owner
-// releases under a lock, and leaves the slot to the owner; if the owner releases the same handle at that very moment,
-// both are told 0, and the owner, who sees which of its slots are free, does not take it for free twice.
-//
 // COST        create, find, reset, release: O(1), and no allocation once as many objects existed together.
 // THREADS     Any thread may create, find and release. An object belongs to one thread at a time; a handle
 //             that is used after its release, from any thread, is refused.
@@ -38,7 +32,6 @@ using schema::TableId;
 
 struct Batch;
 struct Connection;
-struct ThreadPool;
 
 // Sets of operation kinds.
 using Kinds = uint32_t;
@@ -71,12 +64,7 @@ struct alignas(64) Object {
   bool standing;  // row is a record
   StatementState statement;
   BatchBuilding building;  // of batch objects
-
-  bool isFree;                     // in a list of free slots; the owner's, or under the pool's lock
-  bool isReturned;                 // in its owner's list of those that others released; under the lock
-  std::atomic<ThreadPool*> owner;  // nullptr: nobody's; changes under the lock
-  uint64_t returnedAs;             // the handle by which others released it; under the lock
-  Object *nextFree, *nextReturned;
+  Object* nextFree;
 
   alignas(8) uint8_t row[schema::kMaxRowLength];
   store::Cursor cursor;  // of the live root iterator
@@ -132,14 +120,12 @@ class FreeList {
  public:
   uint32_t size() const { return size_; }
   void push(Object* object) {
-    object->isFree = true;
     object->nextFree = head_;
     head_ = object;
     ++size_;
   }
   Object* pop() {
     Object* object = head_;
-    object->isFree = false;
     head_ = object->nextFree;
     --size_;
     return object;
@@ -153,11 +139,10 @@ class FreeList {
 // The slots that are free to one thread.
 struct ThreadPool {
   FreeList free;
-  Object* returned = nullptr;  // slots that others released; under the pool's lock
-  bool watched = false;        // they are handed on when the thread ends
+  bool watched = false;  // they are handed on when the thread ends
 };
 
-// Initial-exec: the address costs one instruction, not a call. It takes 32 bytes of a reserve that every process has.
+// Initial-exec: the address costs one instruction, not a call. It takes 24 bytes of a reserve that every process has.
 [[gnu::tls_model("initial-exec")]] extern thread_local constinit ThreadPool threadPool;
 
 // How many slots move between a thread's list and the common one at a time.
@@ -168,8 +153,9 @@ static_assert(kObjectsPerChunk % kTransfer == 0);
 uint32_t refillPool();
 // Some of a thread's many, for others.
 void thinPool();
-// A release where there is more to do than to free one's own slot. REQUIRES: the handle was found alive.
-uint32_t releaseFor(Object& object, uint64_t handle);
+// Has the thread's slots handed on when it ends.
+void watchThread();
+void dropBatch(Object& object);  // batch.h
 
 inline constexpr Kinds kDirectKinds = only(FIB_DB_OBJ_OP_WRITE) | only(FIB_DB_OBJ_OP_UPDATE) |
                                       only(FIB_DB_OBJ_OP_READ) | only(FIB_DB_OBJ_OP_REMOVE) | only(FIB_DB_OBJ_OP_SCAN) |
@@ -177,11 +163,6 @@ inline constexpr Kinds kDirectKinds = only(FIB_DB_OBJ_OP_WRITE) | only(FIB_DB_OB
 constexpr bool isDirect(uint32_t kind) { return kind < 32 && (only(kind) & kDirectKinds) != 0; }
 
 inline void beginKind(Object& object, uint32_t kind);
-// To the list of its owner, which calls.
-inline void freeOwn(Object& object) {
-  threadPool.free.push(&object);
-  if (threadPool.free.size() >= 2 * kTransfer) thinPool();
-}
 
 // An object of any kind, batch objects included: 0, DB_ERR_OBJECT_LIMIT or DB_ERR_NO_MEMORY.
 inline uint32_t takeObject(TableId table, uint32_t kind, Object*& out) {
@@ -237,11 +218,16 @@ inline void beginKind(Object& object, uint32_t kind) {
 inline uint32_t releaseObject(uint64_t handle, TableId table) {
   Object* object = nullptr;
   if (const uint32_t code = findObject(handle, table, kAnyKind, object)) return code;
-  const bool isOwn = object->owner.load(std::memory_order_relaxed) == &threadPool;
-  if (!isOwn || object->kind == FIB_DB_OBJ_OP_BATCH) return releaseFor(*object, handle);
-  object->handle.store(kNoHandle, std::memory_order_relaxed);
+  // Of two releases at the same time one must lose, or the slot would be free twice.
+  uint64_t expected = handle;
+  if (!object->handle.compare_exchange_strong(expected, kNoHandle, std::memory_order_relaxed)) {
+    return DB_ERR_BAD_HANDLE;
+  }
   endIteration(*object);
-  freeOwn(*object);
+  if (object->kind == FIB_DB_OBJ_OP_BATCH) dropBatch(*object);
+  if (!threadPool.watched) watchThread();
+  threadPool.free.push(object);
+  if (threadPool.free.size() >= 2 * kTransfer) thinPool();
   return 0;
 }
 

@@ -247,7 +247,6 @@ void Cursor::putOwnRecords(Heap& heap, const PrefixTables& tables, OrderedEntry*
 bool Cursor::stepPrefixes(uint8_t* row) {
   Heap heap = table_->heap();
   const PrefixTables tables = table_->prefixes(heap, index_);
-  const Records records = table_->records(heap);
   Ref found = kNoRef;
   const auto lookUndisturbed = [&] {
     const Ref trie = tables.find(key_.bytes);
@@ -256,7 +255,7 @@ bool Cursor::stepPrefixes(uint8_t* row) {
       return true;
     }
     const uint64_t began = tables.arrivedAt(trie);
-    found = findPrefix(records, tables, trie, row);
+    found = findAmongMatches(trie, row);
     acquireFence();
     return tables.arrivedAt(trie) == began;
   };
@@ -269,8 +268,7 @@ bool Cursor::stepPrefixes(uint8_t* row) {
 }
 
 // Whether the record is one with a prefix of this length that covers the address, and is still to come.
-[[gnu::always_inline]] inline bool Cursor::readPrefix(const Records& records, uint8_t length, Ref record,
-                                                      uint8_t* row) const {
+bool Cursor::readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const {
   const Table::Plan& plan = table_->plans_[index_];
   if (!records.canBe(record) || !records.read(record, latest_, row) || !plan.leading.isIn(row, key_.bytes)) {
     return false;
@@ -280,16 +278,6 @@ bool Cursor::stepPrefixes(uint8_t* row) {
 }
 
 // The first record of the trie that is still to come.
-[[gnu::always_inline]] inline Ref Cursor::findPrefix(const Records& records, const PrefixTables& tables, Ref trie,
-                                                     uint8_t* row) const {
-  const PrefixMatch longest = tables.longest(trie, addr_, position_.length);
-  const PrefixValue value(longest.value);
-  if (value.none()) return kNoRef;
-  if (!value.isSeveral() && readPrefix(records, longest.length, value.ref(), row)) return value.ref();
-  return findAmongMatches(trie, row);
-}
-
-// The same where the longest prefix has several records, or one that is past.
 Ref Cursor::findAmongMatches(Ref trie, uint8_t* row) const {
   Heap heap = table_->heap();
   const PrefixTables tables = table_->prefixes(heap, index_);

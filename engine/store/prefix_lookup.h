@@ -23,17 +23,15 @@ class Table::PrefixLookup {
         records_(table.records(heap_)) {}
 
   // leading: the packed leading columns. record: where it was found.
-  Answer one(const uint8_t* leading, uint32_t addr, uint8_t maxLength, uint8_t* row, Ref& record) const {
-    const uint64_t begun = heap_.clock();
-    const Ref trie = tables_.find(leading);
-    if (trie == kNoRef) return kOpen;
-    const uint64_t arrived = tables_.arrivedAt(trie);
-    const PrefixMatch match = tables_.longest(trie, addr, maxLength);
-    const Answer answer = read(match, leading, addr, row);
-    acquireFence();
-    if (tables_.arrivedAt(trie) != arrived || heap_.clock() - begun >= kRestingWrites) return kOpen;
-    record = PrefixValue(match.value).ref();
-    return answer;
+  [[gnu::always_inline]] Answer one(const uint8_t* leading, uint32_t addr, uint8_t maxLength, uint8_t* row,
+                                    Ref& record) const {
+    Answer answer = kNone;
+    const bool undisturbed = lookAt(leading, [&](Ref trie) {
+      const PrefixMatch match = tables_.longest(trie, addr, maxLength);
+      answer = read(match, leading, addr, row);
+      record = PrefixValue(match.value).ref();
+    });
+    return undisturbed ? answer : kOpen;
   }
 
   // The same of many below the same leading columns, so that none waits for memory alone: an Answer for each. rows:
@@ -41,24 +39,36 @@ class Table::PrefixLookup {
   static constexpr uint32_t kTogether = LongestPrefixIndex::kTogether;
   void each(const uint8_t* leading, const uint32_t* addrs, uint32_t count, uint8_t* rows, size_t rowLength,
             uint8_t* answers) const {
-    const uint64_t begun = heap_.clock();
-    const Ref trie = tables_.find(leading);
-    if (trie == kNoRef) return static_cast<void>(std::memset(answers, kOpen, count));
-    const uint64_t arrived = tables_.arrivedAt(trie);
-    PrefixMatch matches[kTogether];
-    tables_.longestOfEach(trie, addrs, count, matches);
-    for (uint32_t i = 0; i < count; ++i) {
-      const PrefixValue value(matches[i].value);
-      if (!value.none() && !value.isSeveral()) records_.fetch(value.ref());
-    }
-    for (uint32_t i = 0; i < count; ++i) answers[i] = read(matches[i], leading, addrs[i], rows + i * rowLength);
-    acquireFence();
-    if (tables_.arrivedAt(trie) != arrived || heap_.clock() - begun >= kRestingWrites) {
-      std::memset(answers, kOpen, count);
-    }
+    std::memset(answers, kNone, count);
+    const bool undisturbed = lookAt(leading, [&](Ref trie) {
+      PrefixMatch matches[kTogether];
+      tables_.longestOfEach(trie, addrs, count, matches);
+      for (uint32_t i = 0; i < count; ++i) {
+        const PrefixValue value(matches[i].value);
+        if (!value.none() && !value.isSeveral()) records_.fetch(value.ref());
+      }
+      for (uint32_t i = 0; i < count; ++i) answers[i] = read(matches[i], leading, addrs[i], rows + i * rowLength);
+    });
+    if (!undisturbed) std::memset(answers, kOpen, count);
   }
 
  private:
+  // Looks at the trie of the leading columns, if there is one; false when what was seen there is worth nothing.
+  template <class Look>
+  [[gnu::always_inline]] bool lookAt(const uint8_t* leading, Look&& look) const {
+    const uint64_t begun = heap_.clock();
+    const Ref trie = tables_.find(leading);
+    bool undisturbed = true;
+    if (trie != kNoRef) {
+      const uint64_t arrived = tables_.arrivedAt(trie);
+      look(trie);
+      acquireFence();
+      undisturbed = tables_.arrivedAt(trie) == arrived;
+    }
+    acquireFence();
+    return undisturbed && heap_.clock() - begun < kRestingWrites;
+  }
+
   Answer read(const PrefixMatch& match, const uint8_t* leading, uint32_t addr, uint8_t* row) const {
     const PrefixValue value(match.value);
     if (value.none()) return kNone;

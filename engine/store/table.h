@@ -329,7 +329,6 @@ class Cursor {
   uint32_t lookUp(uint8_t* row);
   uint32_t nextFrom(uint8_t* row);
   bool stepPrefixes(uint8_t* row);
-  Ref findPrefix(const Records& records, const PrefixTables& tables, Ref trie, uint8_t* row) const;
   Ref findAmongMatches(Ref trie, uint8_t* row) const;
   bool readPrefix(const Records& records, uint8_t length, Ref record, uint8_t* row) const;
   uint32_t refillUnderKey();

@@ -135,7 +135,7 @@ constexpr Missed kMissed[] = {
     {Kind::kWeaken, {"records.h", "read", Access::kAcquireFence}},
     {Kind::kWeaken, {"records.h", "readAtOnce", Access::kFollow}},
     {Kind::kWeaken, {"records.h", "readAtOnce", Access::kAcquireFence}},
-    {Kind::kWeaken, {"prefix_lookup.h", "one", Access::kAcquireFence}},
+    {Kind::kWeaken, {"prefix_lookup.h", "lookAt", Access::kAcquireFence, 0}},
     {Kind::kWeaken, {"ordered_index.cc", "count", Access::kFollow}},
     {Kind::kEnd, {"ordered_index.cc", "insert", Access::kPublish}},
     {Kind::kWeaken, {"ordered_index.cc", "grow", Access::kPublish}},
