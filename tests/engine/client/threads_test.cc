@@ -108,7 +108,7 @@ TEST_F(Threads, of_two_releases_one_by_the_maker_one_is_refused) {
       ++done;
     }
   });
-  for (int round = 0; round < 2000 && accepted == round; ++round) {
+  for (int round = 0; round < 20'000 && accepted == round; ++round) {
     uint64_t object = 0;
     EXPECT_EQ(db_create_nhp_obj(FIB_DB_OBJ_OP_READ, 0, &object), 0u);
     shared = object;
