@@ -38,8 +38,6 @@ uint32_t beginOperation(uint64_t handle, TableId table, uint32_t kind);
 uint32_t checkStaging(const Object& object);
 // Discards the operations added and not yet executed.
 uint32_t emptyBatch(Object& object);
-// The same when the object ends: its buffer goes back, to the connection if that still lives.
-void dropBatch(Object& object);
 
 uint32_t connectionStats(uint64_t connection, FibDbEngineConnectionStats& out);
 // Waits until all batches executed so far are applied and their completions have returned. DB_ERR_BATCH_BUSY

@@ -155,7 +155,8 @@ uint32_t refillPool();
 void thinPool();
 // Has the thread's slots handed on when it ends.
 void watchThread();
-void dropBatch(Object& object);  // batch.h
+// A batch object ends: its operations are discarded, its buffer goes back, to the connection if that still lives.
+void dropBatch(Object& object);
 
 inline constexpr Kinds kDirectKinds = only(FIB_DB_OBJ_OP_WRITE) | only(FIB_DB_OBJ_OP_UPDATE) |
                                       only(FIB_DB_OBJ_OP_READ) | only(FIB_DB_OBJ_OP_REMOVE) | only(FIB_DB_OBJ_OP_SCAN) |
