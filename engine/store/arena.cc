@@ -154,7 +154,7 @@ Ref Arena::takeExtent(uint8_t owner, Ref& claimed) {
   Header* const header = this->header();
   uint64_t taken = header->extentsTaken.load(std::memory_order_relaxed);
   for (uint64_t number = taken; (number + 2) * kExtentBytes <= bytes_; ++number) {
-    if (file_ != nullptr && !file_->allocateTo((number + 2) * kExtentBytes)) break;
+    if (file_ != nullptr && !file_->allocateAt((number + 1) * kExtentBytes, base_)) break;
     store(claimed, extentAt(number));
     keepOrder();
     uint8_t nobody = 0;

@@ -93,8 +93,9 @@ class ArenaFile {
   // What is wrong with an arena that was opened, but cannot be used.
   void explain(uint32_t code);
 
-  // Allocates space up to this byte: false when the file system has none.
-  bool allocateTo(uint64_t end);
+  // Allocates space up to the step in which this byte lies: false when the file system has none. mapped: where the file
+  // is, at a multiple of a huge page.
+  bool allocateAt(uint64_t place, std::byte* mapped);
   // Whether the file has become shorter than its head says.
   bool isCut() const;
 
@@ -119,6 +120,7 @@ class ArenaFile {
   uint32_t join(const ArenaIdentity& identity);
   static ArenaProcess processOf(uint64_t lock);
   bool findLock(uint64_t first, uint64_t last, uint64_t& lock) const;
+  bool allocate(uint64_t begin, uint64_t end);
 
   template <class Visit>
   void eachLock(uint64_t first, uint64_t last, Visit&& visit) const {

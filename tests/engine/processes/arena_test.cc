@@ -8,7 +8,10 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <cinttypes>
 #include <csignal>
+#include <cstddef>
+#include <cstdio>
 #include <fstream>
 #include <vector>
 
@@ -233,6 +236,57 @@ TEST(Arena, a_full_file_system_is_an_answer) {
               CHECK_IN_CHILD(code == DB_ERR_NO_MEMORY);
               CHECK_IN_CHILD(routesStored() == stored - 1 && stored > 1000);
               for (uint32_t i = 0; i + 1 < stored; ++i) CHECK_IN_CHILD(removeRow(numbered(i)) == 0);
+              return 0;
+            }),
+            0);
+}
+
+// Whether the kernel makes a huge page in this folder when it is asked to.
+bool makesHugePages(const std::string& folder) {
+#ifndef MADV_COLLAPSE
+  constexpr int MADV_COLLAPSE = 25;
+#endif
+  constexpr size_t kHuge = size_t{2} << 20;
+  const int file = open(folder.c_str(), O_TMPFILE | O_RDWR, 0600);
+  if (file < 0 || posix_fallocate(file, 0, kHuge) != 0) return false;
+  auto* const room = static_cast<std::byte*>(mmap(nullptr, 2 * kHuge, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  std::byte* const page = room + -reinterpret_cast<uintptr_t>(room) % kHuge;
+  mmap(page, kHuge, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0);
+  const bool makes = madvise(page, kHuge, MADV_COLLAPSE) == 0;
+  munmap(room, 2 * kHuge);
+  close(file);
+  return makes;
+}
+
+// Of files in memory that this process maps: kilobytes in huge pages.
+uint64_t inHugePages() {
+  std::ifstream maps("/proc/self/smaps");
+  uint64_t sum = 0, some = 0;
+  for (std::string line; std::getline(maps, line);) {
+    if (std::sscanf(line.c_str(), "ShmemPmdMapped: %" SCNu64, &some) == 1) sum += some;
+  }
+  return sum;
+}
+
+TEST(Arena, lies_in_huge_pages_for_who_writes_and_who_reads) {
+  const ArenaFolder folder;
+  if (emulation::kIsEmulated || !makesHugePages(folder.path())) GTEST_SKIP() << "no huge pages are made when asked for";
+  constexpr uint32_t kRoutes = 60'000;
+  constexpr uint64_t kTheirs = kRoutes * 100 / 1024;
+  EXPECT_EQ(inChild([&] {
+              CHECK_IN_CHILD(join(folder.arena()) == 0);
+              for (uint32_t i = 0; i < kRoutes; ++i) CHECK_IN_CHILD(writeRow(numbered(i)) == 0);
+              CHECK_IN_CHILD(inHugePages() > kTheirs);
+              return 0;
+            }),
+            0);
+  EXPECT_EQ(inChild([&] {
+              CHECK_IN_CHILD(join(folder.arena(), /*readOnly=*/true) == 0);
+              for (uint32_t i = 0; i < kRoutes; ++i) {
+                Row row = numbered(i);
+                CHECK_IN_CHILD(readRow(row) == 0);
+              }
+              CHECK_IN_CHILD(inHugePages() > kTheirs);
               return 0;
             }),
             0);
