@@ -69,6 +69,13 @@ class Arena {
     return reinterpret_cast<T*>(base_ + uint64_t{ref} * kRefUnit);
   }
 
+  // Asks memory for what is about to be stored to.
+  static void fetchToFill(const void* place, uint64_t bytes) {
+    for (uint64_t at = 0; at < bytes; at += kCacheLine) {
+      __builtin_prefetch(static_cast<const std::byte*>(place) + at, /*for writing:*/ 1);
+    }
+  }
+
   // Places in the arena as distances in bytes from its start.
   uint64_t distanceTo(const void* place) const {
     return static_cast<uint64_t>(static_cast<const std::byte*>(place) - base_);

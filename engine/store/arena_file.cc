@@ -23,7 +23,7 @@ namespace fibdb::store {
 namespace {
 
 constexpr char kMagic[sizeof ArenaHead::magic] = "fibdb arena";
-constexpr uint32_t kLayout = 2;  // one more with every change of what the stored words mean
+constexpr uint32_t kLayout = 3;  // one more with every change of what the stored words mean
 
 // Space is allocated in steps: a huge page, where there are any.
 constexpr uint64_t kStep = uint64_t{2} << 20;

@@ -332,7 +332,7 @@ void Check::Look::checkRecords() {
   surveyAs(kRecords, [&](const Surveyor& to) { records_.survey(to, slot, given); });
   if (free < dead) findings_.add({"dead"}, "records: %llu dead slots are lost", number(dead - free));
   const Tally::Reading count = state_.count.read();
-  if (count.settled != live_ || count.underWay != kNoRef) {
+  if (count.settled != live_ || marks_.has(count.underWay, kLive)) {
     findings_.add({"counted"}, "records: counted %u of %llu", count.settled, number(live_));
   }
   if (load(state_.peak) < live_) find(kRecords, "more than there ever were", kNoRef);
@@ -381,13 +381,14 @@ void Check::Look::checkSecondary(size_t index) {
   };
   // Postings under one key are neighbours.
   Ref under = kNoRef;
+  Tally::Reading tally{};
   uint32_t records = 0;
+  bool isUnderWay = false;
   Key key;
   const auto endRun = [&] {
     if (!isKey(under)) return;
     ++runs;
-    const Tally::Reading tally = postings.tally(under);
-    if (tally.settled != records || tally.underWay != kNoRef) find(owner, "a key miscounts", under);
+    if (tally.settled != records || isUnderWay) find(owner, "a key miscounts", under);
   };
   const auto eachPosting = [&](const PostingEntry& posting) {
     const bool known = isKey(posting.key);
@@ -395,9 +396,14 @@ void Check::Look::checkSecondary(size_t index) {
       endRun();
       under = posting.key;
       records = 0;
-      if (known) postings.keyOf(under, key);
+      isUnderWay = false;
+      if (known) {
+        postings.keyOf(under, key);
+        tally = postings.tally(under);
+      }
     }
     ++records;
+    isUnderWay = isUnderWay || posting.record == tally.underWay;
     if (!known) find(owner, "under no key", posting.record);
     if (enter(posting.record, owner) && known && !shape.isIn(row(posting.record), key.bytes)) {
       find(owner, "under another key", posting.record);

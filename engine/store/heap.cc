@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -50,6 +51,8 @@ static_assert(kExtentUnits / kSizeClasses * 8 < kNotesKept);
 constexpr uint32_t kShelfBits = 64;
 static_assert(kSizeClasses % kShelfBits == 0);
 
+constexpr uint32_t piecesIn(uint32_t units) { return units / kPieceUnits; }
+
 }  // namespace
 
 void Heap::beginWrite() {
@@ -70,6 +73,17 @@ void Heap::tick(uint64_t writes) {
 }
 
 void Heap::shelveRested() {
+  // Of what the step noted already: it need not note it again.
+  struct Noted {
+    Ref chunk = kNoRef;
+    std::bitset<kSizeClasses> shelves;
+  };
+  Noted done;
+  const auto makeRoom = [&] {
+    if (log().hasRoom(kNotesKept)) return;
+    log().stand();
+    done = {};
+  };
   const uint64_t now = load(state_->clock);
   while (state_->oldestResting != kNoRef) {
     const Ref oldest = state_->oldestResting;
@@ -77,11 +91,16 @@ void Heap::shelveRested() {
     while (chunk->begin < chunk->end) {
       const Resting& resting = chunk->entries[chunk->begin];
       if (now - resting.retiredAt < kRestingWrites) return;
-      if (!log().hasRoom(kNotesKept)) log().stand();
-      store(noted(chunk->begin), chunk->begin + 1);
-      shelve(resting.block, resting.units);
+      makeRoom();
+      if (done.chunk != oldest) noted(chunk->begin);
+      done.chunk = oldest;
+      store(chunk->begin, chunk->begin + 1);
+      Shelf& shelf = state_->free[resting.units - 1];
+      if (!done.shelves[resting.units - 1]) noted(shelf.word);
+      done.shelves[resting.units - 1] = true;
+      shelve(shelf, resting.block, resting.units);
     }
-    if (!log().hasRoom(kNotesKept)) log().stand();
+    makeRoom();
     if (chunk->next == kNoRef) store(noted(state_->newestResting), kNoRef);
     // The link gives way to that of the list of free blocks.
     store(noted(state_->oldestResting), noted(chunk->next));
@@ -109,7 +128,7 @@ uint32_t Heap::ensureBeyondLimit(uint32_t bytes) {
 
 Ref Heap::allocate(uint32_t bytes) {
   const uint32_t units = unitsOf(bytes);
-  if (state_->free[units - 1] != kNoRef) return takeShelved(units);
+  if (state_->free[units - 1].first() != kNoRef) return takeShelved(units);
   const bool fits = state_->tailUnits >= units;
   // A larger free block is cut only where no extent has a rest that is large enough.
   if (!fits && state_->openUnits < units) return cutShelved(units);
@@ -128,7 +147,7 @@ void Heap::retire(Ref block, uint32_t bytes) {
   store(resting.retiredAt, load(state_->clock));
   store(resting.block, block);
   store(resting.units, unitsOf(bytes));
-  store(noted(chunk->end), chunk->end + 1);
+  store(log().notedOnce(chunk->end, state_->noteOfEnd), chunk->end + 1);
 }
 
 void Heap::release(Ref block, uint32_t bytes) { shelve(block, unitsOf(bytes)); }
@@ -163,12 +182,18 @@ void Heap::settleClaim() {
   store(state_->claimed, kNoRef);
 }
 
-void Heap::markShelves() {
+void Heap::countShelves() {
+  uint32_t pieces = 0;
   for (uint32_t first = 0; first < kSizeClasses; first += kShelfBits) {
     uint64_t bits = 0;
-    for (uint32_t i = 0; i < kShelfBits; ++i) bits |= uint64_t{state_->free[first + i] != kNoRef} << i;
+    for (uint32_t i = 0; i < kShelfBits; ++i) {
+      const Shelf& shelf = state_->free[first + i];
+      bits |= uint64_t{shelf.first() != kNoRef} << i;
+      pieces += shelf.blocks() * piecesIn(first + i + 1);
+    }
     store(state_->shelves[first / kShelfBits], bits);
   }
+  store(state_->freePieces, pieces);
 }
 
 // The extent that was claimed is spare now. To do so twice does no harm.
@@ -182,22 +207,34 @@ void Heap::own(Ref claimed) {
 }
 
 void Heap::shelve(Ref block, uint32_t units) {
-  Ref& shelf = state_->free[units - 1];
+  Shelf& shelf = state_->free[units - 1];
+  noted(shelf.word);
+  shelve(shelf, block, units);
+}
+
+// REQUIRES: the shelf is noted.
+void Heap::shelve(Shelf& shelf, Ref block, uint32_t units) {
   uint64_t& shelves = state_->shelves[(units - 1) / kShelfBits];
-  if (shelf == kNoRef) store(shelves, shelves | uint64_t{1} << (units - 1) % kShelfBits);
-  store(at<FreeBlock>(block)->next, shelf);
-  store(noted(shelf), block);
-  if (units >= kPieceUnits) store(noted(state_->freePieces), state_->freePieces + units / kPieceUnits);
+  if (shelf.first() == kNoRef) store(shelves, shelves | uint64_t{1} << (units - 1) % kShelfBits);
+  store(at<FreeBlock>(block)->next, shelf.first());
+  store(shelf.word, Shelf::of(block, shelf.blocks() + 1));
+  if (const uint32_t pieces = piecesIn(units)) store(state_->freePieces, state_->freePieces + pieces);
 }
 
 // REQUIRES: there is a free block of this size.
 Ref Heap::takeShelved(uint32_t units) {
-  Ref& shelf = state_->free[units - 1];
+  Shelf& shelf = state_->free[units - 1];
   uint64_t& shelves = state_->shelves[(units - 1) / kShelfBits];
-  const Ref block = shelf;
-  store(log().notedHead(shelf), at<FreeBlock>(block)->next);
-  if (shelf == kNoRef) store(shelves, shelves & ~(uint64_t{1} << (units - 1) % kShelfBits));
-  if (units >= kPieceUnits) store(noted(state_->freePieces), state_->freePieces - units / kPieceUnits);
+  const Ref block = shelf.first();
+  const Ref next = at<FreeBlock>(block)->next;
+  store(log().notedHead(shelf.word), Shelf::of(next, shelf.blocks() - 1));
+  if (next == kNoRef) {
+    store(shelves, shelves & ~(uint64_t{1} << (units - 1) % kShelfBits));
+  } else {
+    // Whoever asks for this size next fills a block that nobody has looked at for long.
+    Arena::fetchToFill(at<void>(next), units * kRefUnit);
+  }
+  if (const uint32_t pieces = piecesIn(units)) store(state_->freePieces, state_->freePieces - pieces);
   return block;
 }
 
@@ -230,15 +267,17 @@ Ref Heap::appendChunk() {
 void Heap::survey(const Surveyor& free, const Surveyor& resting, const Surveyor& queue) const {
   uint64_t pieces = 0;
   for (uint32_t units = 1; units <= kSizeClasses; ++units) {
-    const Ref first = load(state_->free[units - 1]);
+    const Shelf shelf{load(state_->free[units - 1].word)};
     const uint64_t shelves = load(state_->shelves[(units - 1) / kShelfBits]);
-    if ((shelves >> (units - 1) % kShelfBits & 1) != (first != kNoRef)) {
-      free.wrong("a size is marked wrongly", first);
+    if ((shelves >> (units - 1) % kShelfBits & 1) != (shelf.first() != kNoRef)) {
+      free.wrong("a size is marked wrongly", shelf.first());
     }
-    for (Ref block = first; block != kNoRef && free.block(block, units * kRefUnit);) {
-      pieces += units / kPieceUnits;
+    uint32_t blocks = 0;
+    for (Ref block = shelf.first(); block != kNoRef && free.block(block, units * kRefUnit); ++blocks) {
       block = load(at<FreeBlock>(block)->next);
     }
+    if (blocks != shelf.blocks()) free.wrong("blocks of a size are miscounted", shelf.first());
+    pieces += uint64_t{blocks} * piecesIn(units);
   }
   if (pieces != load(state_->freePieces)) free.wrong("pieces are miscounted", kNoRef);
   free.block(load(state_->open), load(state_->openUnits) * kRefUnit);

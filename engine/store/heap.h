@@ -52,19 +52,29 @@ inline constexpr uint32_t kPieceBytes = kPieceUnits * uint32_t{kRefUnit};
 inline constexpr uint32_t kMaxEnsureBytes = kExtentBytes - 32 * 1024;
 inline constexpr uint32_t kMaxRetiredPerWrite = 512;
 
+// The free blocks of one size, in one word: the first of their list, and how many they are.
+struct Shelf {
+  uint64_t word;
+
+  static uint64_t of(Ref first, uint32_t blocks) { return uint64_t{blocks} << 32 | first; }
+  Ref first() const { return static_cast<Ref>(word); }
+  uint32_t blocks() const { return static_cast<uint32_t>(word >> 32); }
+};
+
 // The stored part of a heap; lives in the arena, zero is an empty heap.
 struct HeapState {
   uint64_t clock;                       // writes begun
   uint64_t heldBytes;                   // extents taken, but for the spare one
   uint64_t limitBytes;                  // 0: none
-  uint64_t shelves[kSizeClasses / 64];  // a bit for each size of which there are free blocks; not noted: markShelves
-  Ref free[kSizeClasses];               // lists of free blocks by size
-  uint32_t freePieces;                  // how many pieces can be cut from the free blocks
+  Shelf free[kSizeClasses];             // by size
+  uint64_t shelves[kSizeClasses / 64];  // a bit for each size of which there are free blocks
+  uint32_t freePieces;                  // how many pieces can be cut from them; neither is noted: countShelves
   Ref open;                             // rest of the newest extent: what ensure vouches for
   uint32_t openUnits;
   Ref tail;  // rest of the extent before, used up first
   uint32_t tailUnits;
   Ref oldestResting, newestResting;  // queue of retired blocks, in chunks (heap.cc)
+  uint32_t noteOfEnd;                // the latest of that queue's end
   // Extents come from the arena one at a time: claimed names the next before it is the table's, spare is the table's
   // and not yet used, or no longer, because the write that began to was taken back.
   Ref claimed, spare;
@@ -106,8 +116,8 @@ class Heap {
   void overtakeReaders() { tick(kRestingWrites); }
   // What an owner that died may have begun beside its log.
   void settleClaim();
-  // Marks anew of which sizes there are free blocks, once all else of the heap is as it was.
-  void markShelves();
+  // Finds anew of which sizes there are free blocks and how many pieces they are, once all else is as it was.
+  void countShelves();
   // How many blocks of up to kPieceBytes can be allocated without a new extent, chunks of the queue included.
   uint32_t pieces() const {
     return state_->freePieces + state_->openUnits / kPieceUnits + state_->tailUnits / kPieceUnits;
@@ -139,6 +149,7 @@ class Heap {
   Ref takeExtentBeyondLimit();
   void own(Ref claimed);
   void shelve(Ref block, uint32_t units);
+  void shelve(Shelf& shelf, Ref block, uint32_t units);
   void shelveTail();
   Ref takeShelved(uint32_t units);
   Ref cutShelved(uint32_t units);

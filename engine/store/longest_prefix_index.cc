@@ -157,7 +157,7 @@ class Draft {
     Node& node = *heap.at<Node>(ref);
     store(node.children, maps_.children);
     store(node.prefixes, maps_.prefixes);
-    copyIn(refsOf(node), refs_, count_ * sizeof(Ref));
+    copyInWide(refsOf(node), refs_, count_ * sizeof(Ref));
     return ref;
   }
 

@@ -63,7 +63,13 @@ Ref Records::take(const uint8_t* row, Generation generation) {
   Ref record = state_->free;
   if (record != kNoRef) {
     // The link will be a birth stamp.
-    store(heap_.noted(state_->free), static_cast<Ref>(heap_.noted(*stamp(record))));
+    const auto next = static_cast<Ref>(heap_.noted(*stamp(record)));
+    store(heap_.noted(state_->free), next);
+    if (next != kNoRef) {
+      // Whoever takes it fills a slot that nobody has looked at for long.
+      Arena::fetchToFill(heap_.at<void>(next), layout_->rowLength + sizeof(uint32_t));
+      Arena::fetchToFill(stamp(next), sizeof(uint64_t));
+    }
   } else {
     auto* head = heap_.at<ExtentHead>(state_->lastExtent);
     record = state_->lastExtent + kHeadUnits + head->cut * layout_->slotUnits;

@@ -99,8 +99,7 @@ uint32_t Table::endReplace(ReplaceCounts& counts) {
     Writer writer(*this);
     // Another process may have written or removed it, or something else there, in between.
     if (writer.find(key) != record || !isLeftOver(rows, record)) continue;
-    if (const uint32_t code = writer.remove(key, record)) return code;
-    addOne(state.counts.removed);
+    if (const uint32_t code = writer.remove(key, record, /*isLeftOver=*/true)) return code;
   }
   const Writer writer(*this);
   counts = replaceState().counts;

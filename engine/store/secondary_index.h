@@ -53,7 +53,7 @@ class SecondaryIndex {
   Ref enter(const Key& key, Ref record) {
     const Ref block = keys_.enter(key);
     postings_.insert({block, record});
-    keys_.payload(block)->tally.announceArrival(heap_.log(), record);
+    keys_.payload(block)->tally.announceArrival(record);
     return block;
   }
   void settle(Ref block, Ref record) {

@@ -204,7 +204,7 @@ uint32_t Table::Writer::insert(const Key& key, const uint8_t* row) {
   Intent& intent = state_.intent;
   intend(Doing::kInsert, kNoRef, 0, key.hash, Change::kInserted);
   const Ref record = records_.take(row, generation());
-  state_.count.announceArrival(log_, record);
+  state_.count.announceArrival(record);
   table_.primary(heap_).insert(key.hash, record);
   for (size_t i = 1; i < table_.planCount_; ++i) store(intent.entered[i], enter(i, row, record));
   // The version first: the record is what makes it count.
@@ -239,7 +239,7 @@ uint32_t Table::Writer::change(Ref record, const uint8_t* row, Change change) {
   const bool isFirst = state_.replace.active != 0 && records_.generationOf(record) != generation();
   if (isFirst && std::memcmp(records_.row(record), row, table_.layout_->rowLength) == 0) return keep(record, change);
   Intent& intent = state_.intent;
-  store(intent.isFirst, uint32_t{isFirst});
+  store(intent.replaces, uint32_t{isFirst});
   uint32_t movedBits = 0;
   for (const size_t i : std::span(moved, moves)) movedBits |= 1U << i;
   store(intent.moved, movedBits);
@@ -264,7 +264,7 @@ void Table::Writer::completeChange() {
   };
   eachMoved([&](size_t i) { settle(i, intent.entered[i], intent.record); });
   eachMoved([&](size_t i) { leave(i, records_.rowBefore(), intent.left[i], intent.record); });
-  if (intent.isFirst == 0) return;
+  if (intent.replaces == 0) return;
   records_.setGeneration(intent.record, generation());
   addOne(log_.noted(state_.replace.counts.changed));
 }
@@ -278,9 +278,10 @@ uint32_t Table::Writer::keep(Ref record, Change change) {
   return 0;
 }
 
-uint32_t Table::Writer::remove(const Key& key, Ref record) {
+uint32_t Table::Writer::remove(const Key& key, Ref record, bool isLeftOver) {
   if (const uint32_t code = admitRemoval()) return refuse(code);
   Intent& intent = state_.intent;
+  store(intent.replaces, uint32_t{isLeftOver});
   intend(Doing::kRemove, record, records_.versionBuried(record), key.hash, Change::kRemoved);
   state_.count.announceDeparture(log_, record);
   for (size_t i = 1; i < table_.planCount_; ++i) {
@@ -303,6 +304,7 @@ void Table::Writer::completeRemoval() {
   for (size_t i = 1; i < table_.planCount_; ++i) leave(i, row, intent.left[i], intent.record);
   table_.primary(heap_).erase(intent.hash, intent.record);
   records_.giveBack(intent.record);
+  if (intent.replaces != 0) addOne(log_.noted(state_.replace.counts.removed));
 }
 
 // What the write is about; from here on the log has it under way. Steps before it stand.
@@ -312,6 +314,7 @@ void Table::Writer::intend(Doing what, Ref record, uint32_t version, uint64_t ha
   store(intent.version, version);
   store(intent.hash, hash);
   store(intent.change, static_cast<uint32_t>(change));
+  store(intent.counted, counterOf(change) + 1);
   log_.begin(what);
 }
 
@@ -328,7 +331,7 @@ void Table::Writer::complete() {
       completeRemoval();
       break;
   }
-  addOne(log_.noted(counterOf(static_cast<Change>(state_.intent.change))));
+  store(counterOf(static_cast<Change>(state_.intent.change)), state_.intent.counted);
   log_.begin(Doing::kStep);
 }
 
@@ -361,7 +364,7 @@ void Table::Writer::repair() {
   } else {
     log_.takeBack();
   }
-  heap_.markShelves();
+  heap_.countShelves();
   heap_.overtakeReaders();
   if (visible) complete();
   log_.end();

@@ -100,12 +100,13 @@ inline constexpr uint32_t kEveryVr = UINT32_MAX;
 // What a write under way needs to be completed. Lives in the arena; means something while the log says that a write is
 // under way.
 struct Intent {
-  Ref record;        // kNoRef: not yet chosen
-  uint32_t version;  // the record's, once the write is visible
-  uint64_t hash;     // of the primary key
-  uint32_t change;   // Change
-  uint32_t moved;    // a bit for each index of which the key changes
-  uint32_t isFirst;  // 1: of this generation
+  Ref record;         // kNoRef: not yet chosen
+  uint32_t version;   // the record's, once the write is visible
+  uint64_t hash;      // of the primary key
+  uint32_t change;    // Change
+  uint32_t moved;     // a bit for each index of which the key changes
+  uint64_t counted;   // how many writes there are then of its kind
+  uint32_t replaces;  // 1: it counts for the replace that is under way
   // The blocks of what the record comes under, and of what it leaves, index by index.
   Ref entered[kMaxIndexes], left[kMaxIndexes];
 };

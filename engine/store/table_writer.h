@@ -46,7 +46,8 @@ class Table::Writer {
 
   uint32_t insert(const Key& key, const uint8_t* row);
   uint32_t change(Ref record, const uint8_t* row, Change change);
-  uint32_t remove(const Key& key, Ref record);
+  // isLeftOver: the replace that is under way takes it away.
+  uint32_t remove(const Key& key, Ref record, bool isLeftOver = false);
 
  private:
   uint32_t refuse(uint32_t code) {

@@ -7,6 +7,9 @@
 // under way, which counts while it is live (and, for the tally of a key, while it has the key). A writer announces
 // the record here, makes its one store, and then settles; whoever reads the tally in between looks at the record.
 //
+// An arrival that was taken back may stay announced: its record is not live, or not of this key, and if it comes to be,
+// that is announced here. So it counts for nothing, and need not be noted.
+//
 // THREADS      One writer; read from any thread.
 #ifndef FIBDB_ENGINE_STORE_TALLY_H
 #define FIBDB_ENGINE_STORE_TALLY_H
@@ -33,9 +36,9 @@ struct Tally {
   uint32_t settled() const { return unpack(load(word)).settled; }
 
   // The record is about to be added: neither live nor, perhaps, of this key yet.
-  void announceArrival(UndoLog log, Ref record) { put(log, settled(), record); }
+  void announceArrival(Ref record) { publish(word, pack(settled(), record)); }
   // The record is about to be taken away: it still counts.
-  void announceDeparture(UndoLog log, Ref record) { put(log, settled() - 1, record); }
+  void announceDeparture(UndoLog log, Ref record) { publish(log.noted(word), pack(settled() - 1, record)); }
   // Of the record that was announced; once it is settled, to do so again does nothing. So nothing is noted: a write
   // that is completed anew settles what its dead writer had not.
   void settleArrival(Ref record) { settle(record, settled() + 1); }
@@ -44,7 +47,6 @@ struct Tally {
  private:
   static Reading unpack(uint64_t word) { return {static_cast<uint32_t>(word >> 32), static_cast<Ref>(word)}; }
   static uint64_t pack(uint32_t settled, Ref underWay) { return uint64_t{settled} << 32 | underWay; }
-  void put(UndoLog log, uint32_t settled, Ref underWay) { publish(log.noted(word), pack(settled, underWay)); }
   void settle(Ref record, uint32_t settled) {
     if (unpack(load(word)).underWay == record) publish(word, pack(settled, kNoRef));
   }

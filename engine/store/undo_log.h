@@ -22,9 +22,9 @@
 // the times of arrival of keys and tries. To store one of these twice does no harm.
 //
 // Nor is noted what can be told from the rest: whether a tally is settled (tally.h), of which sizes there are free
-// blocks, the tag of a place that holds nothing, the most records there ever were.
+// blocks and how many pieces they are, the tag of a place that holds nothing, the most records there ever were.
 //
-// COST     A note: two stores and a count, to memory that stays in the first-level cache.
+// COST     A note: one store and a count, to memory that stays in the first-level cache.
 // THREADS  One writer (REQUIRES the table's lock).
 #ifndef FIBDB_ENGINE_STORE_UNDO_LOG_H
 #define FIBDB_ENGINE_STORE_UNDO_LOG_H
@@ -45,13 +45,11 @@ inline constexpr uint32_t kMostNotes = 4096;
 
 // The stored part; lives in the arena, zero is nothing under way.
 struct UndoLogState {
-  struct Note {
-    uint64_t where;  // distance from the arena's start in bytes, and kWide
+  struct alignas(16) Note {  // one store, in one cache line
+    uint64_t where;          // distance from the arena's start in bytes, and kWide
     uint64_t before;
   };
-  uint64_t progress;   // Doing, and in the lower half the number of notes
-  uint32_t committed;  // notes made before commit()
-  uint32_t unused;
+  uint64_t progress;  // Doing, the number of notes made before commit(), and that of all
   Note notes[kMostNotes];
 };
 
@@ -60,18 +58,15 @@ class UndoLog {
   UndoLog(const Arena& arena, UndoLogState& state) : arena_(&arena), state_(&state) {}
 
   // What was under way before is complete.
-  void begin(Doing what) { setProgress(what, 0); }
+  void begin(Doing what) { setProgress(what, 0, 0); }
   void end() { begin(Doing::kNothing); }
   // What the step did so far stands by itself. REQUIRES: a step is under way, or nothing.
   void stand() { begin(doing()); }
   // The next store but those of notes makes the write visible.
-  void commit() {
-    store(state_->committed, notes());
-    keepOrder();
-  }
+  void commit() { setProgress(doing(), notes(), notes()); }
 
-  Doing doing() const { return static_cast<Doing>(state_->progress >> kCountBits); }
-  uint32_t notes() const { return static_cast<uint32_t>(state_->progress); }
+  Doing doing() const { return static_cast<Doing>(state_->progress >> 2 * kCountBits); }
+  uint32_t notes() const { return static_cast<uint16_t>(state_->progress); }
   bool hasRoom(uint32_t notes) const { return this->notes() + notes <= kMostNotes; }
 
   // Notes the word, which the caller then overwrites. Outside of steps and writes nothing is noted.
@@ -82,19 +77,31 @@ class UndoLog {
     return word;
   }
 
-  // Notes the head of a list whose first block the caller then takes out. The block's link, its first word, will be
-  // content: taken back, the block is linked again.
-  Ref& notedHead(Ref& head) {
-    note(head, kHead);
+  // The same of a word of which the caller remembers the latest note, in `last`, which stays when the write is taken
+  // back: whether that note is one of those made since the write began, or since commit(), can be seen by the note.
+  uint32_t& notedOnce(uint32_t& word, uint32_t& last) {
+    const uint64_t where = arena_->distanceTo(&word);
+    const bool isNoted = last >= committed() && last < notes() && state_->notes[last].where == where;
+    if (isNoted) return word;
+    store(last, notes());
+    return noted(word);
+  }
+
+  // Notes the head of a list whose first block, in its lower half, the caller then takes out. The block's link, its
+  // first word, will be content: taken back, the block is linked again.
+  uint64_t& notedHead(uint64_t& head) {
+    note(head, kWide | kHead);
     return head;
   }
 
   // Gives noted words back what they held: all of them, or those noted since commit(). May itself be cut short.
   void takeBack() { takeBackTo(0); }
-  void takeBackToCommit() { takeBackTo(state_->committed); }
+  void takeBackToCommit() { takeBackTo(committed()); }
 
  private:
-  static constexpr unsigned kCountBits = 32;
+  // Of the parts of the progress.
+  static constexpr unsigned kCountBits = 16;
+  static_assert(kMostNotes < 1U << kCountBits);
   // What kind of word it is; words lie at multiples of four.
   static constexpr uint64_t kWide = 1;  // of eight bytes, not four
   static constexpr uint64_t kHead = 2;  // of a list that lost its first block
@@ -104,17 +111,18 @@ class UndoLog {
   void note(Word& word, uint64_t kind) {
     const uint64_t progress = state_->progress;
     if (progress == 0) return;
-    UndoLogState::Note& note = state_->notes[static_cast<uint32_t>(progress)];
-    store(note.where, arena_->distanceTo(&word) | kind);
-    store(note.before, uint64_t{word});
+    UndoLogState::Note& note = state_->notes[static_cast<uint16_t>(progress)];
+    storeBoth(note.where, arena_->distanceTo(&word) | kind, note.before, uint64_t{word});
     keepOrder();
     store(state_->progress, progress + 1);
     keepOrder();
   }
 
-  void setProgress(Doing what, uint32_t notes) {
+  uint32_t committed() const { return static_cast<uint16_t>(state_->progress >> kCountBits); }
+  void setProgress(Doing what, uint32_t committed, uint32_t notes) {
     keepOrder();
-    store(state_->progress, uint64_t{static_cast<uint32_t>(what)} << kCountBits | notes);
+    store(state_->progress,
+          uint64_t{static_cast<uint32_t>(what)} << 2 * kCountBits | uint64_t{committed} << kCountBits | notes);
     keepOrder();
   }
   void takeBackTo(uint32_t first) {
@@ -123,15 +131,14 @@ class UndoLog {
       auto* const word = arena_->atDistance(note.where & ~kKinds);
       // Who sees one of these stores sees those before it.
       if ((note.where & kWide) != 0) {
-        publish(*reinterpret_cast<uint64_t*>(word), note.before);
+        auto& wide = *reinterpret_cast<uint64_t*>(word);
+        if ((note.where & kHead) != 0) linkAgain(static_cast<Ref>(note.before), static_cast<Ref>(wide));
+        publish(wide, note.before);
       } else {
-        auto& narrow = *reinterpret_cast<uint32_t*>(word);
-        const auto before = static_cast<uint32_t>(note.before);
-        if ((note.where & kHead) != 0) linkAgain(before, narrow);
-        publish(narrow, before);
+        publish(*reinterpret_cast<uint32_t*>(word), static_cast<uint32_t>(note.before));
       }
       // One at a time: a link is made of what the head holds now.
-      setProgress(doing(), i);
+      setProgress(doing(), committed(), i);
     }
   }
   // Unless the block was not yet taken out, or is back already.

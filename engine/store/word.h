@@ -90,7 +90,17 @@ inline constexpr bool kInPairs = true;
 // as any two words may. The language has no such access; this is one to every compiler.
 using WordPair [[gnu::vector_size(16), gnu::aligned(4), gnu::may_alias]] = uint64_t;
 
-// The same where the shared side is 8-byte aligned and the content sixteen bytes or more, as rows are but for a few:
+// Two words beside each other, in one store.
+[[gnu::always_inline]] inline void storeBoth(uint64_t& first, uint64_t a, uint64_t& second, uint64_t b) {
+  if constexpr (kInPairs) {
+    *reinterpret_cast<volatile WordPair*>(&first) = WordPair{a, b};
+  } else {
+    store(first, a);
+    store(second, b);
+  }
+}
+
+// Copies where the shared side is 8-byte aligned and the content sixteen bytes or more, as rows are but for a few:
 // sixteen at a time, the last ones up to the end, whatever was copied before. Few branches: rows are short.
 template <class CopyPair>
 [[gnu::always_inline]] inline void inPairs(size_t bytes, CopyPair&& copyPair) {

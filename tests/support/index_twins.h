@@ -64,7 +64,8 @@ struct Ground {
   uint64_t bytesInUse() const {
     uint64_t unused = (uint64_t{state.openUnits} + state.tailUnits) * kRefUnit;
     for (uint32_t units = 1; units <= kSizeClasses; ++units) {
-      for (Ref block = state.free[units - 1]; block != kNoRef; block = *heap.at<Ref>(block)) unused += units * kRefUnit;
+      for (Ref block = state.free[units - 1].first(); block != kNoRef; block = *heap.at<Ref>(block))
+        unused += units * kRefUnit;
     }
     return heldBytes() - unused;
   }

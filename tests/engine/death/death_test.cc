@@ -215,6 +215,14 @@ class Mortals {
     return sight;
   }
 
+  // The writes that were carried out, by what they did, to the table and for its replace.
+  std::vector<uint64_t> counted() const {
+    const store::TableStats stats = table_.stats();
+    const store::ReplaceCounts told = table_.replaceState().counts;
+    return {stats.inserted, stats.replaced, stats.updated, stats.removed,
+            told.kept,      told.changed,   told.added,    told.removed};
+  }
+
   // Where the writer dies: before each place in which none died, and before some stores more.
   std::vector<uint64_t> deathsIn(const Tape& tape) {
     constexpr size_t kMost = pace::kIsSlow ? 80 : 160;
@@ -233,14 +241,18 @@ class Mortals {
     const auto apply = [&] { this->apply(write); };
     const std::vector<uint64_t> deaths = deathsIn(tape_);
     const Sight after = look(write.row);
+    countedAfter_ = counted();
     rewind(tape_);
     const Sight before = look(write.row);
+    countedBefore_ = counted();
+    leavesSight_ = before == after;
     for (const uint64_t death : deaths) {
       SCOPED_TRACE(testing::Message() << "death before store " << death);
       ASSERT_FALSE(tape_.run(apply, death));
       ++deaths_;
       const Sight seen = look(write.row);
       ASSERT_TRUE(seen == before || seen == after) << "readers see what never was";
+      wasVisible_ = seen == after;
       if (death % 3 == 0) dieRepairing(seen, write);
       repairAndCheck(seen, write);
       if (death % 16 == 0) writeAgain(write, after);
@@ -278,6 +290,10 @@ class Mortals {
     tape.run([&] { repair(); });
     EXPECT_EQ(accountOf(store_), "");
     EXPECT_TRUE(look(write.row) == seen) << "what was visible stays, what was not leaves nothing";
+    const std::vector<uint64_t> counted = this->counted();
+    EXPECT_TRUE((counted == countedAfter_ && (wasVisible_ || leavesSight_)) ||
+                (counted == countedBefore_ && (!wasVisible_ || leavesSight_)))
+        << "what was visible counts once, what was not does not";
     tape.rewind();
   }
 
@@ -299,6 +315,9 @@ class Mortals {
   std::mt19937_64 random_;
   Tape tape_;
   Bytes header_;
+  // Of the write that dies; leavesSight_: what can be read is the same before and after.
+  std::vector<uint64_t> countedBefore_, countedAfter_;
+  bool wasVisible_ = false, leavesSight_ = false;
   uint64_t deaths_ = 0, deadly_ = 0;
 };
 
@@ -369,6 +388,43 @@ TEST(Death, an_extent_that_comes_back_used_reads_as_zero_to_records) {
     const auto* const bytes = arena.at<uint8_t>(extent);
     ASSERT_TRUE(std::all_of(bytes, bytes + kExtentBytes, [](uint8_t byte) { return byte == 0; })) << death;
     again.rewind();
+    tape.rewind();
+  }
+}
+
+// To end a replace is many writes, each of which stands by itself.
+TEST(Death, of_who_ends_a_replace_leaves_each_record_removed_and_counted_or_neither) {
+  constexpr uint32_t kStale = 3;
+  Store store(test::kToyTables, test::kSmallArena);
+  Table& table = store.table(test::kRouteTable);
+  for (uint32_t i = 0; i < kStale; ++i) {
+    Bytes row(table.layout().rowLength);
+    row[4] = static_cast<uint8_t>(i + 1);
+    row[8] = 32;
+    store::Change change;
+    ASSERT_EQ(table.write(row.data(), change), 0U);
+  }
+  ASSERT_EQ(table.beginReplace(store::kEveryVr), 0U);
+  Tape tape;
+  const auto end = [&] {
+    store::ReplaceCounts counts;
+    table.endReplace(counts);
+  };
+  ASSERT_TRUE(tape.run(end));
+  ASSERT_EQ(table.count(), 0U);
+  const uint64_t stores = tape.stores();
+  tape.rewind();
+  for (uint64_t death = 0; death < stores; ++death) {
+    ASSERT_FALSE(tape.run(end, death));
+    Tape next;
+    next.run([&] {
+      store.remakeLocks();
+      table.repair();
+    });
+    ASSERT_EQ(accountOf(store), "");
+    const store::ReplaceState state = table.replaceState();
+    ASSERT_EQ(state.counts.removed, kStale - table.count()) << "death before store " << death;
+    next.rewind();
     tape.rewind();
   }
 }

@@ -196,7 +196,7 @@ TEST(Arena, a_wrong_file_is_refused_with_what_was_expected_and_found) {
     overwrite(folder.arena(), at, &value, length);
     EXPECT_EQ(joinSays(code, text), 0) << text;
   };
-  damaged(16, 99, 4, DB_ERR_ARENA_LAYOUT, "has layout 99, this engine has 2");
+  damaged(16, 99, 4, DB_ERR_ARENA_LAYOUT, "has layout 99, this engine has 3");
   damaged(20, 3, 4, DB_ERR_ARENA_LAYOUT, "has 3 stored structures");
   damaged(24, 4, 4, DB_ERR_ARENA_LAYOUT, "a word has 4 bytes there and 8 in this engine");
   damaged(88, 5, 8, DB_ERR_ARENA_LAYOUT, "has the schema 0000000000000005, this engine has ");

@@ -220,10 +220,19 @@ TEST_F(Damaged, a_wrong_count_is_seen) {
   ++state().indexes[0].hash.count;
   state().heap.heldBytes += store::kExtentBytes;
   ++state().heap.freePieces;
+  state().heap.free[store::kSizeClasses - 1].word += uint64_t{1} << 32;
   expect("route: records: counted");
   expect("route: index 0: miscounted");
   expect(" bytes are held, and ");
   expect("route: free block: pieces are miscounted");
+  expect("route: free block: blocks of a size are miscounted");
+}
+
+TEST_F(Damaged, a_live_record_that_is_announced_once_more_is_seen) {
+  uint32_t* first;
+  bucketOf(0, first);
+  state().count.announceArrival(*first);
+  expect("route: records: counted");
 }
 
 TEST_F(Damaged, free_blocks_on_the_wrong_shelf_are_seen) {
