@@ -32,16 +32,6 @@ inline void copyRun(uint8_t* to, const uint8_t* from, size_t size) {
   std::memcpy(to + size - sizeof tail, &tail, sizeof tail);
 }
 
-inline bool sameRun(const uint8_t* a, const uint8_t* b, size_t size) {
-  uint64_t heads[2], tails[2];
-  if (size < sizeof heads[0] || size > 2 * sizeof heads[0]) return std::memcmp(a, b, size) == 0;
-  std::memcpy(&heads[0], a, sizeof heads[0]);
-  std::memcpy(&heads[1], b, sizeof heads[1]);
-  std::memcpy(&tails[0], a + size - sizeof tails[0], sizeof tails[0]);
-  std::memcpy(&tails[1], b + size - sizeof tails[1], sizeof tails[1]);
-  return heads[0] == heads[1] && tails[0] == tails[1];
-}
-
 // Pads what a key of this length leaves of its last word; before the key is filled in, that is one store.
 void pad(Key& key, uint16_t length) {
   constexpr size_t kWord = sizeof(uint64_t);
@@ -142,7 +132,7 @@ void KeyShape::fromRow(const uint8_t* row, Key& key) const {
 
 bool KeyShape::areIn(const uint8_t* row, const uint8_t* packed) const {
   for (uint8_t i = 0; i < runCount_; packed += runs_[i++].size) {
-    if (!sameRun(row + runs_[i].offset, packed, runs_[i].size)) return false;
+    if (!isSame(row + runs_[i].offset, packed, runs_[i].size)) return false;
   }
   return true;
 }
@@ -176,7 +166,7 @@ bool KeyShape::isInStored(const uint8_t* row, const uint8_t* packed) const {
 
 bool KeyShape::same(const uint8_t* a, const uint8_t* b) const {
   for (uint8_t i = 0; i < runCount_; ++i) {
-    if (!sameRun(a + runs_[i].offset, b + runs_[i].offset, runs_[i].size)) return false;
+    if (!isSame(a + runs_[i].offset, b + runs_[i].offset, runs_[i].size)) return false;
   }
   return true;
 }

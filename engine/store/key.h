@@ -42,11 +42,7 @@ class KeyShape {
 
   // Whether the row has this packed key.
   bool isIn(const uint8_t* row, const uint8_t* packed) const {
-    if (!isShortRun()) return areIn(row, packed);
-    // The first eight bytes and the last eight.
-    const uint8_t* const own = row + runs_[0].offset;
-    const size_t tail = length_ - sizeof(uint64_t);
-    return wordAt(own) == wordAt(packed) && wordAt(own + tail) == wordAt(packed + tail);
+    return isShortRun() ? isSameShort(row + runs_[0].offset, packed, length_) : areIn(row, packed);
   }
   // The same of a row in the arena, which may be changing: the answer is then worth nothing, but no race.
   bool isInStored(const uint8_t* row, const uint8_t* packed) const;
@@ -74,8 +70,16 @@ class KeyShape {
     std::memcpy(&word, bytes, sizeof word);
     return word;
   }
-  // Whether the key is eight to sixteen bytes that stand side by side in a row.
-  bool isShortRun() const { return runCount_ == 1 && length_ >= sizeof(uint64_t) && length_ <= 2 * sizeof(uint64_t); }
+  // Of runs of bytes that stand side by side in a row, of eight to sixteen the first eight and the last eight.
+  static bool isShort(size_t size) { return size >= sizeof(uint64_t) && size <= 2 * sizeof(uint64_t); }
+  static bool isSameShort(const uint8_t* a, const uint8_t* b, size_t size) {
+    const size_t tail = size - sizeof(uint64_t);
+    return wordAt(a) == wordAt(b) && wordAt(a + tail) == wordAt(b + tail);
+  }
+  static bool isSame(const uint8_t* a, const uint8_t* b, size_t size) {
+    return isShort(size) ? isSameShort(a, b, size) : std::memcmp(a, b, size) == 0;
+  }
+  bool isShortRun() const { return runCount_ == 1 && isShort(length_); }
   void fromRun(const uint8_t* from, Key& key) const;
   bool areIn(const uint8_t* row, const uint8_t* packed) const;
 

@@ -224,6 +224,13 @@ constexpr uint32_t kLargeTrie = 2048;
 
 constexpr uint32_t shortcutOf(uint32_t addr) { return addr >> (kMaxLength - kShortcutBits); }
 
+// A node on the way; its second line is asked for with the first.
+[[gnu::always_inline]] inline const Node& nodeAt(const Arena& arena, Ref ref) {
+  const Node& node = *arena.at<Node>(ref);
+  __builtin_prefetch(reinterpret_cast<const uint8_t*>(&node) + kCacheLine);
+  return node;
+}
+
 // Calls visit(level, node, covering) for the nodes on the way to addr, from one of them on; covering has the
 // places of the prefixes in the node that cover addr and are no longer than the depth. What a reader meets
 // may be garbage if it was overtaken: it goes no further than the last level and follows no Ref out of the arena.
@@ -231,8 +238,7 @@ template <class Visit>
 [[gnu::always_inline]] inline void walk(const Arena& arena, Ref from, uint32_t level, uint32_t addr, Depth depth,
                                         Visit&& visit) {
   for (Ref ref = from; ref != kNoRef && arena.readable(ref); ++level) {
-    const Node& node = *arena.at<Node>(ref);
-    __builtin_prefetch(reinterpret_cast<const uint8_t*>(&node) + kCacheLine);
+    const Node& node = nodeAt(arena, ref);
     const uint32_t chunk = chunkOf(addr, level);
     const uint64_t children = load(node.children);
     const uint64_t covering = load(node.prefixes) & kAncestors[chunk] & prefixesAt(level);
@@ -272,14 +278,21 @@ struct AnyDepth {
   static constexpr uint64_t reach() { return ~uint64_t{0}; }
 };
 
+// The longest of the prefixes in a node that cover, if any does.
+[[gnu::always_inline]] inline PrefixMatch longestOf(const Node& node, uint64_t children, uint64_t prefixes,
+                                                    uint64_t covering, uint32_t level) {
+  if (covering == 0) return {0, 0};
+  const uint32_t place = highestOf(covering);
+  return {follow(refsOf(node)[valueRank(children, prefixes, place)]), lengthAt(level, place)};
+}
+
 // The longest prefix that covers addr in a node of this level and those below it; each is called for each node. The
 // levels are unrolled: what differs between them is known when they are compiled.
 template <uint32_t kLevel, class Most, class Each>
 [[gnu::always_inline]] inline PrefixMatch longestFrom(const Arena& arena, Ref from, uint32_t addr, Most depth,
                                                       Each each) {
   if (from == kNoRef || !arena.readable(from)) return {0, 0};
-  const Node& node = *arena.at<Node>(from);
-  __builtin_prefetch(reinterpret_cast<const uint8_t*>(&node) + kCacheLine);
+  const Node& node = nodeAt(arena, from);
   each();
   const uint32_t chunk = chunkOf(addr, kLevel);
   const uint64_t children = load(node.children);
@@ -294,9 +307,7 @@ template <uint32_t kLevel, class Most, class Each>
       if (below.value != 0) return below;
     }
   }
-  if (covering == 0) return {0, 0};
-  const uint32_t place = highestOf(covering);
-  return {follow(refsOf(node)[valueRank(children, prefixes, place)]), lengthAt(kLevel, place)};
+  return longestOf(node, children, prefixes, covering, kLevel);
 }
 
 // A reader's: nullptr when there is no shortcut. What it was overtaken by may have left garbage.
@@ -507,18 +518,11 @@ struct LookUpShort {
     return answerOf<kShortcutLevel + 1>(below, others, addr);
   }
 
-  [[gnu::always_inline]] static const Node& nodeAt(const Arena& arena, Ref ref) {
-    const Node& node = *arena.at<Node>(ref);
-    __builtin_prefetch(reinterpret_cast<const uint8_t*>(&node) + kCacheLine);
-    return node;
-  }
   template <uint32_t kLevel>
   [[gnu::always_inline]] static PrefixMatch answerOf(const Node& node, uint64_t children, uint32_t addr) {
     const uint64_t prefixes = load(node.prefixes);
     const uint64_t covering = prefixes & kAncestors[chunkOf(addr, kLevel)] & prefixesAt(kLevel);
-    if (covering == 0) return {0, 0};
-    const uint32_t place = highestOf(covering);
-    return {follow(refsOf(node)[valueRank(children, prefixes, place)]), lengthAt(kLevel, place)};
+    return longestOf(node, children, prefixes, covering, kLevel);
   }
 };
 
