@@ -22,6 +22,10 @@ constexpr uint32_t kWriters = 2;
 constexpr uint32_t kReaders = 2;
 constexpr uint32_t kKeys = 600;  // of each writer
 
+// No read takes so many microseconds. A machine whose processors are somebody else's, too, may take milliseconds of any
+// thread, and calls them the thread's own: seldom, while each death in a write would delay readers that waited for it.
+constexpr uint64_t kSlow = 1000;
+
 // A record's stamp; 0: there is none.
 struct Place {
   std::atomic<uint32_t> done, wanted;
@@ -30,6 +34,7 @@ struct Place {
 struct Reading {
   std::atomic<uint64_t> reads;
   std::atomic<uint64_t> longest;  // microseconds of the reader's own time
+  std::atomic<uint32_t> slow;     // of more than kSlow
 };
 
 struct Board {
@@ -103,6 +108,7 @@ int readOn(Board& board, Reading& reading, uint64_t seed) {
     }
     const uint64_t took = ownMicroseconds(CLOCK_THREAD_CPUTIME_ID) - began;
     if (took > reading.longest.load()) reading.longest.store(took);
+    if (took > kSlow) reading.slow.fetch_add(1);
     if (code == 0 && !isTrue(row)) board.falseRecords.fetch_add(1);
     reading.reads.fetch_add(1);
   }
@@ -202,16 +208,17 @@ int killOn(Board& board, const std::string& arena, uint32_t kills, uint64_t seed
   CHECK_IN_CHILD(fibdb_engine_shared(&shared) == 0);
   std::printf(
       "%u kills, %llu writes, %llu reads, %llu repairs; longest write after a kill %llu us; longest read %llu us, "
-      "%llu us where nobody writes\n",
+      "%llu us where nobody writes; %u and %u reads of more than %llu us\n",
       kills, static_cast<unsigned long long>(board.writes[0] + board.writes[1]),
       static_cast<unsigned long long>(board.reading.reads), static_cast<unsigned long long>(shared.repairs),
       static_cast<unsigned long long>(longestWrite), static_cast<unsigned long long>(board.reading.longest),
-      static_cast<unsigned long long>(board.alone.longest));
+      static_cast<unsigned long long>(board.alone.longest), board.reading.slow.load(), board.alone.slow.load(),
+      static_cast<unsigned long long>(kSlow));
+  std::fflush(stdout);
   CHECK_IN_CHILD(shared.repairs > kills / 100);
   CHECK_IN_CHILD(longestWrite < 10'000);
-  CHECK_IN_CHILD(board.reading.reads > 0 && board.reading.longest < 10'000);
+  CHECK_IN_CHILD(board.reading.reads > 0 && board.reading.slow * 50 < shared.repairs + 150);
   CHECK_IN_CHILD(board.falseRecords == 0);
-  std::fflush(stdout);
   return 0;
 }
 
