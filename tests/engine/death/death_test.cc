@@ -429,6 +429,49 @@ TEST(Death, of_who_ends_a_replace_leaves_each_record_removed_and_counted_or_neit
   }
 }
 
+// More than the log holds: it lets go of what stands, and notes anew.
+TEST(Death, of_who_frees_a_multitude_leaves_each_block_free_or_resting) {
+  constexpr uint32_t kBlocks = 40'000;
+  store::Arena arena(test::kSmallArena);
+  store::Ref claimed = store::kNoRef;
+  auto* const state = arena.at<store::HeapState>(arena.takeExtent(1, claimed));
+  store::Heap heap(arena, *state);
+  for (uint32_t i = 0; i < kBlocks; ++i) {
+    ASSERT_EQ(heap.ensure(store::kRefUnit), 0U);
+    heap.retire(heap.allocate(store::kRefUnit), store::kRefUnit);
+  }
+  Tape tape;
+  const auto reclaim = [&] {
+    heap.log().begin(store::Doing::kStep);
+    heap.reclaim();
+  };
+  ASSERT_TRUE(tape.run(reclaim));
+  const uint64_t stores = tape.stores();
+  tape.rewind();
+  for (uint64_t death = 0; death < stores; death += stores / 97) {
+    ASSERT_FALSE(tape.run(reclaim, death));
+    Tape next;
+    next.run([&] {
+      heap.log().takeBack();
+      heap.countShelves();
+    });
+    std::set<store::Ref> small;
+    std::string wrong;
+    const auto held = [](store::Ref) { return true; };
+    const auto say = [&](const char* what, store::Ref) { wrong = what; };
+    const auto once = [&](store::Ref block, uint64_t bytes) {
+      if (bytes == store::kRefUnit && !small.insert(block).second) wrong = "twice";
+      return true;
+    };
+    const auto any = [](store::Ref, uint64_t) { return true; };
+    heap.survey({once, held, say}, {once, held, say}, {any, held, say});
+    ASSERT_EQ(wrong, "") << "death before store " << death;
+    ASSERT_EQ(small.size(), kBlocks) << "death before store " << death;
+    next.rewind();
+    tape.rewind();
+  }
+}
+
 // Who died before the arena gave it the extent that it had named.
 TEST(Death, a_claim_that_was_not_granted_is_dropped) {
   store::Arena arena(test::kSmallArena);
